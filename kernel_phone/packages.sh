@@ -1,0 +1,131 @@
+# shellcheck shell=bash disable=SC2034,SC2154
+# Gets the kernel, its headers and the phone's programs from Debian, without installing or configuring any of them.
+# Sourced by script/kernel-phone, which sets arch, cache and the functions skip and say.
+
+sysroot_packages=(libtcl8.6 tcl8.6-dev libsqlite3-0 libsqlite3-dev libedit2 libedit-dev libtinfo6 libbsd0 libmd0 zlib1g
+  libtomlplusplus3 libtomlplusplus-dev)
+
+# apt with package lists of our own, so that the machine's architectures and lists stay as they are.
+apt_options=()
+prepare_apt() {
+  local apt="$cache/$arch/apt" name
+  mkdir -p "$apt/lists/partial" "$apt/cache/archives/partial"
+  apt_options=(-qq -o "Dir::State::Lists=$apt/lists" -o "Dir::Cache=$apt/cache" -o APT::Sandbox::User=)
+  for name in "$(dpkg --print-architecture)" "$arch"; do
+    apt_options+=(-o "APT::Architectures::=$name")
+  done
+}
+
+# What the build and the boot need of the machine itself.
+native_packages() {
+  echo cmake ninja-build g++ make bc cpio libelf1 python3
+  case $arch in
+  arm64) echo qemu-system-arm g++-aarch64-linux-gnu libc6-dev-arm64-cross ;;
+  amd64) echo qemu-system-x86 tcl8.6-dev libsqlite3-dev libedit-dev libtomlplusplus-dev nlohmann-json3-dev ;;
+  esac
+}
+
+missing_packages() {
+  local name
+  for name in $(native_packages); do
+    [[ $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) == installed ]] || echo "$name"
+  done
+}
+
+install_native() {
+  local missing
+  mapfile -t missing < <(missing_packages)
+  ((${#missing[@]})) || return 0
+  local as_root=()
+  if [[ $(id -u) != 0 ]]; then
+    sudo -n true 2>/dev/null || skip "these packages are missing and only root can install them: ${missing[*]}"
+    as_root=(sudo -n)
+  fi
+  say "installing ${missing[*]}"
+  "${as_root[@]}" apt-get -qq install -y --no-install-recommends "${missing[@]}" >"$cache/install.log" 2>&1 ||
+    "${as_root[@]}" sh -c 'apt-get -qq update && apt-get -qq install -y --no-install-recommends "$@"' sh \
+      "${missing[@]}" >"$cache/install.log" 2>&1 ||
+    skip "Debian's packages cannot be installed here: ${missing[*]} (see $cache/install.log)"
+}
+
+# The one dependency of a package that carries the kernel's version in its name.
+versioned_dependency() {
+  apt-cache "${apt_options[@]}" depends "$1" 2>/dev/null | sed -n "s/^ *Depends: *\($2[^:]*\).*/\1/p" | head -n 1
+}
+
+download() {
+  local folder=$1
+  shift
+  (cd "$folder" && apt-get "${apt_options[@]}" download "$@")
+}
+
+# Unpacks packages into a folder, all or nothing: a folder is complete when its list of packages stands beside it.
+unpack() {
+  local folder=$1
+  shift
+  [[ -f $folder.packages && $(<"$folder.packages") == "$*" ]] && return 0
+  say "getting $*"
+  rm -rf "$folder" "$folder.debs"
+  mkdir -p "$folder" "$folder.debs"
+  download "$folder.debs" "$@" >"$folder.log" 2>&1 ||
+    { update_lists && download "$folder.debs" "$@" >"$folder.log" 2>&1; } ||
+    skip "Debian's packages cannot be downloaded here (see $folder.log)"
+  local deb
+  for deb in "$folder.debs"/*.deb; do
+    dpkg-deb -x "$deb" "$folder"
+  done
+  rm -rf "$folder.debs"
+  echo "$*" >"$folder.packages"
+}
+
+fetch_kernel() {
+  local headers abi
+  headers=$(versioned_dependency "linux-headers-cloud-$arch:$arch" 'linux-headers-')
+  [[ $headers ]] || skip "Debian has no package linux-headers-cloud-$arch here"
+  abi=${headers#linux-headers-}
+  local common kbuild
+  common=linux-headers-${abi%-cloud-"$arch"}-common
+  kbuild=$(versioned_dependency "$headers:$arch" 'linux-kbuild-')
+  unpack "$cache/$arch/kernel" "linux-image-$abi:$arch" "$headers:$arch" "$common" \
+    "$kbuild:$(dpkg --print-architecture)" "busybox-static:$arch"
+
+  local tree=$cache/$arch/kernel
+  headers_dir=$tree/usr/src/$headers
+  vmlinuz=$tree/boot/vmlinuz-$abi
+  # The package expects to lie in /usr/src.
+  echo "include $tree/usr/src/$common/Makefile" >"$headers_dir/Makefile"
+}
+
+fetch_sysroot() {
+  [[ $arch != "$(dpkg --print-architecture)" ]] || return 0
+  local name names=(nlohmann-json3-dev)
+  for name in "${sysroot_packages[@]}"; do
+    names+=("$name:$arch")
+  done
+  unpack "$cache/$arch/sysroot" "${names[@]}"
+}
+
+update_lists() {
+  apt-get "${apt_options[@]}" -o APT::Update::Error-Mode=any update >"$cache/$arch/apt/update.log" 2>&1
+}
+
+# Package lists are taken afresh once a day; a phone that was built from older ones still boots without a network.
+refresh_lists() {
+  local stamp=$cache/$arch/apt/fresh
+  [[ -z $(find "$stamp" -mmin -1440 2>/dev/null) ]] || return 0
+  if update_lists; then
+    touch "$stamp"
+  elif [[ ! -f $stamp ]]; then
+    skip "Debian's package lists cannot be fetched here (see $cache/$arch/apt/update.log)"
+  fi
+}
+
+fetch_packages() {
+  command -v apt-get >/dev/null || skip "this machine has no apt-get; the phone is made from Debian's packages"
+  mkdir -p "$cache/$arch"
+  install_native
+  prepare_apt
+  refresh_lists
+  fetch_kernel
+  fetch_sysroot
+}
