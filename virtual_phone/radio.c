@@ -590,11 +590,11 @@ static void put32(uint8_t *at, uint32_t value) {
   at[3] = (uint8_t)(value >> 24);
 }
 
-#define BIT(kind) (1u << (kind))
+#define KIND_BIT(kind) (1u << (kind))
 
 /* A test that begins without them runs on whatever the last one left behind. */
 static int is_configured(const struct radio *radio) {
-  uint32_t wanted = BIT(MODE) | BIT(BAND) | BIT(CHANNEL);
+  uint32_t wanted = KIND_BIT(MODE) | KIND_BIT(BAND) | KIND_BIT(CHANNEL);
 
   return !radio->strict_values || (radio->configured & wanted) == wanted;
 }
@@ -823,7 +823,7 @@ static int run_command(struct radio *radio, enum kind kind, uint8_t *data) {
   if (command->special) return command->special(radio, data);
   take_request(radio, command, data);
   give_answer(radio, command, data);
-  if (kind < 32) radio->configured |= BIT(kind);
+  if (kind < 32) radio->configured |= KIND_BIT(kind);
   return 0;
 }
 
