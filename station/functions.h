@@ -1,0 +1,128 @@
+/*
+ * What the console knows about each public function: one table that the parser, the calls, the help, the
+ * completion and the machine-readable output are all made from, so that none of them can tell another story.
+ */
+#ifndef STATION_FUNCTIONS_H
+#define STATION_FUNCTIONS_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace station {
+
+inline constexpr std::array<const char *, 4> chip_names = {"vq2040", "vq2050", "vq2040a", "vq2070"};
+
+/** Sets of chips, one bit for each sub-chip index. */
+enum : uint8_t { VQ2040 = 1, VQ2050 = 2, VQ2040A = 4, VQ2070 = 8, ALL_CHIPS = 15 };
+
+/** The sub-chip index for a name or a number 0 to 3. */
+std::optional<unsigned> chip_index(std::string_view text);
+
+enum class argument_kind {
+  number,  /**< 32 bits, signed or not */
+  text,    /**< NUL-terminated, or null */
+  flags,   /**< four numbers behind one pointer */
+  ignored, /**< a pointer that no back end reads: null or a scratch buffer */
+  out_i32, /**< results through a pointer, never typed in by the user */
+  out_u32,
+  out_u8,
+  out_i8,
+  out_text,  /**< room bytes, NUL-terminated */
+  out_chars, /**< up to room characters, not terminated */
+  out_mac,   /**< six bytes */
+  out_sized, /**< text in room times the number of the argument that follows */
+};
+
+struct known_value {
+  const char *value;
+  const char *meaning;
+};
+
+struct argument {
+  const char *name;
+  argument_kind kind;
+  const char *help;
+  const char *unit = "";
+  /** Values that make sense, in the language of expectations; others are passed on with a remark. */
+  const char *range = "";
+  /** Values outside this are refused by the console, because it could not give room for them. */
+  const char *hard_range = "";
+  std::span<const known_value> known = {};
+  /** Used where the user leaves the argument out; null when it must be given. */
+  const char *fallback = nullptr;
+  uint32_t room = 0;
+
+  bool is_output() const { return kind >= argument_kind::out_i32; }
+  bool is_number() const {
+    return kind == argument_kind::number || (is_output() && kind <= argument_kind::out_i8);
+  }
+};
+
+enum class result_kind { one_is_good, zero_is_good, value, function_pointer };
+
+struct result_meaning {
+  int64_t value;
+  bool good;
+  const char *text;
+};
+
+struct chip_note {
+  uint8_t chips;
+  const char *text;
+};
+
+/** An argument as it is handed over: the low half of `number`, or `pointer`. */
+struct slot {
+  int64_t number = 0;
+  void *pointer = nullptr;
+};
+
+/** What came back: the number (signed or not, as declared), or a back-end function. */
+struct returned {
+  int64_t number = 0;
+  void *pointer = nullptr;
+};
+
+using caller = returned (*)(void *function, const slot *slots);
+
+struct function {
+  const char *name;
+  int op; /**< row of the dispatch table; -1 where there is none */
+  const char *group;
+  const char *help;
+  uint8_t chips;
+  result_kind result;
+  const char *result_help;
+  std::span<const argument> arguments;
+  std::span<const result_meaning> meanings;
+  std::span<const chip_note> notes;
+  const char *example;
+  caller call;
+
+  size_t most_inputs() const;
+  size_t least_inputs() const;
+};
+
+std::span<const function> functions();
+const function *find_function(std::string_view name);
+
+enum class outcome { good, bad, plain };
+struct judgement {
+  outcome verdict;
+  std::string meaning;
+};
+/** What a result means to a person. */
+judgement judge(const function &f, const returned &result);
+
+/** "vq2050, vq2070" */
+std::string chip_list(uint8_t chips);
+/** "wifi_set_power POWER", "wifi_start_rx [MAC]" */
+std::string usage(const function &f);
+
+}  // namespace station
+
+#endif

@@ -1,0 +1,96 @@
+#include "help.h"
+
+#include "functions.h"
+#include "interpreter.h"
+#include "text.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace station {
+namespace {
+
+std::string argument_line(const argument &a) {
+  auto line = fmt::format("  {:<12}{}", a.is_output() ? a.name : upper(a.name), a.help);
+  if (*a.unit) line += fmt::format(" [{}]", a.unit);
+  if (*a.range) line += fmt::format("; usual {}", fmt::join(split(a.range, ','), ", "));
+  if (*a.hard_range) line += fmt::format("; at most {}", a.hard_range);
+  if (a.fallback) line += fmt::format("; left out: {}", a.fallback);
+  for (auto &k : a.known)
+    if (*k.meaning) line += fmt::format("\n  {:<12}  {} = {}", "", k.value, k.meaning);
+  return line + "\n";
+}
+
+std::string arguments_text(const function &f, bool outputs) {
+  std::string text;
+  for (auto &a : f.arguments)
+    if (a.is_output() == outputs) text += argument_line(a);
+  return text.empty() ? "" : (outputs ? "Outputs\n" : "Arguments\n") + text;
+}
+
+std::string about_function(const function &f) {
+  auto text = fmt::format("{}\n  {}\n", usage(f), f.help);
+  text += arguments_text(f, false) + arguments_text(f, true);
+  text += fmt::format("Result\n  {}\n", f.result_help);
+  for (auto &m : f.meanings) text += fmt::format("  {} = {}\n", m.value, m.text);
+  text += fmt::format("Chips\n  {}\n", chip_list(f.chips));
+  for (auto &n : f.notes) text += fmt::format("  {}: {}\n", chip_list(n.chips), n.text);
+  return text + fmt::format("Example\n  {}\n", f.example);
+}
+
+std::string about_command(const command_help &c) {
+  return fmt::format("{}\n  {}\nExample\n  {}\n", c.usage, c.help, c.example);
+}
+
+}  // namespace
+
+std::string help_list() {
+  std::string text, group;
+  for (auto &f : functions()) {
+    if (group != f.group) text += fmt::format("{}{}\n", text.empty() ? "" : "\n", group = f.group);
+    text += fmt::format("  {:<38}{}{}\n", f.name, f.help,
+                        f.chips == ALL_CHIPS ? "" : " [" + chip_list(f.chips) + "]");
+  }
+  return text;
+}
+
+std::string help_overview() {
+  auto text = help_list() + "\nSession language: Tcl, with each function as a command, and\n";
+  for (auto &c : command_list()) text += fmt::format("  {:<10}{}\n", c.name, c.help);
+  return text + "\nhelp NAME explains one of them. A call may say what it expects: wifi_set_power 155 -> 1\n";
+}
+
+std::string help_about(const std::string &name) {
+  if (auto *f = find_function(name)) return about_function(*f);
+  auto command = std::ranges::find(command_list(), name, &command_help::name);
+  if (command != command_list().end()) return about_command(*command);
+  throw usage_error{fmt::format("There is no function or command \"{}\".{}", name,
+                                did_you_mean(name, all_command_names()))};
+}
+
+std::string help_command_line() {
+  return R"(Usage:
+  orva-station [OPTIONS] FUNCTION [ARGUMENT...] [-> RESULT [OUTPUT LIMITS]...]   call one function
+  orva-station [OPTIONS] run SESSION.tcl...                                       run sessions
+  orva-station [OPTIONS] nv list | show NUMBER | save FILE | load FILE | clear    look at the NV store
+  orva-station list | help [FUNCTION]                                             what there is
+  orva-station [OPTIONS]                                                          interactive
+
+Options:
+  --chip NAME       vq2040 (default), vq2050, vq2040a, vq2070, 0 to 3, or all for one session after the other
+  --phone FILE      description of the virtual phone
+  --clock CLOCK     virtual (default): pauses cost no time; real: they are waited for
+  --log[=PRIORITY]  the phone's log on stderr, from debug (default), info, warn or error on
+  --nv FILE         keeps NV in this file instead of in memory
+  --library FILE    the library under test
+  --json            one JSON object a line instead of the table
+  --brief           one line for each call, without driver commands and pauses
+  --quiet           only what failed, and the summary
+  --help, --version
+
+Exit status: 0 every expectation held; 1 one failed, or a call without expectation failed; 2 wrong usage.
+)";
+}
+
+}  // namespace station

@@ -1,0 +1,19 @@
+/* Help texts, all made from the tables of functions and commands. */
+#ifndef STATION_HELP_H
+#define STATION_HELP_H
+
+#include <string>
+
+namespace station {
+
+std::string help_overview();
+/** All functions with one line each, by subject. */
+std::string help_list();
+/** A function or command in full; throws usage_error for an unknown one. */
+std::string help_about(const std::string &name);
+/** The command line and its options. */
+std::string help_command_line();
+
+}  // namespace station
+
+#endif

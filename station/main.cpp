@@ -1,0 +1,126 @@
+#include "commands.h"
+#include "help.h"
+#include "interpreter.h"
+#include "options.h"
+#include "phone_link.h"
+#include "prompt.h"
+#include "text.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fstream>
+#include <tcl.h>
+#include <unistd.h>
+
+namespace station {
+namespace {
+
+enum exit_status { PASSED = 0, FAILED = 1, MISUSED = 2 };
+
+using reporters = std::vector<std::shared_ptr<reporter>>;
+
+reporters make_reporters(const command_line &line) {
+  bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
+  return {line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour)};
+}
+
+std::vector<settings> chips_to_test(const command_line &line) {
+  if (!line.all_chips) return {line.with};
+  std::vector<settings> all(chip_names.size(), line.with);
+  for (unsigned i = 0; i < all.size(); ++i) all[i].chip = i;
+  return all;
+}
+
+exit_status verdict(const std::vector<session_summary> &all) {
+  if (std::ranges::any_of(all, &session_summary::broken)) return MISUSED;
+  return std::ranges::all_of(all, &session_summary::passed) ? PASSED : FAILED;
+}
+
+exit_status run_sessions(const command_line &line) {
+  if (line.words.size() < 2)
+    throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
+  for (size_t i = 1; i < line.words.size(); ++i)
+    if (!std::ifstream(line.words[i]))
+      throw usage_error{fmt::format("The session file {} cannot be read.", line.words[i])};
+  auto to = make_reporters(line);
+  std::vector<session_summary> all;
+  for (auto &with : chips_to_test(line))
+    for (size_t i = 1; i < line.words.size(); ++i) {
+      session s(with, line.words[i], to);
+      s.start();
+      interpreter(s).run_file(line.words[i]);
+      all.push_back(s.finish());
+    }
+  for (auto &r : to) r->all_done(all);
+  return verdict(all);
+}
+
+exit_status run_call(const command_line &line) {
+  auto *f = find_function(line.words[0]);
+  if (!f)
+    throw usage_error{fmt::format("There is no function or command \"{}\".{} See orva-station list.",
+                                  line.words[0], did_you_mean(line.words[0], all_command_names()))};
+  std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+  bool good = true;
+  for (auto &with : chips_to_test(line)) {
+    session s(with, "", make_reporters(line));
+    s.start();
+    auto &step = s.call(*f, words, {});
+    good &= step.expectations.empty() ? step.result.means.verdict != outcome::bad : step.held();
+    s.finish();
+  }
+  return good ? PASSED : FAILED;
+}
+
+exit_status run_nv_command(const command_line &line) {
+  std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+  session s(line.with, "", {});
+  s.start();
+  auto text = run_nv(words.empty() ? std::vector<std::string>{""} : words, nullptr);
+  if (!text.empty()) fmt::print("{}\n", text);
+  return PASSED;
+}
+
+exit_status run_interactive(const command_line &line) {
+  session s(line.with, "", make_reporters(line));
+  s.start();
+  run_prompt(s);
+  auto summary = s.finish();
+  return summary.passed() ? PASSED : FAILED;
+}
+
+exit_status run_help(const command_line &line) {
+  if (line.words.size() > 2)
+    throw usage_error{"help: name one function, as in: orva-station help wifi_set_power"};
+  fmt::print("{}", line.words.size() == 2 ? help_about(line.words[1])
+                                          : help_command_line() + "\n" + help_overview());
+  return PASSED;
+}
+
+exit_status run(const command_line &line) {
+  auto word = line.words.empty() ? "" : line.words[0];
+  if (line.help) return fmt::print("{}", help_command_line()), PASSED;
+  if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), PASSED;
+  if (word.empty()) return run_interactive(line);
+  if (word == "run") return run_sessions(line);
+  if (word == "nv") return run_nv_command(line);
+  if (word == "help") return run_help(line);
+  if (word == "list") return fmt::print("{}", help_list()), PASSED;
+  return run_call(line);
+}
+
+}  // namespace
+}  // namespace station
+
+int main(int count, char **arguments) {
+  Tcl_FindExecutable(arguments[0]);
+  int status = station::MISUSED;
+  try {
+    status = station::run(station::parse_command_line(count, arguments));
+  } catch (const station::usage_error &e) {
+    fflush(stdout);
+    fmt::print(stderr, "orva-station: {}\n", e.message);
+  }
+  Tcl_Finalize();
+  return status;
+}

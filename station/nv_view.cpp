@@ -1,0 +1,118 @@
+#include "nv_view.h"
+
+#include "commands.h"
+#include "observed.h"
+#include "phone_link.h"
+#include "text.h"
+
+#include <fmt/format.h>
+#include <fstream>
+#include <sstream>
+
+namespace station {
+namespace {
+
+constexpr size_t item_size = 104;
+
+std::string bytes_of_hex(const std::string &digits, const std::string &where) {
+  std::string bytes;
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+    auto byte = parse_number("0x" + digits.substr(i, 2));
+    if (!byte)
+      throw usage_error{fmt::format("{}: \"{}\" is no hexadecimal byte.", where, digits.substr(i, 2))};
+    bytes += static_cast<char>(*byte);
+  }
+  if (digits.size() % 2) throw usage_error{fmt::format("{}: an odd number of hexadecimal digits.", where)};
+  return bytes;
+}
+
+/** "340 WIC0_2G5G_OFDM pa2ga0=1,2,3;" or with 0x… for bytes that are no text. */
+phone_link::nv_item parse_item(const std::string &line, const std::string &where) {
+  auto words = split(line, ' ');
+  auto number = words.empty() ? std::nullopt : parse_number(words[0]);
+  if (words.size() < 2 || !number || *number < 0 || *number > UINT32_MAX)
+    throw usage_error{fmt::format("{}: \"{}\": an NV line is NUMBER NAME CONTENTS.", where, line)};
+  auto content = line.substr(std::min(line.size(), words[0].size() + words[1].size() + 2));
+  if (content.starts_with("0x")) content = bytes_of_hex(content.substr(2), where);
+  if (content.size() > item_size)
+    throw usage_error{fmt::format("{}: {} bytes; an item holds {}.", where, content.size(), item_size)};
+  return {static_cast<uint32_t>(*number), words[1], content};
+}
+
+std::string item_line(const phone_link::nv_item &item) {
+  return fmt::format("{} {} {}\n", item.number, item.name, nv_text(item.bytes));
+}
+
+std::string show_item(const phone_link::nv_item &item) {
+  auto text = fmt::format("{} {}\n", item.number, item.name);
+  auto content = nv_text(item.bytes);
+  if (content.starts_with("0x") || content.empty())
+    return text + "  " + (content.empty() ? "empty" : content) + "\n";
+  for (auto &entry : split(content, ';')) {
+    if (entry.empty()) continue;
+    auto equals = entry.find('=');
+    text += equals == entry.npos
+                ? fmt::format("  {}\n", entry)
+                : fmt::format("  {:<10} {}\n", entry.substr(0, equals), entry.substr(equals + 1));
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string nv_list() {
+  std::string text;
+  for (auto &item : phone_link::nv_items()) text += item_line(item);
+  return text.empty() ? "The NV store is empty.\n" : text;
+}
+
+std::string nv_show(uint32_t number) {
+  std::string text;
+  for (auto &item : phone_link::nv_items())
+    if (item.number == number) text += show_item(item);
+  return text.empty() ? fmt::format("NV item {} was never written.\n", number) : text;
+}
+
+std::string nv_save(const std::string &path) {
+  std::ofstream file(path);
+  auto items = phone_link::nv_items();
+  for (auto &item : items) file << item_line(item);
+  file.close();
+  if (!file) throw usage_error{fmt::format("The file {} cannot be written.", path)};
+  return fmt::format("{} NV items saved to {}.\n", items.size(), path);
+}
+
+std::string nv_load(const std::string &path) {
+  std::ifstream file(path);
+  if (!file) throw usage_error{fmt::format("The NV file {} cannot be read.", path)};
+  std::vector<phone_link::nv_item> items;
+  size_t line_number = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++line_number;
+    if (!trim_end(line).empty() && line[0] != '#')
+      items.push_back(parse_item(line, fmt::format("{}:{}", path, line_number)));
+  }
+  for (auto &item : items)
+    if (!phone_link::put_nv(item))
+      throw usage_error{fmt::format("NV item {} cannot be written.", item.number)};
+  return fmt::format("{} NV items loaded from {}.\n", items.size(), path);
+}
+
+std::string run_nv(const std::vector<std::string> &words, const interpreter *in) {
+  auto &what = words[0];
+  auto path = [&] { return in ? in->beside_script(words[1]) : words[1]; };
+  auto shown = [](const std::string &text) { return std::string(trim_end(text)); };
+  if (what == "list" && words.size() == 1) return shown(nv_list());
+  if (what == "clear" && words.size() == 1) return phone_link::clear_nv(), "";
+  if (what == "save" && words.size() == 2) return shown(nv_save(words[1]));
+  if (what == "load" && words.size() == 2) return shown(nv_load(path()));
+  if (what == "show" && words.size() == 2) {
+    auto number = parse_number(words[1]);
+    if (!number || *number < 0 || *number > UINT32_MAX)
+      throw usage_error{fmt::format("nv show: \"{}\" is no NV number: give one like 340.", words[1])};
+    return shown(nv_show(static_cast<uint32_t>(*number)));
+  }
+  throw usage_error{"nv: give list, show NUMBER, save FILE, load FILE or clear."};
+}
+
+}  // namespace station

@@ -1,0 +1,68 @@
+/*
+ * What the console asks of the phone besides the library's functions. Two implementations: for the virtual
+ * phone, and for a phone that is really there, of which the console sees nothing but the library's answers.
+ */
+#ifndef STATION_PHONE_LINK_H
+#define STATION_PHONE_LINK_H
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"  // struct and function phone_event share their name, as C allows
+#include "phone.h"
+#pragma GCC diagnostic pop
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace station {
+using contact = struct phone_event;
+}
+
+namespace station::phone_link {
+
+/** False where a real phone is tested: then nothing can be set up, watched or made to fail. */
+bool is_virtual();
+
+/** A fresh phone: default description, no faults, virtual clock at 0, empty NV. */
+void reset();
+/** These three give "" or a message that says what is wrong and what would be right. */
+std::string load(const std::string &path);
+std::string set(const std::string &key, const std::string &value);
+std::string open_nv(const std::string &path);
+/** Value of one key; "" where there is none. */
+std::string get(const std::string &key);
+/** Every key and its explanation. */
+std::vector<std::pair<std::string, std::string>> keys();
+
+void use_real_clock(bool real);
+int64_t now_us();
+/** Lets time pass on the phone's clock; a signal ends it early. */
+void wait_us(int64_t microseconds);
+
+/** Contacts with the phone since the last clear, in order. */
+std::vector<const contact *> contacts();
+void clear_contacts();
+/** Log lines to stderr from this priority on; 0 for none. */
+void print_log(int least_priority);
+
+/** An id to ask with, or -1 for an unknown place. */
+int plan_fault(const std::string &place, unsigned nth, unsigned times, int value);
+unsigned fault_fired(int id);
+
+struct nv_item {
+  uint32_t number;
+  std::string name;
+  std::string bytes; /**< 104 of them */
+};
+std::vector<nv_item> nv_items();
+bool put_nv(const nv_item &item);
+void clear_nv();
+
+/** Which chip is fitted: 0 to 3, or more for one that nobody knows. */
+unsigned chip();
+bool interface_up();
+
+}  // namespace station::phone_link
+
+#endif

@@ -1,0 +1,14 @@
+/* The interactive console. */
+#ifndef STATION_PROMPT_H
+#define STATION_PROMPT_H
+
+#include "session.h"
+
+namespace station {
+
+/** Reads and runs commands until the end of the input or "exit". */
+void run_prompt(session &s);
+
+}  // namespace station
+
+#endif

@@ -1,0 +1,125 @@
+#include "session.h"
+
+#include "expectations.h"
+#include "phone_link.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fmt/format.h>
+
+namespace station {
+
+std::string place::text() const { return file.empty() ? "" : fmt::format("{}:{}", file, line); }
+
+bool call_step::held() const { return std::ranges::all_of(expectations, &expectation::held); }
+
+session::session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to)
+    : options(with), reporters(std::move(to)) {
+  summary.info = {.name = std::move(name), .chip = "", .real_clock = with.real_clock};
+}
+
+static void require(const std::string &message) {
+  if (!message.empty()) throw usage_error{message};
+}
+
+void session::load_library() { require(lib.load(options.library)); }
+
+void session::start() {
+  phone_link::reset();
+  if (!options.phone_file.empty()) require(phone_link::load(options.phone_file));
+  if (options.chip_given || (phone_link::is_virtual() && options.phone_file.empty()))
+    require(phone_link::set("chip", chip_names[options.chip]));
+  if (!options.nv_file.empty()) require(phone_link::open_nv(options.nv_file));
+  phone_link::use_real_clock(options.real_clock);
+  phone_link::print_log(options.log_priority);
+  load_library();
+  summary.info.chip = chip_name();
+  for (auto &r : reporters) r->begin(summary.info);
+}
+
+session_summary session::finish() {
+  for (auto &fault : faults)
+    if (phone_link::fault_fired(fault.id) == 0)
+      expect({"fault " + fault.what, "happens", "nothing used that place often enough", false}, fault.where);
+  summary.phone_us = phone_link::now_us();
+  for (auto &r : reporters) r->end(summary);
+  return summary;
+}
+
+void session::count(const expectation &e) { ++(e.held ? summary.held : summary.failed); }
+
+static int64_t real_us() {
+  return std::chrono::duration_cast<std::chrono::microseconds>(
+             std::chrono::steady_clock::now().time_since_epoch())
+      .count();
+}
+
+const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where) {
+  auto arguments = words;
+  auto wants = take_wanted(f, arguments);
+  prepared_call prepared(f, arguments);
+  if (!lib.symbol(f.name))
+    throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
+  phone_link::clear_contacts();
+  auto start = phone_link::now_us(), real_start = real_us();
+  auto result = prepared.run(lib);
+  last_step = std::make_unique<call_step>(call_step{.called = &f,
+                                                    .inputs = prepared.inputs(),
+                                                    .remarks = prepared.remarks(),
+                                                    .result = std::move(result),
+                                                    .seen = {},
+                                                    .expectations = {},
+                                                    .where = where,
+                                                    .start_us = start,
+                                                    .phone_us = phone_link::now_us() - start,
+                                                    .own_us = real_us() - real_start});
+  last_step->seen = observe(chip());
+  last_step->expectations = judge_result(last_step->result, wants);
+  ++summary.calls;
+  for (auto &e : last_step->expectations) count(e);
+  for (auto &r : reporters) r->call(*last_step);
+  return *last_step;
+}
+
+void session::expect(expectation e, const place &where) {
+  count(e);
+  for (auto &r : reporters) r->expect(e, where);
+}
+
+void session::title(const std::string &text) {
+  for (auto &r : reporters) r->title(text);
+}
+
+void session::note(const std::string &text) {
+  for (auto &r : reporters) r->note(text);
+}
+
+void session::fail(const std::string &text, const place &where) {
+  summary.broken = true;
+  for (auto &r : reporters) r->error(text, where);
+}
+
+void session::plan_fault(const std::string &what, unsigned nth, unsigned times, int value,
+                         const place &where) {
+  int id = phone_link::plan_fault(what, nth, times, value);
+  if (id < 0)
+    throw usage_error{
+        fmt::format("\"{}\" is no place where a fault can be planned: give a function as ioctl, a driver "
+                    "command as ioctl:11, shell:ifconfig wlan0 up, nv_read:340 or nv_write:340.",
+                    what)};
+  faults.push_back({what, id, where});
+}
+
+void session::change_chip(unsigned chip) {
+  require(phone_link::set("chip", chip_names[chip]));
+  load_library();
+  summary.info.chip = chip_name();
+}
+
+unsigned session::chip() const { return phone_link::chip(); }
+
+const char *session::chip_name() const {
+  return chip() < chip_names.size() ? chip_names[chip()] : "unknown chip";
+}
+
+}  // namespace station

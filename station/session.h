@@ -1,0 +1,128 @@
+/* One session: the phone, the library, the calls made, and which expectations held. */
+#ifndef STATION_SESSION_H
+#define STATION_SESSION_H
+
+#include "call.h"
+#include "observed.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace station {
+
+/** Where in a script something happened; no file for a one-shot call. */
+struct place {
+  std::string file;
+  int line = 0;
+  std::string text() const;
+};
+
+struct expectation {
+  std::string what;
+  std::string limits;
+  std::string got;
+  bool held;
+};
+
+struct call_step {
+  const function *called;
+  std::vector<prepared_call::given> inputs;
+  std::vector<std::string> remarks;
+  call_result result;
+  observed seen;
+  std::vector<expectation> expectations;
+  place where;
+  int64_t start_us; /**< on the phone's clock */
+  int64_t phone_us; /**< how long it took there */
+  int64_t own_us;   /**< real time that the call cost this computer */
+  bool held() const;
+};
+
+struct session_info {
+  std::string name;
+  std::string chip;
+  bool real_clock;
+};
+
+struct session_summary {
+  session_info info;
+  size_t calls = 0;
+  size_t held = 0;
+  size_t failed = 0;
+  bool broken = false; /**< ended by an error in the script */
+  int64_t phone_us = 0;
+  bool passed() const { return failed == 0 && !broken; }
+};
+
+/** Whoever wants to know what happens: a table on the terminal, lines for a program, a report. */
+class reporter {
+public:
+  virtual ~reporter() = default;
+  virtual void begin(const session_info &) {}
+  virtual void title(const std::string &) {}
+  virtual void note(const std::string &) {}
+  virtual void call(const call_step &) {}
+  /** An expectation that stands for itself. */
+  virtual void expect(const expectation &, const place &) {}
+  virtual void error(const std::string &, const place &) {}
+  virtual void end(const session_summary &) {}
+  virtual void all_done(const std::vector<session_summary> &) {}
+};
+
+struct settings {
+  unsigned chip = 0;
+  bool chip_given = false;
+  std::string library;
+  std::string phone_file;
+  std::string nv_file;
+  bool real_clock = false;
+  int log_priority = 0;
+};
+
+class session {
+public:
+  session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to);
+
+  /** A fresh phone and a fresh library; throws usage_error where one of them cannot be had. */
+  void start();
+  /** Closes the books: planned faults that never came are failures. */
+  session_summary finish();
+
+  /** Words behind the function's name: arguments, "->", what is expected. */
+  const call_step &call(const function &f, const std::vector<std::string> &words, const place &where);
+  void expect(expectation e, const place &where);
+  void title(const std::string &text);
+  void note(const std::string &text);
+  void fail(const std::string &text, const place &where);
+  void plan_fault(const std::string &what, unsigned nth, unsigned times, int value, const place &where);
+  /** Another chip in the same phone, with a library that remembers nothing. */
+  void change_chip(unsigned chip);
+
+  unsigned chip() const;
+  const char *chip_name() const;
+  /** The last call; null before the first. */
+  const call_step *last() const { return last_step.get(); }
+  const session_summary &so_far() const { return summary; }
+
+private:
+  void load_library();
+  void count(const expectation &e);
+
+  settings options;
+  session_summary summary;
+  std::vector<std::shared_ptr<reporter>> reporters;
+  library lib;
+  std::unique_ptr<call_step> last_step;
+  struct planned {
+    std::string what;
+    int id;
+    place where;
+  };
+  std::vector<planned> faults;
+};
+
+}  // namespace station
+
+#endif
