@@ -13,11 +13,15 @@
 
 #ifdef __cplusplus
 extern "C" {
+/* A struct and a function share a name here, as C allows. */
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"
 #endif
 
 /* ---- The phone's description ------------------------------------------------------------------------- */
 
-/** A fresh phone: default description, no faults, empty trace, virtual clock at 0, NV store in memory and empty. */
+/** A fresh phone: default description, no faults, empty trace, virtual clock at 0, NV store in memory and
+ * empty. */
 void phone_reset(void);
 
 /**
@@ -48,35 +52,35 @@ int64_t phone_now_us(void);
 /* ---- Trace: every contact with the phone, in order ---------------------------------------------------- */
 
 enum phone_event_kind {
-  PHONE_SOCKET,  /**< result: descriptor */
-  PHONE_IOCTL,   /**< number[0] descriptor, number[1] magic, number[2] command id; data: the 264-byte record as
-                      the library sent it, followed by the 264 bytes as the driver left it (size 528) */
-  PHONE_CLOSE,   /**< number[0] descriptor */
-  PHONE_FORK,    /**< result: child, as the parent sees it */
-  PHONE_EXEC,    /**< in the child: text: the shell command, result: its exit status */
-  PHONE_WAIT,    /**< result: as waitpid's; number[0]: the wait status */
-  PHONE_POPEN,   /**< text: the command; result 1, or 0 where it failed */
-  PHONE_FREAD,   /**< result: bytes read */
-  PHONE_PCLOSE,  /**< result */
-  PHONE_OPEN,    /**< text: the path; result: descriptor */
-  PHONE_WRITE,   /**< data: the bytes; result */
-  PHONE_SLEEP,   /**< number[0]: microseconds asked for */
-  PHONE_LOG,     /**< number[0] priority, name: tag, text: the message as formatted, line end and all */
-  PHONE_SUBCHIP, /**< result: the index */
-  PHONE_NV_READ, /**< number[0] NV number, name: the item's name; data: the item; result: the service's code */
-  PHONE_NV_WRITE,/**< the same */
-  PHONE_SECURE   /**< a bounds-checked function; name: which; result. Kept only while phone_trace_secure(1). */
+  PHONE_SOCKET, /**< result: descriptor */
+  PHONE_IOCTL,  /**< number[0] descriptor, number[1] magic, number[2] command id; data: the 264-byte record as
+                     the library sent it, followed by the 264 bytes as the driver left it (size 528) */
+  PHONE_CLOSE,  /**< number[0] descriptor */
+  PHONE_FORK,   /**< result: child, as the parent sees it */
+  PHONE_EXEC,   /**< in the child: text: the shell command, result: its exit status */
+  PHONE_WAIT,   /**< result: as waitpid's; number[0]: the wait status */
+  PHONE_POPEN,  /**< text: the command; result 1, or 0 where it failed */
+  PHONE_FREAD,  /**< result: bytes read */
+  PHONE_PCLOSE, /**< result */
+  PHONE_OPEN,   /**< text: the path; result: descriptor */
+  PHONE_WRITE,  /**< data: the bytes; result */
+  PHONE_SLEEP,  /**< number[0]: microseconds asked for */
+  PHONE_LOG,    /**< number[0] priority, name: tag, text: the message as formatted, line end and all */
+  PHONE_SUBCHIP,  /**< result: the index */
+  PHONE_NV_READ,  /**< number[0] NV number, name: the item's name; data: the item; result: the code */
+  PHONE_NV_WRITE, /**< the same */
+  PHONE_SECURE /**< a bounds-checked function; name: which; result. Kept only while phone_trace_secure(1). */
 };
 
 struct phone_event {
   enum phone_event_kind kind;
-  int64_t time_us;   /**< on the chosen clock, when it began */
+  int64_t time_us; /**< on the chosen clock, when it began */
   int64_t result;
-  int32_t error;     /**< errno, where it failed */
-  int32_t process;   /**< pid of the process that did it */
+  int32_t error;   /**< errno, where it failed */
+  int32_t process; /**< pid of the process that did it */
   int64_t number[3];
-  const char *name;  /**< never null; "" where there is none */
-  const char *text;  /**< never null; "" where there is none */
+  const char *name; /**< never null; "" where there is none */
+  const char *text; /**< never null; "" where there is none */
   const void *data;
   size_t size;
 };
@@ -86,7 +90,8 @@ size_t phone_event_count(void);
 const struct phone_event *phone_event(size_t i);
 void phone_events_clear(void);
 void phone_trace_secure(int on);
-/** Prints each log line to stderr as it comes, in logcat's threadtime format; 0 for none, else the least priority. */
+/** Prints each log line to stderr as it comes, in logcat's threadtime format; 0 for none, else the least
+ * priority. */
 void phone_print_log(int least_priority);
 
 /* ---- Faults ------------------------------------------------------------------------------------------ */
@@ -97,12 +102,13 @@ void phone_print_log(int least_priority);
  *
  * Places: a function's name ("socket", "ioctl", "close", "fork", "execl", "waitpid", "popen", "fread",
  * "pclose", "open", "write", "memcpy_s", "memset_s", "strncpy_s", "snprintf_s", "sprintf_s", "sscanf_s",
- * "kevoOperaNVWR"); one driver command, "ioctl:11"; one shell command, "shell:ifconfig wlan0 up" (it runs and exits
- * with `value`); NV by direction and item, "nv_read:340", "nv_write:340".
+ * "kevoOperaNVWR"); one driver command, "ioctl:11"; one shell command, "shell:ifconfig wlan0 up" (it does
+ * nothing and exits with `value`); NV by direction and item, "nv_read:340", "nv_write:340".
  *
  * value: what failing means. For system calls the errno (0: a fitting default); for "shell:" the exit status
  * (0: 1); for NV the service's code (0: -1); for bounds-checked functions the result (0: a fitting default);
- * for "socket" a value of -1000 makes that use return descriptor 0 instead of failing.
+ * for "socket" a value of -1000 makes that use return descriptor 0 instead of failing; for "ioctl" a value
+ * below 0 makes that use succeed with the result -value instead of 0.
  *
  * Result: an id for phone_fault_fired, or -1 for an unknown place.
  */
@@ -120,7 +126,11 @@ unsigned phone_uses(const char *place);
 
 /* ---- Radio and NV, for tests to look at and to set ---------------------------------------------------- */
 
-/** The next answers of one driver command: bytes put at offset 8 of the record, overriding the radio's own. */
+/**
+ * The next answers of one driver command: bytes put at offset 8 of the record, overriding the radio's own.
+ * They are also left in the record of a command that the key driver.refuse has refused, but not by a planned
+ * fault.
+ */
 int phone_driver_answer(uint32_t command, const void *bytes, size_t size);
 /** Back to the radio's own answers. */
 void phone_driver_answers_clear(void);
@@ -140,6 +150,7 @@ int phone_nv_at(size_t i, uint32_t *number, char *name, size_t name_size, void *
 void phone_nv_clear(void);
 
 #ifdef __cplusplus
+#pragma GCC diagnostic pop
 }
 #endif
 

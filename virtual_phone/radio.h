@@ -13,6 +13,9 @@
 
 #ifdef __cplusplus
 extern "C" {
+/* A struct and a function share a name here, as C allows. */
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"
 #endif
 
 /** In the order of the sub-chip index. */
@@ -164,6 +167,7 @@ const char *radio_chip_name(uint32_t chip);
 uint32_t radio_chip_magic(uint32_t chip);
 
 #ifdef __cplusplus
+#pragma GCC diagnostic pop
 }
 #endif
 

@@ -1,0 +1,160 @@
+// Reads a phone's description: TOML whose tables and keys join to the phone's own keys ("radio.rssi"), and
+// [[fault]] entries. A file is applied as a whole or not at all.
+#define TOML_EXCEPTIONS 0
+#include <toml++/toml.h>
+
+#include "state.h"
+
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace phone {
+namespace {
+
+struct planned_fault {
+  std::string place;
+  int64_t nth = 1, times = 1, value = 0;
+};
+
+struct description {
+  std::string path;
+  struct radio radio;
+  struct config config;
+  std::vector<planned_fault> faults;
+};
+
+std::string at(const description &file, const toml::node &node, const std::string &message) {
+  return file.path + ":" + std::to_string(node.source().begin.line) + ": " + message;
+}
+
+std::string scalar_text(const toml::node &node) {
+  if (auto text = node.as_string()) return text->get();
+  if (auto number = node.as_integer()) return std::to_string(number->get());
+  if (auto flag = node.as_boolean()) return flag->get() ? "true" : "false";
+  return "";
+}
+
+bool is_scalar(const toml::node &node) { return node.is_string() || node.is_integer() || node.is_boolean(); }
+
+/// An array gives its scalars separated by commas.
+bool node_text(const toml::node &node, std::string &text) {
+  if (is_scalar(node)) {
+    text = scalar_text(node);
+    return true;
+  }
+  const auto *array = node.as_array();
+  if (!array) return false;
+  for (auto &item : *array) {
+    if (!is_scalar(item)) return false;
+    text += (text.empty() ? "" : ",") + scalar_text(item);
+  }
+  return true;
+}
+
+std::string fault_number(const description &file, const toml::node &node, std::string_view name,
+                         int64_t least, int64_t &number) {
+  auto value = node.as_integer();
+  if (!value || value->get() < least || value->get() > INT32_MAX) {
+    return at(file, node,
+              "fault." + std::string(name) + ": must be a whole number, at least " + std::to_string(least));
+  }
+  number = value->get();
+  return "";
+}
+
+std::string fault_field(const description &file, planned_fault &fault, std::string_view name,
+                        const toml::node &node) {
+  if (name == "nth") return fault_number(file, node, name, 1, fault.nth);
+  if (name == "times") return fault_number(file, node, name, 0, fault.times);
+  if (name == "value") return fault_number(file, node, name, INT32_MIN, fault.value);
+  if (name != "place")
+    return at(file, node, "fault." + std::string(name) + ": no such key; place, nth, times or value");
+  fault.place = scalar_text(node);
+  return fault.place.empty() ? at(file, node, "fault.place: must be a text like \"ioctl:11\"") : "";
+}
+
+std::string add_fault(description &file, const toml::node &node) {
+  planned_fault fault;
+  const auto *table = node.as_table();
+  if (!table) return at(file, node, "fault: must be written as [[fault]] with place, nth, times and value");
+  for (auto &&[name, value] : *table) {
+    std::string message = fault_field(file, fault, name.str(), value);
+    if (!message.empty()) return message;
+  }
+  if (fault.place.empty()) return at(file, node, "fault: place is missing");
+  int id = phone_fault(fault.place.c_str(), 1, 1, 0);
+  if (id < 0) {
+    return at(file, node,
+              "fault.place: '" + fault.place +
+                  "' is no place; a function's name, ioctl:ID, shell:COMMAND, nv_read:NUMBER or "
+                  "nv_write:NUMBER");
+  }
+  state().fault_count = static_cast<unsigned>(id);  // only asked whether there is such a place
+  file.faults.push_back(fault);
+  return "";
+}
+
+std::string add_faults(description &file, const toml::node &node) {
+  const auto *array = node.as_array();
+  if (!array) return add_fault(file, node);
+  for (auto &item : *array) {
+    std::string message = add_fault(file, item);
+    if (!message.empty()) return message;
+  }
+  return "";
+}
+
+std::string add_table(description &file, const std::string &prefix, const toml::table &table);
+
+std::string add_node(description &file, const std::string &key, const toml::node &node) {
+  if (key == "fault") return add_faults(file, node);
+  if (const auto *table = node.as_table()) return add_table(file, key + ".", *table);
+  std::string text;
+  if (!node_text(node, text)) return at(file, node, key + ": must be a text, a whole number, true or false");
+  std::string message = apply_key(file.radio, file.config, key, text);
+  return message.empty() ? "" : at(file, node, message);
+}
+
+std::string add_table(description &file, const std::string &prefix, const toml::table &table) {
+  for (auto &&[name, node] : table) {
+    std::string message = add_node(file, prefix + std::string(name.str()), node);
+    if (!message.empty()) return message;
+  }
+  return "";
+}
+
+std::string load(const char *path) {
+  FILE *readable = fopen(path, "re");
+  if (!readable) return std::string(path) + ": cannot be read: " + strerror(errno);
+  fclose(readable);
+  auto parsed = toml::parse_file(path);
+  if (!parsed) {
+    return std::string(path) + ":" + std::to_string(parsed.error().source().begin.line) + ": " +
+           std::string(parsed.error().description());
+  }
+  auto file = std::make_unique<description>();
+  file->path = path;
+  file->radio = radio_now();
+  file->config = state().config;
+  std::string message = add_table(*file, "", parsed.table());
+  if (!message.empty()) return message;
+  state().radio = file->radio;
+  state().config = file->config;
+  for (auto &fault : file->faults) {
+    phone_fault(fault.place.c_str(), static_cast<unsigned>(fault.nth), static_cast<unsigned>(fault.times),
+                static_cast<int>(fault.value));
+  }
+  return "";
+}
+
+}  // namespace
+}  // namespace phone
+
+int phone_load(const char *path, char *error, size_t error_size) {
+  std::string message = path ? phone::load(path) : "no description file named";
+  if (message.empty()) return 0;
+  if (error) snprintf(error, error_size, "%s", message.c_str());
+  return -1;
+}

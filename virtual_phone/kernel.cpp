@@ -1,0 +1,410 @@
+// What stands behind the system calls of a phone: these definitions come before libc's. They serve what
+// concerns the phone and pass everything else on.
+//
+// What concerns the phone is told from the call itself, never from who called (a sanitizer's runtime may
+// stand between): UDP sockets and the private request on them, the debug node, "/system/bin/sh", popen for
+// reading, the children and streams given out here. fork, sleep and usleep concern it always.
+#include "shell.h"
+#include "state.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace phone {
+namespace {
+
+constexpr unsigned long private_request = 0x89F2;
+constexpr const char *node_path = "/sys/vq20x0_debug/bfgx_test";
+constexpr const char *shell_path = "/system/bin/sh";
+constexpr int give_descriptor_0 = -1000;
+constexpr uintptr_t first_page = 4096;
+
+/// The definition behind ours.
+template <typename Function> Function *behind(const char *name) {
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+#define BEHIND(function) static auto *const next = behind<decltype(function)>(#function)
+
+int libc_close(int descriptor) {
+  static auto *const next = behind<int(int)>("close");
+  return next(descriptor);
+}
+
+pid_t libc_waitpid(pid_t child, int *status) {
+  static auto *const next = behind<pid_t(pid_t, int *, int)>("waitpid");
+  pid_t result;
+  do result = next(child, status, 0);
+  while (result < 0 && errno == EINTR);
+  return result;
+}
+
+/// Notes a failing use, sets errno and gives the call's own sign of failure.
+template <typename Result> Result refuse(note what, int error, Result sign) {
+  what.error = error;
+  record(what);
+  errno = error;
+  return sign;
+}
+
+// ---- Sockets ---------------------------------------------------------------------------------------------
+
+int spare_stdin = -1;
+
+/// A caller that closed its standard input gets descriptor 0 from the kernel; stands in for that.
+int move_to_descriptor_0(int descriptor) {
+  spare_stdin = fcntl(0, F_DUPFD_CLOEXEC, 100);
+  dup2(descriptor, 0);
+  libc_close(descriptor);
+  return 0;
+}
+
+void give_stdin_back() {
+  if (spare_stdin < 0) return;
+  dup2(spare_stdin, 0);
+  libc_close(spare_stdin);
+  spare_stdin = -1;
+}
+
+int open_socket(int domain, int type, int protocol) {
+  BEHIND(socket);
+  verdict judged = use(fn_socket);
+  if (judged.fails && judged.value != give_descriptor_0) {
+    return refuse({.kind = PHONE_SOCKET, .result = -1}, judged.or_else(EMFILE), -1);
+  }
+  int descriptor = next(domain, type, protocol);
+  if (descriptor < 0 && (errno == EACCES || errno == EPERM)) descriptor = eventfd(0, EFD_CLOEXEC);
+  int error = descriptor < 0 ? errno : 0;
+  if (judged.fails && descriptor > 0) descriptor = move_to_descriptor_0(descriptor);
+  if (descriptor >= 0) give_descriptor(descriptor, given::socket);
+  record({.kind = PHONE_SOCKET, .result = descriptor, .error = error});
+  return descriptor;
+}
+
+// ---- The private request ----------------------------------------------------------------------------------
+
+struct interface_request {
+  char name[16];
+  uint8_t *record;
+  char rest[16];
+};
+static_assert(sizeof(interface_request) == 40, "the interface request of a 64-bit system");
+
+bool is_wild(const void *pointer) { return reinterpret_cast<uintptr_t>(pointer) < first_page; }
+
+uint32_t number_at(const char *bytes) {
+  uint32_t number;
+  memcpy(&number, bytes, sizeof(number));
+  return number;
+}
+
+/// The name as the kernel reads it: terminated, and cut at a colon.
+std::string interface_name(const interface_request &request) {
+  std::string name(request.name, strnlen(request.name, sizeof(request.name) - 1));
+  return name.substr(0, name.find(':'));
+}
+
+/// 0 or more: what the call gives; negative: an errno.
+int run_driver(const std::string &name, uint8_t *sent, verdict judged) {
+  if (judged.fails && judged.value >= 0) return -judged.or_else(EIO);
+  if (name != "wlan0") return -ENODEV;
+  int result = radio_command(&state().radio, sent, static_cast<uint64_t>(phone_now_us()));
+  return result == 0 && judged.fails ? -judged.value : result;
+}
+
+int private_command(int descriptor, interface_request *request) {
+  if (is_wild(request) || is_wild(request->record)) {
+    use(fn_ioctl);
+    return refuse({.kind = PHONE_IOCTL, .result = -1, .number = {descriptor}}, EFAULT, -1);
+  }
+  char both[2 * RADIO_RECORD_SIZE];
+  memcpy(both, request->record, RADIO_RECORD_SIZE);
+  uint32_t command = number_at(both + 4);
+  std::string name = interface_name(*request);
+  int64_t now = phone_now_us();
+  int result = run_driver(name, request->record, use_ioctl(command));
+  memcpy(both + RADIO_RECORD_SIZE, request->record, RADIO_RECORD_SIZE);
+  record({.kind = PHONE_IOCTL,
+          .result = result < 0 ? -1 : result,
+          .error = result < 0 ? -result : 0,
+          .number = {descriptor, number_at(both), command},
+          .name = name,
+          .data = {both, sizeof(both)},
+          .time_us = now});
+  if (result >= 0) return result;
+  errno = -result;
+  return -1;
+}
+
+// ---- Closing ---------------------------------------------------------------------------------------------
+
+/// As on Linux, a close that reports an error has closed the descriptor all the same.
+int close_given(int descriptor) {
+  verdict judged = use(fn_close);
+  take_descriptor(descriptor);
+  int result = libc_close(descriptor);
+  int error = result < 0 ? errno : 0;
+  if (descriptor == 0) give_stdin_back();
+  if (judged.fails) {
+    result = -1;
+    error = judged.or_else(EIO);
+  }
+  record({.kind = PHONE_CLOSE, .result = result, .error = error, .number = {descriptor}});
+  if (error) errno = error;
+  return result;
+}
+
+// ---- Children --------------------------------------------------------------------------------------------
+
+/// The event is placed before the child exists, so that what the child does comes after it.
+pid_t fork_traced() {
+  BEHIND(fork);
+  verdict judged = use(fn_fork);
+  if (judged.fails) return refuse({.kind = PHONE_FORK, .result = -1}, judged.or_else(EAGAIN), -1);
+  size_t event = record({.kind = PHONE_FORK});
+  pid_t child = next();
+  if (child == 0) return 0;
+  int error = child < 0 ? errno : 0;
+  if (child > 0) give_child(child);
+  amend(event, child, error);
+  if (error) errno = error;
+  return child;
+}
+
+int become_shell(const char *command) {
+  verdict judged = use(fn_execl);
+  if (judged.fails) {
+    return refuse({.kind = PHONE_EXEC, .result = -1, .text = command}, judged.or_else(ENOENT), -1);
+  }
+  std::string output;
+  int status = run_shell(command, output);
+  record({.kind = PHONE_EXEC, .result = status, .text = command});
+  _exit(status);
+}
+
+int execute(const char *path, const std::vector<char *> &arguments) {
+  bool shell =
+      path && strcmp(path, shell_path) == 0 && arguments.size() == 4 && strcmp(arguments[1], "-c") == 0;
+  return shell ? become_shell(arguments[2]) : execv(path, arguments.data());
+}
+
+/// A wait that fails for good means that there is no such child any more.
+pid_t fail_wait(pid_t child, int error, int64_t began) {
+  if (error != EINTR) {
+    int unused = 0;
+    libc_waitpid(child, &unused);
+    take_child(child);
+  }
+  return refuse({.kind = PHONE_WAIT, .result = -1, .time_us = began}, error, pid_t{-1});
+}
+
+pid_t wait_traced(pid_t child, int *status, int options) {
+  BEHIND(waitpid);
+  int64_t began = phone_now_us();
+  verdict judged = use(fn_waitpid);
+  if (judged.fails) return fail_wait(child, judged.or_else(EINTR), began);
+  int seen = 0;
+  pid_t result = next(child, &seen, options);
+  int error = result < 0 ? errno : 0;
+  if (result == child) {
+    take_child(child);
+    if (status) *status = seen;
+  }
+  record({.kind = PHONE_WAIT, .result = result, .error = error, .number = {seen}, .time_us = began});
+  if (error) errno = error;
+  return result;
+}
+
+// ---- Streams ---------------------------------------------------------------------------------------------
+
+void write_all(int descriptor, std::string_view text) {
+  static auto *const next = behind<ssize_t(int, const void *, size_t)>("write");
+  while (!text.empty()) {
+    ssize_t done = next(descriptor, text.data(), text.size());
+    if (done <= 0) return;
+    text.remove_prefix(static_cast<size_t>(done));
+  }
+}
+
+FILE *open_stream(const char *command) {
+  static auto *const libc_fork = behind<pid_t()>("fork");
+  verdict judged = use(fn_popen);
+  if (judged.fails) {
+    return refuse<FILE *>({.kind = PHONE_POPEN, .text = command}, judged.or_else(EMFILE), nullptr);
+  }
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC)) return refuse<FILE *>({.kind = PHONE_POPEN, .text = command}, errno, nullptr);
+  record({.kind = PHONE_POPEN, .result = 1, .text = command});
+  pid_t child = libc_fork();
+  if (child == 0) {
+    std::string output;
+    int status = run_shell(command, output);
+    write_all(ends[1], output);
+    _exit(status);
+  }
+  libc_close(ends[1]);
+  FILE *stream = fdopen(ends[0], "r");
+  give_stream(stream, child);
+  return stream;
+}
+
+size_t read_stream(void *into, size_t size, size_t count, FILE *stream) {
+  BEHIND(fread);
+  verdict judged = use(fn_fread);
+  if (judged.fails) return refuse({.kind = PHONE_FREAD}, judged.or_else(EIO), size_t{0});
+  size_t items = next(into, size, count, stream);
+  record({.kind = PHONE_FREAD, .result = static_cast<int64_t>(items * size)});
+  return items;
+}
+
+int close_stream(FILE *stream, pid_t child) {
+  verdict judged = use(fn_pclose);
+  take_stream(stream);
+  fclose(stream);
+  int status = -1;
+  if (libc_waitpid(child, &status) != child) status = -1;
+  if (judged.fails) return refuse({.kind = PHONE_PCLOSE, .result = -1}, judged.or_else(ECHILD), -1);
+  record({.kind = PHONE_PCLOSE, .result = status});
+  return status;
+}
+
+// ---- The debug node --------------------------------------------------------------------------------------
+
+int open_node() {
+  verdict judged = use(fn_open);
+  note what{.kind = PHONE_OPEN, .result = -1, .text = node_path};
+  if (judged.fails) return refuse(what, judged.or_else(EACCES), -1);
+  if (!state().config.node_present) return refuse(what, ENOENT, -1);
+  int descriptor = eventfd(0, EFD_CLOEXEC);
+  if (descriptor < 0) return refuse(what, errno, -1);
+  give_descriptor(descriptor, given::node);
+  what.result = descriptor;
+  record(what);
+  return descriptor;
+}
+
+void keep_written(std::string_view bytes) {
+  auto &kept = state().config.node_written;
+  size_t used = strnlen(kept, sizeof(kept) - 1);
+  memcpy(kept + used, bytes.data(), std::min(bytes.size(), sizeof(kept) - 1 - used));
+}
+
+ssize_t write_node(const void *bytes, size_t size) {
+  verdict judged = use(fn_write);
+  note what{.kind = PHONE_WRITE, .result = -1, .data = {static_cast<const char *>(bytes), size}};
+  if (judged.fails) return refuse(what, judged.or_else(EIO), ssize_t{-1});
+  keep_written(what.data);
+  what.result = static_cast<int64_t>(size);
+  record(what);
+  return static_cast<ssize_t>(size);
+}
+
+bool is_node(const char *path) { return path && strcmp(path, node_path) == 0; }
+
+// ---- Time ------------------------------------------------------------------------------------------------
+
+bool sleep_virtually(function which, int64_t us) {
+  use(which);
+  record({.kind = PHONE_SLEEP, .number = {us}});
+  if (state().clock != PHONE_CLOCK_VIRTUAL) return false;
+  advance_clock(us);
+  return true;
+}
+
+}  // namespace
+}  // namespace phone
+
+using namespace phone;
+
+extern "C" {
+
+int socket(int domain, int type, int protocol) noexcept {
+  BEHIND(socket);
+  bool phones = domain == AF_INET && (type & ~(SOCK_CLOEXEC | SOCK_NONBLOCK)) == SOCK_DGRAM;
+  return phones ? open_socket(domain, type, protocol) : next(domain, type, protocol);
+}
+
+int ioctl(int descriptor, unsigned long request, ...) noexcept {
+  BEHIND(ioctl);
+  va_list arguments;
+  va_start(arguments, request);
+  void *argument = va_arg(arguments, void *);
+  va_end(arguments);
+  bool phones = request == private_request && descriptor_kind(descriptor) == given::socket;
+  return phones ? private_command(descriptor, static_cast<interface_request *>(argument))
+                : next(descriptor, request, argument);
+}
+
+int close(int descriptor) {
+  return descriptor_kind(descriptor) == given::nothing ? libc_close(descriptor) : close_given(descriptor);
+}
+
+pid_t fork(void) noexcept { return fork_traced(); }
+
+int execl(const char *path, const char *argument, ...) noexcept {
+  std::vector<char *> all;
+  va_list arguments;
+  va_start(arguments, argument);
+  for (const char *each = argument; each; each = va_arg(arguments, const char *)) {
+    all.push_back(const_cast<char *>(each));
+  }
+  va_end(arguments);
+  all.push_back(nullptr);
+  return execute(path, all);
+}
+
+pid_t waitpid(pid_t child, int *status, int options) {
+  BEHIND(waitpid);
+  return is_child(child) ? wait_traced(child, status, options) : next(child, status, options);
+}
+
+FILE *popen(const char *command, const char *mode) {
+  BEHIND(popen);
+  bool reading = command && mode && mode[0] == 'r';
+  return reading ? open_stream(command) : next(command, mode);
+}
+
+size_t fread(void *into, size_t size, size_t count, FILE *stream) {
+  BEHIND(fread);
+  return stream_child(stream) ? read_stream(into, size, count, stream) : next(into, size, count, stream);
+}
+
+int pclose(FILE *stream) {
+  BEHIND(pclose);
+  pid_t child = stream_child(stream);
+  return child ? close_stream(stream, child) : next(stream);
+}
+
+int open(const char *path, int flags, ...) {
+  static auto *const next = behind<int(const char *, int, ...)>("open");
+  va_list arguments;
+  va_start(arguments, flags);
+  mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return is_node(path) ? open_node() : next(path, flags, mode);
+}
+
+ssize_t write(int descriptor, const void *bytes, size_t size) {
+  BEHIND(write);
+  return descriptor_kind(descriptor) == given::node ? write_node(bytes, size) : next(descriptor, bytes, size);
+}
+
+unsigned sleep(unsigned seconds) {
+  BEHIND(sleep);
+  return sleep_virtually(fn_sleep, int64_t{seconds} * 1000000) ? 0 : next(seconds);
+}
+
+int usleep(useconds_t us) {
+  BEHIND(usleep);
+  return sleep_virtually(fn_usleep, us) ? 0 : next(us);
+}
+}
