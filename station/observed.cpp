@@ -120,8 +120,15 @@ bool repeats(const observed &seen, const contact &e, const contact *last) {
          last->number[0] == e.number[0] && seen.commands.back().attempts == 1;
 }
 
+std::string record_text(const char *record) {
+  size_t size = record_size;
+  while (size > 0 && record[size - 1] == 0) --size;
+  return hex(record, size);
+}
+
 void add_command(observed &seen, const contact &e, const contact *last, unsigned chip) {
   if (e.size < 2 * record_size) return;
+  seen.records.push_back(record_text(static_cast<const char *>(e.data)));
   auto *before = static_cast<const char *>(e.data) + data_offset;
   bool taken = e.result >= 0;
   auto id = static_cast<uint32_t>(e.number[2]);
