@@ -3,8 +3,10 @@
 #include "expectations.h"
 #include "help.h"
 #include "nv_view.h"
+#include "options.h"
 #include "phone_link.h"
 #include "text.h"
+#include "trace_view.h"
 #include "within.h"
 
 #include <charconv>
@@ -182,6 +184,16 @@ std::string run_seen(interpreter &in, words_t words) {
   return to_list(items);
 }
 
+std::string run_log(interpreter &in, words_t words) {
+  last_of(in, "log");
+  return std::string(trim_end(log_text(words.empty() ? 0 : log_priority(words[0]))));
+}
+
+std::string run_trace(interpreter &in, words_t) {
+  last_of(in, "trace");
+  return std::string(trim_end(trace_text()));
+}
+
 std::string run_nv_command(interpreter &in, words_t words) { return run_nv(words, &in); }
 
 std::string run_help(interpreter &, words_t words) {
@@ -243,6 +255,14 @@ const command table[] = {
      1,
      1,
      run_seen},
+    {{"log", "log ?PRIORITY?", "The log of the last call: from debug, info, warn or error on.", "log error"},
+     0,
+     1,
+     run_log},
+    {{"trace", "trace", "Every contact of the last call with the phone, in order.", "trace"},
+     0,
+     0,
+     run_trace},
     {{"nv", "nv list | show NUMBER | save FILE | load FILE | clear", "Looks at and sets the NV store.",
       "nv show 340"},
      1,

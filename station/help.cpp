@@ -71,7 +71,7 @@ std::string help_about(const std::string &name) {
 
 std::string help_command_line() {
   return R"(Usage:
-  orva-station [OPTIONS] FUNCTION [ARGUMENT...] [-> RESULT [OUTPUT LIMITS]...]   call one function
+  orva-station [OPTIONS] FUNCTION [ARGUMENT...]                                   call one function
   orva-station [OPTIONS] run SESSION.tcl...                                       run sessions
   orva-station [OPTIONS] nv list | show NUMBER | save FILE | load FILE | clear    look at the NV store
   orva-station list | help [FUNCTION]                                             what there is
@@ -84,6 +84,7 @@ Options:
   --log[=PRIORITY]  the phone's log on stderr, from debug (default), info, warn or error on
   --nv FILE         keeps NV in this file instead of in memory
   --library FILE    the library under test
+  --expect LIMITS   what a single call should give: its result, then outputs and limits, as "1 rssi -70..-40"
   --json            one JSON object a line instead of the table
   --brief           one line for each call, without driver commands and pauses
   --quiet           only what failed, and the summary

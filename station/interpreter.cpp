@@ -4,6 +4,7 @@
 #include "functions.h"
 #include "text.h"
 
+#include <csignal>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
@@ -84,7 +85,30 @@ std::vector<std::string> all_command_names() {
   return names;
 }
 
-interpreter::interpreter(session &s) : running(s), tcl(Tcl_CreateInterp()) {
+/** Tcl asks between two commands whether it was interrupted. */
+struct interpreter::async_stop {
+  Tcl_AsyncHandler handler;
+  static inline Tcl_AsyncHandler current;
+  static inline volatile std::sig_atomic_t running;
+
+  async_stop() : handler(Tcl_AsyncCreate(on_stop, nullptr)) { current = handler; }
+  ~async_stop() {
+    current = nullptr;
+    Tcl_AsyncDelete(handler);
+  }
+  static int on_stop(ClientData, Tcl_Interp *tcl, int status) {
+    if (!tcl) return status;
+    Tcl_SetObjResult(tcl, Tcl_NewStringObj("interrupted", -1));
+    return TCL_ERROR;
+  }
+};
+
+void interpreter::interrupt() {
+  if (async_stop::running) Tcl_AsyncMark(async_stop::current);
+}
+
+interpreter::interpreter(session &s)
+    : running(s), tcl(Tcl_CreateInterp()), stop(std::make_unique<async_stop>()) {
   Tcl_MakeSafe(tcl);
   for (auto *name : hidden) Tcl_HideCommand(tcl, name, name);
   Tcl_SetAssocData(tcl, "station", nullptr, this);
@@ -100,7 +124,9 @@ interpreter::~interpreter() { Tcl_DeleteInterp(tcl); }
 bool interpreter::complete(const std::string &text) { return Tcl_CommandComplete(text.c_str()) != 0; }
 
 std::string interpreter::eval(const std::string &command) {
+  async_stop::running = 1;
   int status = Tcl_EvalEx(tcl, command.data(), static_cast<int>(command.size()), TCL_EVAL_GLOBAL);
+  async_stop::running = 0;
   std::string text = Tcl_GetStringResult(tcl);
   if (status == TCL_ERROR) throw usage_error{text};
   return text;

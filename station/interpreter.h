@@ -8,6 +8,7 @@
 
 #include "session.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,8 @@ public:
   bool run_file(const std::string &path);
   /** Evaluates one command; gives its value, or throws usage_error with what went wrong. */
   std::string eval(const std::string &command);
+  /** Ends the command that runs, from a signal handler. */
+  static void interrupt();
   /** Is it a whole command, or does a brace wait for its partner? */
   static bool complete(const std::string &text);
 
@@ -49,6 +52,8 @@ public:
 private:
   session &running;
   Tcl_Interp *tcl;
+  struct async_stop;
+  std::unique_ptr<async_stop> stop;
   std::string script;
 };
 

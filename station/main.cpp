@@ -61,6 +61,9 @@ exit_status run_call(const command_line &line) {
     throw usage_error{fmt::format("There is no function or command \"{}\".{} See orva-station list.",
                                   line.words[0], did_you_mean(line.words[0], all_command_names()))};
   std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+  if (!line.expect.empty()) words.emplace_back("->");
+  for (auto &word : split(line.expect, ' '))
+    if (!word.empty()) words.push_back(word);
   bool good = true;
   for (auto &with : chips_to_test(line)) {
     session s(with, "", make_reporters(line));
@@ -84,9 +87,9 @@ exit_status run_nv_command(const command_line &line) {
 exit_status run_interactive(const command_line &line) {
   session s(line.with, "", make_reporters(line));
   s.start();
-  run_prompt(s);
-  auto summary = s.finish();
-  return summary.passed() ? PASSED : FAILED;
+  bool understood = run_prompt(s);
+  bool passed = s.finish().passed();
+  return !understood ? MISUSED : passed ? PASSED : FAILED;
 }
 
 exit_status run_help(const command_line &line) {

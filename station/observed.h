@@ -47,7 +47,8 @@ struct observed {
   std::vector<int64_t> pauses_us;
   std::vector<log_line> log;
   std::vector<nv_access> nv;
-  /** Each driver request as sent, repeated ones too: the record in hexadecimal, without the zeros at its end. */
+  /** Each driver request as sent, repeated ones too: the record in hexadecimal, without the zeros at its end.
+   */
   std::vector<std::string> records;
 
   int64_t total_pause_us() const;

@@ -9,25 +9,21 @@
 namespace station {
 namespace {
 
-enum option_id { CHIP = 256, PHONE, CLOCK, LOG, NV, LIBRARY, JSON, BRIEF, QUIET, HELP, VERSION };
+enum option_id { CHIP = 256, PHONE, CLOCK, LOG, NV, LIBRARY, JSON, BRIEF, QUIET, EXPECT, HELP, VERSION };
 
-constexpr option known_options[] = {
-    {"chip", required_argument, nullptr, CHIP},   {"phone", required_argument, nullptr, PHONE},
-    {"clock", required_argument, nullptr, CLOCK}, {"log", optional_argument, nullptr, LOG},
-    {"nv", required_argument, nullptr, NV},       {"library", required_argument, nullptr, LIBRARY},
-    {"json", no_argument, nullptr, JSON},         {"brief", no_argument, nullptr, BRIEF},
-    {"quiet", no_argument, nullptr, QUIET},       {"help", no_argument, nullptr, HELP},
-    {"version", no_argument, nullptr, VERSION},   {nullptr, 0, nullptr, 0}};
-
-int log_priority(const std::string &name) {
-  static const std::map<std::string, int> priorities = {
-      {"", 3},  {"verbose", 2}, {"debug", 3}, {"info", 4}, {"warn", 5}, {"error", 6},
-      {"V", 2}, {"D", 3},       {"I", 4},     {"W", 5},    {"E", 6}};
-  auto found = priorities.find(name);
-  if (found == priorities.end())
-    throw usage_error{fmt::format("--log={}: give debug, info, warn or error.", name)};
-  return found->second;
-}
+constexpr option known_options[] = {{"chip", required_argument, nullptr, CHIP},
+                                    {"phone", required_argument, nullptr, PHONE},
+                                    {"clock", required_argument, nullptr, CLOCK},
+                                    {"log", optional_argument, nullptr, LOG},
+                                    {"nv", required_argument, nullptr, NV},
+                                    {"library", required_argument, nullptr, LIBRARY},
+                                    {"json", no_argument, nullptr, JSON},
+                                    {"brief", no_argument, nullptr, BRIEF},
+                                    {"quiet", no_argument, nullptr, QUIET},
+                                    {"expect", required_argument, nullptr, EXPECT},
+                                    {"help", no_argument, nullptr, HELP},
+                                    {"version", no_argument, nullptr, VERSION},
+                                    {nullptr, 0, nullptr, 0}};
 
 void set_chip(command_line &line, const std::string &name) {
   line.with.chip_given = true;
@@ -56,6 +52,7 @@ void take_option(command_line &line, int id, const std::string &value) {
   case JSON: line.json = true; break;
   case BRIEF: line.how_much = detail::brief; break;
   case QUIET: line.how_much = detail::quiet; break;
+  case EXPECT: line.expect = value; break;
   case HELP: line.help = true; break;
   case VERSION: line.version = true; break;
   default: break;
@@ -70,6 +67,15 @@ std::vector<std::string> option_names() {
 }
 
 }  // namespace
+
+int log_priority(const std::string &name) {
+  static const std::map<std::string, int> priorities = {
+      {"", 3},  {"verbose", 2}, {"debug", 3}, {"info", 4}, {"warn", 5}, {"error", 6},
+      {"V", 2}, {"D", 3},       {"I", 4},     {"W", 5},    {"E", 6}};
+  auto found = priorities.find(name);
+  if (found != priorities.end()) return found->second;
+  throw usage_error{fmt::format("There is no log priority \"{}\": give debug, info, warn or error.", name)};
+}
 
 command_line parse_command_line(int count, char **arguments) {
   command_line line;

@@ -41,8 +41,8 @@ json to_json(const observed &seen) {
   for (auto &n : seen.nv)
     nv.push_back(
         {{"write", n.write}, {"number", n.number}, {"name", n.name}, {"text", n.text}, {"code", n.code}});
-  return {{"driver", driver}, {"shell", shell}, {"files", seen.files}, {"pauses_us", seen.pauses_us},
-          {"log", log},       {"nv", nv},         {"records", seen.records}};
+  return {{"driver", driver}, {"shell", shell}, {"files", seen.files},    {"pauses_us", seen.pauses_us},
+          {"log", log},       {"nv", nv},       {"records", seen.records}};
 }
 
 json to_json(const session_summary &s) {

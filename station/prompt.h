@@ -6,8 +6,11 @@
 
 namespace station {
 
-/** Reads and runs commands until the end of the input or "exit". */
-void run_prompt(session &s);
+/**
+ * Reads and runs commands until the end of the input or "exit".
+ * False where a pipe held something that was not understood.
+ */
+bool run_prompt(session &s);
 
 }  // namespace station
 

@@ -22,7 +22,18 @@ static void require(const std::string &message) {
   if (!message.empty()) throw usage_error{message};
 }
 
-void session::load_library() { require(lib.load(options.library)); }
+void session::load_library() {
+  require(lib.load(options.library));
+  progress = {};
+}
+
+/** After a call that succeeded. Taking wlan0 down stops whatever ran. */
+void session::follow(const std::string &name) {
+  if (name == "wifi_start_testmode") progress.test_mode = true;
+  if (name == "wifi_stop_testmode" || name == "wifi_test_weld") progress = {};
+  if (name == "wifi_start_tx" || name == "wifi_stop_tx") progress.transmit = name == "wifi_start_tx";
+  if (name == "wifi_start_rx" || name == "wifi_stop_rx") progress.receive = name == "wifi_start_rx";
+}
 
 void session::start() {
   phone_link::reset();
@@ -76,6 +87,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   last_step->seen = observe(chip());
   last_step->expectations = judge_result(last_step->result, wants);
   ++summary.calls;
+  if (last_step->result.means.verdict == outcome::good) follow(f.name);
   for (auto &e : last_step->expectations) count(e);
   for (auto &r : reporters) r->call(*last_step);
   return *last_step;

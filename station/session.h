@@ -81,6 +81,13 @@ struct settings {
   int log_priority = 0;
 };
 
+/** What runs on the phone, as far as the calls of this session tell. */
+struct test_progress {
+  bool test_mode = false;
+  bool transmit = false;
+  bool receive = false;
+};
+
 class session {
 public:
   session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to);
@@ -105,14 +112,17 @@ public:
   /** The last call; null before the first. */
   const call_step *last() const { return last_step.get(); }
   const session_summary &so_far() const { return summary; }
+  const test_progress &state() const { return progress; }
 
 private:
   void load_library();
   void count(const expectation &e);
+  void follow(const std::string &name);
 
   settings options;
   session_summary summary;
   std::vector<std::shared_ptr<reporter>> reporters;
+  test_progress progress;
   library lib;
   std::unique_ptr<call_step> last_step;
   struct planned {
