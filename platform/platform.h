@@ -16,7 +16,8 @@ extern "C" {
 enum { ORVA_LOG_DEBUG = 3, ORVA_LOG_INFO = 4, ORVA_LOG_ERROR = 6 };
 
 /** One line of the Android log. */
-int __android_log_print(int prio, const char *tag, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
+int __android_log_print(int prio, const char *tag, const char *fmt, ...)
+    __attribute__((format(printf, 3, 4)));
 
 /** The fitted chip: 0 vq2040, 1 vq2050, 2 vq2040a, 3 vq2070. */
 uint32_t get_orva_connectivity_subchip(void);
@@ -35,7 +36,8 @@ int kevoOperaNVWR(uint32_t op, uint32_t nv_num, const char *nv_name, uint32_t si
 /** Copies count bytes; with count > dest_max zeroes dest and fails. */
 int memcpy_s(void *dest, size_t dest_max, const void *src, size_t count);
 int memset_s(void *dest, size_t dest_max, int c, size_t count);
-/** Copies at most count characters and terminates; fails and empties dest where that needs more than dest_max. */
+/** Copies at most count characters and terminates; fails and empties dest where that needs more than
+ * dest_max. */
 int strncpy_s(char *dest, size_t dest_max, const char *src, size_t count);
 /** Writes at most count characters; a longer text is cut there, terminated, and gives -1. */
 int snprintf_s(char *dest, size_t dest_max, size_t count, const char *fmt, ...)

@@ -1,0 +1,18 @@
+#include "common/log.h"
+
+namespace orva {
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
+void log_text(const chip &chip, int priority, const char *text, int32_t value) {
+  __android_log_print(priority, chip.log_tag, text, value);
+}
+
+void log_named(const chip &chip, int priority, const char *text) {
+  __android_log_print(priority, chip.log_tag, text, chip.name);
+}
+
+#pragma GCC diagnostic pop
+
+}  // namespace orva
