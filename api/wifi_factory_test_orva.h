@@ -2,12 +2,13 @@
  * @file wifi_factory_test_orva.h
  * Factory test of the WLAN chip: what a test tool on the phone calls.
  *
- * Each function asks the platform which chip is fitted (vq2040, vq2050, vq2040a, vq2070) and passes its arguments to
- * that chip's back end. Unless a function says otherwise:
+ * Each function asks the platform which chip is fitted (vq2040, vq2050, vq2040a, vq2070) and passes its
+ * arguments to that chip's back end. Unless a function says otherwise:
  * - the result is 1 for success and 0 for failure;
- * - a chip without the operation, and a sub-chip index above 3, log "<function>::funcname is null.\n" at error
- *   priority under the tag "WIFI_ORVA_FAC_TEST" and give 0;
- * - pointers belong to the caller and are used only during the call; they are not tested for null unless said;
+ * - a chip without the operation, and a sub-chip index above 3, log "<function>::funcname is null.\n" at
+ * error priority under the tag "WIFI_ORVA_FAC_TEST" and give 0;
+ * - pointers belong to the caller and are used only during the call; they are not tested for null unless
+ * said;
  * - failures are logged under the chip's own tag ("WIFI_ORVA_FAC_TEST_2050", …);
  * - one caller at a time: the test state is plain globals, there are no locks;
  * - a driver command that is refused is tried once more after 10 ms.
@@ -20,6 +21,8 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+#pragma GCC visibility push(default)
 
 /** @name Dispatch */
 /** @{ */
@@ -42,7 +45,8 @@ wifi_func_t wifi_get_func(uint32_t op_id);
 /**
  * Sets the transmit power.
  * With test mode off the power goes to the driver at once; with test mode on it waits for wifi_start_tx().
- * @param power in the station's units; the driver gets a tenth of it (vq2040: a hundredth), truncated toward zero.
+ * @param power in the station's units; the driver gets a tenth of it (vq2040: a hundredth), truncated toward
+ * zero.
  * @return 1; 0 when the driver refused. On vq2040 the setting outside test mode is the connection power.
  */
 uint32_t wifi_set_power(int32_t power);
@@ -71,7 +75,8 @@ uint32_t wifi_set_band(int32_t band);
 
 /**
  * Sets the channel.
- * @param channel centre frequency in MHz: 2412 to 2472 or 5180 to 5825 in steps of 5, or 2484. Not checked here.
+ * @param channel centre frequency in MHz: 2412 to 2472 or 5180 to 5825 in steps of 5, or 2484. Not checked
+ * here.
  * @return 1.
  */
 uint32_t wifi_set_channel(int32_t channel);
@@ -92,8 +97,8 @@ uint32_t wifi_set_antenna(int32_t antenna);
 
 /**
  * Reads a setting back. Nothing is sent to the driver.
- * @param item 1 test mode on, 2 mode, 3 channel (MHz), 4 frequency (never set), 5 power, 7 rate, 9 transmit on,
- *        10 receive on, 11 antenna, 13 memory test time (and, on vq2050 and vq2070, marks a running test for the
+ * @param item 1 test mode on, 2 mode, 3 channel (MHz), 4 frequency (never set), 5 power, 7 rate, 9 transmit
+ * on, 10 receive on, 11 antenna, 13 memory test time (and, on vq2050 and vq2070, marks a running test for the
  *        chip check).
  * @return the value; -1 for an unknown item, and for channel, frequency, power and rate below 1.
  */
@@ -104,21 +109,22 @@ int32_t wifi_query_setting(int32_t item);
 /** @{ */
 
 /**
- * Enters test mode: takes wlan0 from the phone's framework (2 s where it was up), brings it up, switches power save
- * off and sets the test country code; the newer chips also set their calibration intervals.
+ * Enters test mode: takes wlan0 from the phone's framework (2 s where it was up), brings it up, switches
+ * power save off and sets the test country code; the newer chips also set their calibration intervals.
  * @return 1, also when it was on already; 0 when wlan0 did not come up. Other failures are only logged.
  */
 uint32_t wifi_start_testmode(void);
 
 /**
- * Leaves test mode: stops a running receive test and takes wlan0 down. A running transmit test is not stopped.
+ * Leaves test mode: stops a running receive test and takes wlan0 down. A running transmit test is not
+ * stopped.
  * @return 1, also when it was off already; 0 when wlan0 did not go down: test mode then stays on.
  */
 uint32_t wifi_stop_testmode(void);
 
 /**
- * Sends mode, bandwidth, channel, chain (vq2050, vq2070), rate and power to the driver and starts to transmit.
- * The first refusal ends it; what was sent before stays. Does not check that test mode is on.
+ * Sends mode, bandwidth, channel, chain (vq2050, vq2070), rate and power to the driver and starts to
+ * transmit. The first refusal ends it; what was sent before stays. Does not check that test mode is on.
  * @return 1; 0 after a refusal or for a channel that the bandwidth does not allow.
  */
 uint32_t wifi_start_tx(void);
@@ -127,10 +133,10 @@ uint32_t wifi_start_tx(void);
 uint32_t wifi_stop_tx(void);
 
 /**
- * Sets the address filter and sends mode, bandwidth, channel, chain (vq2050, vq2070) and RU setting (vq2070, once
- * after wifi_ru_set()), and starts to receive. The first refusal ends it.
- * @param mac 12 hexadecimal digits without separators, or null for 001122334455. Characters after the twelfth are
- *        not read; a shorter text must still be readable up to the first character that is no digit.
+ * Sets the address filter and sends mode, bandwidth, channel, chain (vq2050, vq2070) and RU setting (vq2070,
+ * once after wifi_ru_set()), and starts to receive. The first refusal ends it.
+ * @param mac 12 hexadecimal digits without separators, or null for 001122334455. Characters after the twelfth
+ * are not read; a shorter text must still be readable up to the first character that is no digit.
  * @param unused passed on and not read.
  * @return 1; 0 for an illegal digit, a channel that the bandwidth does not allow, or a refusal.
  */
@@ -141,7 +147,8 @@ uint32_t wifi_stop_rx(void);
 
 /**
  * Reads the signal strength.
- * @param rssi gets the driver's value, also when the driver refused; not written when no socket could be opened.
+ * @param rssi gets the driver's value, also when the driver refused; not written when no socket could be
+ * opened.
  * @return 1; 0 when the driver refused or no socket could be opened.
  */
 uint32_t wifi_get_rx_rssi(uint32_t *rssi);
@@ -152,7 +159,8 @@ uint32_t wifi_get_rx_pckg(void);
 /**
  * Arms an RU test for the next receive start (vq2070 only).
  * @param en_set 0 none, 1 transmit, 2 receive.
- * @param aid association id, three hexadecimal digits (others count as 0), or null for 1. Not read for en_set 0.
+ * @param aid association id, three hexadecimal digits (others count as 0), or null for 1. Not read for en_set
+ * 0.
  * @return 1; 0 for an en_set of 3 or more.
  */
 uint32_t wifi_ru_set(int32_t en_set, const char *aid);
@@ -165,7 +173,8 @@ uint32_t wifi_ru_set(int32_t en_set, const char *aid);
 uint32_t wifi_set_powermode(int32_t mode, int32_t value);
 
 /**
- * Power test: takes wlan0 from the framework and switches a test mode in the driver (vq2040: writes the test node).
+ * Power test: takes wlan0 from the framework and switches a test mode in the driver (vq2040: writes the test
+ * node).
  * @param mode passed to the driver; vq2040 tells only 0 from other values.
  */
 uint32_t wifi_pt_power_test(int32_t mode);
@@ -199,7 +208,8 @@ uint32_t conn_test_get_chipcheck_result(uint8_t *first, uint8_t *second, uint32_
  * Check time and die identifier; restarts wlan0.
  * @param unused passed on and not read.
  * @param check_time gets 100.
- * @param die_id gets 32 (vq2040, vq2040a) or 36 (vq2050, vq2070) upper-case hexadecimal digits, not terminated.
+ * @param die_id gets 32 (vq2040, vq2040a) or 36 (vq2050, vq2070) upper-case hexadecimal digits, not
+ * terminated.
  * @return 0; 1 when wlan0 did not come up or no socket could be opened.
  */
 uint32_t conn_test_get_checktime_of_chipcheck(const void *unused, uint32_t *check_time, uint8_t *die_id);
@@ -207,7 +217,8 @@ uint32_t conn_test_get_checktime_of_chipcheck(const void *unused, uint32_t *chec
 /** UART loop. @param unused passed on and not read. @return 0 for success, 1 for failure. */
 uint32_t conn_test_uart_loop(const void *unused);
 
-/** SDIO loop; stops the WLAN service first, except on vq2040. @param unused not read. @return 0 success, 1 failure. */
+/** SDIO loop; stops the WLAN service first, except on vq2040. @param unused not read. @return 0 success, 1
+ * failure. */
 uint32_t conn_test_sdio_loop(const void *unused);
 
 /** @} */
@@ -222,9 +233,10 @@ uint32_t wifi_nvram_set(const void *first, const void *second, int32_t third);
 
 /**
  * Clears stored calibration.
- * @param scope 1 all, 2 chain 0, 3 chain 1, 4 both chains at 2.4 GHz, 5 both at 5 GHz. vq2040 clears its block
- *        whatever the scope; vq2040a knows only 1.
- * @return 1, also when items could not be cleared (see the log); vq2040: 0 when the block could not be written.
+ * @param scope 1 all, 2 chain 0, 3 chain 1, 4 both chains at 2.4 GHz, 5 both at 5 GHz. vq2040 clears its
+ * block whatever the scope; vq2040a knows only 1.
+ * @return 1, also when items could not be cleared (see the log); vq2040: 0 when the block could not be
+ * written.
  */
 uint32_t wifi_nvram_calibrate_clean(int32_t scope);
 
@@ -244,16 +256,17 @@ uint32_t wifi_nvram_calibrate_get(char *out, int32_t size);
  * @param band 0 = 2.4 GHz, 1 = 5 GHz.
  * @param bandwidth 0 = 20 MHz, 1 = 40 MHz, 3 = 160 MHz (vq2040: 2 = 80 MHz).
  * @param freq centre frequency in MHz; 2442 is the 2.4 GHz reference channel.
- * @param delta_gain decimal text: tenths of the shift (vq2050 and vq2040a: -500 to 500); vq2040: a gain in dB, -5 to
- *        5 and not 0.
+ * @param delta_gain decimal text: tenths of the shift (vq2050 and vq2040a: -500 to 500); vq2040: a gain in
+ * dB, -5 to 5 and not 0.
  * @return 1 when every matching parameter was written; else 0, and what was written before stays.
  */
-uint32_t wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band, int32_t bandwidth,
-                                  int32_t freq, const char *delta_gain);
+uint32_t wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band,
+                                  int32_t bandwidth, int32_t freq, const char *delta_gain);
 
 /**
  * Clears stored calibration by flags (vq2050, vq2070).
- * @param flags four values, non-zero to clear: 2.4 GHz chain 0, 5 GHz chain 0, 2.4 GHz chain 1, 5 GHz chain 1.
+ * @param flags four values, non-zero to clear: 2.4 GHz chain 0, 5 GHz chain 0, 2.4 GHz chain 1, 5 GHz
+ * chain 1.
  * @return 1. A chip without it logs "wifi_nvram_clean_new::funcname is null.\n".
  */
 uint32_t wifi_nvram_calibrate_clean_new(const uint32_t *flags);
@@ -274,8 +287,8 @@ uint32_t wifi_set_tas_ant_mode(int32_t value);
 
 /**
  * Roams to an access point through the supplicant's client.
- * @param target BSSID, up to 81 characters. It becomes part of a shell command line AS IT STANDS: pass no text
- *        that you did not make yourself. Null is refused.
+ * @param target BSSID, up to 81 characters. It becomes part of a shell command line AS IT STANDS: pass no
+ * text that you did not make yourself. Null is refused.
  */
 uint32_t wifi_start_roam(const char *target);
 
@@ -302,10 +315,13 @@ uint32_t wifi_power_set_range(uint8_t *lower, uint8_t *upper);
  */
 uint32_t wifi_selcal_disable_set(int32_t flag);
 
-/** Broadcast loop (vq2040a). @return on the other chips, and for an unknown chip, 1 without doing anything. */
+/** Broadcast loop (vq2040a). @return on the other chips, and for an unknown chip, 1 without doing anything.
+ */
 uint32_t wifi_test_broadcast_loop(int32_t value);
 
 /** @} */
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

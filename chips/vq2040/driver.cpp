@@ -1,0 +1,13 @@
+#include "common/driver.h"
+#include "chips/vq2040/profile.h"
+#include "chips/vq2040/vq2040.h"
+#include "common/shell.h"
+
+using namespace orva;
+
+uint32_t vq2040_wl_config_sockets_open() { return wl_config_sockets_open(vq2040); }
+int32_t vq2040_wl_config_sockets_close(uint32_t socket) { return wl_config_sockets_close(socket); }
+int32_t vq2040_system_call(const char *command) { return system_call(vq2040, command); }
+int32_t vq2040_run_cmd_by_stream(const char *command, char *output, uint32_t size) {
+  return run_cmd_by_stream(vq2040, command, output, size);
+}

@@ -1,0 +1,36 @@
+# The library itself: objects once (tests of internals link them), then the shared library.
+set(ORVA_SOURCES
+  api/dispatch.cpp
+  common/caldata.cpp common/calibration.cpp common/calibration_clean.cpp common/calibration_set.cpp
+  common/catalogue.cpp common/channel.cpp common/driver.cpp common/log.cpp common/nv_item.cpp common/probes.cpp
+  common/receive.cpp common/self_check.cpp common/settings.cpp common/shell.cpp common/station.cpp
+  common/test_mode.cpp common/transmit.cpp)
+foreach(chip vq2040 vq2050 vq2040a vq2070)
+  foreach(subject profile driver rf_test self_check calibration station)
+    list(APPEND ORVA_SOURCES chips/${chip}/${subject}.cpp)
+  endforeach()
+endforeach()
+
+add_library(orva_objects OBJECT ${ORVA_SOURCES})
+target_include_directories(orva_objects PUBLIC ${PROJECT_SOURCE_DIR})
+# The same arithmetic on every processor: a fused multiply-add would round calibration values differently.
+target_compile_options(orva_objects PRIVATE -fPIC -fvisibility=hidden -fno-exceptions -fno-rtti
+  -fno-threadsafe-statics -ffp-contract=off -fno-asynchronous-unwind-tables)
+set_target_properties(orva_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(orva_objects PRIVATE -Os -flto -ffat-lto-objects)
+endif()
+
+add_library(wifi_factory_test_orva SHARED $<TARGET_OBJECTS:orva_objects>)
+target_include_directories(wifi_factory_test_orva INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
+# The C linker driver: nothing of the C++ runtime comes along.
+set_target_properties(wifi_factory_test_orva PROPERTIES LINKER_LANGUAGE C
+  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/api/exports.map.txt)
+target_link_options(wifi_factory_test_orva PRIVATE
+  -Wl,--version-script=${PROJECT_SOURCE_DIR}/api/exports.map.txt
+  -Wl,-z,max-page-size=16384 -Wl,-z,noseparate-code -Wl,-z,relro -Wl,-z,now -Wl,--as-needed -Wl,--hash-style=gnu)
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_link_options(wifi_factory_test_orva PRIVATE -flto -Os)
+endif()
+target_link_libraries(wifi_factory_test_orva PRIVATE m)
