@@ -61,7 +61,9 @@ std::string run_expect(interpreter &in, words_t words) {
   auto what = words[0] + (words.size() == 3 ? " " + words[1] : "");
   auto &value = words.back();
   expectation e;
-  if (words.size() == 2 && what == "log")
+  if (words.size() == 3 && words[0] == "phone")
+    e = expect_phone(words[1], value);
+  else if (words.size() == 2 && what == "log")
     e = expect_log(step, value, true);
   else if (what == "no log")
     e = expect_log(step, value, false);
@@ -71,7 +73,7 @@ std::string run_expect(interpreter &in, words_t words) {
     e = expect_shell(step, list_words(value));
   else
     throw usage_error{fmt::format(
-        "expect: \"{}\" is nothing that can be expected: give log, no log, driver or shell.", what)};
+        "expect: \"{}\" is nothing that can be expected: give log, no log, driver, shell or phone.", what)};
   bool held = e.held;
   in.current().expect(std::move(e), in.where());
   return held ? "1" : "0";
@@ -203,9 +205,9 @@ std::string run_help(interpreter &, words_t words) {
 std::string run_list(interpreter &, words_t) { return std::string(trim_end(help_list())); }
 
 const command table[] = {
-    {{"expect", "expect log|{no log}|driver|shell WHAT",
+    {{"expect", "expect log|{no log}|driver|shell WHAT, expect phone KEY LIMITS",
       "Expects something of the last call: a log line (part of it, or a glob), no such line, exactly these driver "
-      "commands (id or name, = value or limits, ! for refused), or exactly these shell commands.",
+      "commands (id or name, = value or limits, ! for refused), exactly these shell commands; or what the phone has come to.",
       "expect driver {power_save=0 mode=7 4=1 0=6 rate=65 power=15 transmit=1}"},
      2,
      3,
@@ -269,7 +271,7 @@ const command table[] = {
      2,
      run_nv_command},
     {{"help", "help ?FUNCTION?", "Explains a function or command.", "help wifi_set_power"}, 0, 1, run_help},
-    {{"list", "list", "All functions, by subject.", "list"}, 0, 0, run_list},
+    {{"functions", "functions", "All functions, by subject.", "functions"}, 0, 0, run_list},
 };
 
 }  // namespace

@@ -56,7 +56,8 @@ names command_words(const session &s, const names &words) {
   bool second = words.size() == 1;
   if (first == "help" || first == "has") return second ? all_command_names() : names{};
   if (first == "chip") return second ? names(chip_names.begin(), chip_names.end()) : names{};
-  if (first == "expect" && second) return {"log", "no", "driver", "shell"};
+  if (first == "expect" && second) return {"log", "no", "driver", "shell", "phone"};
+  if (first == "expect" && words[1] == "phone" && words.size() == 2) return phone_keys();
   if (first == "expect" && words[1] == "driver") return command_names(s.chip());
   if (first == "seen" && second) return {"driver", "shell", "log", "pauses"};
   if (first == "phone" && second) return {"set", "get", "load", "keys"};

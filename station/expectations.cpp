@@ -1,5 +1,6 @@
 #include "expectations.h"
 
+#include "phone_link.h"
 #include "text.h"
 #include "within.h"
 
@@ -111,6 +112,15 @@ expectation expect_shell(const call_step &step, const std::vector<std::string> &
   std::vector<std::string> ran;
   for (auto &s : got) ran.push_back((s.status ? "!" : "") + s.text);
   return {"shell", fmt::format("{}", fmt::join(wants, "; ")), fmt::format("{}", fmt::join(ran, "; ")), held};
+}
+
+expectation expect_phone(const std::string &key, const std::string &limits) {
+  std::vector<std::string> names;
+  for (auto &[name, meaning] : phone_link::keys()) names.push_back(name);
+  if (std::ranges::find(names, key) == names.end())
+    throw usage_error{fmt::format("The phone has no key \"{}\".{}", key, did_you_mean(key, names))};
+  auto got = phone_link::get(key);
+  return {"phone " + key, limits, got, within(limits, got)};
 }
 
 expectation expect_log(const call_step &step, const std::string &pattern, bool present) {

@@ -26,6 +26,9 @@ expectation expect_shell(const call_step &step, const std::vector<std::string> &
 /** A line that contains the text or matches the glob; or none. */
 expectation expect_log(const call_step &step, const std::string &pattern, bool present);
 
+/** What the virtual phone's description or state has come to. */
+expectation expect_phone(const std::string &key, const std::string &limits);
+
 }  // namespace station
 
 #endif

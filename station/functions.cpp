@@ -224,6 +224,7 @@ constexpr chip_note mode_notes[] = {{VQ2040 | VQ2050 | VQ2040A, "knows modes 0 t
 constexpr chip_note rate_notes[] = {{VQ2040, "12150 is sent as 11"},
                                     {VQ2040A, "12150 is sent as 11, 65 as 0"}};
 constexpr chip_note chain_notes[] = {{VQ2040, "refuses every chain"}, {VQ2040A, "has no such operation"}};
+constexpr chip_note antenna_notes[] = {{VQ2040A, "the library knows no such driver command and gives 0"}};
 constexpr chip_note stop_notes[] = {{VQ2050 | VQ2070, "already stopped: success, nothing is sent"},
                                     {VQ2040 | VQ2040A, "sends the command every time"}};
 constexpr chip_note tx_notes[] = {{VQ2050 | VQ2070, "sends the chain as well (command 27)"},
@@ -348,7 +349,7 @@ constexpr function table[] = {
      .result_help = ONE,
      .arguments = antenna_args,
      .meanings = {},
-     .notes = {},
+     .notes = antenna_notes,
      .example = "wifi_set_antenna 1 -> 1",
      CALL(wifi_set_antenna)},
     {.name = "wifi_query_setting",

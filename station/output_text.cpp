@@ -1,5 +1,7 @@
 #include "output.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -36,19 +38,25 @@ public:
       : out(to), level(how_much), colour(with_colour) {}
 
   void begin(const session_info &info) override {
-    if (info.name.empty() || level == detail::quiet) return;
-    print("{}\n", paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
-                                          info.real_clock ? "real" : "virtual")));
+    heading.clear();
+    if (!info.name.empty())
+      heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
+                                        info.real_clock ? "real" : "virtual"));
+    if (level != detail::quiet) head();
   }
 
   void title(const std::string &text) override {
     if (level != detail::quiet) print("\n{}\n", paint(BOLD, text));
   }
 
-  void note(const std::string &text) override { print("        {}\n", text); }
+  void note(const std::string &text) override {
+    head();
+    print("        {}\n", text);
+  }
 
   void call(const call_step &step) override {
     if (level == detail::quiet && step.held()) return;
+    head();
     print("{}  {:<44} -> {}\n", status(step), call_text(step), result_text(step));
     for (auto &e : step.expectations)
       if (!e.held) failure(e, step.where);
@@ -58,8 +66,9 @@ public:
 
   void expect(const expectation &e, const place &where) override {
     if (level == detail::quiet && e.held) return;
+    head();
     if (e.held)
-      wrap(mark(true), fmt::format("expect {} ", e.what), {e.limits});
+      wrap(mark(true), fmt::format("expect {} ", e.what), {e.limits.empty() ? "nothing" : e.limits});
     else {
       print("{}  expect {}\n", mark(false), e.what);
       failure(e, where);
@@ -67,6 +76,7 @@ public:
   }
 
   void error(const std::string &text, const place &where) override {
+    head();
     print("{}  {}: {}\n", paint(RED, "STOP"), where.text(), text);
   }
 
@@ -82,6 +92,12 @@ public:
   }
 
 private:
+  /** The session's heading, before the first line that needs it. */
+  void head() {
+    if (!heading.empty()) print("{}\n", heading);
+    heading.clear();
+  }
+
   template <class... A> void print(fmt::format_string<A...> form, A &&...arguments) {
     fmt::print(out, form, std::forward<A>(arguments)...);
   }
@@ -107,7 +123,7 @@ private:
   }
 
   void failure(const expectation &e, const place &where) {
-    print("        expected {} {}, got {}{}\n", e.what, e.limits,
+    print("        expected {} {}, got {}{}\n", e.what, e.limits.empty() ? "nothing" : e.limits,
           paint(RED, e.got.empty() ? "nothing" : e.got),
           where.file.empty() ? "" : paint(DIM, "  [" + where.text() + "]"));
   }
@@ -115,8 +131,10 @@ private:
   /** What the library itself logged as an error, closest to the cause. */
   void reasons(const call_step &step) {
     constexpr int error_priority = 6;
+    bool errors =
+        std::ranges::any_of(step.seen.log, [](auto &line) { return line.priority >= error_priority; });
     for (auto &line : step.seen.log)
-      if (line.priority >= error_priority) print("        log      {}\n", line.text);
+      if (!errors || line.priority >= error_priority) print("        log      {}\n", line.text);
   }
 
   void details(const call_step &step) {
@@ -155,6 +173,7 @@ private:
   FILE *out;
   detail level;
   bool colour;
+  std::string heading;
 };
 
 }  // namespace
