@@ -38,10 +38,10 @@ public:
       : out(to), level(how_much), colour(with_colour) {}
 
   void begin(const session_info &info) override {
-    heading.clear();
+    session_heading.clear();
     if (!info.name.empty())
-      heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
-                                        info.real_clock ? "real" : "virtual"));
+      session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
+                                                info.real_clock ? "real" : "virtual"));
     if (level != detail::quiet) head();
   }
 
@@ -60,7 +60,8 @@ public:
     print("{}  {:<44} -> {}\n", status(step), call_text(step), result_text(step));
     for (auto &e : step.expectations)
       if (!e.held) failure(e, step.where);
-    if (!step.held() || step.result.means.verdict == outcome::bad) reasons(step);
+    if (!step.held() || (step.expectations.empty() && step.result.means.verdict == outcome::bad))
+      reasons(step);
     if (level == detail::full) details(step);
   }
 
@@ -94,8 +95,8 @@ public:
 private:
   /** The session's heading, before the first line that needs it. */
   void head() {
-    if (!heading.empty()) print("{}\n", heading);
-    heading.clear();
+    if (!session_heading.empty()) print("{}\n", session_heading);
+    session_heading.clear();
   }
 
   template <class... A> void print(fmt::format_string<A...> form, A &&...arguments) {
@@ -173,7 +174,7 @@ private:
   FILE *out;
   detail level;
   bool colour;
-  std::string heading;
+  std::string session_heading;
 };
 
 }  // namespace
