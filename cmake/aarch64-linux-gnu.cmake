@@ -12,7 +12,8 @@ if(ORVA_SYSROOT)
   list(PREPEND CMAKE_FIND_ROOT_PATH ${ORVA_SYSROOT})
   set(orva_sysroot_lib ${ORVA_SYSROOT}/usr/lib/aarch64-linux-gnu)
   # The unpacked libraries' own needs are found where they were unpacked.
-  set(CMAKE_EXE_LINKER_FLAGS_INIT "-L${orva_sysroot_lib} -Wl,-rpath-link,${orva_sysroot_lib}")
+  set(CMAKE_EXE_LINKER_FLAGS_INIT
+      "-L${orva_sysroot_lib} -Wl,-rpath-link,${orva_sysroot_lib}:${ORVA_SYSROOT}/lib/aarch64-linux-gnu")
   set(CMAKE_SHARED_LINKER_FLAGS_INIT "${CMAKE_EXE_LINKER_FLAGS_INIT}")
   set(ENV{PKG_CONFIG_SYSROOT_DIR} ${ORVA_SYSROOT})
   set(ENV{PKG_CONFIG_LIBDIR} ${orva_sysroot_lib}/pkgconfig:${ORVA_SYSROOT}/usr/share/pkgconfig)

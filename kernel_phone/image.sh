@@ -43,7 +43,7 @@ build_programs() {
   local folder=$cache/$arch/programs options=()
   native || options=(--toolchain "$root/cmake/aarch64-linux-gnu.cmake" "-DORVA_SYSROOT=$cache/$arch/sysroot")
   step configure cmake -S "$root" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF "${options[@]}"
-  step programs ninja -C "$folder" wifi_factory_test_orva orva-station-phone
+  step programs ninja -C "$folder" wifi_factory_test_orva orva-station-kernel
   step driver_check "$(tools "$(gnu_name)")gcc" -std=gnu11 -O2 -Wall -Wextra -Werror \
     -o "$cache/$arch/driver_check" "$root/kernel_phone/phone/driver_check.c"
 }
@@ -95,13 +95,14 @@ find_library() {
 copy_busybox() {
   install -D -m 755 "$cache/$arch/kernel/bin/busybox" "$image/bin/busybox"
   local name
-  for name in sh mount hostname ifconfig insmod rmmod lsmod cat ls dmesg tar gzip base64 poweroff setsid cttyhack \
+  for name in mount hostname ifconfig insmod rmmod lsmod cat ls dmesg tar gzip base64 poweroff setsid cttyhack \
     grep sed awk sort head tail cut printf sleep usleep date rm mkdir cp mv echo kill ps timeout true false env vi less od \
     hexdump uname; do
     ln -s busybox "$image/bin/$name"
   done
   # popen and the library's shell runner each have their own idea where the shell is.
-  ln -s /bin/sh "$image/system/bin/sh"
+  install -m 755 "$root/kernel_phone/phone/sh" "$image/bin/sh"
+  install -m 755 "$root/kernel_phone/phone/sh" "$image/system/bin/sh"
 }
 
 copy_tcl() {
@@ -129,7 +130,7 @@ build_image() {
     install -m 755 "$file" "$image/system/lib/"
     copy_needs "$file"
   done < <(find "$cache/$arch/programs" -name '*.so')
-  install -m 755 "$(find "$cache/$arch/programs" -name orva-station-phone -type f)" "$image/system/bin/orva-station"
+  install -m 755 "$(find "$cache/$arch/programs" -name orva-station-kernel -type f)" "$image/system/bin/orva-station"
   copy_needs "$image/system/bin/orva-station"
   copy_needs "$image/system/bin/driver_check"
   pack "$image" "$cache/$arch/image.cpio.gz"

@@ -2,8 +2,8 @@
 # Gets the kernel, its headers and the phone's programs from Debian, without installing or configuring any of them.
 # Sourced by script/kernel-phone, which sets arch, cache and the functions skip and say.
 
-sysroot_packages=(libtcl8.6 tcl8.6-dev libsqlite3-0 libsqlite3-dev libedit2 libedit-dev libtinfo6 libbsd0 libmd0 zlib1g
-  libtomlplusplus3 libtomlplusplus-dev)
+sysroot_packages=(libtcl8.6 tcl8.6-dev tcl-dev zlib1g zlib1g-dev libsqlite3-0 libsqlite3-dev libedit2 libedit-dev
+  libtinfo6 libbsd0 libmd0 libtomlplusplus3 libtomlplusplus-dev libfmt9 libfmt-dev)
 
 # apt with package lists of our own, so that the machine's architectures and lists stay as they are.
 apt_options=()
@@ -18,11 +18,13 @@ prepare_apt() {
 
 # What the build and the boot need of the machine itself.
 native_packages() {
-  echo cmake ninja-build g++ make bc cpio libelf1 python3
+  echo cmake ninja-build pkg-config g++ make bc cpio libelf1 python3
   case $arch in
   arm64) echo qemu-system-arm g++-aarch64-linux-gnu libc6-dev-arm64-cross ;;
-  amd64) echo qemu-system-x86 tcl8.6-dev libsqlite3-dev libedit-dev libtomlplusplus-dev nlohmann-json3-dev ;;
+  amd64) echo qemu-system-x86 ;;
   esac
+  # The console on this machine, which the phone's is compared with.
+  echo tcl-dev libsqlite3-dev libedit-dev libtomlplusplus-dev libfmt-dev nlohmann-json3-dev
 }
 
 missing_packages() {

@@ -90,8 +90,7 @@ static int known_place(const char *place) {
   unsigned int id;
   char rest;
 
-  return !strcmp(place, "up") || !strcmp(place, "ioctl") ||
-         (sscanf(place, "ioctl:%u%c", &id, &rest) == 1 && id < RADIO_COMMANDS);
+  return !strcmp(place, "ioctl") || (sscanf(place, "ioctl:%u%c", &id, &rest) == 1 && id < RADIO_COMMANDS);
 }
 
 static int plan_fault(char *line) {
@@ -166,7 +165,7 @@ static int wlan_private(struct net_device *dev, struct ifreq *request, void __us
 /* ---- The interface ------------------------------------------------------------------------------------ */
 
 static int wlan_open(struct net_device *dev) {
-  int error = fault_at("up") ?: radio_interface(&radio, 1, now_us());
+  int error = radio_interface(&radio, 1, now_us());
 
   if (!error) netif_start_queue(dev);
   return error;
@@ -195,7 +194,6 @@ static void wlan_setup(struct net_device *dev) {
   ether_setup(dev);
   dev->netdev_ops = &wlan_operations;
   dev->needs_free_netdev = false;
-  dev->flags |= IFF_NOARP;
 }
 
 static int take_interface(int up) {
@@ -205,12 +203,11 @@ static int take_interface(int up) {
 /* ---- Control files ------------------------------------------------------------------------------------ */
 
 static int reset(void) {
-  take_interface(0);
   radio_init(&radio);
+  radio.up = netif_running(wlan);
   began = ktime_get();
   heard_count = fault_count = overruns = 0;
   debug_text[0] = 0;
-  radio.up = 0;
   return take_interface(1);
 }
 
@@ -224,7 +221,7 @@ static int set_key(char *line) {
   line = strim(line);
   value = strim(value);
   if (!strcmp(line, "interface.up") && (!strcmp(value, "true") || !strcmp(value, "false")))
-    return take_interface(!strcmp(value, "true"));
+    return radio.driver_loaded ? take_interface(!strcmp(value, "true")) : 0;
   error = radio_set(&radio, line, value);
   if (!error) eth_hw_addr_set(wlan, radio.mac);
   return error;

@@ -1,0 +1,353 @@
+/*
+ * The console's link to a phone with a real kernel: the chip is set up through the driver's control files,
+ * driver commands come from the driver's own account and shell commands from the shell's. Log, NV and
+ * sub-chip are those of the virtual phone's platform half, which runs in this process. Pauses are real, and
+ * nobody counts them.
+ */
+#include "phone_link.h"
+
+#include "platform.h"
+#include "radio.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <fmt/format.h>
+#include <fstream>
+#include <sstream>
+#include <time.h>
+
+namespace station::phone_link {
+namespace {
+
+constexpr auto radio_file = "/proc/orva_radio";
+constexpr auto faults_file = "/proc/orva_faults";
+constexpr auto commands_file = "/proc/orva_commands";
+constexpr auto earlier_commands = "/tmp/earlier_commands";
+constexpr auto shell_account = "/tmp/shell_account";
+constexpr auto services_folder = "/tmp/services/";
+constexpr auto shell_faults = "/tmp/shell_faults/";
+constexpr size_t message_size = 512, item_size = 104;
+
+/** An event with what its pointers point to. */
+struct kept_contact {
+  contact event{};
+  std::string text, data;
+};
+
+std::deque<kept_contact> made;
+size_t commands_passed, shell_passed;
+int64_t uptime_at_reset;
+
+/** Faults in the order of their ids, and the number that each has where it was planned. */
+enum class planner { driver, shell, platform };
+struct planned {
+  planner by;
+  int number;
+};
+std::vector<planned> faults;
+
+int faults_of(planner by) { return static_cast<int>(std::ranges::count(faults, by, &planned::by)); }
+
+template <class F> std::string message_of(F f) {
+  char message[message_size] = "";
+  return f(message) == 0 ? "" : *message ? message : "the phone refused and gave no reason";
+}
+
+/** A key as this process knows it. */
+std::string value_of(const std::string &key) {
+  char value[1024] = "";
+  return phone_get(key.c_str(), value, sizeof value) == 0 ? value : "";
+}
+
+int64_t uptime_us() {
+  timespec now{};
+  clock_gettime(CLOCK_BOOTTIME, &now);
+  return now.tv_sec * int64_t{1'000'000} + now.tv_nsec / 1000;
+}
+
+std::string write_file(const char *path, const std::string &text) {
+  std::ofstream file(path);
+  file << text << std::flush;
+  return file ? "" : fmt::format("{} refused \"{}\": {}", path, text, std::strerror(errno));
+}
+
+std::vector<std::string> read_lines(const char *path) {
+  std::ifstream file(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  return lines;
+}
+
+/** "key = value", as the driver shows it; "" where the driver has no such key, or is gone. */
+std::string driver_value(const std::string &key) {
+  for (auto &line : read_lines(radio_file))
+    if (line.starts_with(key + " = ")) return line.substr(key.size() + 3);
+  return "";
+}
+
+bool is_driver_key(const std::string &name) {
+  for (size_t i = 0; auto *key = radio_key(i); ++i)
+    if (name == key->name) return true;
+  return false;
+}
+
+std::string from_hex(const std::string &digits) {
+  std::string bytes(RADIO_RECORD_SIZE, '\0');
+  for (size_t i = 0; 2 * i + 1 < digits.size() && i < bytes.size(); ++i)
+    bytes[i] = static_cast<char>(std::stoi(digits.substr(2 * i, 2), nullptr, 16));
+  return bytes;
+}
+
+uint32_t number_at(const std::string &record, size_t at) {
+  uint32_t number;
+  memcpy(&number, record.data() + at, sizeof number);
+  return number;
+}
+
+kept_contact driver_command(const std::string &line) {
+  std::istringstream words(line);
+  kept_contact made_of;
+  std::string sent, left;
+  int64_t result = 0;
+  words >> made_of.event.time_us >> result >> sent >> left;
+  made_of.data = from_hex(sent) + from_hex(left);
+  made_of.event.kind = PHONE_IOCTL;
+  made_of.event.result = result < 0 ? -1 : result;
+  made_of.event.error = static_cast<int32_t>(result < 0 ? -result : 0);
+  made_of.event.number[1] = number_at(made_of.data, 0);
+  made_of.event.number[2] = number_at(made_of.data, 4);
+  return made_of;
+}
+
+/** "SECONDS exec|popen STATUS COMMAND" */
+kept_contact shell_command(const std::string &line) {
+  std::istringstream words(line);
+  kept_contact made_of;
+  double seconds = 0;
+  std::string kind;
+  words >> seconds >> kind >> made_of.event.result >> std::ws;
+  std::getline(words, made_of.text);
+  made_of.event.kind = kind == "popen" ? PHONE_POPEN : PHONE_EXEC;
+  made_of.event.time_us = static_cast<int64_t>(seconds * 1e6) - uptime_at_reset;
+  return made_of;
+}
+
+template <class F> void take_new(const char *path, size_t &passed, F make) {
+  auto lines = read_lines(path);
+  for (size_t i = passed; i < lines.size(); ++i) {
+    made.push_back(make(lines[i]));
+    auto &event = made.back().event;
+    event.name = "";
+    event.text = made.back().text.c_str();
+    event.data = made.back().data.data();
+    event.size = made.back().data.size();
+  }
+  passed = std::max(passed, lines.size());
+}
+
+void take_news() {
+  take_new(commands_file, commands_passed, driver_command);
+  take_new(shell_account, shell_passed, shell_command);
+}
+
+bool driver_there() { return std::ifstream(radio_file).good(); }
+
+std::string run(const std::string &command) {
+  return std::system(command.c_str()) == 0 ? "" : "this failed: " + command;
+}
+
+/** What the driver heard would go with it. */
+std::string remove_driver() {
+  if (!driver_there()) return "";
+  take_news();
+  std::ofstream earlier(earlier_commands, std::ios::app);
+  for (auto &line : read_lines(commands_file)) earlier << line << '\n';
+  return run("rmmod orva_wlan");
+}
+
+std::string give_description();
+
+std::string insert_driver() {
+  if (driver_there()) return "";
+  commands_passed = 0;
+  phone_set("interface.up", "false", nullptr, 0);
+  auto message = run("insmod /system/lib/orva_wlan.ko");
+  return message.empty() ? give_description() : message;
+}
+
+/** What a real kernel and real programs cannot be told stays as it is; a driver that is gone is told later.
+ */
+std::string give_key(const std::string &key, const std::string &value) {
+  static constexpr const char *services[] = {"wifi.service", "supplicant.running"};
+  if (key == "driver.loaded") return value == "true" ? insert_driver() : remove_driver();
+  if (is_driver_key(key))
+    return driver_there() ? write_file(radio_file, fmt::format("{} = {}\n", key, value)) : "";
+  if (std::ranges::count(services, key)) return write_file((services_folder + key).c_str(), value);
+  return key == "subchip" ? "" : key + ": cannot be set in a phone with a real kernel";
+}
+
+/** The description as this process knows it goes to the driver and to the phone's programs. */
+std::string give_description() {
+  std::vector<std::string> all = {"wifi.service", "supplicant.running"};
+  for (size_t i = 0; auto *key = radio_key(i); ++i)
+    if (key->initial && key->name != std::string_view("driver.loaded")) all.emplace_back(key->name);
+  for (auto &key : all) {
+    if (auto message = give_key(key, value_of(key)); !message.empty()) return message;
+  }
+  return "";
+}
+
+/** What changed in the driver since: the interface, refusals that were used up. */
+void take_description() {
+  for (auto &line : read_lines(radio_file)) {
+    auto at = line.find(" = ");
+    auto key = line.substr(0, at);
+    if (is_driver_key(key)) phone_set(key.c_str(), line.substr(at + 3).c_str(), nullptr, 0);
+  }
+}
+
+int plan_in_driver(const std::string &place, unsigned nth, unsigned times, int value) {
+  auto line = fmt::format("{} {} {} {}\n", place, nth, times, value ? value : EIO);
+  return write_file(faults_file, line).empty() ? faults_of(planner::driver) : -1;
+}
+
+int plan_in_shell(const std::string &command, unsigned nth, unsigned times, int value) {
+  int number = faults_of(planner::shell);
+  auto text = fmt::format("{} {} {} 0 0\n{}\n", nth, times, value ? value & 255 : 1, command);
+  return write_file((shell_faults + std::to_string(number)).c_str(), text).empty() ? number : -1;
+}
+
+/** Behind the other system calls stands a real kernel, which does not fail on request. */
+bool is_platform_place(const std::string &place) {
+  return place.starts_with("nv_") || place.ends_with("_s") || place == "kevoOperaNVWR";
+}
+
+unsigned number_behind(const std::vector<std::string> &lines, size_t line, const std::string &mark) {
+  auto at = line < lines.size() ? lines[line].rfind(mark) : std::string::npos;
+  return at == std::string::npos ? 0
+                                 : static_cast<unsigned>(std::stoul(lines[line].substr(at + mark.size())));
+}
+
+}  // namespace
+
+bool is_virtual() { return true; }
+
+void reset() {
+  phone_reset();
+  phone_set_clock(PHONE_CLOCK_REAL);
+  uptime_at_reset = uptime_us();
+  for (int i = 0; i < faults_of(planner::shell); ++i) std::remove((shell_faults + std::to_string(i)).c_str());
+  faults.clear();
+  insert_driver();
+  write_file(radio_file, "reset\n");
+  give_description();
+  clear_contacts();
+}
+
+std::string load(const std::string &path) {
+  take_description();
+  auto waiting = phone_faults_unfired();
+  auto message = message_of([&](char *m) { return phone_load(path.c_str(), m, message_size); });
+  if (message.empty() && phone_faults_unfired() != waiting)
+    message = path + ": faults in a description reach only a virtual phone; plan them with the command fault";
+  if (message.empty()) message = give_key("driver.loaded", value_of("driver.loaded"));
+  return message.empty() ? give_description() : message;
+}
+
+std::string set(const std::string &key, const std::string &value) {
+  auto message = message_of([&](char *m) { return phone_set(key.c_str(), value.c_str(), m, message_size); });
+  return message.empty() ? give_key(key, value) : message;
+}
+
+std::string open_nv(const std::string &path) {
+  return message_of(
+      [&](char *m) { return phone_nv_open(path.empty() ? nullptr : path.c_str(), m, message_size); });
+}
+
+std::string get(const std::string &key) { return is_driver_key(key) ? driver_value(key) : value_of(key); }
+
+std::vector<std::pair<std::string, std::string>> keys() {
+  std::vector<std::pair<std::string, std::string>> all;
+  const char *meaning = "";
+  while (auto *key = phone_key(all.size(), &meaning)) all.emplace_back(key, meaning);
+  return all;
+}
+
+void use_real_clock(bool) {}
+int64_t now_us() { return phone_now_us(); }
+
+void wait_us(int64_t microseconds) {
+  timespec rest = {.tv_sec = microseconds / 1'000'000, .tv_nsec = microseconds % 1'000'000 * 1000};
+  nanosleep(&rest, nullptr);
+}
+
+std::vector<const contact *> contacts() {
+  take_news();
+  std::vector<const contact *> all;
+  for (size_t i = 0; i < phone_event_count(); ++i) all.push_back(phone_event(i));
+  for (auto &one : made) all.push_back(&one.event);
+  std::ranges::stable_sort(all, {}, [](auto *event) { return event->time_us; });
+  return all;
+}
+
+void clear_contacts() {
+  take_news();
+  made.clear();
+  phone_events_clear();
+}
+
+void print_log(int least_priority) { phone_print_log(least_priority); }
+
+int plan_fault(const std::string &place, unsigned nth, unsigned times, int value) {
+  planned fault{planner::platform, -1};
+  if (place == "ioctl" || place.starts_with("ioctl:"))
+    fault = {planner::driver, plan_in_driver(place, nth, times, value)};
+  else if (place.starts_with("shell:"))
+    fault = {planner::shell, plan_in_shell(place.substr(6), nth, times, value)};
+  else if (is_platform_place(place))
+    fault.number = phone_fault(place.c_str(), nth, times, value);
+  if (fault.number < 0) return -1;
+  faults.push_back(fault);
+  return static_cast<int>(faults.size()) - 1;
+}
+
+unsigned fault_fired(int id) {
+  if (id < 0 || static_cast<size_t>(id) >= faults.size()) return 0;
+  auto [by, number] = faults[static_cast<size_t>(id)];
+  switch (by) {
+  case planner::driver: return number_behind(read_lines(faults_file), static_cast<size_t>(number), "fired=");
+  case planner::shell:
+    return number_behind(read_lines((shell_faults + std::to_string(number)).c_str()), 0, " ");
+  case planner::platform: return phone_fault_fired(number);
+  }
+  return 0;
+}
+
+std::vector<nv_item> nv_items() {
+  std::vector<nv_item> all;
+  nv_item item;
+  char name[64], bytes[item_size];
+  while (phone_nv_at(all.size(), &item.number, name, sizeof name, bytes) == 1) {
+    item.name = name;
+    item.bytes.assign(bytes, item_size);
+    all.push_back(item);
+  }
+  return all;
+}
+
+bool put_nv(const nv_item &item) {
+  auto bytes = item.bytes;
+  bytes.resize(item_size);
+  return phone_nv_put(item.number, item.name.c_str(), bytes.data()) == 0;
+}
+
+void clear_nv() { phone_nv_clear(); }
+
+unsigned chip() { return get_orva_connectivity_subchip(); }
+bool interface_up() { return get("interface.up") == "true"; }
+
+}  // namespace station::phone_link

@@ -1,0 +1,144 @@
+#!/usr/bin/env python3
+"""Judges what a phone with a real kernel brought back.
+
+Each session must have passed. Where the virtual phone can run it too, the driver commands that the kernel's driver
+heard must equal, record by record, those of the virtual phone, and so must results, shell commands and log.
+"""
+import argparse
+import json
+import subprocess
+import sys
+from itertools import zip_longest
+from pathlib import Path
+
+KERNEL_FAILURES = ("ORVA-BROKEN", "BUG:", "Oops", "WARNING:", "Call trace:", "Call Trace:")
+PACKET_COUNT = 10
+
+
+def calls(report):
+    """The calls of a session's report, one JSON object a line."""
+    lines = (json.loads(line) for line in report.splitlines() if line.startswith("{"))
+    return [line for line in lines if line["type"] == "call"]
+
+
+def what_happened(call):
+    """What a call must do on either phone; how many packets came in depends on the time and is left out."""
+    happened = {"function": call["function"], "arguments": call["arguments"],
+                "shell": [[shell["command"], shell["status"]] for shell in call["shell"]]}
+    if all(command["id"] != PACKET_COUNT for command in call["driver"]):
+        happened |= {"result": call["result"], "outputs": call["outputs"],
+                     "log": [[line["priority"], line["tag"], line["text"]] for line in call["log"]]}
+    return happened
+
+
+def record_name(record):
+    if record is None:
+        return "nothing"
+    magic, command = (int.from_bytes(bytes.fromhex(record.ljust(16, "0"))[at:at + 4], "little") for at in (0, 4))
+    return f"magic {magic} command {command} data {record[16:] or '-'}"
+
+
+def difference(what, here, there, show):
+    """Why two sequences differ, at the first place where they do; "" where they are equal."""
+    for place, (one, other) in enumerate(zip_longest(here, there), 1):
+        if one != other:
+            return f"{what} {place}: the real kernel saw {show(one)}, the virtual phone {show(other)}"
+    return ""
+
+
+class Session:
+    """A session's results, and the same session on the virtual phone."""
+
+    def __init__(self, chip, name, file, results, station):
+        self.folder = results / f"{chip}-{name}"
+        self.title = f"{chip} {name}"
+        self.command = [station, "--chip", chip, "--json", "run", str(file)] if station else None
+
+    def read(self, name):
+        path = self.folder / name
+        return path.read_text(encoding="utf-8", errors="replace") if path.exists() else ""
+
+    def seconds(self):
+        begin, end = map(float, self.read("times").split())
+        return end - begin
+
+    def problem(self):
+        """Why it did not pass, or "". Tells how many records were compared on the way."""
+        self.compared = None
+        if self.read("status").strip() != "0":
+            return f"exit status {self.read('status').strip() or 'missing'}: {self.first_complaint()}"
+        here = calls(self.read("report.jsonl"))
+        if not here:
+            return "no function was called"
+        return self.compare(here) if self.command else ""
+
+    def first_complaint(self):
+        for line in self.read("report.jsonl").splitlines():
+            line = json.loads(line)
+            failed = [e for e in line.get("expectations", [line]) if e.get("held") is False]
+            if failed or line["type"] == "error":
+                return f"line {line.get('line')}: {failed or line.get('text')}"
+        return self.read("errors.txt").strip() or "it says nothing"
+
+    def compare(self, here):
+        run = subprocess.run(self.command, capture_output=True, text=True, check=False)
+        if run.returncode != 0:
+            return f"the virtual phone fails in it: exit status {run.returncode} {run.stderr.strip()}"
+        there = calls(run.stdout)
+        heard = [line.split()[2] for line in self.read("commands.txt").splitlines()]
+        records = [record for call in there for record in call["records"]]
+        self.compared = len(heard)
+        return (difference("driver command", heard, records, record_name)
+                or difference("call", map(what_happened, here), map(what_happened, there), json.dumps))
+
+
+def judge_session(session):
+    problem = session.problem()
+    compared = "" if session.compared is None else f"{session.compared:5} records equal"
+    print(f"{'FAILED' if problem else 'passed'}  {session.title:32} {session.seconds():6.1f} s  {problem or compared}")
+    return not problem
+
+
+def judge_driver(results):
+    folder = results / "driver"
+    report = (folder / "report.txt").read_text(encoding="utf-8")
+    held = sum(line.startswith("held") for line in report.splitlines())
+    passed = (folder / "status").read_text(encoding="utf-8").strip() == "0" and held > 0
+    print(f"{'passed' if passed else 'FAILED'}  {'the driver itself':32}           {held:5} checks held")
+    if not passed:
+        print("".join(f"        {line}\n" for line in report.splitlines() if not line.startswith("held")), end="")
+    return passed
+
+
+def judge_kernel(results):
+    log = (results / "kernel.log").read_text(encoding="utf-8", errors="replace")
+    complaints = [line for line in log.splitlines() if any(mark in line for mark in KERNEL_FAILURES)]
+    print("\n".join(f"FAILED  the kernel says: {line}" for line in complaints), end="\n" if complaints else "")
+    return not complaints
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("plan", type=Path, help="what was run")
+    parser.add_argument("sessions", type=Path, help="where the sessions are")
+    parser.add_argument("results", type=Path, help="what came back")
+    parser.add_argument("--station", required=True, help="the console with the virtual phone")
+    arguments = parser.parse_args()
+
+    verdicts = [judge_kernel(arguments.results)]
+    for line in arguments.plan.read_text(encoding="utf-8").splitlines():
+        kind, *words = line.split()
+        if kind == "driver":
+            verdicts.append(judge_driver(arguments.results))
+            continue
+        chip, name, file = words
+        station = arguments.station if kind == "session" else None
+        verdicts.append(judge_session(
+            Session(chip, name, arguments.sessions / Path(file).name, arguments.results, station)))
+    passed = all(verdicts)
+    print(f"kernel-phone: {'passed' if passed else 'FAILED'}")
+    return 0 if passed else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
