@@ -125,9 +125,12 @@ protected:
   }
 
   /// As the library runs a shell command; the exit status, or -1 where there was none.
-  int shell(const std::string &command) {
+  int shell(std::string command, bool by_vector = false) {
     pid_t child = fork();
     if (child == 0) {
+      char sh[] = "sh", option[] = "-c";
+      char *const arguments[] = {sh, option, command.data(), nullptr};
+      if (by_vector) execv("/system/bin/sh", arguments);
       execl("/system/bin/sh", "sh", "-c", command.c_str(), nullptr);
       _exit(127);
     }
@@ -440,7 +443,7 @@ TEST_F(Phone, AnInterfaceThatGoesDownEndsItsTests) {
 TEST_F(Phone, AChildIsTracedBetweenForkAndWait) {
   for (int i = 0; i < 20; i++) {
     phone_events_clear();
-    shell("false");
+    shell("false", i % 2 == 0);
     ASSERT_EQ(phone_event_count(), 3u);
     EXPECT_EQ(phone_event(0)->kind, PHONE_FORK);
     EXPECT_EQ(phone_event(1)->kind, PHONE_EXEC);
@@ -560,7 +563,7 @@ TEST_F(Phone, AFailedCloseHasClosed) {
 TEST(PhoneFaults, UnfiredOnesAreCountedEvenWhenCleared) {
   phone_reset();
   int for_ever = phone_fault("ioctl", 1, 0, 0);
-  phone_fault("ioctl:39", 1, 1, 0);
+  int hidden = phone_fault("ioctl", 1, 1, 0);
   for (const char *wrong : {"ioctl:", "ioctl:64", "iotcl", "shell:", "nv_read:x", "sleep", ""}) {
     EXPECT_EQ(phone_fault(wrong, 1, 1, 0), -1) << wrong;
   }
@@ -571,6 +574,7 @@ TEST(PhoneFaults, UnfiredOnesAreCountedEvenWhenCleared) {
   int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
   for (int i = 0; i < 3; i++) EXPECT_EQ(ioctl(descriptor, 0x89F2, &asked), -1);
   EXPECT_EQ(phone_fault_fired(for_ever), 3u);
+  EXPECT_EQ(phone_fault_fired(hidden), 0u) << "the first plan took the use";
   phone_faults_clear();
   EXPECT_EQ(phone_faults_unfired(), 1u);
   EXPECT_EQ(phone_left_open(), 1u);
@@ -586,10 +590,18 @@ struct scratch_file {
   ~scratch_file() { std::filesystem::remove(path); }
 };
 
+/// Where the phone was built without SQLite it says so, and there is no file to test.
+bool open_store(const std::string &path) {
+  char error[300] = "";
+  bool opened = phone_nv_open(path.c_str(), error, sizeof(error)) == 0;
+  EXPECT_TRUE(opened || strstr(error, "built without SQLite")) << error;
+  return opened;
+}
+
 TEST_F(Phone, NvItemsAreKeyedByNumberAndName) {
   scratch_file file;
   for (bool in_file : {false, true}) {
-    ASSERT_EQ(phone_nv_open(in_file ? file.path.c_str() : nullptr, nullptr, 0), 0);
+    if (in_file && !open_store(file.path)) GTEST_SKIP() << "no SQLite";
     char item[104] = "pa2ga0=1,2,3;", read_back[104];
     EXPECT_EQ(kevoOperaNVWR(0, 367, "WITXCCK", 104, item), 0);
     EXPECT_EQ(kevoOperaNVWR(0, 340, "WINVRAM", 104, item), 0);
@@ -597,10 +609,13 @@ TEST_F(Phone, NvItemsAreKeyedByNumberAndName) {
     EXPECT_EQ(memcmp(item, read_back, 104), 0);
     EXPECT_EQ(kevoOperaNVWR(1, 340, "WIC0_2G5G_OFDM", 104, read_back), 0);
     EXPECT_EQ(read_back[0], 0) << "never written under this name";
+    EXPECT_EQ(kevoOperaNVWR(0, 340, "WIC0_2G5G_OFDM", 104, read_back), 0);
+    EXPECT_EQ(kevoOperaNVWR(1, 340, "WINVRAM", 104, read_back), 0);
+    EXPECT_EQ(read_back[0], 'p') << "another name's item";
     uint32_t number = 0;
     EXPECT_EQ(phone_nv_at(0, &number, nullptr, 0, nullptr), 1);
     EXPECT_EQ(number, 340u);
-    EXPECT_EQ(phone_nv_at(2, &number, nullptr, 0, nullptr), 0);
+    EXPECT_EQ(phone_nv_at(3, &number, nullptr, 0, nullptr), 0);
     EXPECT_NE(kevoOperaNVWR(2, 340, "WINVRAM", 104, item), 0);
     EXPECT_NE(kevoOperaNVWR(1, 340, "WINVRAM", 105, item), 0);
     EXPECT_NE(kevoOperaNVWR(1, 340, nullptr, 104, item), 0);
@@ -614,6 +629,8 @@ TEST_F(Phone, NvItemsAreKeyedByNumberAndName) {
 
 TEST_F(Phone, NvInAFileOutlivesAKilledProcess) {
   scratch_file file;
+  if (!open_store(file.path)) GTEST_SKIP() << "no SQLite";
+  phone_nv_open(nullptr, nullptr, 0);
   char item[104] = "kept";
   pid_t child = fork();
   if (child == 0) {
@@ -624,7 +641,7 @@ TEST_F(Phone, NvInAFileOutlivesAKilledProcess) {
   int status = 0;
   waitpid(child, &status, 0);
   ASSERT_TRUE(WIFSIGNALED(status));
-  ASSERT_EQ(phone_nv_open(file.path.c_str(), nullptr, 0), 0);
+  ASSERT_TRUE(open_store(file.path));
   char read_back[104] = "";
   EXPECT_EQ(phone_nv_get(340, "WINVRAM", read_back), 0);
   EXPECT_STREQ(read_back, "kept");

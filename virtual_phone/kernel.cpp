@@ -194,7 +194,8 @@ int become_shell(const char *command) {
 int execute(const char *path, const std::vector<char *> &arguments) {
   bool shell =
       path && strcmp(path, shell_path) == 0 && arguments.size() == 4 && strcmp(arguments[1], "-c") == 0;
-  return shell ? become_shell(arguments[2]) : execv(path, arguments.data());
+  static auto *const next = behind<int(const char *, char *const *)>("execv");
+  return shell ? become_shell(arguments[2]) : next(path, arguments.data());
 }
 
 /// A wait that fails for good means that there is no such child any more.
@@ -358,6 +359,14 @@ int execl(const char *path, const char *argument, ...) noexcept {
     all.push_back(const_cast<char *>(each));
   }
   va_end(arguments);
+  all.push_back(nullptr);
+  return execute(path, all);
+}
+
+/* gcov turns execl into this one. */
+int execv(const char *path, char *const arguments[]) noexcept {
+  std::vector<char *> all;
+  for (char *const *each = arguments; *each; each++) all.push_back(*each);
   all.push_back(nullptr);
   return execute(path, all);
 }
