@@ -96,10 +96,13 @@ copy_busybox() {
   install -D -m 755 "$cache/$arch/kernel/bin/busybox" "$image/bin/busybox"
   local name
   for name in mount hostname ifconfig insmod rmmod lsmod cat ls dmesg tar gzip base64 poweroff setsid cttyhack \
-    grep sed awk sort head tail cut printf sleep usleep date rm mkdir cp mv echo kill ps timeout true false env vi less od \
+    grep sed awk sort head tail cut tr printf sleep usleep date rm mkdir cp mv echo kill ps timeout true false env vi less od \
     hexdump uname; do
     ln -s busybox "$image/bin/$name"
   done
+  # BusyBox's own shell prefers its applets to the programs on the path, and it has an svc of another kind.
+  install -m 755 "$cache/$arch/kernel/bin/dash" "$image/bin/dash"
+  copy_needs "$image/bin/dash"
   # popen and the library's shell runner each have their own idea where the shell is.
   install -m 755 "$root/kernel_phone/phone/sh" "$image/bin/sh"
   install -m 755 "$root/kernel_phone/phone/sh" "$image/system/bin/sh"

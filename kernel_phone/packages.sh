@@ -89,7 +89,7 @@ fetch_kernel() {
   common=linux-headers-${abi%-cloud-"$arch"}-common
   kbuild=$(versioned_dependency "$headers:$arch" 'linux-kbuild-')
   unpack "$cache/$arch/kernel" "linux-image-$abi:$arch" "$headers:$arch" "$common" \
-    "$kbuild:$(dpkg --print-architecture)" "busybox-static:$arch"
+    "$kbuild:$(dpkg --print-architecture)" "busybox-static:$arch" "dash:$arch"
 
   local tree=$cache/$arch/kernel
   headers_dir=$tree/usr/src/$headers

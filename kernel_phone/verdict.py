@@ -32,17 +32,27 @@ def what_happened(call):
 
 
 def record_name(record):
-    if record is None:
-        return "nothing"
     magic, command = (int.from_bytes(bytes.fromhex(record.ljust(16, "0"))[at:at + 4], "little") for at in (0, 4))
     return f"magic {magic} command {command} data {record[16:] or '-'}"
 
 
-def difference(what, here, there, show):
-    """Why two sequences differ, at the first place where they do; "" where they are equal."""
+def record_difference(here, there):
+    """Where the kernel's driver and the virtual one first heard different things; "" where they never did."""
     for place, (one, other) in enumerate(zip_longest(here, there), 1):
         if one != other:
-            return f"{what} {place}: the real kernel saw {show(one)}, the virtual phone {show(other)}"
+            one, other = (record_name(record) if record else "nothing" for record in (one, other))
+            return f"driver command {place}: the real kernel saw {one}, the virtual phone {other}"
+    return ""
+
+
+def call_difference(here, there):
+    """The first thing in which a session's calls differ; "" where they are alike."""
+    if len(here) != len(there):
+        return f"{len(here)} calls on the real kernel, {len(there)} on the virtual phone"
+    for number, (one, other) in enumerate(zip(map(what_happened, here), map(what_happened, there)), 1):
+        for what, value in one.items():
+            if value != other.get(what):
+                return f"call {number}, {one['function']}: {what}: {value} here, {other.get(what)} on the virtual phone"
     return ""
 
 
@@ -86,10 +96,9 @@ class Session:
             return f"the virtual phone fails in it: exit status {run.returncode} {run.stderr.strip()}"
         there = calls(run.stdout)
         heard = [line.split()[2] for line in self.read("commands.txt").splitlines()]
-        records = [record for call in there for record in call["records"]]
+        records = [record.lower() for call in there for record in call["records"]]
         self.compared = len(heard)
-        return (difference("driver command", heard, records, record_name)
-                or difference("call", map(what_happened, here), map(what_happened, there), json.dumps))
+        return record_difference(heard, records) or call_difference(here, there)
 
 
 def judge_session(session):
