@@ -29,8 +29,8 @@ public:
     };
     auto before = touched(0), behind = touched(guard + size);
     if (before == 0 && behind == 0) return "";
-    return fmt::format("{} changed {} bytes before and {} behind the {} bytes of \"{}\"", function, before,
-                       behind, size, what->name);
+    return fmt::format("{} wrote outside \"{}\" ({} bytes): {} before it, {} behind it", function, what->name,
+                       size, before, behind);
   }
 
 private:

@@ -153,9 +153,13 @@ std::string interpreter::beside_script(const std::string &path) const {
   return !script.empty() && std::filesystem::exists(beside) ? beside.string() : path;
 }
 
-bool interpreter::run_file(const std::string &path) {
+void interpreter::check_file(const std::string &path) {
   if (!std::ifstream(path) || std::filesystem::is_directory(path))
     throw usage_error{fmt::format("The session file {} cannot be read.", path)};
+}
+
+bool interpreter::run_file(const std::string &path) {
+  check_file(path);
   script = path;
   auto *name = Tcl_NewStringObj(path.c_str(), -1);
   Tcl_IncrRefCount(name);

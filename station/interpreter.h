@@ -35,6 +35,8 @@ public:
   interpreter(const interpreter &) = delete;
   interpreter &operator=(const interpreter &) = delete;
 
+  /** Throws usage_error for a script that cannot be read. */
+  static void check_file(const std::string &path);
   /** Runs a script to its end or first error, which is reported; false then. */
   bool run_file(const std::string &path);
   /** Evaluates one command; gives its value, or throws usage_error with what went wrong. */

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <fstream>
 #include <tcl.h>
 #include <unistd.h>
 
@@ -39,9 +38,7 @@ exit_status verdict(const std::vector<session_summary> &all) {
 exit_status run_sessions(const command_line &line) {
   if (line.words.size() < 2)
     throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
-  for (size_t i = 1; i < line.words.size(); ++i)
-    if (!std::ifstream(line.words[i]))
-      throw usage_error{fmt::format("The session file {} cannot be read.", line.words[i])};
+  for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
   auto to = make_reporters(line);
   std::vector<session_summary> all;
   for (auto &with : chips_to_test(line))

@@ -4,7 +4,9 @@
 #include "interpreter.h"
 #include "text.h"
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <editline/readline.h>
@@ -12,6 +14,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <poll.h>
 #include <unistd.h>
 
 namespace station {
@@ -38,6 +41,31 @@ char **complete_word(const char *, int, int end) {
   return found.empty() ? nullptr : rl_completion_matches(word.c_str() + word.find_last_of(" [{;") + 1, give);
 }
 
+/** Waits for a key with Ctrl-C let in; without a window in which it would go unheard. */
+int read_key(FILE *from) {
+  sigset_t none;
+  sigemptyset(&none);
+  pollfd keyboard = {.fd = fileno(from), .events = POLLIN, .revents = 0};
+  unsigned char key;
+  while (!interrupted) {
+    if (ppoll(&keyboard, 1, nullptr, &none) > 0) return read(keyboard.fd, &key, 1) == 1 ? key : EOF;
+    if (errno != EINTR) return EOF;
+  }
+  return EOF;
+}
+
+/** Edits one line; nothing at the end of the input, or after Ctrl-C. */
+std::optional<std::string> edit_line(const std::string &prompt) {
+  sigset_t control_c, before;
+  sigemptyset(&control_c);
+  sigaddset(&control_c, SIGINT);
+  sigprocmask(SIG_BLOCK, &control_c, &before);
+  interrupted = 0;
+  std::unique_ptr<char, decltype(&free)> typed(readline(prompt.c_str()), free);
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+  return typed ? std::optional<std::string>(typed.get()) : std::nullopt;
+}
+
 std::string history_path() {
   auto *home = getenv("HOME");
   return home ? fmt::format("{}/.orva_station_history", home) : "";
@@ -49,6 +77,8 @@ public:
   explicit line_source(const session &s) : terminal(isatty(STDIN_FILENO)) {
     completing = &s;
     if (!terminal) return;
+    rl_catch_signals = 0;
+    rl_getc_function = read_key;
     rl_initialize();
     rl_attempted_completion_function = complete_word;
     using_history();
@@ -63,12 +93,10 @@ public:
   std::optional<std::string> next(const std::string &prompt) {
     std::string line;
     if (!terminal) return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
-    interrupted = 0;
-    std::unique_ptr<char, decltype(&free)> typed(readline(prompt.c_str()), free);
+    auto typed = edit_line(prompt);
     if (!typed && interrupted) return fmt::print("\n"), "";
-    if (!typed) return std::nullopt;
-    if (!trim_end(typed.get()).empty()) add_history(typed.get());
-    return typed.get();
+    if (typed && !trim_end(*typed).empty()) add_history(typed->c_str());
+    return typed;
   }
 
   /** Lines until a whole command stands there. */

@@ -1,0 +1,10 @@
+# The console, tried from outside as its users do.
+find_program(PYTEST NAMES pytest-3 pytest REQUIRED)
+
+# A library that writes outside its caller's buffers.
+add_library(station_careless MODULE station_careless.c)
+target_include_directories(station_careless PRIVATE ${PROJECT_SOURCE_DIR}/api)
+
+add_test(NAME station COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/station_test.py)
+set_tests_properties(station PROPERTIES ENVIRONMENT
+  "ORVA_STATION=$<TARGET_FILE:orva-station>;ORVA_CARELESS=$<TARGET_FILE:station_careless>;PYTHONDONTWRITEBYTECODE=1")

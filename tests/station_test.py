@@ -1,0 +1,381 @@
+"""The console as its users meet it: what it prints, and how it ends."""
+
+import json
+import os
+import pathlib
+import pty
+import re
+import select
+import subprocess
+import time
+
+import pytest
+
+STATION = os.environ["ORVA_STATION"]
+CARELESS = os.environ["ORVA_CARELESS"]
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+CHIPS = ["vq2040", "vq2050", "vq2040a", "vq2070"]
+
+
+def station(*arguments, stdin=""):
+    return subprocess.run([STATION, *map(str, arguments)], input=stdin, capture_output=True, text=True, timeout=60)
+
+
+def lines(*arguments, **keywords):
+    """What the console told a program: its exit status and its JSON lines."""
+    done = station("--json", *arguments, **keywords)
+    return done.returncode, [json.loads(line) for line in done.stdout.splitlines()]
+
+
+def calls(reported):
+    return [line for line in reported if line["type"] == "call"]
+
+
+def call(*arguments):
+    status, reported = lines(*arguments)
+    return status, calls(reported)[0]
+
+
+@pytest.fixture
+def session(tmp_path):
+    """Runs the text of a session on a chip: exit status and JSON lines."""
+
+    def run(text, *options):
+        script = tmp_path / "session.tcl"
+        script.write_text(text)
+        return lines(*options, "run", script)
+
+    return run
+
+
+@pytest.mark.parametrize(
+    "arguments, told",
+    [
+        (["wifi_set_powr", "1"], ["wifi_set_powr", "Did you mean wifi_set_power"]),
+        (["wifi_set_power"], ["missing", "wifi_set_power POWER"]),
+        (["wifi_set_power", "1", "2"], ["too many", "2 given"]),
+        (["wifi_set_power", "1dBm"], ["power", "1dBm", "no number"]),
+        (["wifi_set_power", ""], ["no number"]),
+        (["wifi_set_power", "4294967296"], ["32 bits", "4294967295"]),
+        (["wifi_set_power", "-2147483649"], ["32 bits"]),
+        (["wifi_set_power", "99999999999999999999999"], ["no number"]),
+        (["wifi_nvram_calibrate_get", "65536"], ["size", "0..65535"]),
+        (["wifi_nvram_calibrate_clean_new", "1,0,1"], ["flags", "four numbers"]),
+        (["wifi_hw_get", "5"], ["null or scratch"]),
+        (["--expect", "1 snr 5", "wifi_get_rx_rssi"], ["snr", "rssi"]),
+        (["--expect", "1 rssi 5..1", "wifi_get_rx_rssi"], ["5..1", "allows nothing"]),
+        (["--expect", "1 rssi", "wifi_get_rx_rssi"], ["pairs"]),
+        (["--expect", "yes", "wifi_set_power", "1"], ["yes", "LOW..HIGH"]),
+        (["--chip", "vq2060", "wifi_start_tx"], ["vq2060", "vq2070"]),
+        (["--chip"], ["--chip", "value"]),
+        (["--clok", "real"], ["--clok", "--clock"]),
+        (["--clock", "slow", "list"], ["slow", "virtual"]),
+        (["--log=loud", "list"], ["loud", "error"]),
+        (["--phone", "/nowhere/phone.toml", "wifi_start_tx"], ["/nowhere/phone.toml"]),
+        (["--library", "/nowhere/lib.so", "wifi_start_tx"], ["/nowhere/lib.so", "--library"]),
+        (["run"], ["session file"]),
+        (["run", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
+        (["run", "/"], ["cannot be read"]),
+        (["help", "wifi_set_chanel"], ["wifi_set_channel"]),
+        (["nv", "show", "many"], ["many", "340"]),
+        (["nv", "load", "/nowhere/nv.txt"], ["/nowhere/nv.txt"]),
+        (["nv", "forget"], ["list", "show NUMBER"]),
+    ],
+)
+def test_misuse_is_told_in_words(arguments, told):
+    done = station(*arguments)
+    assert done.returncode == 2
+    assert done.stdout == ""
+    assert len(done.stderr.strip().splitlines()) == 1
+    for words in told:
+        assert words in done.stderr
+
+
+@pytest.mark.parametrize(
+    "arguments, status",
+    [
+        (["wifi_set_power", "155"], 0),
+        (["wifi_setmimo_channel", "3"], 1),
+        (["wifi_query_setting", "5"], 1),
+        (["wifi_query_setting", "13"], 0),
+        (["conn_test_uart_loop"], 0),
+        (["--expect", "1", "conn_test_uart_loop"], 1),
+        (["--expect", "0", "wifi_setmimo_channel", "3"], 0),
+        (["wifi_ru_set", "0"], 1),
+        (["--chip", "vq2070", "wifi_ru_set", "0"], 0),
+    ],
+)
+def test_exit_status_of_a_single_call(arguments, status):
+    assert station(*arguments).returncode == status
+
+
+@pytest.mark.parametrize("word, sent", [("155", "15"), ("-99", "-9"), ("0x9B", "15"), ("4294967197", "-9"), ("2147483647", "214748364")])
+def test_numbers_reach_the_driver_as_typed(word, sent):
+    _, step = call("--chip", "vq2050", "wifi_set_power", word)
+    assert [(c["id"], c["name"], c["sent"]) for c in step["driver"]] == [(1, "power", sent)]
+    assert step["pauses_us"] == [1000, 1000]
+
+
+def test_values_that_make_no_sense_are_passed_on_with_a_remark():
+    _, step = call("wifi_set_channel", "5000")
+    assert "5000" in step["remarks"][0] and "5180..5825 MHz" in step["remarks"][0]
+    assert call("wifi_set_channel", "2484")[1]["remarks"] == []
+
+
+def test_outputs_are_typed():
+    _, step = call("wifi_conn_info")
+    assert step["outputs"]["rssi"] < 0
+    assert re.fullmatch("([0-9a-f]{2}:){5}[0-9a-f]{2}", step["outputs"]["bssid"])
+    for chip, digits in {"vq2040": 32, "vq2070": 36}.items():
+        _, step = call("--chip", chip, "conn_test_get_checktime_of_chipcheck")
+        assert step["outputs"]["check_time"] == 100
+        assert re.fullmatch("[0-9A-F]{%d}" % digits, step["outputs"]["die_id"])
+
+
+LIMITS = [
+    ("5", "5", True), ("5", "6", False), ("-70..-40", "-70", True), ("-70..-40", "-71", False), ("10..", "9", False),
+    ("10..", "4294967295", True), ("..0", "-5", True), ("..0", "1", False), ("1,3..5", "4", True), ("1,3..5", "2", False),
+    ("*", "7", True), ("0x10", "16", True),
+]
+
+
+def test_limits(session):
+    text = "\n".join(f"limits case{i} {value} {limits}" for i, (limits, value, _) in enumerate(LIMITS))
+    status, reported = session(text)
+    held = [line["held"] for line in reported if line["type"] == "expectation"]
+    assert held == [holds for _, _, holds in LIMITS]
+    assert status == 1
+
+
+# Each of these holds on vq2050 after a transmit start with one refused command in it.
+TX = """
+wifi_set_mode 4; wifi_set_band 0; wifi_set_channel 2412; wifi_setmimo_channel 1; wifi_set_rate 6500
+phone set interface.up true
+fault ioctl:3 1 0
+wifi_start_tx -> 0
+"""
+HOLDING = [
+    "expect driver {11=0 2=10 4=0 0=1 27=1 3=65!}",
+    "expect driver {power_save=0 mode=1..12 bandwidth channel=* mimo_chain=1,2 rate!}",
+    "expect log {wifi_ioctl_set_channel fail, ret[0].}",
+    "expect log {*fail, ret*}",
+    "expect no log {wifi_ioctl_set_power}",
+    "expect shell {}",
+    "expect phone state.channel 1",
+]
+FAILING = [
+    "expect driver {}",
+    "expect driver {11=0 2=10 4=0 0=1 27=1}",
+    "expect driver {11=0 2=10 4=0 0=1 27=1 3=65}",
+    "expect driver {11=0 2=10 4=0 0=1 27=1 3=64!}",
+    "expect driver {2=10 11=0 4=0 0=1 27=1 3=65!}",
+    "expect driver {11=0 2=10 4=0 0=1 27=1 3=65! 1=15}",
+    "expect log {wifi_ioctl_set_power}",
+    "expect no log {fail}",
+    "expect shell {{ifconfig wlan0 up}}",
+    "expect phone state.channel 2",
+]
+
+
+def test_expectations_hold_and_fail(session):
+    status, reported = session(TX + "\n".join(HOLDING), "--chip", "vq2050")
+    assert status == 0
+    assert [line["held"] for line in reported if line["type"] == "expectation"] == [True] * len(HOLDING)
+    status, reported = session(TX + "\n".join(FAILING), "--chip", "vq2050")
+    assert status == 1
+    failed = [line for line in reported if line["type"] == "expectation"]
+    assert [line["held"] for line in failed] == [False] * len(FAILING)
+    first = TX.count("\n") + 1
+    assert [line["line"] for line in failed] == list(range(first, first + len(FAILING)))
+
+
+def test_a_failed_expectation_is_recorded_and_the_session_goes_on(session):
+    status, reported = session("proc one {p} {\n  wifi_set_power $p -> 0\n}\nforeach p {1 2} {\n  one $p\n}\nwifi_set_band 0 -> 1\n")
+    assert status == 1
+    made = calls(reported)
+    assert [c["function"] for c in made] == ["wifi_set_power", "wifi_set_power", "wifi_set_band"]
+    assert [c["line"] for c in made] == [2, 2, 7]
+    assert made[0]["expectations"] == [{"what": "result", "limits": "0", "got": "1", "held": False}]
+    assert reported[-2]["failed"] == 2 and reported[-2]["held"] == 1 and not reported[-1]["passed"]
+
+
+@pytest.mark.parametrize(
+    "text, told",
+    [
+        ("wifi_set_band 0\nwifi_set_power\nwifi_set_band 1", "missing"),
+        ("wifi_set_band 0\nwifi_set_pwer 1", "Did you mean wifi_set_power"),
+        ("wifi_set_band 0\nexpect drivr {}", "drivr"),
+        ("wifi_set_band 0\nexpect driver {pwer=1}", "Did you mean power"),
+        ("wifi_set_band 0\nexpect phone radio.rsi 5", "radio.rssi"),
+        ("wifi_set_band 0\nphone set radio.rssi loud", "radio.rssi"),
+        ("wifi_set_band 0\nfault printer 1", "printer"),
+        ("wifi_set_band 0\nfault ioctl 0", "counts from 1"),
+        ("wifi_set_band 0\nwait soon", "seconds"),
+        ("wifi_set_band 0\nchip vq9", "vq2070"),
+        ("wifi_set_band 0\nexpr {1 +}", "missing operand"),
+    ],
+)
+def test_an_error_ends_the_session(session, text, told):
+    status, reported = session(text)
+    assert status == 2
+    error = [line for line in reported if line["type"] == "error"]
+    assert len(error) == 1 and told in error[0]["text"] and error[0]["line"] == 2
+    assert len(calls(reported)) == 1 and reported[-2]["broken"]
+
+
+@pytest.mark.parametrize("door", ["exec ls", "open /etc/passwd", "socket a 1", "file exists /", "source x", "exit 0", "cd /", "glob *", "load x", "after 1", "vwait x"])
+def test_sessions_cannot_reach_outside(session, door):
+    status, reported = session(door)
+    assert status == 2 and reported[-2]["broken"]
+
+
+def test_a_fault_that_never_came_fails_the_session(session):
+    status, reported = session("fault ioctl:27 1\nwifi_set_power 1 -> 1\n")
+    assert status == 1
+    assert any(line["type"] == "expectation" and line["what"] == "fault ioctl:27" and line["line"] == 1 for line in reported)
+    assert session("fault ioctl:25 1\nwifi_set_power 1 -> 1\n")[0] == 0
+
+
+def test_scripts_see_values_and_time_passes(session):
+    status, reported = session(
+        """
+        set rssi [output_of wifi_get_rx_rssi rssi]
+        limits seen $rssi -48
+        phone set radio.rssi -33
+        limits changed [output_of wifi_get_rx_rssi rssi] -33
+        limits has_ru [has wifi_ru_set] 1
+        limits chip_name [expr {[chip] eq "vq2070"}] 1
+        wait 1.5
+        wifi_set_power 155
+        limits pauses [llength [seen pauses]] 2
+        limits driver [lindex [seen driver] 0 2] 15
+        """.replace("set rssi", "proc output_of {f name} { $f; output $name }\nphone set interface.up true\nphone set radio.rssi -48\nset rssi"),
+        "--chip", "vq2070",
+    )
+    assert status == 0, reported
+    assert calls(reported)[-1]["at_us"] >= 1_500_000
+
+
+def test_every_session_starts_with_a_fresh_library_and_phone(tmp_path):
+    first, second = tmp_path / "a.tcl", tmp_path / "b.tcl"
+    first.write_text("wifi_set_power 155 -> 1\nphone set radio.rssi -20\n")
+    second.write_text("wifi_query_setting 5 -> -1\nlimits rssi [phone get radio.rssi] -100..-30\n")
+    assert lines("run", first, second)[0] == 0
+
+
+@pytest.mark.parametrize("function, what", [("wifi_conn_info", '"bssid" (6 bytes): 0 before it, 2 behind it'), ("wifi_power_set_range", "1 before it")])
+def test_an_overrun_buffer_fails_the_call(function, what):
+    status, step = call("--library", CARELESS, function)
+    assert status == 1
+    assert [e["held"] for e in step["expectations"]] == [False] and what in step["expectations"][0]["got"]
+
+
+def test_a_library_without_the_function_is_told():
+    done = station("--library", CARELESS, "wifi_start_tx")
+    assert done.returncode == 2 and "wifi_start_tx" in done.stderr
+
+
+def declared():
+    header = (ROOT / "api/wifi_factory_test_orva.h").read_text()
+    return re.findall(r"^\w+ (\w+)\(", header, re.M)
+
+
+def test_the_table_has_every_public_function():
+    assert sorted(re.findall(r"^  (\w+)", station("list").stdout, re.M)) == sorted(declared())
+
+
+@pytest.mark.parametrize("name", declared())
+def test_help_and_its_example(name, session):
+    text = station("help", name).stdout
+    chip = re.search(r"^Chips\n  (\w+)", text, re.M).group(1)
+    example = text.rstrip().splitlines()[-1].strip()
+    assert example.startswith(name)
+    status, reported = session(example, "--chip", chip)
+    assert status in (0, 1) and calls(reported)[0]["function"] == name
+    assert len(calls(reported)[0]["expectations"]) >= 1
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+@pytest.mark.parametrize("name", ["rf", "board_check"])
+def test_shipped_sessions_pass_on_a_good_phone(name, chip):
+    status, reported = lines("--chip", chip, "run", ROOT / f"sessions/{name}.tcl")
+    assert status == 0, [line for line in reported if not line.get("held", True)]
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+@pytest.mark.parametrize("phone, finding", [("cold-solder-joint", "solder joint"), ("dead-pcie", "PCIe"), ("wrong-fem", "front-end"), ("good", "nothing wrong")])
+def test_the_board_check_tells_broken_phones_apart(phone, finding, chip):
+    status, reported = lines("--chip", chip, "--phone", ROOT / f"virtual_phone/phones/{phone}.toml", "run", ROOT / "sessions/board_check.tcl")
+    has_no_lanes = phone == "dead-pcie" and chip in ("vq2040", "vq2040a")
+    notes = [line["text"] for line in reported if line["type"] == "note"]
+    assert len(notes) == 1 and ("nothing wrong" if has_no_lanes else finding) in notes[0]
+    assert status == (0 if phone == "good" or has_no_lanes else 1)
+
+
+def test_nv_is_kept_shown_saved_and_loaded(tmp_path):
+    store, text, other = tmp_path / "store.db", tmp_path / "nv.txt", tmp_path / "other.db"
+    text.write_text("# from the line\n340 WIC0_2G5G_OFDM pa2ga0=1,-2,3;pa5ga0=4,5;\n363 NV_UNUSED 0x00FF10\n")
+    assert station("--nv", store, "nv", "load", text).returncode == 0
+    shown = station("--nv", store, "nv", "show", "340").stdout
+    assert "pa2ga0" in shown and "1,-2,3" in shown and "pa5ga0" in shown
+    saved = tmp_path / "saved.txt"
+    station("--nv", store, "nv", "save", saved)
+    station("--nv", other, "nv", "load", saved)
+    assert station("--nv", other, "nv", "list").stdout == station("--nv", store, "nv", "list").stdout != ""
+    station("--nv", other, "nv", "clear")
+    assert "empty" in station("--nv", other, "nv", "list").stdout
+    text.write_text("340 A 0xZZ\n")
+    assert f"{text}:1" in station("--nv", store, "nv", "load", text).stderr
+
+
+def test_the_log_goes_to_stderr_in_logcat_format():
+    done = station("--chip", "vq2050", "--log", "wifi_set_power", "155")
+    assert re.search(r"^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} +\d+ +\d+ D WIFI_ORVA_FAC_TEST_2050: wifi_set_power::pow\[155\]\.$", done.stderr, re.M)
+    assert station("--chip", "vq2050", "--log=error", "wifi_set_power", "155").stderr == ""
+
+
+def test_the_prompt_works_in_a_pipe():
+    done = station("--chip", "vq2050", stdin="foreach p {10 20} {\n  wifi_set_power $p -> 1\n}\nset x [expr {6 * 7}]\nlog\n")
+    assert done.returncode == 0 and done.stdout.count("wifi_set_power") >= 2 and "42" in done.stdout
+    assert station(stdin="wifi_set_power 1 -> 0\n").returncode == 1
+    assert station(stdin="nonsense\nwifi_set_power 1\n").returncode == 2
+
+
+class Terminal:
+    """The console on a terminal, typed into."""
+
+    def __init__(self, home, *arguments):
+        self.pid, self.fd = pty.fork()
+        if self.pid == 0:
+            os.environ.update(HOME=str(home), TERM="xterm")
+            os.execv(STATION, [STATION, *arguments])
+
+    def type(self, text, until):
+        os.write(self.fd, text.encode())
+        seen, end = "", time.monotonic() + 20
+        while not re.search(until, seen):
+            assert time.monotonic() < end, f"waited for {until!r} after {text!r}, saw {seen!r}"
+            if select.select([self.fd], [], [], 0.2)[0]:
+                seen += os.read(self.fd, 4096).decode(errors="replace")
+        return seen
+
+
+def test_the_prompt_on_a_terminal(tmp_path):
+    here = Terminal(tmp_path, "--chip", "vq2070", "--clock", "real")
+    here.type("", r"vq2070 test:off tx:off rx:off> ")
+    here.type("wifi_get_rx_r\t", "ssi ")
+    here.type("\x03", r"\n.*rx:off> ")
+    here.type("wifi_set_band \t\t", r"0 +1 +2 +3")
+    here.type("\x03", r"\n.*rx:off> ")
+    here.type("wifi_start_testmode\r", r"test:on tx:off rx:off> ")
+    started = time.monotonic()
+    here.type("wait 60\r", "wait 60")
+    time.sleep(0.3)
+    here.type("\x03", r"interrupted[\s\S]*test:on tx:off rx:off> ")
+    here.type("while 1 {incr i}\r", "incr i")
+    time.sleep(0.3)
+    here.type("\x03", r"interrupted[\s\S]*rx:off> ")
+    assert time.monotonic() - started < 30
+    os.write(here.fd, b"exit\r")
+    assert os.waitstatus_to_exitcode(os.waitpid(here.pid, 0)[1]) == 0
+    assert "wifi_start_testmode" in (tmp_path / ".orva_station_history").read_text()
