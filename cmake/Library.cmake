@@ -1,3 +1,5 @@
+include(CheckLinkerFlag)
+
 # The library itself: objects once (tests of internals link them), then the shared library.
 set(ORVA_SOURCES
   api/dispatch.cpp
@@ -18,7 +20,7 @@ target_compile_options(orva_objects PRIVATE -fPIC -fvisibility=hidden -fno-excep
   -fno-threadsafe-statics -ffp-contract=off -fno-asynchronous-unwind-tables)
 set_target_properties(orva_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
-  target_compile_options(orva_objects PRIVATE -Os -flto -ffat-lto-objects)
+  target_compile_options(orva_objects PRIVATE -Oz -ffunction-sections)
 endif()
 
 add_library(wifi_factory_test_orva SHARED $<TARGET_OBJECTS:orva_objects>)
@@ -29,8 +31,18 @@ set_target_properties(wifi_factory_test_orva PROPERTIES LINKER_LANGUAGE C
   LINK_DEPENDS ${PROJECT_SOURCE_DIR}/api/exports.map.txt)
 target_link_options(wifi_factory_test_orva PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/api/exports.map.txt
-  -Wl,-z,max-page-size=16384 -Wl,-z,noseparate-code -Wl,-z,relro -Wl,-z,now -Wl,--as-needed -Wl,--hash-style=gnu)
+  -Wl,-z,max-page-size=16384 -Wl,-z,noseparate-code -Wl,-z,relro -Wl,-z,now -Wl,--as-needed -Wl,--hash-style=gnu
+  -Wl,-Bsymbolic)
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
-  target_link_options(wifi_factory_test_orva PRIVATE -flto -Os)
+  # No start files: the library has nothing to construct.
+  target_link_options(wifi_factory_test_orva PRIVATE -Wl,--gc-sections -nostartfiles)
+  # Both linkers pack the dispatch table's relocations; GNU ld pads the file up to the read-only data besides.
+  check_linker_flag(C "-fuse-ld=lld;-Wl,--pack-dyn-relocs=relr" ORVA_LLD)
+  check_linker_flag(C -Wl,-z,pack-relative-relocs ORVA_PACKED_RELOCATIONS)
+  if(ORVA_LLD)
+    target_link_options(wifi_factory_test_orva PRIVATE -fuse-ld=lld -Wl,--pack-dyn-relocs=relr -Wl,-O2)
+  elseif(ORVA_PACKED_RELOCATIONS)
+    target_link_options(wifi_factory_test_orva PRIVATE -Wl,-z,pack-relative-relocs)
+  endif()
 endif()
 target_link_libraries(wifi_factory_test_orva PRIVATE m)
