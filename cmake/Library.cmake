@@ -17,7 +17,7 @@ add_library(orva_objects OBJECT ${ORVA_SOURCES})
 target_include_directories(orva_objects PUBLIC ${PROJECT_SOURCE_DIR})
 # The same arithmetic on every processor: a fused multiply-add would round calibration values differently.
 target_compile_options(orva_objects PRIVATE -fPIC -fvisibility=hidden -fno-exceptions -fno-rtti
-  -fno-threadsafe-statics -ffp-contract=off -fno-asynchronous-unwind-tables)
+  -fno-threadsafe-statics -ffp-contract=off -fno-asynchronous-unwind-tables -fno-unwind-tables)
 set_target_properties(orva_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   target_compile_options(orva_objects PRIVATE -Oz -ffunction-sections)
@@ -37,10 +37,15 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
   # No start files: the library has nothing to construct.
   target_link_options(wifi_factory_test_orva PRIVATE -Wl,--gc-sections -nostartfiles)
   # Both linkers pack the dispatch table's relocations; GNU ld pads the file up to the read-only data besides.
-  check_linker_flag(C "-fuse-ld=lld;-Wl,--pack-dyn-relocs=relr" ORVA_LLD)
+  # A cross compiler looks for lld only where -B says.
+  find_program(ORVA_LLD_PROGRAM ld.lld)
+  get_filename_component(orva_lld_folder "${ORVA_LLD_PROGRAM}" REALPATH)
+  get_filename_component(orva_lld_folder "${orva_lld_folder}" DIRECTORY)
+  set(orva_lld_options -B${orva_lld_folder}/ -fuse-ld=lld -Wl,--pack-dyn-relocs=relr)
+  check_linker_flag(C "${orva_lld_options}" ORVA_LLD)
   check_linker_flag(C -Wl,-z,pack-relative-relocs ORVA_PACKED_RELOCATIONS)
   if(ORVA_LLD)
-    target_link_options(wifi_factory_test_orva PRIVATE -fuse-ld=lld -Wl,--pack-dyn-relocs=relr -Wl,-O2)
+    target_link_options(wifi_factory_test_orva PRIVATE ${orva_lld_options} -Wl,-O2)
   elseif(ORVA_PACKED_RELOCATIONS)
     target_link_options(wifi_factory_test_orva PRIVATE -Wl,-z,pack-relative-relocs)
   endif()
