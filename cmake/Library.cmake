@@ -36,17 +36,17 @@ target_link_options(wifi_factory_test_orva PRIVATE
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   # No start files: the library has nothing to construct.
   target_link_options(wifi_factory_test_orva PRIVATE -Wl,--gc-sections -nostartfiles)
-  # Both linkers pack the dispatch table's relocations; GNU ld pads the file up to the read-only data besides.
-  # A cross compiler looks for lld only where -B says.
-  find_program(ORVA_LLD_PROGRAM ld.lld)
+  # Packed, the dispatch table's relocations take 12 KiB less; the C library wants a note of that in the file, which
+  # lld writes from version 15 on. GNU ld pads the file besides. A cross compiler looks for lld only where -B says.
+  find_program(ORVA_LLD_PROGRAM NAMES ld.lld-19 ld.lld-16 ld.lld-15)
   get_filename_component(orva_lld_folder "${ORVA_LLD_PROGRAM}" REALPATH)
   get_filename_component(orva_lld_folder "${orva_lld_folder}" DIRECTORY)
-  set(orva_lld_options -B${orva_lld_folder}/ -fuse-ld=lld -Wl,--pack-dyn-relocs=relr)
-  check_linker_flag(C "${orva_lld_options}" ORVA_LLD)
-  check_linker_flag(C -Wl,-z,pack-relative-relocs ORVA_PACKED_RELOCATIONS)
-  if(ORVA_LLD)
+  set(orva_lld_options -B${orva_lld_folder}/ -fuse-ld=lld -Wl,-z,pack-relative-relocs)
+  check_linker_flag(C "${orva_lld_options}" ORVA_LLD_PACKS)
+  check_linker_flag(C -Wl,-z,pack-relative-relocs ORVA_LD_PACKS)
+  if(ORVA_LLD_PROGRAM AND ORVA_LLD_PACKS)
     target_link_options(wifi_factory_test_orva PRIVATE ${orva_lld_options} -Wl,-O2)
-  elseif(ORVA_PACKED_RELOCATIONS)
+  elseif(ORVA_LD_PACKS)
     target_link_options(wifi_factory_test_orva PRIVATE -Wl,-z,pack-relative-relocs)
   endif()
 endif()
