@@ -140,6 +140,14 @@ std::string run_step(interpreter &in, words_t words) {
   return "";
 }
 
+std::string run_progress(interpreter &in, words_t words) {
+  auto done = whole_number("progress: DONE", words[0]), total = whole_number("progress: TOTAL", words[1]);
+  if (done < 0 || total < done) throw usage_error{"progress: DONE lies between 0 and TOTAL."};
+  in.current().report_progress(static_cast<size_t>(done), static_cast<size_t>(total),
+                               words.size() > 2 ? words[2] : "");
+  return "";
+}
+
 std::string run_chip(interpreter &in, words_t words) {
   if (words.empty()) return in.current().chip_name();
   auto chip = chip_index(words[0]);
@@ -239,6 +247,11 @@ const command table[] = {
      1,
      MANY,
      run_step},
+    {{"progress", "progress DONE TOTAL ?TEXT?",
+      "Shows on a terminal how far a long run has come; sweep does it by itself.", "progress 3 14"},
+     2,
+     3,
+     run_progress},
     {{"chip", "chip ?NAME?", "The fitted chip; with a name, fits that one (test state starts afresh).",
       "if {[chip] eq \"vq2070\"} { wifi_ru_set 0 -> 1 }"},
      0,
@@ -282,6 +295,9 @@ const std::vector<command_help> &command_list() {
   static const std::vector<command_help> all = [] {
     std::vector<command_help> list;
     for (auto &c : table) list.push_back(c.help);
+    list.push_back({"sweep", "sweep {NAME {VALUE...} ...} BODY",
+                    "Runs the body for every combination of the values, the last name fastest.",
+                    "sweep {channel {2412 2437 2472} power {100 155}} { wifi_set_channel $channel -> 1 }"});
     return list;
   }();
   return all;

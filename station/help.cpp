@@ -85,6 +85,7 @@ Options:
   --nv FILE         keeps NV in this file instead of in memory
   --library FILE    the library under test
   --expect LIMITS   what a single call should give: its result, then outputs and limits, as "1 rssi -70..-40"
+  --junit FILE      a report of the run for CI systems
   --json            one JSON object a line instead of the table
   --brief           one line for each call, without driver commands and pauses
   --quiet           only what failed, and the summary

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "functions.h"
+#include "sweep.h"
 #include "text.h"
 
 #include <csignal>
@@ -117,6 +118,7 @@ interpreter::interpreter(session &s)
   for (auto &c : commands())
     Tcl_CreateObjCommand(tcl, c.help.name, on_command, const_cast<command *>(&c), nullptr);
   Tcl_CreateObjCommand(tcl, "unknown", on_unknown, nullptr, nullptr);
+  Tcl_EvalEx(tcl, sweep_script, -1, TCL_EVAL_GLOBAL);
 }
 
 interpreter::~interpreter() { Tcl_DeleteInterp(tcl); }

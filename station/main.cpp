@@ -20,7 +20,10 @@ using reporters = std::vector<std::shared_ptr<reporter>>;
 
 reporters make_reporters(const command_line &line) {
   bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
-  return {line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour)};
+  reporters all;
+  if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
+  all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour));
+  return all;
 }
 
 std::vector<settings> chips_to_test(const command_line &line) {
@@ -62,13 +65,16 @@ exit_status run_call(const command_line &line) {
   for (auto &word : split(line.expect, ' '))
     if (!word.empty()) words.push_back(word);
   bool good = true;
+  auto to = make_reporters(line);
+  std::vector<session_summary> all;
   for (auto &with : chips_to_test(line)) {
-    session s(with, "", make_reporters(line));
+    session s(with, "", to);
     s.start();
     auto &step = s.call(*f, words, {});
     good &= step.expectations.empty() ? step.result.means.verdict != outcome::bad : step.held();
-    s.finish();
+    all.push_back(s.finish());
   }
+  for (auto &r : to) r->all_done(all);
   return good ? PASSED : FAILED;
 }
 
@@ -82,11 +88,13 @@ exit_status run_nv_command(const command_line &line) {
 }
 
 exit_status run_interactive(const command_line &line) {
-  session s(line.with, "", make_reporters(line));
+  auto to = make_reporters(line);
+  session s(line.with, "", to);
   s.start();
   bool understood = run_prompt(s);
-  bool passed = s.finish().passed();
-  return !understood ? MISUSED : passed ? PASSED : FAILED;
+  auto summary = s.finish();
+  for (auto &r : to) r->all_done({summary});
+  return !understood ? MISUSED : summary.passed() ? PASSED : FAILED;
 }
 
 exit_status run_help(const command_line &line) {

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <numeric>
+#include <unistd.h>
 
 namespace station {
 namespace {
@@ -173,13 +174,51 @@ void add(observed &seen, const contact &e, std::string &path) {
   }
 }
 
+int64_t &account(time_ledger &ledger, phone_event_kind kind) {
+  switch (kind) {
+  case PHONE_SLEEP: return ledger.pauses_us;
+  case PHONE_SOCKET:
+  case PHONE_IOCTL:
+  case PHONE_CLOSE: return ledger.driver_us;
+  case PHONE_FORK:
+  case PHONE_WAIT:
+  case PHONE_POPEN:
+  case PHONE_FREAD:
+  case PHONE_PCLOSE: return ledger.shell_us;
+  default: return ledger.library_us;
+  }
+}
+
+/** Contacts tell when they began: each has the time until the caller's next one. */
+time_ledger keep_ledger(const std::vector<const contact *> &contacts, int64_t start_us, int64_t end_us) {
+  time_ledger ledger;
+  auto since = start_us;
+  auto *account_now = &ledger.library_us;
+  for (auto *e : contacts) {
+    if (e->process != getpid() || e->kind == PHONE_EXEC) continue;
+    *account_now += e->time_us - since;
+    since = e->time_us;
+    account_now = &account(ledger, e->kind);
+  }
+  *account_now += end_us - since;
+  return ledger;
+}
+
 }  // namespace
 
 int64_t observed::total_pause_us() const {
   return std::accumulate(pauses_us.begin(), pauses_us.end(), int64_t{0});
 }
 
-observed observe(unsigned chip) {
+time_ledger &time_ledger::operator+=(const time_ledger &other) {
+  pauses_us += other.pauses_us;
+  driver_us += other.driver_us;
+  shell_us += other.shell_us;
+  library_us += other.library_us;
+  return *this;
+}
+
+observed observe(unsigned chip, int64_t start_us, int64_t end_us) {
   observed seen;
   std::string path;
   const contact *last_request = nullptr;
@@ -190,6 +229,7 @@ observed observe(unsigned chip) {
     } else
       add(seen, *e, path);
   }
+  seen.ledger = keep_ledger(phone_link::contacts(), start_us, end_us);
   return seen;
 }
 

@@ -40,6 +40,16 @@ struct nv_access {
   int64_t code;
 };
 
+/** Where a call's time on the phone went. */
+struct time_ledger {
+  int64_t pauses_us = 0;  /**< sleeps that the library makes on purpose */
+  int64_t driver_us = 0;  /**< sockets and requests */
+  int64_t shell_us = 0;   /**< commands, from fork to their end */
+  int64_t library_us = 0; /**< all the rest: the library, its log and NV */
+
+  time_ledger &operator+=(const time_ledger &other);
+};
+
 struct observed {
   std::vector<driver_command> commands;
   std::vector<shell_command> shell;
@@ -51,11 +61,13 @@ struct observed {
    */
   std::vector<std::string> records;
 
+  time_ledger ledger;
+
   int64_t total_pause_us() const;
 };
 
-/** Everything since the contacts were cleared. */
-observed observe(unsigned chip);
+/** Everything since the contacts were cleared, of a call that ran from start to end on the phone's clock. */
+observed observe(unsigned chip, int64_t start_us, int64_t end_us);
 
 /** "power=15", "rssi: -55", "mimo_chain=1 refused" */
 std::string describe(const driver_command &command);

@@ -14,6 +14,7 @@ struct command_line {
   detail how_much = detail::full;
   /** What a one-shot call should give: "RESULT ?NAME LIMITS ...?" */
   std::string expect;
+  std::string junit_file;
   bool help = false;
   bool version = false;
   /** What is not an option: a function and its arguments, or run, nv, help, list and theirs. */

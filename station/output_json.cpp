@@ -25,6 +25,13 @@ json to_json(const expectation &e) {
   return {{"what", e.what}, {"limits", e.limits}, {"got", e.got}, {"held", e.held}};
 }
 
+json to_json(const time_ledger &l) {
+  return {{"pauses_us", l.pauses_us},
+          {"driver_us", l.driver_us},
+          {"shell_us", l.shell_us},
+          {"library_us", l.library_us}};
+}
+
 json to_json(const observed &seen) {
   json driver = json::array(), shell = json::array(), log = json::array(), nv = json::array();
   for (auto &c : seen.commands)
@@ -41,13 +48,15 @@ json to_json(const observed &seen) {
   for (auto &n : seen.nv)
     nv.push_back(
         {{"write", n.write}, {"number", n.number}, {"name", n.name}, {"text", n.text}, {"code", n.code}});
-  return {{"driver", driver}, {"shell", shell}, {"files", seen.files},    {"pauses_us", seen.pauses_us},
-          {"log", log},       {"nv", nv},       {"records", seen.records}};
+  return {{"driver", driver}, {"shell", shell}, {"files", seen.files},     {"pauses_us", seen.pauses_us},
+          {"log", log},       {"nv", nv},       {"records", seen.records}, {"time", to_json(seen.ledger)}};
 }
 
 json to_json(const session_summary &s) {
-  return {{"session", s.info.name}, {"chip", s.info.chip},    {"calls", s.calls},   {"held", s.held},
-          {"failed", s.failed},     {"phone_us", s.phone_us}, {"broken", s.broken}, {"passed", s.passed()}};
+  return {{"session", s.info.name}, {"chip", s.info.chip}, {"calls", s.calls},
+          {"held", s.held},         {"failed", s.failed},  {"phone_us", s.phone_us},
+          {"calls_us", s.calls_us}, {"own_us", s.own_us},  {"time", to_json(s.ledger)},
+          {"broken", s.broken},     {"passed", s.passed()}};
 }
 
 class json_reporter : public reporter {
@@ -83,6 +92,9 @@ public:
     write("call", line, step.where);
   }
   void expect(const expectation &e, const place &where) override { write("expectation", to_json(e), where); }
+  void progress(size_t done, size_t total, const std::string &text) override {
+    write("progress", {{"done", done}, {"total", total}, {"text", text}});
+  }
   void error(const std::string &text, const place &where) override {
     write("error", {{"text", text}}, where);
   }

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <unistd.h>
 
 namespace station {
 namespace {
@@ -81,15 +82,30 @@ public:
     print("{}  {}: {}\n", paint(RED, "STOP"), where.text(), text);
   }
 
+  void progress(size_t done, size_t total, const std::string &text) override {
+    if (!terminal || total == 0) return;
+    constexpr size_t width = 30;
+    auto full = std::min(width, done * width / total);
+    clear_bar();
+    fmt::print(out, "[{:#<{}}{:.<{}}] {}/{} {}", "", full, "", width - full, done, total, text.substr(0, 60));
+    fflush(out);
+    bar_shown = done < total;
+    if (!bar_shown) fmt::print(out, "\r\033[K");
+  }
+
   void all_done(const std::vector<session_summary> &all) override {
     if (all.empty() || all.front().info.name.empty()) return;
     size_t width = 8;
     for (auto &s : all) width = std::max(width, s.info.name.size());
-    print("\n{}\n", paint(BOLD, fmt::format("{:<8} {:<{}} {:>6} {:>6} {:>7} {:>12}  verdict", "chip",
-                                            "session", width, "calls", "held", "failed", "phone time")));
+    auto row = [&](auto... cells) {
+      return fmt::format("{:<8} {:<{}} {:>6} {:>6} {:>7} {:>10}  {}", cells...);
+    };
+    print("\n{}\n",
+          paint(BOLD, row("chip", "session", width, "calls", "held", "failed", "phone time", "verdict")));
     for (auto &s : all)
-      print("{:<8} {:<{}} {:>6} {:>6} {:>7} {:>12}  {}\n", s.info.chip, s.info.name, width, s.calls, s.held,
-            s.failed, duration(s.phone_us), verdict(s));
+      print("{}\n", row(s.info.chip, s.info.name, width, s.calls, s.held, s.failed, duration(s.phone_us),
+                        verdict(s)));
+    if (level == detail::full) ledger(all, width);
   }
 
 private:
@@ -99,7 +115,27 @@ private:
     session_heading.clear();
   }
 
+  void clear_bar() {
+    if (bar_shown) fmt::print(out, "\r\033[K");
+    bar_shown = false;
+  }
+
+  /** Where the time went. On the virtual clock driver and shell take none. */
+  void ledger(const std::vector<session_summary> &all, size_t width) {
+    auto row = [&](auto... cells) {
+      return fmt::format("{:<8} {:<{}} {:>10} {:>10} {:>10} {:>10} {:>10} {:>14}", cells...);
+    };
+    print("\n{}\n", paint(BOLD, row("time", "session", width, "pauses", "driver", "shell", "library", "waits",
+                                    "this computer")));
+    for (auto &s : all)
+      print("{}\n",
+            row(s.info.chip, s.info.name, width, duration(s.ledger.pauses_us), duration(s.ledger.driver_us),
+                duration(s.ledger.shell_us), duration(s.ledger.library_us), duration(s.phone_us - s.calls_us),
+                duration(s.own_us)));
+  }
+
   template <class... A> void print(fmt::format_string<A...> form, A &&...arguments) {
+    clear_bar();
     fmt::print(out, form, std::forward<A>(arguments)...);
   }
 
@@ -144,10 +180,20 @@ private:
     wrap("    ", "  shell", shell_texts(step.seen));
     wrap("    ", "  files", step.seen.files);
     wrap("    ", "  nv", nv_texts(step.seen));
-    if (step.seen.pauses_us.empty()) return;
-    auto total = step.seen.total_pause_us();
+    time_line(step);
+  }
+
+  void time_line(const call_step &step) {
+    auto &time = step.seen.ledger;
+    auto text = step.seen.pauses_us.empty()
+                    ? ""
+                    : fmt::format("pauses   {} = {}", describe_pauses(step.seen.pauses_us),
+                                  duration(step.seen.total_pause_us()));
+    if (!text.empty()) print("        {}\n", paint(DIM, text));
+    if (time.driver_us + time.shell_us == 0) return;
     print("        {}\n",
-          paint(DIM, fmt::format("pauses   {} = {}", describe_pauses(step.seen.pauses_us), duration(total))));
+          paint(DIM, fmt::format("time     driver {}, shell {}, library {}", duration(time.driver_us),
+                                 duration(time.shell_us), duration(time.library_us))));
   }
 
   /** Items one after the other behind a heading, broken at the page's width. */
@@ -174,6 +220,8 @@ private:
   FILE *out;
   detail level;
   bool colour;
+  bool terminal = isatty(fileno(out)) != 0;
+  bool bar_shown = false;
   std::string session_heading;
 };
 

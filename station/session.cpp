@@ -84,9 +84,12 @@ const call_step &session::call(const function &f, const std::vector<std::string>
                                                     .start_us = start,
                                                     .phone_us = phone_link::now_us() - start,
                                                     .own_us = real_us() - real_start});
-  last_step->seen = observe(chip());
+  last_step->seen = observe(chip(), start, start + last_step->phone_us);
   last_step->expectations = judge_result(last_step->result, wants);
   ++summary.calls;
+  summary.ledger += last_step->seen.ledger;
+  summary.calls_us += last_step->phone_us;
+  summary.own_us += last_step->own_us;
   if (last_step->result.means.verdict == outcome::good) follow(f.name);
   for (auto &e : last_step->expectations) count(e);
   for (auto &r : reporters) r->call(*last_step);
@@ -100,6 +103,10 @@ void session::expect(expectation e, const place &where) {
 
 void session::title(const std::string &text) {
   for (auto &r : reporters) r->title(text);
+}
+
+void session::report_progress(size_t done, size_t total, const std::string &text) {
+  for (auto &r : reporters) r->progress(done, total, text);
 }
 
 void session::note(const std::string &text) {

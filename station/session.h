@@ -51,8 +51,11 @@ struct session_summary {
   size_t calls = 0;
   size_t held = 0;
   size_t failed = 0;
-  bool broken = false; /**< ended by an error in the script */
-  int64_t phone_us = 0;
+  bool broken = false;  /**< ended by an error in the script */
+  int64_t phone_us = 0; /**< the whole session on the phone's clock */
+  int64_t calls_us = 0; /**< what the calls took of it */
+  int64_t own_us = 0;   /**< real time that the calls cost this computer */
+  time_ledger ledger;
   bool passed() const { return failed == 0 && !broken; }
 };
 
@@ -64,6 +67,8 @@ public:
   virtual void title(const std::string &) {}
   virtual void note(const std::string &) {}
   virtual void call(const call_step &) {}
+  /** How far a long run has come. */
+  virtual void progress(size_t, size_t, const std::string &) {}
   /** An expectation that stands for itself. */
   virtual void expect(const expectation &, const place &) {}
   virtual void error(const std::string &, const place &) {}
@@ -101,6 +106,7 @@ public:
   const call_step &call(const function &f, const std::vector<std::string> &words, const place &where);
   void expect(expectation e, const place &where);
   void title(const std::string &text);
+  void report_progress(size_t done, size_t total, const std::string &text);
   void note(const std::string &text);
   void fail(const std::string &text, const place &where);
   void plan_fault(const std::string &what, unsigned nth, unsigned times, int value, const place &where);

@@ -8,7 +8,9 @@ import re
 import select
 import subprocess
 import time
+from xml.etree import ElementTree
 
+import jsonschema
 import pytest
 
 STATION = os.environ["ORVA_STATION"]
@@ -21,10 +23,16 @@ def station(*arguments, stdin=""):
     return subprocess.run([STATION, *map(str, arguments)], input=stdin, capture_output=True, text=True, timeout=60)
 
 
+SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/session.schema.json").read_text()))
+
+
 def lines(*arguments, **keywords):
-    """What the console told a program: its exit status and its JSON lines."""
+    """What the console told a program: its exit status and its JSON lines, each as the schema says."""
     done = station("--json", *arguments, **keywords)
-    return done.returncode, [json.loads(line) for line in done.stdout.splitlines()]
+    reported = [json.loads(line) for line in done.stdout.splitlines()]
+    for line in reported:
+        SCHEMA.validate(line)
+    return done.returncode, reported
 
 
 def calls(reported):
@@ -77,6 +85,7 @@ def session(tmp_path):
         (["run", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
         (["run", "/"], ["cannot be read"]),
         (["help", "wifi_set_chanel"], ["wifi_set_channel"]),
+        (["--junit", "/nowhere/report.xml", "wifi_start_tx"], ["/nowhere/report.xml"]),
         (["nv", "show", "many"], ["many", "340"]),
         (["nv", "load", "/nowhere/nv.txt"], ["/nowhere/nv.txt"]),
         (["nv", "forget"], ["list", "show NUMBER"]),
@@ -310,6 +319,51 @@ def test_the_board_check_tells_broken_phones_apart(phone, finding, chip):
     notes = [line["text"] for line in reported if line["type"] == "note"]
     assert len(notes) == 1 and ("nothing wrong" if has_no_lanes else finding) in notes[0]
     assert status == (0 if phone == "good" or has_no_lanes else 1)
+
+
+SWEEP = """
+wifi_set_band 0 -> 1
+sweep {channel {2412 2484 5180} power {100 155}} {
+  if {$channel == 5180} { break }
+  wifi_set_channel $channel -> 1
+  if {$power == 155} { continue }
+  wifi_set_power $power -> 0
+}
+"""
+
+
+def test_a_sweep_goes_through_every_combination(session):
+    status, reported = session(SWEEP)
+    made = [(c["function"], *c["arguments"].values()) for c in calls(reported)[1:]]
+    assert made == [("wifi_set_channel", 2412), ("wifi_set_power", 100), ("wifi_set_channel", 2412),
+                    ("wifi_set_channel", 2484), ("wifi_set_power", 100), ("wifi_set_channel", 2484)]
+    assert {c["line"] for c in calls(reported)[1:]} == {5, 7}
+    assert [(p["done"], p["total"]) for p in reported if p["type"] == "progress"] == [(i, 6) for i in (0, 1, 2, 3, 4, 6)]
+    assert status == 1
+
+
+def test_the_ledger_adds_up(session):
+    text = "wifi_start_testmode -> 1\nwait 0.25\nwifi_set_antenna 1 -> 1\n"
+    for clock in ("virtual", "real"):
+        _, reported = session(text, "--chip", "vq2050", "--clock", clock)
+        end = [line for line in reported if line["type"] == "end"][0]
+        assert end["phone_us"] - end["calls_us"] >= 250_000
+        assert sum(end["time"].values()) == end["calls_us"]
+        assert sum(sum(c["pauses_us"]) for c in calls(reported)) <= end["time"]["pauses_us"]
+        costs = (end["time"]["driver_us"] > 0, end["time"]["shell_us"] > 0)
+        assert costs == ((True, True) if clock == "real" else (False, False))
+
+
+def test_junit_report(session, tmp_path):
+    report = tmp_path / "report.xml"
+    session("step <one>\nwifi_set_band 0 -> 0\nwifi_set_band 1 -> 1\nexpect driver {}\nnonsense\n", "--junit", report)
+    suite = ElementTree.parse(report).getroot()[0]
+    assert {k: suite.get(k) for k in ("tests", "failures", "errors")} == {"tests": "4", "failures": "1", "errors": "1"}
+    cases = suite.findall("testcase")
+    assert [len(c) for c in cases] == [1, 0, 0, 1]
+    assert cases[0].get("classname").endswith(".<one>") and cases[0].get("line") == "2"
+    assert cases[0].find("failure").get("message") == "expected result 0, got 1"
+    assert "nonsense" in cases[3].find("error").get("message")
 
 
 def test_nv_is_kept_shown_saved_and_loaded(tmp_path):
