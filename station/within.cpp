@@ -2,6 +2,8 @@
 
 #include "text.h"
 
+#include <charconv>
+#include <cmath>
 #include <fmt/format.h>
 #include <optional>
 
@@ -9,14 +11,24 @@ namespace station {
 namespace {
 
 struct range {
-  int64_t low = INT64_MIN;
-  int64_t high = INT64_MAX;
+  double low = -HUGE_VAL;
+  double high = HUGE_VAL;
 };
+
+/** Whole numbers as everywhere, and decimal fractions. */
+std::optional<double> parse_value(const std::string &text) {
+  if (auto whole = parse_number(text)) return static_cast<double>(*whole);
+  double value = 0;
+  auto end = text.data() + text.size();
+  auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
+  bool finite = error == std::errc{} && stop == end && std::isfinite(value);
+  return finite ? std::optional(value) : std::nullopt;
+}
 
 std::optional<range> parse_range(const std::string &text) {
   auto dots = text.find("..");
   if (dots == text.npos) {
-    auto number = parse_number(text);
+    auto number = parse_value(text);
     return number ? std::optional(range{*number, *number}) : std::nullopt;
   }
   auto low = text.substr(0, dots), high = text.substr(dots + 2);
@@ -24,7 +36,7 @@ std::optional<range> parse_range(const std::string &text) {
   if (low.empty() && high.empty()) return std::nullopt;
   for (auto [part, bound] : {std::pair(&low, &r.low), std::pair(&high, &r.high)})
     if (!part->empty()) {
-      auto number = parse_number(*part);
+      auto number = parse_value(*part);
       if (!number) return std::nullopt;
       *bound = *number;
     }
@@ -32,7 +44,7 @@ std::optional<range> parse_range(const std::string &text) {
 }
 
 bool meets(const std::string &limit, const std::string &value) {
-  auto number = parse_number(value);
+  auto number = parse_value(value);
   auto allowed = parse_range(limit);
   if (number && allowed) return *number >= allowed->low && *number <= allowed->high;
   return glob(limit, value);

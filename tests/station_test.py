@@ -144,7 +144,7 @@ def test_outputs_are_typed():
 LIMITS = [
     ("5", "5", True), ("5", "6", False), ("-70..-40", "-70", True), ("-70..-40", "-71", False), ("10..", "9", False),
     ("10..", "4294967295", True), ("..0", "-5", True), ("..0", "1", False), ("1,3..5", "4", True), ("1,3..5", "2", False),
-    ("*", "7", True), ("0x10", "16", True),
+    ("*", "7", True), ("0x10", "16", True), ("0.5..1", "0.75", True), ("0.5..1", "0.25", False), ("5", "5.0", True),
 ]
 
 
@@ -319,6 +319,16 @@ def test_the_board_check_tells_broken_phones_apart(phone, finding, chip):
     notes = [line["text"] for line in reported if line["type"] == "note"]
     assert len(notes) == 1 and ("nothing wrong" if has_no_lanes else finding) in notes[0]
     assert status == (0 if phone == "good" or has_no_lanes else 1)
+
+
+DOCUMENTED = re.findall(r"^```tcl\n(.*?)^```", (ROOT / "docs/sessions.md").read_text(), re.M | re.S)
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+@pytest.mark.parametrize("number", range(len(DOCUMENTED)))
+def test_documented_examples(number, chip, session):
+    status, reported = session(DOCUMENTED[number], "--chip", chip)
+    assert status == 0, [line for line in reported if not line.get("held", True) or line["type"] == "error"]
 
 
 SWEEP = """
