@@ -2,4 +2,17 @@
 add_phone_test(rf_driver_test rf_driver_test.cpp rf_expect.cpp)
 add_phone_test(rf_sequence_test rf_sequence_test.cpp rf_expect.cpp)
 add_phone_test(rf_settings_test rf_settings_test.cpp rf_expect.cpp)
-#add_phone_test(dispatch_test dispatch_test.cpp)
+add_phone_test(dispatch_test dispatch_test.cpp)
+
+# A caller in plain C.
+add_executable(dispatch_api dispatch_api.c)
+set_target_properties(dispatch_api PROPERTIES C_STANDARD 99 C_STANDARD_REQUIRED ON C_EXTENSIONS OFF)
+target_compile_options(dispatch_api PRIVATE -Wpedantic -Wstrict-prototypes)
+target_link_libraries(dispatch_api PRIVATE wifi_factory_test_orva virtual_phone)
+add_test(NAME dispatch_api COMMAND dispatch_api)
+
+find_program(PYTEST NAMES pytest-3 pytest REQUIRED)
+add_test(NAME dispatch_exports
+         COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/dispatch_exports_test.py)
+set_tests_properties(dispatch_exports PROPERTIES ENVIRONMENT
+  "ORVA_LIBRARY=$<TARGET_FILE:wifi_factory_test_orva>;PYTHONDONTWRITEBYTECODE=1")
