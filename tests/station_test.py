@@ -305,7 +305,7 @@ def test_help_and_its_example(name, session):
 
 
 @pytest.mark.parametrize("chip", CHIPS)
-@pytest.mark.parametrize("name", ["rf", "board_check"])
+@pytest.mark.parametrize("name", ["rf", "board_check", "sweep"])
 def test_shipped_sessions_pass_on_a_good_phone(name, chip):
     status, reported = lines("--chip", chip, "run", ROOT / f"sessions/{name}.tcl")
     assert status == 0, [line for line in reported if not line.get("held", True)]
@@ -412,7 +412,18 @@ class Terminal:
         self.pid, self.fd = pty.fork()
         if self.pid == 0:
             os.environ.update(HOME=str(home), TERM="xterm")
+            os.environ.pop("NO_COLOR", None)
             os.execv(STATION, [STATION, *arguments])
+
+    def rest(self):
+        """What it still prints until it ends, and its exit status."""
+        seen = b""
+        try:
+            while piece := os.read(self.fd, 4096):
+                seen += piece
+        except OSError:
+            pass
+        return seen.decode(errors="replace"), os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
 
     def type(self, text, until):
         os.write(self.fd, text.encode())
@@ -441,5 +452,13 @@ def test_the_prompt_on_a_terminal(tmp_path):
     here.type("\x03", r"interrupted[\s\S]*rx:off> ")
     assert time.monotonic() - started < 30
     os.write(here.fd, b"exit\r")
-    assert os.waitstatus_to_exitcode(os.waitpid(here.pid, 0)[1]) == 0
+    assert here.rest()[1] == 0
     assert "wifi_start_testmode" in (tmp_path / ".orva_station_history").read_text()
+
+
+def test_a_long_run_shows_its_progress_on_a_terminal_only(tmp_path):
+    arguments = ["--quiet", "run", ROOT / "sessions/sweep.tcl"]
+    shown, status = Terminal(tmp_path, *map(str, arguments)).rest()
+    assert status == 0 and "[" + "#" * 15 + "." * 15 + "] 288/576 band 2 channel 2484" in shown
+    assert re.search(r"\033\[32mPASS", shown)
+    assert "#" not in station(*arguments).stdout and "\033" not in station(*arguments).stdout

@@ -1,0 +1,31 @@
+# Every channel at every bandwidth: a transmit start must send the right channel number, or nothing where there is
+# no such channel. A few seconds on a phone, a moment on the virtual clock.
+
+set channels 2484
+for {set mhz 2412} {$mhz <= 2472} {incr mhz 5} { lappend channels $mhz }
+for {set mhz 5180} {$mhz <= 5825} {incr mhz 5} { lappend channels $mhz }
+
+# The channel number that the driver is to get; 0 where the bandwidth does not fit.
+proc number {mhz band} {
+  if {$mhz == 2484} { return 14 }
+  if {$mhz >= 5180} { return [expr {[lindex {36 34 30 22} $band] + ($mhz - 5180) / 5}] }
+  if {$band > 1} { return 0 }
+  return [expr {1 + ($mhz - 2412) / 5 - 2 * $band}]
+}
+
+wifi_start_testmode -> 1
+wifi_set_mode 4 -> 1
+wifi_set_rate 6500 -> 1
+wifi_set_power 155 -> 1
+if {[chip] in {vq2050 vq2070}} { wifi_setmimo_channel 1 -> 1 }
+
+sweep [list band {0 1 2 3} channel $channels] {
+  wifi_set_band $band -> 1
+  wifi_set_channel $channel -> 1
+  set want [number $channel $band]
+  wifi_start_tx -> [expr {$want != 0}]
+  set sent [lsearch -inline -index 1 [seen driver] channel]
+  limits "number of $channel MHz at band $band" [expr {$sent eq "" ? 0 : [lindex $sent 2]}] $want
+  wifi_stop_tx -> 1
+}
+wifi_stop_testmode -> 1
