@@ -1,0 +1,163 @@
+"""A virtual phone in a process of its own.
+
+The virtual phone stands ahead of libc: it must be there before anything else is loaded, and it answers fork, sleep and
+waitpid of the whole process. So it gets a process that does nothing but the library's calls. That also gives every
+bench a library fresh from loading (its test state is plain globals), and a crash of the library ends that process and
+not the test run.
+"""
+
+from __future__ import annotations
+
+import os
+import signal
+import subprocess
+import sys
+from multiprocessing.connection import Connection, Pipe
+from pathlib import Path
+from types import TracebackType
+from typing import Any, Optional, cast
+
+from orva import files
+from orva.library import Library
+from orva.phone import VirtualPhone
+
+
+#: Seconds that the phone's process gets to end by itself.
+ENDING_S = 5
+
+
+class PhoneDied(RuntimeError):
+    """The phone's process ended, or did not answer in time."""
+
+
+class _Remote:
+    """Stands in for an object in the phone's process: its methods are called there."""
+
+    def __init__(self, bench: Bench, target: str) -> None:
+        self._bench = bench
+        self._target = target
+
+    def __getattr__(self, name: str) -> Any:
+        if name.startswith("_"):
+            raise AttributeError(name)
+        return lambda *arguments, **keywords: self._bench.call(self._target, name, arguments, keywords)
+
+
+class Bench:
+    """A virtual phone with the library under test.
+
+    library and phone are used as if they were here; the calls run in the phone's process.
+    """
+
+    def __init__(
+        self,
+        chip: Optional[str] = None,
+        description: str | os.PathLike[str] | None = None,
+        library: str | os.PathLike[str] | None = None,
+        virtual_phone: str | os.PathLike[str] | None = None,
+        timeout: float = 120,
+    ) -> None:
+        """Starts the process.
+
+        chip: one of CHIPS. description: a phone's TOML file. library, virtual_phone: the shared libraries, where they
+        are not found by themselves (see files.folders). timeout: seconds that one call may take.
+        """
+        self._timeout = timeout
+        self._process: Optional[subprocess.Popen[bytes]] = None
+        self._start(library or files.find(files.LIBRARY), virtual_phone or files.find(files.VIRTUAL_PHONE))
+        self.library = cast(Library, _Remote(self, "library"))
+        self.phone = cast(VirtualPhone, _Remote(self, "phone"))
+        try:
+            if description is not None:
+                self.phone.load(description)
+            if chip is not None:
+                self.phone.set("chip", chip)
+        except Exception:
+            self.close()
+            raise
+
+    def _start(self, library: str | os.PathLike[str], virtual_phone: str | os.PathLike[str]) -> None:
+        # What is preloaded already (a sanitizer's runtime) must stay in front.
+        preload = [os.environ.get("LD_PRELOAD", ""), os.fspath(virtual_phone)]
+        source = str(Path(__file__).resolve().parents[1])
+        environment = {
+            **os.environ,
+            "LD_PRELOAD": ":".join(filter(None, preload)),
+            "PYTHONPATH": ":".join(filter(None, [source, os.environ.get("PYTHONPATH", "")])),
+        }
+        self._pipe, theirs = Pipe()
+        # Not over standard input: some tests want descriptor 0 for the library.
+        command = [sys.executable, "-m", "orva._worker", str(theirs.fileno()), os.fspath(library)]
+        self._process = subprocess.Popen(command, env=environment, pass_fds=[theirs.fileno()], stdin=subprocess.DEVNULL)
+        theirs.close()
+        try:
+            self._receive("starting")
+        except Exception:
+            self.close()
+            raise
+
+    def _receive(self, doing: str) -> Any:
+        try:
+            if not self._pipe.poll(self._timeout):
+                self.close()
+                raise PhoneDied(f"no answer within {self._timeout} s while {doing}")
+            good, value = self._pipe.recv()
+        except (EOFError, ConnectionResetError):
+            raise PhoneDied(f"the phone's process {self._ending()} while {doing}") from None
+        if not good:
+            raise value
+        return value
+
+    def _ending(self) -> str:
+        assert self._process is not None
+        status = self._process.wait()
+        if status < 0:
+            return f"was ended by {signal.Signals(-status).name}"
+        return f"ended with status {status}"
+
+    def call(self, target: str, name: str, arguments: tuple[Any, ...], keywords: dict[str, Any]) -> Any:
+        """Calls a method of "library" or "phone" in the phone's process."""
+        if self._process is None:
+            raise PhoneDied("the bench is closed")
+        try:
+            self._pipe.send((target, name, arguments, keywords))
+        except BrokenPipeError:
+            raise PhoneDied(f"the phone's process {self._ending()}") from None
+        return self._receive(f"in {name}")
+
+    def close(self) -> None:
+        """Ends the phone's process."""
+        if self._process is not None:
+            self._pipe.close()
+            try:
+                self._process.wait(ENDING_S)
+            except subprocess.TimeoutExpired:
+                self._process.kill()
+                self._process.wait()
+            self._process = None
+
+    def __enter__(self) -> Bench:
+        return self
+
+    def __exit__(
+        self,
+        kind: Optional[type[BaseException]],
+        error: Optional[BaseException],
+        trace: Optional[TracebackType],
+    ) -> None:
+        self.close()
+
+
+def serve(pipe: Connection, targets: dict[str, object]) -> None:
+    """The other end: calls what it is asked to until the bench closes."""
+    pipe.send((True, None))
+    while True:
+        try:
+            target, name, arguments, keywords = pipe.recv()
+        except EOFError:
+            return
+        try:
+            answer: tuple[bool, Any] = (True, getattr(targets[target], name)(*arguments, **keywords))
+        except Exception as error:  # told to whoever asked
+            answer = (False, error)
+        pipe.send(answer)

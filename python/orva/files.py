@@ -1,0 +1,32 @@
+"""Where the shared libraries are."""
+
+from __future__ import annotations
+
+import os
+import sysconfig
+from pathlib import Path
+
+LIBRARY = "libwifi_factory_test_orva.so"
+VIRTUAL_PHONE = "libvirtual_phone.so"
+
+_ROOT = Path(__file__).resolve().parents[2]
+
+
+def folders() -> list[Path]:
+    """Folders that are looked through, in order: those of ORVA_LIBRARY_PATH (separated by colons); the build
+    beside this module's source tree; the libraries of the installation that this module belongs to; the system's."""
+    named = [Path(name) for name in os.environ.get("ORVA_LIBRARY_PATH", "").split(":") if name]
+    build = _ROOT / "build" / "release"
+    lib = _ROOT.parent / "lib"
+    machine = sysconfig.get_config_var("MULTIARCH") or ""
+    system = [Path("/usr/local/lib"), Path("/usr/lib") / machine, Path("/usr/lib")]
+    return [*named, build, build / "virtual_phone", lib, lib / machine, *system]
+
+
+def find(name: str) -> Path:
+    """The library file with this name. Raises FileNotFoundError that tells where it was looked for."""
+    for folder in folders():
+        if (folder / name).is_file():
+            return folder / name
+    looked = ", ".join(str(folder) for folder in folders())
+    raise FileNotFoundError(f"{name} is in none of {looked}; name its folder in ORVA_LIBRARY_PATH")
