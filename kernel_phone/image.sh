@@ -39,26 +39,34 @@ copy_changed() {
   done
 }
 
+# Where the console is built: for this machine, or for the phone where that is another one.
+build_folder() { if native; then echo "$cache/host"; else echo "$cache/$arch/programs"; fi; }
+
 build_programs() {
-  local folder=$cache/$arch/programs options=()
+  local options=()
   native || options=(--toolchain "$root/cmake/aarch64-linux-gnu.cmake" "-DORVA_SYSROOT=$cache/$arch/sysroot")
-  step configure cmake -S "$root" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF "${options[@]}"
-  step programs ninja -C "$folder" wifi_factory_test_orva orva-station-kernel
+  build_console "$(build_folder)" orva-station-kernel "${options[@]}"
   step driver_check "$(tools "$(gnu_name)")gcc" -std=gnu11 -O2 -Wall -Wextra -Werror \
     -o "$cache/$arch/driver_check" "$root/kernel_phone/phone/driver_check.c"
 }
 
 # The station console on this machine, with the virtual phone: what the real kernel's record is compared with.
-build_host() {
-  local folder=$cache/host
-  step configure_host cmake -S "$root" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF
-  step host ninja -C "$folder" orva-station
+build_host() { build_console "$cache/host" orva-station; }
+
+build_console() {
+  local folder=$1 target=$2
+  shift 2
+  step configure cmake -S "$root" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF "$@"
+  step "$target" ninja -C "$folder" wifi_factory_test_orva "$target"
 }
+
+# One of the things built for the phone, by its file name.
+built() { find "$(build_folder)" -name "$1" -type f; }
 
 library_folders() {
   local name
   name=$(gnu_name)-linux-gnu
-  find "$cache/$arch/programs" -name '*.so' -exec dirname {} + 2>/dev/null | sort -u
+  dirname "$(built libvirtual_phone_platform.so)"
   if native; then
     printf '%s\n' "/usr/lib/$name" "/lib/$name" /lib64
   else
@@ -129,11 +137,11 @@ build_image() {
   install -m 644 "$cache/$arch/orva_wlan.ko" "$image/system/lib/"
   install -m 755 "$cache/$arch/driver_check" "$image/system/bin/"
   local file
-  while read -r file; do
+  for file in "$(built libwifi_factory_test_orva.so)" "$(built libvirtual_phone_platform.so)"; do
     install -m 755 "$file" "$image/system/lib/"
     copy_needs "$file"
-  done < <(find "$cache/$arch/programs" -name '*.so')
-  install -m 755 "$(find "$cache/$arch/programs" -name orva-station-kernel -type f)" "$image/system/bin/orva-station"
+  done
+  install -m 755 "$(built orva-station-kernel)" "$image/system/bin/orva-station"
   copy_needs "$image/system/bin/orva-station"
   copy_needs "$image/system/bin/driver_check"
   pack "$image" "$cache/$arch/image.cpio.gz"

@@ -14,6 +14,7 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 enum { PRIVATE_REQUEST = 0x89F2, RECORD_SIZE = 264, REQUEST_SIZE = 40, COMMANDS = 40, UNUSED_COMMAND = 15 };
@@ -139,6 +140,15 @@ static void wrong_records(uint32_t magic) {
   check(send_request(request) == EOPNOTSUPP, "an interface without the private request gives EOPNOTSUPP");
 }
 
+/* Whoever may not administer the network may not talk to the driver either. */
+static void ordinary_user(uint32_t magic) {
+  unsigned char record[RECORD_SIZE], request[REQUEST_SIZE];
+  int status = 0;
+  pid_t child = fork();
+  if (child == 0) _exit(setuid(65534) != 0 || send_record(request, record, magic, 6) != EPERM);
+  check(waitpid(child, &status, 0) == child && status == 0, "an ordinary user gets EPERM");
+}
+
 static void take_interface(int up) {
   struct ifreq request = {.ifr_name = "wlan0"};
   int flags = ioctl(driver, SIOCGIFFLAGS, &request);
@@ -180,6 +190,7 @@ int main(int argc, char **argv) {
     every_command(chips[i].magic, 0);
     cut_records(chips[i].magic);
     wrong_records(chips[i].magic);
+    ordinary_user(chips[i].magic);
     interface_down(chips[i].magic);
     return failures != 0;
   }
