@@ -16,3 +16,14 @@ add_test(NAME dispatch_exports
          COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/dispatch_exports_test.py)
 set_tests_properties(dispatch_exports PROPERTIES ENVIRONMENT
   "ORVA_LIBRARY=$<TARGET_FILE:wifi_factory_test_orva>;PYTHONDONTWRITEBYTECODE=1")
+
+# Internals: linked with the library's objects instead of the library.
+function(add_internals name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE orva_objects virtual_phone m)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+endfunction()
+
+add_internals(rf_tables_test rf_tables_test.cpp)
+target_link_libraries(rf_tables_test PRIVATE GTest::gtest_main)
+gtest_discover_tests(rf_tables_test DISCOVERY_TIMEOUT 60)
