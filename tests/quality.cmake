@@ -1,0 +1,11 @@
+# Proof beyond the functional tests: the fault sweep, the footprint, the exported interface, short fuzzing runs.
+add_executable(fault_sweep fault_sweep.cpp fault_sweep_operations.cpp)
+target_link_libraries(fault_sweep PRIVATE virtual_phone ${CMAKE_DL_LIBS})
+target_compile_definitions(fault_sweep PRIVATE EXPORTS="${PROJECT_SOURCE_DIR}/api/exports.map.txt")
+add_dependencies(fault_sweep wifi_factory_test_orva)
+target_include_directories(fault_sweep PRIVATE ${PROJECT_SOURCE_DIR})
+set_target_properties(fault_sweep PROPERTIES BUILD_RPATH "$<TARGET_FILE_DIR:wifi_factory_test_orva>")
+foreach(chip vq2040 vq2050 vq2040a vq2070)
+  add_test(NAME fault_sweep.${chip} COMMAND fault_sweep ${chip})
+  set_tests_properties(fault_sweep.${chip} PROPERTIES TIMEOUT 600)
+endforeach()
