@@ -9,3 +9,7 @@ foreach(chip vq2040 vq2050 vq2040a vq2070)
   add_test(NAME fault_sweep.${chip} COMMAND fault_sweep ${chip})
   set_tests_properties(fault_sweep.${chip} PROPERTIES TIMEOUT 600)
 endforeach()
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT ORVA_SANITIZE)
+  add_test(NAME footprint COMMAND ${PROJECT_SOURCE_DIR}/script/footprint $<TARGET_FILE:wifi_factory_test_orva>)
+endif()
