@@ -17,7 +17,7 @@ def folders() -> list[Path]:
     beside this module's source tree; the libraries of the installation that this module belongs to; the system's."""
     named = [Path(name) for name in os.environ.get("ORVA_LIBRARY_PATH", "").split(":") if name]
     build = _ROOT / "build" / "release"
-    lib = _ROOT.parent / "lib"
+    lib = _ROOT.parent.parent / "lib"
     machine = sysconfig.get_config_var("MULTIARCH") or ""
     system = [Path("/usr/local/lib"), Path("/usr/lib") / machine, Path("/usr/lib")]
     return [*named, build, build / "virtual_phone", lib, lib / machine, *system]

@@ -1,0 +1,50 @@
+# What `cmake --install` puts where: the library with its headers, a CMake package and a pkg-config file; and, where
+# they were built, the virtual phone, the console, sessions, phone descriptions and the Python module.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(orva_package wifi_factory_test_orva)
+set(orva_headers ${CMAKE_INSTALL_INCLUDEDIR}/${orva_package})
+set(orva_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/${orva_package})
+set(orva_share ${CMAKE_INSTALL_DATADIR}/${orva_package})
+
+# In a folder of their own, under the paths that they include one another by.
+install(FILES api/wifi_factory_test_orva.h DESTINATION ${orva_headers})
+install(FILES common/calibration_types.h DESTINATION ${orva_headers}/common)
+install(FILES platform/platform.h DESTINATION ${orva_headers}/platform)
+foreach(chip vq2040 vq2050 vq2040a vq2070)
+  install(FILES chips/${chip}/${chip}.h DESTINATION ${orva_headers}/chips/${chip})
+endforeach()
+
+target_include_directories(wifi_factory_test_orva INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
+                                                            $<INSTALL_INTERFACE:${orva_headers}>)
+install(TARGETS wifi_factory_test_orva EXPORT ${orva_package})
+
+# From where they lie, so that --prefix may still move the installation.
+file(RELATIVE_PATH orva_prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+function(install_pkg_config name)
+  configure_file(cmake/${name}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+install_pkg_config(wifi_factory_test_orva)
+
+if(TARGET virtual_phone)
+  # The kernel half finds the platform half beside itself.
+  set_target_properties(virtual_phone virtual_phone_platform PROPERTIES INSTALL_RPATH "$ORIGIN")
+  target_include_directories(virtual_phone_platform INTERFACE $<INSTALL_INTERFACE:${orva_headers}>)
+  install(TARGETS virtual_phone virtual_phone_platform EXPORT ${orva_package})
+  install(FILES virtual_phone/phone.h DESTINATION ${orva_headers}/virtual_phone)
+  install(DIRECTORY virtual_phone/phones sessions DESTINATION ${orva_share})
+  install(DIRECTORY python DESTINATION ${orva_share} PATTERN __pycache__ EXCLUDE)
+  install_pkg_config(wifi_factory_test_orva_virtual_phone)
+endif()
+if(TARGET orva-station)
+  install(TARGETS orva-station)
+endif()
+
+install(EXPORT ${orva_package} NAMESPACE ${orva_package}:: FILE ${orva_package}Targets.cmake DESTINATION ${orva_cmake})
+configure_package_config_file(cmake/${orva_package}Config.cmake.in ${orva_package}Config.cmake
+                              INSTALL_DESTINATION ${orva_cmake})
+write_basic_package_version_file(${orva_package}ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${orva_package}Config.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/${orva_package}ConfigVersion.cmake DESTINATION ${orva_cmake})
