@@ -1,4 +1,5 @@
-/*
+/**
+ * @file calibration_types.h
  * Types of the calibration functions that several back ends export.
  */
 #ifndef ORVA_CALIBRATION_TYPES_H
@@ -25,10 +26,10 @@ struct orva_cal_lookup {
 
 /** One parameter of one NV item. */
 struct orva_nvbuf_request {
-  uint32_t nv_num;
-  const char *nv_name;
-  uint32_t size; /**< ORVA_NV_ITEM_SIZE; other sizes count as that */
-  const char *param_name;
+  uint32_t nv_num;        /**< the item's number */
+  const char *nv_name;    /**< the item's name */
+  uint32_t size;          /**< ORVA_NV_ITEM_SIZE; other sizes count as that */
+  const char *param_name; /**< the parameter's name in the item's text */
   uint32_t count;         /**< values to merge */
   const uint32_t *values; /**< written as signed decimals */
 };

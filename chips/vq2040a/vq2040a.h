@@ -129,14 +129,26 @@ void vq2040a_param_to_string(char *out, uint32_t out_size, const char *name, con
 /** The catalogue rows that a calibration request reaches. */
 struct orva_cal_lookup vq2040a_wifi_get_nvnum_parname_from_at_param(uint32_t mode, uint32_t band,
                                                                     uint32_t bandwidth, int32_t freq);
-/** Name families of calibration parameters: 1 when the name is one of the family or the beginning of one. */
+/**
+ * Is it a parameter of the family pa2g…? @return 1 when the name is one of the family or the beginning of
+ * one, else 0.
+ */
 uint32_t vq2040a_check_nvname_2G_normal(const char *name);
+/** The same for the family mf2g…. @return 1 or 0. */
 uint32_t vq2040a_check_nvname_2G_mucal(const char *name);
+/** The same for the family pa5g…. @return 1 or 0. */
 uint32_t vq2040a_check_nvname_5G_normal(const char *name);
+/** The same for the family dpn160c…. @return 1 or 0. */
 uint32_t vq2040a_check_nvname_5G_160M(const char *name);
 /** Writes the calibration block to NV. @return 104, or -1 for failure. */
 int32_t vq2040a_write_wifi_caldata_to_nv(const void *buf, uint32_t size);
-/** Reads an item as text. @param size of out, 1 or more. @return the text's length, or -1 for failure. */
+/**
+ * Reads an item as text.
+ * @param out gets the text, terminated.
+ * @param size of out, 1 or more.
+ * @param nv_num, nv_name the item.
+ * @return the text's length, or -1 for failure.
+ */
 int32_t vq2040a_read_wifi_nvram_param_from_nv(char *out, uint32_t size, uint32_t nv_num, const char *nv_name);
 /** @} */
 

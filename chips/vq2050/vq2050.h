@@ -148,7 +148,12 @@ void vq2050_clean_nvparam_5G_C1(uint32_t enable);
 void vq2050_clean_nvparam_by_rfcore(uint32_t chain);
 /** Clears one band, 0 = 2.4 GHz, 1 = 5 GHz. */
 void vq2050_clean_nvparam_by_rffreq(uint32_t band);
-/** Keeps only one parameter in an item. @param size ORVA_NV_ITEM_SIZE; other sizes count as that. */
+/**
+ * Keeps only one parameter in an item.
+ * @param nv_num, nv_name the item.
+ * @param size ORVA_NV_ITEM_SIZE; other sizes count as that.
+ * @param param_name the parameter that stays.
+ */
 void vq2050_write_nvpattern_to_nv(uint32_t nv_num, const char *nv_name, uint32_t size,
                                   const char *param_name);
 /** Appends "name=v,v;" to a text; a piece that does not fit is cut and logged. */
@@ -158,10 +163,16 @@ void vq2050_param_to_string(char *out, uint32_t out_size, const char *name, cons
 struct orva_cal_lookup vq2050_wifi_get_nvnum_parname_from_at_param(uint32_t group, uint32_t mode,
                                                                    uint32_t band, uint32_t bandwidth,
                                                                    int32_t freq);
-/** Name families of calibration parameters: 1 when the name is one of the family or the beginning of one. */
+/**
+ * Is it a parameter of the family pa2g…? @return 1 when the name is one of the family or the beginning of
+ * one, else 0.
+ */
 uint32_t vq2050_check_nvname_2G_normal(const char *name);
+/** The same for the family mf2g…. @return 1 or 0. */
 uint32_t vq2050_check_nvname_2G_mucal(const char *name);
+/** The same for the family pa5g…. @return 1 or 0. */
 uint32_t vq2050_check_nvname_5G_normal(const char *name);
+/** The same for the family dpn160c…. @return 1 or 0. */
 uint32_t vq2050_check_nvname_5G_160M(const char *name);
 /** @} */
 

@@ -25,22 +25,25 @@ extern "C" {
 uint32_t vq2070_wl_config_sockets_open(void);
 /** Closes a driver socket. @return what close gave. */
 int32_t vq2070_wl_config_sockets_close(uint32_t socket);
-/** Setters of g_ast_config_ioctl_data: lay a value into a record's data area (32 bits; the bus channel 16).
+/*
+ * Setters of g_ast_config_ioctl_data: each lays the value of its command into a record's data area, 32 bits
+ * but for the host bus.
  */
-void vq2070_ioctl_data_freq_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_pow_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_mode_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_rate_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_band_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_tx_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_rx_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_pm_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_ant_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_mimo_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_bus_chan_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_pt_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_tas_ant_set(uint8_t *pri_data, uint32_t value);
-void vq2070_ioctl_data_bss_set(uint8_t *pri_data, uint32_t value);
+void vq2070_ioctl_data_freq_set(uint8_t *pri_data, uint32_t value); /**< Lays down the channel. */
+void vq2070_ioctl_data_pow_set(uint8_t *pri_data, uint32_t value);  /**< Lays down the power. */
+void vq2070_ioctl_data_mode_set(uint8_t *pri_data, uint32_t value); /**< Lays down the mode. */
+void vq2070_ioctl_data_rate_set(uint8_t *pri_data, uint32_t value); /**< Lays down the rate. */
+void vq2070_ioctl_data_band_set(uint8_t *pri_data, uint32_t value); /**< Lays down the bandwidth. */
+void vq2070_ioctl_data_tx_set(uint8_t *pri_data, uint32_t value);   /**< Lays down transmit on or off. */
+void vq2070_ioctl_data_rx_set(uint8_t *pri_data, uint32_t value);   /**< Lays down receive on or off. */
+void vq2070_ioctl_data_pm_set(uint8_t *pri_data, uint32_t value);   /**< Lays down power save on or off. */
+void vq2070_ioctl_data_ant_set(uint8_t *pri_data, uint32_t value);  /**< Lays down the antenna. */
+void vq2070_ioctl_data_mimo_set(uint8_t *pri_data, uint32_t value); /**< Lays down the chain. */
+void vq2070_ioctl_data_bus_chan_set(uint8_t *pri_data,
+                                    uint32_t value);              /**< Lays down the host bus, 16 bits. */
+void vq2070_ioctl_data_pt_set(uint8_t *pri_data, uint32_t value); /**< Lays down the power test. */
+void vq2070_ioctl_data_tas_ant_set(uint8_t *pri_data, uint32_t value); /**< Lays down the TAS antenna. */
+void vq2070_ioctl_data_bss_set(uint8_t *pri_data, uint32_t value); /**< Lays down the scan results' age. */
 /**
  * Runs a command line in the shell. @return the wait status, 0 for success; -1 on error; 1 for a null
  * command.
@@ -82,8 +85,12 @@ uint32_t vq2070_wifi_ioctl_setmimo_channel(uint32_t chain);
 /** Channel number of a frequency at a bandwidth index. @return 1 and the channel, or 0. */
 uint32_t vq2070_wifi_get_channel_by_bw_freq(int32_t mhz, int32_t bandwidth, uint32_t *channel);
 /**
- * Channel number on one row of g_ast_freq_bw. @param base 0 for 2.4 GHz, 35 for 5 GHz. @param row 0 to 5,
- * not checked. @return 1 and the channel, or 0.
+ * Channel number on one row of g_ast_freq_bw.
+ * @param base 0 for 2.4 GHz, 35 for 5 GHz.
+ * @param row 0 to 5, not checked.
+ * @param mhz centre frequency.
+ * @param channel gets the number.
+ * @return 1, or 0 for a frequency off the row's grid.
  */
 uint32_t vq2070_get_target_channel(uint32_t base, int32_t row, uint32_t mhz, uint32_t *channel);
 /** Sub-band of a 5 GHz frequency: 0, 3, 6 or 9; -1 outside. */
@@ -181,12 +188,20 @@ void vq2070_clean_nvparam_5G_C1(uint32_t enable);
 void vq2070_clean_nvparam_by_rfcore(uint32_t chain);
 /** Clears one band, 0 = 2.4 GHz, 1 = 5 GHz. */
 void vq2070_clean_nvparam_by_rffreq(uint32_t band);
-/** Keeps only one parameter in an item. @param size ORVA_NV_ITEM_SIZE; other sizes count as that. */
+/**
+ * Keeps only one parameter in an item.
+ * @param nv_num, nv_name the item.
+ * @param size ORVA_NV_ITEM_SIZE; other sizes count as that.
+ * @param param_name the parameter that stays.
+ */
 void vq2070_write_nvpattern_to_nv(uint32_t nv_num, const char *nv_name, uint32_t size,
                                   const char *param_name);
 /**
- * Reads (ORVA_NVBUF_READ), merges or keeps one parameter of an item. @param out an empty text; stays empty
- * when nothing was found.
+ * Reads, merges or keeps one parameter of an item.
+ * @param out an empty text; stays empty when nothing was found.
+ * @param out_size its room.
+ * @param request which parameter of which item, and the values to merge.
+ * @param mode ORVA_NVBUF_READ, ORVA_NVBUF_MERGE or ORVA_NVBUF_KEEP_ONLY.
  */
 void vq2070_get_nvbuf_by_name(char *out, uint32_t out_size, const struct orva_nvbuf_request *request,
                               uint32_t mode);
@@ -197,10 +212,16 @@ void vq2070_param_to_string(char *out, uint32_t out_size, const char *name, cons
 struct orva_cal_lookup vq2070_wifi_get_nvnum_parname_from_at_param(uint32_t group, uint32_t mode,
                                                                    uint32_t band, uint32_t bandwidth,
                                                                    int32_t freq);
-/** Name families of calibration parameters: 1 when the name is one of the family or the beginning of one. */
+/**
+ * Is it a parameter of the family pa2g…? @return 1 when the name is one of the family or the beginning of
+ * one, else 0.
+ */
 uint32_t vq2070_check_nvname_2G_normal(const char *name);
+/** The same for the family mf2g…. @return 1 or 0. */
 uint32_t vq2070_check_nvname_2G_mucal(const char *name);
+/** The same for the family pa5g…. @return 1 or 0. */
 uint32_t vq2070_check_nvname_5G_normal(const char *name);
+/** The same for the family dpn160c…. @return 1 or 0. */
 uint32_t vq2070_check_nvname_5G_160M(const char *name);
 /** @} */
 
