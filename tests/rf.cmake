@@ -27,3 +27,11 @@ endfunction()
 add_internals(rf_tables_test rf_tables_test.cpp)
 target_link_libraries(rf_tables_test PRIVATE GTest::gtest_main)
 gtest_discover_tests(rf_tables_test DISCOVERY_TIMEOUT 60)
+
+# docs/chip_differences.md is made of what the library itself says.
+add_internals(rf_chip_tables rf_chip_tables.cpp)
+add_test(NAME chip_differences
+         COMMAND ${PROJECT_SOURCE_DIR}/script/chip-differences --check --tables $<TARGET_FILE:rf_chip_tables>)
+add_test(NAME layering COMMAND ${PROJECT_SOURCE_DIR}/script/check-layering)
+add_test(NAME rf_scripts COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/rf_scripts_test.py)
+set_tests_properties(rf_scripts PROPERTIES ENVIRONMENT PYTHONDONTWRITEBYTECODE=1)
