@@ -62,7 +62,7 @@ names command_words(const session &s, const names &words) {
   if (first == "seen" && second) return {"driver", "shell", "log", "pauses"};
   if (first == "phone" && second) return {"set", "get", "load", "keys"};
   if (first == "phone" && words.size() == 2 && words[1] != "load") return phone_keys();
-  if (first == "nv" && second) return {"list", "show", "save", "load", "clear"};
+  if (first == "nv" && second) return {"list", "show", "snapshot", "diff", "save", "load", "clear"};
   if (first == "fault" && second)
     return {"ioctl", "socket", "fork", "waitpid", "popen", "ioctl:", "shell:", "nv_read:", "nv_write:"};
   return {};

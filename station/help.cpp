@@ -73,7 +73,8 @@ std::string help_command_line() {
   return R"(Usage:
   orva-station [OPTIONS] FUNCTION [ARGUMENT...]                                   call one function
   orva-station [OPTIONS] run SESSION.tcl...                                       run sessions
-  orva-station [OPTIONS] nv list | show NUMBER | save FILE | load FILE | clear    look at the NV store
+  orva-station [OPTIONS] nv list | show NUMBER | diff FILE | save FILE | load FILE | clear
+                                                                                  look at the NV store
   orva-station list | help [FUNCTION]                                             what there is
   orva-station [OPTIONS]                                                          interactive
 

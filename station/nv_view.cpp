@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 
 namespace station {
@@ -58,7 +60,66 @@ std::string show_item(const phone_link::nv_item &item) {
   return text;
 }
 
+std::vector<phone_link::nv_item> read_items(const std::string &path) {
+  std::ifstream file(path);
+  if (!file) throw usage_error{fmt::format("The NV file {} cannot be read.", path)};
+  std::vector<phone_link::nv_item> items;
+  size_t line_number = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++line_number;
+    if (!trim_end(line).empty() && line[0] != '#')
+      items.push_back(parse_item(line, fmt::format("{}:{}", path, line_number)));
+  }
+  return items;
+}
+
+/** What a store holds, value by value: "340 WIC0_2G5G_OFDM pa2ga0" -> "10,-300,5000", or a block's bytes but
+ * zeros. */
+using values_t = std::map<std::string, std::string>;
+
+values_t values_of(const std::vector<phone_link::nv_item> &items) {
+  values_t values;
+  for (auto &item : items) {
+    auto where = fmt::format("{} {}", item.number, item.name), content = nv_text(item.bytes);
+    if (content.starts_with("0x")) {
+      for (size_t i = 0; i < item.bytes.size(); ++i)
+        if (item.bytes[i])
+          values[fmt::format("{} byte {:3}", where, i)] =
+              fmt::format("{}", static_cast<uint8_t>(item.bytes[i]));
+      continue;
+    }
+    for (auto &entry : split(content, ';')) {
+      if (entry.empty()) continue;
+      auto equals = std::min(entry.find('='), entry.size());
+      auto name = where + " " + entry.substr(0, equals);
+      while (values.contains(name)) name += " (again)";
+      values[name] = entry.substr(std::min(entry.size(), equals + 1));
+    }
+  }
+  return values;
+}
+
+std::optional<values_t> snapshot;
+
 }  // namespace
+
+std::string nv_diff(const std::string &path) {
+  if (path.empty() && !snapshot)
+    throw usage_error{"nv diff: there is no snapshot: take one with nv snapshot, or name a saved file."};
+  auto before = path.empty() ? *snapshot : values_of(read_items(path)),
+       after = values_of(phone_link::nv_items());
+  auto names = before;
+  names.insert(after.begin(), after.end());
+  auto value = [](const values_t &values, const std::string &name) {
+    auto found = values.find(name);
+    return found == values.end() ? "none" : found->second;
+  };
+  std::string text;
+  for (auto &[name, unused] : names)
+    if (value(before, name) != value(after, name))
+      text += fmt::format("{}: {} -> {}\n", name, value(before, name), value(after, name));
+  return text;
+}
 
 std::string nv_list() {
   std::string text;
@@ -83,15 +144,7 @@ std::string nv_save(const std::string &path) {
 }
 
 std::string nv_load(const std::string &path) {
-  std::ifstream file(path);
-  if (!file) throw usage_error{fmt::format("The NV file {} cannot be read.", path)};
-  std::vector<phone_link::nv_item> items;
-  size_t line_number = 0;
-  for (std::string line; std::getline(file, line);) {
-    ++line_number;
-    if (!trim_end(line).empty() && line[0] != '#')
-      items.push_back(parse_item(line, fmt::format("{}:{}", path, line_number)));
-  }
+  auto items = read_items(path);
   for (auto &item : items)
     if (!phone_link::put_nv(item))
       throw usage_error{fmt::format("NV item {} cannot be written.", item.number)};
@@ -104,6 +157,8 @@ std::string run_nv(const std::vector<std::string> &words, const interpreter *in)
   auto shown = [](const std::string &text) { return std::string(trim_end(text)); };
   if (what == "list" && words.size() == 1) return shown(nv_list());
   if (what == "clear" && words.size() == 1) return phone_link::clear_nv(), "";
+  if (what == "snapshot" && words.size() == 1) return snapshot = values_of(phone_link::nv_items()), "";
+  if (what == "diff" && words.size() <= 2) return shown(nv_diff(words.size() == 2 ? path() : ""));
   if (what == "save" && words.size() == 2) return shown(nv_save(words[1]));
   if (what == "load" && words.size() == 2) return shown(nv_load(path()));
   if (what == "show" && words.size() == 2) {
@@ -112,7 +167,7 @@ std::string run_nv(const std::vector<std::string> &words, const interpreter *in)
       throw usage_error{fmt::format("nv show: \"{}\" is no NV number: give one like 340.", words[1])};
     return shown(nv_show(static_cast<uint32_t>(*number)));
   }
-  throw usage_error{"nv: give list, show NUMBER, save FILE, load FILE or clear."};
+  throw usage_error{"nv: give list, show NUMBER, snapshot, diff [FILE], save FILE, load FILE or clear."};
 }
 
 }  // namespace station

@@ -305,6 +305,20 @@ TEST_P(OtherChips, RefuseWhatTheyDoNotHave) {
   }
 }
 
+TEST_P(OtherChips, UnknownChipsHaveNoBackEnd) {
+  set("subchip", "4");
+  char out[104];
+  const uint32_t flags[4] = {};
+  EXPECT_EQ(copy() + scale(0, 0, 0, "1"), 0U);
+  EXPECT_EQ(PUBLIC(wifi_nvram_calibrate_get)(out, 104), 0U);
+  EXPECT_EQ(PUBLIC(wifi_nvram_calibrate_clean)(1) + PUBLIC(wifi_nvram_calibrate_clean_new)(flags), 0U);
+  expect_transcript({"log 6 wifi_nvram_set::funcname is null.\\n",
+                     "log 6 wifi_nvram_calibrate_set::funcname is null.\\n",
+                     "log 6 wifi_nvram_calibrate_get::funcname is null.\\n",
+                     "log 6 wifi_nvram_calibrate_clean::funcname is null.\\n",
+                     "log 6 wifi_nvram_clean_new::funcname is null.\\n"});
+}
+
 class BlockWriter : public CalibrationBlock {};
 INSTANTIATE_TEST_SUITE_P(Chips, BlockWriter, ::testing::Values(&vq2040a_case), name_of_case);
 
