@@ -18,3 +18,6 @@ function(add_python_test name)
 endfunction()
 
 add_python_test(python)
+if(NOT ORVA_SANITIZE)  # an example is built as its reader would
+  add_python_test(docs ORVA_BUILD=${PROJECT_BINARY_DIR} ORVA_STATION=$<TARGET_FILE:orva-station>)
+endif()
