@@ -29,6 +29,7 @@ void SelfCheckTest::expect_own_marks() const {
 void SelfCheckTest::expect_contacts(const std::string &lines) const {
   EXPECT_EQ(transcript(), own(lines));
   expect_own_marks();
+  forget();
 }
 
 std::string SelfCheckTest::sends(uint32_t command, const std::string &data) {

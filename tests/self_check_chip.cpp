@@ -31,7 +31,6 @@ TEST_P(ChipCheck, SucceedsWithAnyCodeAndLogsItAfterClosing) {
     answer(13, code);
     EXPECT_EQ(start(), 0U) << told;
     expect_contacts("socket\n" + sends(13) + "close\nlog 6 conn_test_chipcheck." + told + "\\n\n");
-    forget();
   }
 }
 
@@ -41,7 +40,6 @@ TEST_P(ChipCheck, ResultIsTheFirmwaresOwnCode) {
     EXPECT_EQ(fetch(), code);
     expect_contacts(enter + ("socket\n" + sends(14)) + "close\nlog 6 conn_test_get_chipcheck_result." + told +
                     "\\n\n");
-    forget();
   }
   EXPECT_TRUE(a_ == 0x11 && b_ == 0x22 && c_ == 0x33333333);
 }
@@ -51,10 +49,8 @@ TEST_P(ChipCheck, NullArgumentsOnlyAddALine) {
     SCOPED_TRACE(absent);
     uint8_t *a = absent == 0 ? nullptr : &a_, *b = absent == 1 ? nullptr : &b_;
     uint32_t *c = absent == 2 ? nullptr : &c_;
-    forget();
     EXPECT_EQ(PUBLIC(conn_test_chipcheck)(a, b, c), 0U);
     expect_contacts(begin + ("socket\n" + sends(13)) + "close\nlog 6 conn_test_chipcheck.0\\n\n");
-    forget();
     EXPECT_EQ(PUBLIC(conn_test_get_chipcheck_result)(a, b, c), 0U);
     expect_contacts(enter + (begin + ("socket\n" + sends(14))) +
                     "close\nlog 6 conn_test_get_chipcheck_result.0\\n\n");
@@ -79,16 +75,13 @@ TEST_P(ChipCheck, RefusalAndNoSocketGive1WhateverTheDriverLeft) {
   EXPECT_EQ(start(), 1U);
   expect_contacts("socket\n" + refused(13, "00000000", "09000000") +
                   "log 6 conn_test_chipcheck fail.\\n\nclose\n");
-  forget();
   refuse(14, nine);
   EXPECT_EQ(fetch(), 1U);
   expect_contacts(enter + ("socket\n" + refused(14, "00000000", "09000000")) +
                   "log 6 conn_test_chipcheck getresult fail.\\n\nclose\n");
-  forget();
   fail("socket", 1, 2);
   EXPECT_EQ(start(), 1U);
   expect_contacts(no_socket());
-  forget();
   EXPECT_EQ(fetch(), 1U);
   expect_contacts(enter + no_socket());
 }
@@ -121,15 +114,12 @@ TEST_P(BusLoops, CloseThenLogSuccessAndLogFailureThenClose) {
     const std::string opening = before(each), line = std::string("log 6 ") + each.name;
     EXPECT_EQ(run(each), 0U);
     expect_contacts(opening + "socket\n" + sends(each.command) + "close\n" + line + " \\n\n");
-    forget();
     refuse(each.command);
     EXPECT_EQ(run(each), 1U);
     expect_contacts(opening + "socket\n" + refused(each.command) + line + " fail.\\n\nclose\n");
-    forget();
     fail("socket");
     EXPECT_EQ(run(each), 1U);
     expect_contacts(opening + no_socket());
-    forget();
   }
 }
 
@@ -219,7 +209,6 @@ TEST_P(DieId, TriesTwiceToBootUp) {
   expect_contacts(service_stopped() + retry() + "sh ifconfig wlan0 down = 1\n" +
                   "log 3 wl_config_test:wifi_test_weld:wifi down failed. continue.\\n\nsleep 2000000\n" +
                   "sh ifconfig wlan0 up = 1\n" + last_words);
-  forget();
 
   fail("shell:ifconfig wlan0 up");
   answer_bytes(22, std::string(words, sizeof words - 1));
@@ -233,7 +222,6 @@ TEST_P(DieId, WithoutASocketTheInterfaceGoesDownAgain) {
   EXPECT_EQ(check_time(), 1U);
   expect_contacts(service_stopped() + up + no_socket() + down);
   EXPECT_EQ(phone_interface_up(), 0);
-  forget();
   fail("shell:ifconfig wlan0 down");
   EXPECT_EQ(check_time(), 1U);
   expect_contacts(service_stopped() + up + no_socket() + "sh ifconfig wlan0 down = 1\n" +

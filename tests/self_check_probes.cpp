@@ -151,7 +151,6 @@ TEST_P(Probes, FrontEndStatusClosesBeforeItLogsOnlyWhenItIsBad) {
     const std::string line =
         std::string("log 3 wl_config_test:The fem_pa status of WIFI is : ") + judged.logged[whole] + "\\n\n";
     answer(7, judged.answer);
-    forget();
     EXPECT_EQ(PUBLIC(wifi_hw_get)(nullptr), judged.passes_whole ? 1U : 0U);
     expect_contacts("socket\n" + sends(7) + (judged.passes_whole ? line + "close\n" : "close\n" + line));
   }
@@ -162,11 +161,9 @@ TEST_P(Probes, FrontEndStatusOfARefusedCommandIsWhatTheDriverLeft) {
   refuse(7);
   EXPECT_EQ(PUBLIC(wifi_hw_get)(nullptr), 0U);
   expect_contacts("socket\n" + refused(7) + line + "0\\n\nclose\n");
-  forget();
   refuse(7, std::string("\xFE\xFF\xFF\xFF", 4));
   EXPECT_EQ(PUBLIC(wifi_hw_get)(nullptr), 0U);
   expect_contacts("socket\n" + refused(7, "00000000", "feffffff") + "close\n" + line + "-2\\n\n");
-  forget();
   fail("socket");
   EXPECT_EQ(PUBLIC(wifi_hw_get)(nullptr), 0U);
   expect_contacts(no_socket());
@@ -181,7 +178,6 @@ TEST_P(Probes, PmuCheckOnItsOwnSocketJudgesAllBitsAndLogsTheLowestByte) {
   for (const verdict &judged : verdicts) {
     SCOPED_TRACE(judged.answer);
     answer(pmu_probe.command, judged.answer);
-    forget();
     const bool pass = judged.passes_whole;
     EXPECT_EQ(check(), pass ? 1U : 0U);
     expect_contacts(enter + "socket\n" + sends(pmu_probe.command) + (pass ? pmu_probe.pass : pmu_probe.fail) +
@@ -189,10 +185,8 @@ TEST_P(Probes, PmuCheckOnItsOwnSocketJudgesAllBitsAndLogsTheLowestByte) {
   }
   phone_driver_answers_clear();
   refuse(pmu_probe.command);
-  forget();
   EXPECT_EQ(check(), 0U);
   expect_contacts(enter + "socket\n" + refused(pmu_probe.command) + pmu_probe.fail + "0" + failing);
-  forget();
   fail("socket");
   EXPECT_EQ(check(), 0U);
   expect_contacts(enter + no_socket());

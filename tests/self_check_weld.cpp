@@ -79,6 +79,7 @@ protected:
   void expect_left(bool up, int32_t test_status) {
     EXPECT_EQ(phone_interface_up(), up ? 1 : 0);
     EXPECT_EQ(PUBLIC(wifi_query_setting)(1), test_status);
+    forget();
   }
 };
 INSTANTIATE_TEST_SUITE_P(, WeldTest, ALL_CHIPS, name_of_case);
@@ -107,7 +108,6 @@ TEST_P(WeldTest, TriesTwiceToBootUp) {
   expect_contacts(begins() + tells + "sh ifconfig wlan0 down = 1\n" + down_failed +
                   "sleep 1000000\nsh ifconfig wlan0 up = 1\nlog 6 wifi_test_weld:wifi boot up failed.\\n\n");
   expect_left(false, 1);
-  forget();
 
   fail("shell:ifconfig wlan0 up", 1, 1);
   EXPECT_EQ(weld(), 1U);
@@ -210,7 +210,6 @@ TEST_P(WeldSteps, AnswersAbove16BitsEndOnlyTheStepsThatReadThemWhole) {
         continue;
       }
       SCOPED_TRACE("command " + std::to_string(each.command) + " gave " + told);
-      forget();
       EXPECT_EQ(weld(), 1U);
       const char *where = each.command == 31 ? "_pcie_test[" : "_wkup_io_test[";
       const std::string passed = good();

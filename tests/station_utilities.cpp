@@ -60,7 +60,6 @@ TEST_P(Roam, PassesTheTargetOnAsItStands) {
   for (const char *target : {"02:00:5e:AA:bb:01", "02:00:5E:10:20:30"}) {
     EXPECT_EQ(roam(target), 1U);
     expect_contacts(roam_start + ("sh wpa_cli_orva roam " + std::string(target)) + " = 0\n");
-    forget();
   }
 }
 
@@ -68,7 +67,6 @@ TEST_P(Roam, PassesTheTargetOnAsItStands) {
 TEST_P(Roam, TargetsOfEveryLengthReachTheClient) {
   for (const size_t length : {0U, 1U, 80U, 81U, 82U, 200U}) {
     SCOPED_TRACE(length);
-    forget();
     EXPECT_EQ(roam(std::string(length, 'a')), 0U);
     expect_contacts(roam_start + (length > 81 ? too_long() : "") + "sh wpa_cli_orva roam " +
                     std::string(std::min<size_t>(length, 81), 'a') + " = 255\n" + roam_failed);
@@ -95,7 +93,6 @@ TEST_P(Roam, FailsWithTheShell) {
 TEST_P(Roam, ScanTellsWhetherTheClientTookIt) {
   EXPECT_EQ(PUBLIC(wifi_start_roam_scan)(), 1U);
   expect_contacts("log 6 wpa_cli_orva scan start\\n\nsh wpa_cli_orva scan = 0\n");
-  forget();
   set("supplicant.running", "false");
   EXPECT_EQ(PUBLIC(wifi_start_roam_scan)(), 0U);
   expect_contacts("log 6 wpa_cli_orva scan start\\n\nsh wpa_cli_orva scan = 255\n"
@@ -132,7 +129,6 @@ TEST_P(ExpiryAge, GoesToTheDriverWholeAndToTheClientSigned) {
   for (const auto &[age, bytes, text] : ages) {
     EXPECT_EQ(set_age(age), 1U);
     expect_contacts(begins(text) + sends(command(), bytes) + runs(text, "0") + "sleep 1000\n");
-    forget();
   }
 }
 
@@ -141,10 +137,8 @@ TEST_P(ExpiryAge, NeedsDriverAndClient) {
   refuse(command());
   EXPECT_EQ(set_age(180), 0U);
   expect_contacts(begins("180") + refused(command(), "b4000000") + runs("180", "0") + "sleep 1000\n");
-  forget();
   EXPECT_EQ(set_age(180), 0U);
   expect_contacts(begins("180") + refused(command(), "b4000000") + runs("180", "7") + failed);
-  forget();
   set("driver.refuse", "");
   EXPECT_EQ(set_age(180), 0U);
   expect_contacts(begins("180") + sends(command(), "b4000000") + runs("180", "7") + failed);
@@ -210,7 +204,6 @@ TEST_P(Connection, IsCopiedAndLogged) {
     expect_outputs(given);
     expect_contacts("socket\n" + sends(command()) + "close\n" +
                     told(each.ssid, "02:0A:5E:F0:FF:01", each.told));
-    forget();
   }
 }
 
@@ -249,7 +242,7 @@ TEST_P(Connection, CopyFailureEndsItOnThreeChips) {
   answer_bytes(command(), record("net", bssid_bytes, '\xC8'));
   fail("memcpy_s", 1, goes_on ? 2 : 1);
   expect(goes_on ? 2 : 1);
-  EXPECT_TRUE(bssid_.only(goes_on ? 6 : 0)) << "the second copy";
+  EXPECT_TRUE(bssid_.only(goes_on ? 6 : 0));
   fail("memcpy_s", 2);
   expect(1);
   EXPECT_EQ(ssid_.text(), "net" + std::string(30, '\0'));
@@ -284,7 +277,6 @@ TEST_P(Upc, CodeIsReturnedWholeAndItsLowByteStored) {
     EXPECT_EQ(read(), code);
     expect_outputs(low);
     expect_contacts(enter + ("socket\n" + sends(24)) + told(text));
-    forget();
   }
 }
 
@@ -346,13 +338,11 @@ TEST_P(Switches, TasAntennaOnTheNewerChips) {
     expect_contacts("socket\n" + sends(35, bytes) +
                     "close\nsleep 1000\nlog 3 @_wl_config_sockets_send::tas_switch[" +
                     std::to_string(static_cast<int32_t>(value)) + "], ret[1].\\n\n");
-    forget();
   }
   refuse(35);
   EXPECT_EQ(tas(1), 0U);
   expect_contacts("socket\n" + refused(35, "01000000") +
                   "close\nsleep 1000\nlog 3 @_wl_config_sockets_send::tas_switch[1], ret[0].\\n\n");
-  forget();
   fail("socket");
   EXPECT_EQ(tas(7), 0U);
   expect_contacts(no_socket() + "log 3 @_wl_config_sockets_send::tas_switch[7], ret[0].\\n\n");
@@ -364,17 +354,14 @@ TEST_P(Switches, TasAntennaAndBroadcastLoopOnVq2040a) {
   for (const uint32_t command : {34U, 35U}) {
     const auto run = [&](uint32_t value) { return command == 34 ? tas(value) : broadcast(value); };
     for (const auto &[value, bytes] : switch_values) {
-      forget();
       EXPECT_EQ(run(value), 1U);
       expect_contacts("socket\n" + sends(command, bytes) +
                       "close\nlog 6 vq2040a_wifi_set_tas_ant_switch successful.\\n\n");
     }
-    forget();
     refuse(command);
     EXPECT_EQ(run(1), 0U);
     expect_contacts("socket\n" + refused(command, "01000000") +
                     "log 6 vq2040a_wifi_set_tas_ant_switch fail.\\n\nclose\n");
-    forget();
     fail("socket");
     EXPECT_EQ(run(1), 0U);
     expect_contacts(no_socket());
@@ -398,7 +385,6 @@ TEST_P(Switches, BusModeIsSentAs16Bits) {
   for (const auto &[mode, bytes, told] : modes) {
     EXPECT_EQ(set_mode(mode), 1U);
     expect_contacts("socket\n" + sends(32, bytes) + "close\nsleep 1000\n" + line + told + "], ret[1].\\n\n");
-    forget();
   }
   refuse(32);
   EXPECT_EQ(set_mode(1), 0U);
