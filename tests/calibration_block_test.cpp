@@ -53,7 +53,7 @@ INSTANTIATE_TEST_SUITE_P(Chips, BlockCopy, BLOCK_COPY_CHIPS, name_of_case);
 
 TEST_P(BlockCopy, CopiesTheDriversBlock) {
   block_t block = ramp(0x80);
-  for (const size_t end : {block_size, size_t{8}, size_t{9}}) {  // a 0 at a group's start ends the print
+  for (const size_t end : {block_size, size_t{8}, size_t{1}}) {  // a 0 at a group's start ends the print
     if (end < block_size) block[end] = 0;
     phone_driver_answer(18, block.data(), block.size());
     forget();
@@ -67,13 +67,15 @@ TEST_P(BlockCopy, CopiesTheDriversBlock) {
 }
 
 TEST_P(BlockCopy, KeepsTheOldBlockWhenTheDriverFails) {
-  const block_t old = ramp(7), zeros(block_size), block = ramp(9);
+  block_t unusable = ramp(5), block = ramp(9);
+  unusable[0] = 0;
+  const block_t old = ramp(7);
   put_block(old);
   fail("socket");
   EXPECT_EQ(copy(), 0U);
   expect_transcript(
       {"socket!", "log 6 $_wl_config_sockets_open[~]:socket failed:-1\\n", "log 6 socket create fail.\\n"});
-  phone_driver_answer(18, zeros.data(), zeros.size());
+  phone_driver_answer(18, unusable.data(), unusable.size());
   forget();
   EXPECT_EQ(copy(), 0U);
   const std::string no_data =
@@ -100,7 +102,7 @@ TEST_P(BlockCopy, TellsWhatElseFails) {
   forget();
   fail("memcpy_s");
   EXPECT_EQ(copy(), 1U);  // it goes on
-  EXPECT_TRUE(happened(is(vq2040a_case) ? "log 6 @: memcpy_s failed.\\n"
+  EXPECT_TRUE(happened(is(vq2040a_case) ? "log 6 $_read_wifi_caldata_from_dts: memcpy_s failed.\\n"
                                         : "log 6 $_read_wifi_caldata_from_dts: memcpy_s failed."));
   forget();
   fail("ioctl:18");  // the retry helps
@@ -136,10 +138,12 @@ TEST_P(RawBlock, EachModeHasItsPairs) {
     EXPECT_EQ(scale(mode, band, bandwidth, "1"), index < 0 ? 0U : 1U) << mode << band << bandwidth;
     if (index >= 0) {
       for (size_t k = block_modes[index].first; k <= block_modes[index].last; k++) block[2 * k + 1] = 112;
-      EXPECT_TRUE(happened(std::string("log 3 @") + block_modes[index].line)) << transcript();
+      EXPECT_TRUE(happened(std::string("log 3 $_wifi_nvram_calibrate_set") + block_modes[index].line))
+          << transcript();
     } else {
-      EXPECT_TRUE(happened("log 6 @ input mode is not available, mode=" + std::to_string(mode) + ",band=" +
-                           std::to_string(band) + ",bandwidth=" + std::to_string(bandwidth) + " \\n"));
+      EXPECT_TRUE(happened(
+          "log 6 $_wifi_nvram_calibrate_set input mode is not available, mode=" + std::to_string(mode) +
+          ",band=" + std::to_string(band) + ",bandwidth=" + std::to_string(bandwidth) + " \\n"));
     }
     EXPECT_EQ(block_in_nv(), block) << mode << band << bandwidth;
   }
@@ -156,7 +160,8 @@ TEST_P(RawBlock, ScalesAsTheTableTells) {
     forget();
     EXPECT_EQ(scale(2, 0, 0, gain.c_str()), 1U);
     ASSERT_EQ(block_in_nv()[1], expected) << line;
-    ASSERT_EQ(happened("log ~ @ cal_res=~, >0xee, set cal_res as 0xee\\n"), cut == 1) << line;
+    ASSERT_EQ(happened("log 3 $_wifi_nvram_calibrate_set cal_res=~, >0xee, set cal_res as 0xee\\n"), cut == 1)
+        << line;
     rows++;
   }
   EXPECT_GT(rows, 1000U);
@@ -171,13 +176,15 @@ TEST_P(RawBlock, TellsEachStep) {
   EXPECT_EQ(scale(2, 0, 0, "1"), 1U);
   block_t scaled = block;
   scaled[1] = 224;
-  expect_transcript(
-      in_order({{"log 3 @ delta gain:1\\n", "log 3 @ 2.4G 20M 11b \\n",
-                 "log 3 @ parse ret: mode=2,band=0,bandwidth=0,delta_gain=1.000000 \\n", "read 340 WINVRAM"},
-                print_lines(block),
-                {"log 3 @ nvm_cal_data[3]==0, ignore the calibrate data \\n"},
-                print_lines(scaled),
-                {"write 340 WINVRAM ~", "socket", "ioctl 19 41e04200", "close"}}));
+  expect_transcript(in_order(
+      {{"log 3 $_wifi_nvram_calibrate_set delta gain:1\\n",
+        "log 3 $_wifi_nvram_calibrate_set 2.4G 20M 11b \\n",
+        "log 3 $_wifi_nvram_calibrate_set parse ret: mode=2,band=0,bandwidth=0,delta_gain=1.000000 \\n",
+        "read 340 WINVRAM"},
+       print_lines(block),
+       {"log 3 $_wifi_nvram_calibrate_set nvm_cal_data[3]==0, ignore the calibrate data \\n"},
+       print_lines(scaled),
+       {"write 340 WINVRAM ~", "socket", "ioctl 19 41e04200", "close"}}));
   ASSERT_EQ(sent().size(), 1U);
   block_t pushed = scaled;
   pushed.resize(256);
@@ -185,7 +192,7 @@ TEST_P(RawBlock, TellsEachStep) {
   put_block(ramp(213));
   forget();
   EXPECT_EQ(scale(2, 0, 0, "1"), 1U);
-  EXPECT_TRUE(happened("log ~ @ cal_res=239, >0xee, set cal_res as 0xee\\n"));
+  EXPECT_TRUE(happened("log 3 $_wifi_nvram_calibrate_set cal_res=239, >0xee, set cal_res as 0xee\\n"));
   EXPECT_EQ(block_in_nv()[1], 238);
 }
 
@@ -196,20 +203,24 @@ TEST_P(RawBlock, JudgesTextThenModeThenGain) {
   for (const char *text : {static_cast<const char *>(nullptr), ""}) {
     forget();
     EXPECT_EQ(scale(9, 0, 0, text), 0U);
-    expect_transcript({"log 6 @ illegal delta_gain_set\\n"});
+    expect_transcript({"log 6 $_wifi_nvram_calibrate_set illegal delta_gain_set\\n"});
   }
   forget();
   EXPECT_EQ(scale(9, 0, 0, "0"), 0U);
   expect_transcript(
-      {"log 3 @ delta gain:0\\n", "log 6 @ input mode is not available, mode=9,band=0,bandwidth=0 \\n"});
+      {"log 3 $_wifi_nvram_calibrate_set delta gain:0\\n",
+       "log 6 $_wifi_nvram_calibrate_set input mode is not available, mode=9,band=0,bandwidth=0 \\n"});
   const std::vector<std::pair<const char *, const char *>> illegal = {
       {"0", "0.000000"}, {"5.5", "5.500000"},    {"-5.5", "-5.500000"}, {"abc", "0.000000"},
       {"nan", "nan"},    {"1e3", "1000.000000"}, {"1e30", "~"},         {"500", "500.000000"}};
   for (const auto &[text, printed] : illegal) {
     forget();
     EXPECT_EQ(scale(3, 0, 0, text), 0U) << text;
-    expect_transcript({std::string("log 3 @ delta gain:") + text + "\\n", "log 3 @ 2.4G 20M 11g\\n",
-                       std::string("log 6 @ illegal delta_gain or zero, delta_gain=") + printed + "\\n"});
+    expect_transcript(
+        {std::string("log 3 $_wifi_nvram_calibrate_set delta gain:") + text + "\\n",
+         "log 3 $_wifi_nvram_calibrate_set 2.4G 20M 11g\\n",
+         std::string("log 6 $_wifi_nvram_calibrate_set illegal delta_gain or zero, delta_gain=") + printed +
+             "\\n"});
   }
   EXPECT_EQ(block_in_nv(), block);
   for (const char *text : {"5", "-5", "0.01", "1abc"}) EXPECT_EQ(scale(3, 0, 0, text), 1U) << text;
@@ -225,10 +236,13 @@ TEST_P(RawBlock, EachStepOfScalingFails) {
     const block_t &left;
     lines_t told;
   } failures[] = {
-      {"nv_read:340", 1, block, {"log 6 @, read_wifi_caldata_from_nv failed\\n"}},
-      {"nv_write:340", 1, block, {"log 6 @ write_wifi_caldata_to_nv  fail\\n"}},
-      {"socket", 1, scaled, {"log 6 socket create fail.\\n", "log 6 @, wifi_caldata_set failed\\n"}},
-      {"ioctl:19", 2, scaled, {"log 6 @, wifi_caldata_set failed\\n"}},
+      {"nv_read:340", 1, block, {"log 6 $_wifi_nvram_calibrate_set, read_wifi_caldata_from_nv failed\\n"}},
+      {"nv_write:340", 1, block, {"log 6 $_wifi_nvram_calibrate_set write_wifi_caldata_to_nv  fail\\n"}},
+      {"socket",
+       1,
+       scaled,
+       {"log 6 socket create fail.\\n", "log 6 $_wifi_nvram_calibrate_set, wifi_caldata_set failed\\n"}},
+      {"ioctl:19", 2, scaled, {"log 6 $_wifi_nvram_calibrate_set, wifi_caldata_set failed\\n"}},
   };
   for (const auto &failure : failures) {
     SCOPED_TRACE(failure.place);
@@ -261,7 +275,8 @@ TEST_P(RawBlock, ReadsAsHexadecimalDigits) {
     EXPECT_EQ(get(out.data(), size), 1U);
     EXPECT_EQ(std::string(out.c_str()), digits.substr(0, 2 * bytes)) << size;
     EXPECT_EQ(out.substr(room), std::string(16, '#')) << size;
-    expect_transcript({"read 340 WINVRAM", "log 3 @ wifi caldata:0x" + digits.substr(0, 2 * bytes) + "\\n"});
+    expect_transcript({"read 340 WINVRAM", "log 3 $_wifi_nvram_calibrate_get wifi caldata:0x" +
+                                               digits.substr(0, 2 * bytes) + "\\n"});
   }
   for (const int size : {103, 1, 0, -1}) {
     std::string out(200, '#');
@@ -287,7 +302,7 @@ TEST_P(RawBlock, CleansWhateverTheScope) {
   put_block(ramp(9));
   fail("nv_write:340");
   EXPECT_EQ(PUBLIC(wifi_nvram_calibrate_clean)(1), 0U);
-  EXPECT_TRUE(happened("log 6 @ write cal data to nvm failed\\n"));
+  EXPECT_TRUE(happened("log 6 $_wifi_nvram_calibrate_clean write cal data to nvm failed\\n"));
   EXPECT_EQ(block_in_nv(), ramp(9));
 }
 
@@ -297,7 +312,7 @@ INSTANTIATE_TEST_SUITE_P(Chips, OtherChips, ALL_CHIPS, name_of_case);
 TEST_P(OtherChips, RefuseWhatTheyDoNotHave) {
   if (is(vq2050_case) || is(vq2070_case)) {
     EXPECT_EQ(copy(), 0U);
-    expect_transcript({"log 6 @ cal_type = 1, not adapt for orva\\n"});
+    expect_transcript({"log 6 $_wifi_nvram_set cal_type = 1, not adapt for orva\\n"});
   } else {
     const uint32_t flags[4] = {1, 1, 1, 1};
     EXPECT_EQ(PUBLIC(wifi_nvram_calibrate_clean_new)(flags), 0U);
@@ -342,7 +357,7 @@ TEST_P(BlockWriter, WritesAndReadsSingleItems) {
     std::string out(140, '#');
     const std::string expected = std::string("mf2ga0=1,2;").substr(0, size - 1);
     EXPECT_EQ(read(out.data(), size, 396, "WIC0_2GMU_OFDM"), static_cast<int32_t>(expected.size()));
-    EXPECT_EQ(std::string(out.c_str()), expected);
+    EXPECT_EQ(out.substr(0, size), expected + std::string(size - expected.size(), '\0'));
     EXPECT_EQ(out.substr(size), std::string(140 - size, '#')) << size;
   }
   char out[104] = "old";

@@ -25,14 +25,17 @@ public:
   /// Clears an item except for one parameter.
   void keep(const std::string &item, const std::string &param) {
     const std::string text = read(item);
-    if (write(item, "")) say("log 4 @ ,nvram_cal_data=\\n");
+    if (write(item, "")) {
+      say(std::string("log 4 $_") + (vq2050_ ? "write_nvpattern_to_nv" : "get_nvbuf_by_name") +
+          " ,nvram_cal_data=\\n");
+    }
     const std::string kept = entries(text, param + "=");
     if (vq2050_) {
       keep_as_vq2050(item, text, kept);
     } else {
       if (!kept.empty()) {
         say("log 3 $_fill_nvbuf_by_pattern: var_output is " + kept + " ");
-        say("log 3 @: var_output is " + kept + ", Varptr is ~");
+        say("log 3 $_get_nvbuf_by_name: var_output is " + kept + ", Varptr is ~");
       }
       write_back(item, kept);
     }
@@ -66,9 +69,10 @@ private:
     if (!write(item, text)) say("log 6 $_write_nvpattern_to_nv::write nv fail\\n");
   }
   void keep_as_vq2050(const std::string &item, const std::string &text, const std::string &kept) {
-    if (text.empty()) return say("log 4 @::not find nv_data to write back, data_len is 0");
-    if (kept.empty()) return say("log 4 @::not find nv_data to write back");
-    say("log 4 @ ,nvram_cal_data=" + kept + "\\n");
+    if (text.empty())
+      return say("log 4 $_write_nvpattern_to_nv::not find nv_data to write back, data_len is 0");
+    if (kept.empty()) return say("log 4 $_write_nvpattern_to_nv::not find nv_data to write back");
+    say("log 4 $_write_nvpattern_to_nv ,nvram_cal_data=" + kept + "\\n");
     write_back(item, kept);
   }
   /// The entries that begin so: on vq2050 all of them, else the first.
@@ -116,8 +120,9 @@ protected:
   }
   void empty(clean_model &model, const lines_t &items, unsigned enough, bool told_each_time = false) const {
     model.empty(items, enough, told_each_time,
-                is(vq2040a_case) ? "log 6 @, clean wifi nvram calibrate data has error\\n"
-                                 : "log 6 $_clean_all_nvparam::one or more nv clean fail!\\n");
+                is(vq2040a_case)
+                    ? "log 6 $_wifi_nvram_calibrate_clean, clean wifi nvram calibrate data has error\\n"
+                    : "log 6 $_clean_all_nvparam::one or more nv clean fail!\\n");
   }
   void all(clean_model &model) const { empty(model, items(), is(vq2040a_case) ? 9 : 15); }
 
@@ -280,7 +285,8 @@ TEST_P(CalibrationClean, ReadsAllItemsWithinTheToldRoom) {
 }
 
 TEST_P(CalibrationClean, ReadsOnWhereAnItemFails) {
-  const store_t store = full_store();
+  store_t store = full_store();
+  store.erase("384 WIC0_2G40M");  // an empty one is no failure
   const lines_t all_items = items();
   for (size_t failing = 0; failing <= all_items.size(); failing++) {
     put(store);
@@ -389,6 +395,10 @@ TEST_P(CalibrationCleanParts, KeepOnlyNeedsBothNames) {
     keep(340, item, 104, param);
     expect_transcript({"log 6 write_to_nv_para_check::null ptr!"});
   }
+  fail("snprintf_s");  // nothing is kept then; both chips tell it in the older one's name
+  keep(340, "WIC0_2G5G_OFDM", 104, "pa5ga0");
+  EXPECT_TRUE(happened("log 6 vq2050_write_nvpattern_to_nv:: snprrintf_s failed."));
+  EXPECT_EQ(stored("340 WIC0_2G5G_OFDM"), "");
   sweep(
       full_store(), {}, [](clean_model &model) { model.keep("340 WIC0_2G5G_OFDM", "pa5ga0"); },
       [&] { keep(340, "WIC0_2G5G_OFDM", 104, "pa5ga0"); });

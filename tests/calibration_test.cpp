@@ -98,16 +98,14 @@ uint32_t CalibrationTest::calibrate(const cal_row &row, int32_t freq, const std:
 }
 
 bool CalibrationTest::matches(const char *pattern, const char *text) const {
-  for (; *pattern != '\0' && *pattern != '~' && *pattern != '@' && *pattern != '$'; pattern++, text++) {
+  for (; *pattern != '\0' && *pattern != '~' && *pattern != '$'; pattern++, text++) {
     if (*pattern != *text) return false;
   }
   if (*pattern == '\0') return *text == '\0';
   if (*pattern != '~') {
     const size_t length = chip_.size();
     if (strncmp(text, chip_.c_str(), length) != 0 || text[length] != '_') return false;
-    text += length;
-    if (*pattern == '@') text += std::strspn(text, "_abcdefghijklmnopqrstuvwxyzCG0123456789");
-    return matches(pattern + 1, text);
+    return matches(pattern + 1, text + length);
   }
   do {
     if (matches(pattern + 1, text)) return true;

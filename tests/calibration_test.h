@@ -38,8 +38,8 @@ protected:
 
   uint32_t calibrate(const cal_row &row, int32_t freq, const std::string &error);
 
-  /// Compares the transcript since forget() line by line. In an expected line '$' is the chip's name, '@' the
-  /// name of some function of the chip, '~' any text.
+  /// Compares the transcript since forget() line by line. In an expected line '$' is the chip's name, '~' any
+  /// text.
   void expect_transcript(const lines_t &expected) const;
   /// Is there a transcript line like this?
   bool happened(const std::string &expected) const;

@@ -166,7 +166,7 @@ TEST_P(CalibrationWrite, RefusesWhatNoRowMatches) {
   EXPECT_EQ(set_calibration(1, 0, 0, 0, 0, 2442, "10"), 0U);
   expect_transcript({"log 6 $_wifi_nvram_calibrate_set AT parameter < cal_type > error, should be 0\\n"});
   EXPECT_EQ(set_calibration(0, 0, 1, 0, 0, 2442, "10"), 0U);
-  EXPECT_TRUE(happened("log 6 @, AT param wrong!"));
+  EXPECT_TRUE(happened("log 6 $_wifi_nvram_calibrate_set, AT param wrong!"));
   EXPECT_EQ(set_calibration(0, 0, 0, 1, 0, 2412, "10"), 0U);  // 5 GHz by band, 2.4 GHz by frequency
   EXPECT_EQ(set_calibration(0, 2, 0, 0, 0, 2442, "10"), is(vq2040a_case) ? 1U : 0U);  // one chain: not read
   if (!is(vq2040a_case)) { EXPECT_EQ(stored(), full_store()); }
@@ -219,7 +219,7 @@ TEST_P(CalibrationWrite, Takes5GHzFrequenciesBySubBand) {
              parts[3] + ";";
     EXPECT_EQ(stored(), store) << freq;
     EXPECT_EQ(result, valid ? 1U : 0U) << freq;
-    EXPECT_EQ(happened("log 6 @ 5G freq is not matched\\n"), !valid) << freq;
+    EXPECT_EQ(happened("log 6 $_calibrate_nvram_param 5G freq is not matched\\n"), !valid) << freq;
     EXPECT_EQ(happened("log 6 $_wifi_nvram_calibrate_set ,calibrate_nvram_param handled failed\\n"), !valid);
   }
 }
@@ -236,7 +236,9 @@ TEST_P(CalibrationWrite, TakesChannelsByFrequency) {
     EXPECT_EQ(calibrate(row, freq, "-25"), valid ? 1U : 0U) << freq;
     if (valid) values[static_cast<size_t>((freq - 2412) / 5)] = 25;
     EXPECT_EQ(stored(row.item), "mf2ga0=" + joined(values) + ";") << freq;
-    if (!is(vq2070_case)) { EXPECT_EQ(happened("log 6 @ 2g freq is not matched\\n"), !valid) << freq; }
+    if (!is(vq2070_case)) {
+      EXPECT_EQ(happened("log 6 $_calibrate_nvram_param 2g freq is not matched\\n"), !valid) << freq;
+    }
     EXPECT_EQ(happened("log 6 $_wifi_nvram_calibrate_set ,calibrate_nvram_param handled failed\\n"), !valid);
   }
 }
@@ -251,7 +253,7 @@ TEST_P(CalibrationWrite, OtherFrequenciesAreRefusedByFamily) {
   EXPECT_EQ(calibrate(wide, 5250, "-1.9"), 1U);
   EXPECT_EQ(stored(wide.item), "dpn160c1=1,4;");
   EXPECT_EQ(calibrate(wide, 5255, "10"), 0U);
-  EXPECT_TRUE(happened("log 6 @ invalid 160M freq\\n"));
+  EXPECT_TRUE(happened("log 6 $_calibrate_nvram_param invalid 160M freq\\n"));
   EXPECT_EQ(stored(wide.item), "dpn160c1=1,4;");
 }
 
@@ -292,7 +294,8 @@ TEST_P(CalibrationWrite, ReadsTheErrorAsANumber) {
     const bool taken = error.within || !bounded;
     EXPECT_EQ(calibrate(channel, 2412, error.text), taken ? 1U : 0U);
     if (!taken)
-      expect_transcript({std::string("log 6 @ , shift =") + error.printed + " , too big and not valid\\n"});
+      expect_transcript({std::string("log 6 $_wifi_nvram_calibrate_set , shift =") + error.printed +
+                         " , too big and not valid\\n"});
     EXPECT_EQ(calibrate(power, 2442, error.text), taken ? 1U : 0U);
     const std::string first = taken ? error.offset : "1";
     EXPECT_EQ(stored(channel.item), "mf2ga0=" + first + ",2,3,4,5,6,7,8,9,10,11,12,13;");
@@ -343,7 +346,7 @@ TEST_P(CalibrationWrite, ItemWithoutASemicolonIsLostOnlyOnTheNewestChip) {
     EXPECT_EQ(calibrate_item("pa2ga0", text), 0U);
     EXPECT_EQ(stored("340 WIC0_2G5G_OFDM"), is(vq2070_case) && writable ? "" : text);
     EXPECT_EQ(phone_uses("nv_write:340"), is(vq2070_case) ? 1U : 0U);
-    EXPECT_TRUE(happened("log 6 @ write TX nvram param failed, VarName=pa2ga0\\n"));
+    EXPECT_TRUE(happened("log 6 $_wifi_nvram_calibrate_set write TX nvram param failed, VarName=pa2ga0\\n"));
   }
 }
 
@@ -370,7 +373,7 @@ TEST_P(CalibrationWrite, FullItems) {
 TEST_P(CalibrationWrite, UnreadableValuesFail) {
   for (const char *text : {"pa2ga0=abc;x=1;", "pa2ga0=,,;x=1;"}) {
     EXPECT_EQ(calibrate_item("pa2ga0", text), 0U);
-    EXPECT_TRUE(happened("log 6 @ ,get param num failed\\n"));
+    EXPECT_TRUE(happened("log 6 $_wifi_nvram_calibrate_set ,get param num failed\\n"));
     EXPECT_EQ(stored("340 WIC0_2G5G_OFDM"), text);
   }
 }
@@ -383,12 +386,12 @@ TEST_P(CalibrationWrite, TellsEachStepOfACorrection) {
   append(expected,
          {"read 340 WIC0_2G5G_OFDM",
           "log 4 $_fill_nvbuf_by_pattern,nvme param is loaded,name=pa2ga0, value=1000,-3000,5000\\n",
-          "log 3 @: var_output is 1000,-3000,5000, Varptr is ~",
+          "log 3 $_get_nvbuf_by_name: var_output is 1000,-3000,5000, Varptr is ~",
           "log 3 $_getparam_from_wifi_chip,varbuff=1000,-3000,5000\\n", "read 340 WIC0_2G5G_OFDM",
           "log 3 $_append_nvbuf: wr var_output is ~",
-          "log 3 @ ,nvram_cal_data=x=1;pa2ga0=1000,-3031,5003;\\n",
+          "log 3 $_get_nvbuf_by_name ,nvram_cal_data=x=1;pa2ga0=1000,-3031,5003;\\n",
           "write 340 WIC0_2G5G_OFDM x=1;pa2ga0=1000,-3031,5003;",
-          "log 3 @ write TX nvram param success, VarName=pa2ga0\\n"});
+          "log 3 $_wifi_nvram_calibrate_set write TX nvram param success, VarName=pa2ga0\\n"});
   expect_transcript(expected);
 }
 
@@ -407,7 +410,7 @@ TEST_P(CalibrationWrite, TellsEachStepOfADriverQuery) {
   const std::string number = std::to_string(row.driver_number);
   const lines_t expected = {
       "read " + row.item,
-      "log 3 @,wifi chip param is loaded, name=pa5glowa0, value=\\n",
+      "log 3 $_getparam_from_wifi_chip,wifi chip param is loaded, name=pa5glowa0, value=\\n",
       "socket",
       one_chain ? "log ~ $_get_driver_param_num: param_num is 10, nv_name is pa5glowa0, case_entry is 5"
                 : "log 4 $_get_driver_param_num: nv_num is 369, nv_name is ~, param num is 8",
@@ -417,9 +420,9 @@ TEST_P(CalibrationWrite, TellsEachStepOfADriverQuery) {
       "log 3 querry nvram, nvram_var_name=pa5glowa0, outbuff=" + driver_text + "\\n",
       "log 3 varbuff = " + driver_text + ",name = pa5glowa0",
       "read " + row.item,
-      "log 3 @:rd var_out is pa5glowa0=" + merged + ";",
+      "log 3 $_get_nvbuf_by_name:rd var_out is pa5glowa0=" + merged + ";",
       "write " + row.item + " pa5glowa0=" + merged + ";",
-      "log 3 @ write TX nvram param success, VarName=pa5glowa0\\n"};
+      "log 3 $_wifi_nvram_calibrate_set write TX nvram param success, VarName=pa5glowa0\\n"};
   const lines_t all = split(transcript(), '\n');
   ASSERT_GE(all.size(), expected.size());
   for (size_t i = 0; i < expected.size(); i++) {
@@ -437,7 +440,7 @@ TEST_P(CalibrationWrite, DriverQueryFails) {
                                    ? "log 6 memcpy_s error.\\n"
                                    : "log 6 $_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\\n"};
   const std::vector<std::tuple<std::string, unsigned, lines_t>> failures = {
-      {"socket", 1, {"log 6 socket create fail.\\n", "log ~ varbuff = ,name = pa2ga0"}},
+      {"socket", 1, {"log 6 socket create fail.\\n", "log 3 varbuff = ,name = pa2ga0"}},
       {"ioctl:" + command, 2, {"log 6 get_dp_init_from_driver failed, continue.\\n"}},
       {"memcpy_s", 1, copy_failed}};
   for (const auto &[place, times, lines] : failures) {
@@ -448,7 +451,7 @@ TEST_P(CalibrationWrite, DriverQueryFails) {
     EXPECT_EQ(calibrate(row, 2442, "10"), 0U);
     for (const std::string &line : lines) EXPECT_TRUE(happened(line)) << line << "\n" << transcript();
     EXPECT_TRUE(happened("log 6 $_getparam_from_wifi_chip,wifi chip param get failed!\\n"));
-    EXPECT_TRUE(happened("log 6 @ ,get param num failed\\n"));
+    EXPECT_TRUE(happened("log 6 $_wifi_nvram_calibrate_set ,get param num failed\\n"));
     EXPECT_EQ(stored(row.item), "x=1;");
     EXPECT_EQ(phone_left_open(), 0U);
   }
@@ -456,7 +459,7 @@ TEST_P(CalibrationWrite, DriverQueryFails) {
     set("calibration.pa2ga0", answer);
     forget();
     EXPECT_EQ(calibrate(row, 2442, "10"), 0U) << answer;
-    EXPECT_TRUE(happened("log 6 @ ,get param num failed\\n"));
+    EXPECT_TRUE(happened("log 6 $_wifi_nvram_calibrate_set ,get param num failed\\n"));
   }
   set("calibration.pa2ga0", curve);
   fail("ioctl:" + command);  // the retry helps
@@ -500,7 +503,8 @@ TEST_P(CalibrationWrite, EachNvCallOfADoubleRequestFails) {
     const std::string number = row.item.substr(0, 3), name = row.item.substr(4);
     if (n % 3 == 2) {
       EXPECT_TRUE(happened("log 6 $_write_wifi_nvram_param_to_nv,7"));
-      EXPECT_TRUE(happened("log 6 @ write TX nvram param failed, VarName=" + row.param + "\\n"));
+      EXPECT_TRUE(happened(
+          "log 6 $_wifi_nvram_calibrate_set write TX nvram param failed, VarName=" + row.param + "\\n"));
     } else {
       EXPECT_TRUE(happened("log 6 $_read_wifi_nvram_param_from_nv get " + name + " fail, nv_num is " +
                            number + ", ret: 7"));
@@ -525,6 +529,7 @@ TEST_P(CalibrationWrite, NvIsAlwaysAskedForWholeItems) {
 
 // A bounds-checked function that fails anywhere may spoil the item at hand, but no other, and no memory.
 TEST_P(CalibrationWrite, EachBoundsCheckedCallFails) {
+  bool value_lost = false;
   for (const char *place : {"snprintf_s", "sprintf_s", "memcpy_s", "memset_s", "strncpy_s", "sscanf_s"}) {
     put(full_store());
     forget();
@@ -542,8 +547,10 @@ TEST_P(CalibrationWrite, EachBoundsCheckedCallFails) {
         left.erase(row_of(param).item);
       }
       EXPECT_EQ(left, store) << place << " " << n;
+      value_lost |= happened("log 6 $_fill_nvbuf_by_pattern::strcpy failed");
     }
   }
+  EXPECT_TRUE(value_lost);
 }
 
 // ---- Single steps -----------------------------------------------------------------------------------------
