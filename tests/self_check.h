@@ -5,6 +5,7 @@
 
 #include "tests/phone_test.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
