@@ -166,6 +166,23 @@ def test_the_phones_build_has_the_sources_of_ours():
     assert globbed("orva-station") == console
 
 
+# Every place that lists the chips one by one.
+CHIP_LISTS = """
+    Doxyfile api/dispatch.cpp api/exports.map.txt cmake/Install.cmake cmake/Library.cmake docs/chip_differences.md
+    kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
+    script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
+    station/functions.h station/help.cpp station/options.cpp tests/dispatch_exports_test.py tests/phone_test.cpp
+    tests/phone_test.h tests/quality.cmake tests/rf_chip_tables.cpp tests/rf_tables_test.cpp virtual_phone/radio.c
+""".split()
+
+
+@pytest.mark.parametrize("place", CHIP_LISTS)
+def test_no_chip_is_forgotten(place):
+    chips = {folder.name for folder in (ROOT / "chips").iterdir()}
+    named = set(re.findall(r"(?<![0-9A-Za-z])vq[0-9]+[a-z]*", (ROOT / place).read_text()))
+    assert chips <= named, f"{place} does not know {chips - named}"
+
+
 @pytest.mark.parametrize("file", ["Android.bp", "android/device_defaults.bp"])
 def test_the_phones_build_files_can_be_read(file):
     if not shutil.which("bpfmt"):
