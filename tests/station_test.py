@@ -272,6 +272,12 @@ def test_every_session_starts_with_a_fresh_library_and_phone(tmp_path):
     assert lines("run", first, second)[0] == 0
 
 
+def test_a_changed_chip_remembers_nothing(session):
+    text = "wifi_set_power 155 -> 1\nchip vq2070\nwifi_query_setting 5 -> -1\nchip vq2050\nwifi_query_setting 5 -> -1\n"
+    status, reported = session(text, "--chip", "vq2050")
+    assert status == 0 and reported[-2]["chip"] == "vq2050"
+
+
 @pytest.mark.parametrize("function, what", [("wifi_conn_info", '"bssid" (6 bytes): 0 before it, 2 behind it'), ("wifi_power_set_range", "1 before it")])
 def test_an_overrun_buffer_fails_the_call(function, what):
     status, step = call("--library", CARELESS, function)
