@@ -19,6 +19,7 @@ MACHINES = {
     "amd64": (["qemu-system-x86_64"], "ttyS0"),
 }
 FAILURES = ("Kernel panic", "Oops", "BUG:", "Call trace:", "Call Trace:", "ORVA-BROKEN")
+MOST_COMPLAINTS = 5
 
 
 def qemu_command(arch, kernel, initramfs, quiet=True):
@@ -38,6 +39,7 @@ class Phone:
         self.process = subprocess.Popen(command + ["-serial", "stdio"], stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.pending = b""
+        self.complaints = 0
 
     def seconds(self):
         return time.monotonic() - self.began
@@ -83,7 +85,8 @@ def report(phone, line):
     elif line.startswith("ORVA-DONE "):
         _, name, status = line.split()
         print(f"kernel-phone: {phone.seconds():6.1f} s  {name}: exit status {status}", flush=True)
-    elif any(mark in line for mark in FAILURES):
+    elif any(mark in line for mark in FAILURES) and phone.complaints < MOST_COMPLAINTS:
+        phone.complaints += 1
         print(f"kernel-phone: {line}", file=sys.stderr, flush=True)
 
 

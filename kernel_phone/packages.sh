@@ -2,8 +2,9 @@
 # Gets the kernel, its headers and the phone's programs from Debian, without installing or configuring any of them.
 # Sourced by script/kernel-phone, which sets arch, cache and the functions skip and say.
 
-sysroot_packages=(libtcl8.6 tcl8.6-dev tcl-dev zlib1g zlib1g-dev libsqlite3-0 libsqlite3-dev libedit2 libedit-dev
-  libtinfo6 libbsd0 libmd0 libtomlplusplus3 libtomlplusplus-dev libfmt9 libfmt-dev)
+# What the console is built with.
+console_packages=(tcl-dev tcl8.6-dev libsqlite3-dev libedit-dev libtinyxml2-dev libtomlplusplus-dev libfmt-dev
+  nlohmann-json3-dev)
 
 # apt with package lists of our own, so that the machine's architectures and lists stay as they are.
 apt_options=()
@@ -23,8 +24,7 @@ native_packages() {
   arm64) echo qemu-system-arm g++-aarch64-linux-gnu libc6-dev-arm64-cross ;;
   amd64) echo qemu-system-x86 ;;
   esac
-  # The console on this machine, which the phone's is compared with.
-  echo tcl-dev libsqlite3-dev libedit-dev libtomlplusplus-dev libfmt-dev nlohmann-json3-dev
+  echo "${console_packages[@]}"
 }
 
 missing_packages() {
@@ -98,11 +98,33 @@ fetch_kernel() {
   echo "include $tree/usr/src/$common/Makefile" >"$headers_dir/Makefile"
 }
 
+# Libraries that a package names as needed, with their headers; the C and C++ libraries come with the compiler.
+libraries_of() {
+  apt-cache "${apt_options[@]}" depends "$1" | sed -n 's/^ *Depends: *\([^<]*\)$/\1/p' |
+    sed "s/:$arch\$//" | grep -E '^z?lib' | grep -vE '^(libc6|libgcc|libstdc|libcrypt)' || true
+}
+
+# The console's packages and all libraries that these need in turn.
+sysroot_packages() {
+  local waiting=("${console_packages[@]}") name
+  declare -A known=()
+  while ((${#waiting[@]})); do
+    name=${waiting[0]}
+    waiting=("${waiting[@]:1}")
+    [[ ! ${known[$name]:-} ]] || continue
+    known[$name]=1
+    mapfile -t -O "${#waiting[@]}" waiting < <(libraries_of "$name:$arch")
+  done
+  printf '%s\n' "${!known[@]}" | sort
+}
+
 fetch_sysroot() {
   [[ $arch != "$(dpkg --print-architecture)" ]] || return 0
-  local name names=(nlohmann-json3-dev)
-  for name in "${sysroot_packages[@]}"; do
-    names+=("$name:$arch")
+  local name names=()
+  for name in $(sysroot_packages); do
+    # One for all architectures has its name without any.
+    [[ $name == nlohmann-json3-dev ]] || name=$name:$arch
+    names+=("$name")
   done
   unpack "$cache/$arch/sysroot" "${names[@]}"
 }

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <deque>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <fstream>
 #include <sstream>
 #include <time.h>
@@ -26,7 +27,7 @@ namespace {
 constexpr auto radio_file = "/proc/orva_radio";
 constexpr auto faults_file = "/proc/orva_faults";
 constexpr auto commands_file = "/proc/orva_commands";
-constexpr auto earlier_commands = "/tmp/earlier_commands";
+constexpr auto all_commands = "/tmp/all_commands";
 constexpr auto shell_account = "/tmp/shell_account";
 constexpr auto services_folder = "/tmp/services/";
 constexpr auto shell_faults = "/tmp/shell_faults/";
@@ -39,7 +40,7 @@ struct kept_contact {
 };
 
 std::deque<kept_contact> made;
-size_t commands_passed, shell_passed;
+std::streamoff shell_read;
 int64_t uptime_at_reset;
 
 /** Faults in the order of their ids, and the number that each has where it was planned. */
@@ -136,22 +137,33 @@ kept_contact shell_command(const std::string &line) {
   return made_of;
 }
 
-template <class F> void take_new(const char *path, size_t &passed, F make) {
-  auto lines = read_lines(path);
-  for (size_t i = passed; i < lines.size(); ++i) {
-    made.push_back(make(lines[i]));
-    auto &event = made.back().event;
-    event.name = "";
-    event.text = made.back().text.c_str();
-    event.data = made.back().data.data();
-    event.size = made.back().data.size();
-  }
-  passed = std::max(passed, lines.size());
+void keep(kept_contact &&one) {
+  made.push_back(std::move(one));
+  auto &[event, text, data] = made.back();
+  event.name = "";
+  event.text = text.c_str();
+  event.data = data.data();
+  event.size = data.size();
+}
+
+/** Moves the driver's account to a file of ours: the driver's own is read anew each time, and has an end. */
+void take_commands() {
+  auto lines = read_lines(commands_file);
+  if (lines.empty()) return;
+  std::ofstream(all_commands, std::ios::app) << fmt::format("{}\n", fmt::join(lines, "\n"));
+  write_file(commands_file, "clear\n");
+  for (auto &line : lines) keep(driver_command(line));
+}
+
+void take_shell() {
+  std::ifstream account(shell_account);
+  account.seekg(shell_read);
+  for (std::string line; std::getline(account, line); shell_read = account.tellg()) keep(shell_command(line));
 }
 
 void take_news() {
-  take_new(commands_file, commands_passed, driver_command);
-  take_new(shell_account, shell_passed, shell_command);
+  take_commands();
+  take_shell();
 }
 
 bool driver_there() { return std::ifstream(radio_file).good(); }
@@ -163,9 +175,7 @@ std::string run(const std::string &command) {
 /** What the driver heard would go with it. */
 std::string remove_driver() {
   if (!driver_there()) return "";
-  take_news();
-  std::ofstream earlier(earlier_commands, std::ios::app);
-  for (auto &line : read_lines(commands_file)) earlier << line << '\n';
+  take_commands();
   return run("rmmod orva_wlan");
 }
 
@@ -173,7 +183,6 @@ std::string give_description();
 
 std::string insert_driver() {
   if (driver_there()) return "";
-  commands_passed = 0;
   phone_set("interface.up", "false", nullptr, 0);
   auto message = run("insmod /system/lib/orva_wlan.ko");
   return message.empty() ? give_description() : message;

@@ -15,10 +15,18 @@ KERNEL_FAILURES = ("ORVA-BROKEN", "BUG:", "Oops", "WARNING:", "Call trace:", "Ca
 PACKET_COUNT = 10
 
 
+def lines_of(report):
+    """A report's lines, up to where it may have been cut off."""
+    for line in report.splitlines():
+        try:
+            yield json.loads(line)
+        except json.JSONDecodeError:
+            return
+
+
 def calls(report):
     """The calls of a session's report, one JSON object a line."""
-    lines = (json.loads(line) for line in report.splitlines() if line.startswith("{"))
-    return [line for line in lines if line["type"] == "call"]
+    return [line for line in lines_of(report) if line["type"] == "call"]
 
 
 def what_happened(call):
@@ -83,8 +91,7 @@ class Session:
         return self.compare(here) if self.command else ""
 
     def first_complaint(self):
-        for line in self.read("report.jsonl").splitlines():
-            line = json.loads(line)
+        for line in lines_of(self.read("report.jsonl")):
             failed = [e for e in line.get("expectations", [line]) if e.get("held") is False]
             if failed or line["type"] == "error":
                 return f"line {line.get('line')}: {failed or line.get('text')}"
@@ -122,7 +129,8 @@ def judge_driver(results):
 def judge_kernel(results):
     log = (results / "kernel.log").read_text(encoding="utf-8", errors="replace")
     complaints = [line for line in log.splitlines() if any(mark in line for mark in KERNEL_FAILURES)]
-    print("\n".join(f"FAILED  the kernel says: {line}" for line in complaints), end="\n" if complaints else "")
+    for line in complaints[:5]:
+        print(f"FAILED  the kernel says: {line}")
     return not complaints
 
 
