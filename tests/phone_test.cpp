@@ -68,6 +68,12 @@ template <typename Visit> void each_event(const Visit &visit) {
 
 }  // namespace
 
+uint32_t sent_command::value() const {
+  uint32_t number;
+  memcpy(&number, data.data(), sizeof number);
+  return number;
+}
+
 void PhoneTest::SetUp() {
   phone_reset();
   library_ = dlopen("libwifi_factory_test_orva.so", RTLD_NOW | RTLD_LOCAL);

@@ -27,9 +27,7 @@ std::string name_of_case(const ::testing::TestParamInfo<const chip_case *> &info
 struct sent_command {
   uint32_t magic, id;
   std::vector<uint8_t> data;  // the record's 256 data bytes
-  uint32_t value() const {
-    return data[0] | data[1] << 8 | data[2] << 16 | static_cast<uint32_t>(data[3]) << 24;
-  }
+  uint32_t value() const;
 };
 
 class PhoneTest : public ::testing::Test {
