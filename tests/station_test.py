@@ -23,7 +23,9 @@ def station(*arguments, stdin=""):
     return subprocess.run([STATION, *map(str, arguments)], input=stdin, capture_output=True, text=True, timeout=60)
 
 
-SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/session.schema.json").read_text()))
+SCHEMA = json.loads((ROOT / "docs/session.schema.json").read_text())
+DEFINITIONS = {name: jsonschema.Draft202012Validator({"$ref": f"#/$defs/{name}", "$defs": SCHEMA["$defs"]})
+               for name in SCHEMA["$defs"]}
 
 
 def lines(*arguments, **keywords):
@@ -31,7 +33,7 @@ def lines(*arguments, **keywords):
     done = station("--json", *arguments, **keywords)
     reported = [json.loads(line) for line in done.stdout.splitlines()]
     for line in reported:
-        SCHEMA.validate(line)
+        DEFINITIONS[{"expectation": "expectation_line"}.get(line["type"], line["type"])].validate(line)
     return done.returncode, reported
 
 
@@ -348,6 +350,16 @@ sweep {channel {2412 2484 5180} power {100 155}} {
 """
 
 
+def test_the_schema_as_a_whole(session):
+    whole = jsonschema.Draft202012Validator(SCHEMA)
+    _, reported = session("step a\nnote b\nprogress 1 2\nwifi_start_testmode -> 1\nexpect log x\nnonsense\n")
+    assert [line["type"] for line in reported] == ["begin", "step", "note", "progress", "call", "expectation", "error", "end", "summary"]
+    for line in reported:
+        whole.validate(line)
+        assert not whole.is_valid({**line, "type": "rumour"})
+        assert not whole.is_valid({**line, "extra": 1})
+
+
 def test_a_sweep_goes_through_every_combination(session):
     status, reported = session(SWEEP)
     made = [(c["function"], *c["arguments"].values()) for c in calls(reported)[1:]]
@@ -391,7 +403,9 @@ def test_nv_is_kept_shown_saved_and_loaded(tmp_path):
     saved = tmp_path / "saved.txt"
     station("--nv", store, "nv", "save", saved)
     station("--nv", other, "nv", "load", saved)
-    assert station("--nv", other, "nv", "list").stdout == station("--nv", store, "nv", "list").stdout != ""
+    listed = station("--nv", other, "nv", "list").stdout
+    assert listed == station("--nv", store, "nv", "list").stdout
+    assert "340 WIC0_2G5G_OFDM pa2ga0=1,-2,3;pa5ga0=4,5;\n" in listed and "363 NV_UNUSED 0x00FF1000" in listed
     station("--nv", other, "nv", "clear")
     assert "empty" in station("--nv", other, "nv", "list").stdout
     text.write_text("340 A 0xZZ\n")
