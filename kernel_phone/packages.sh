@@ -43,10 +43,11 @@ install_native() {
     sudo -n true 2>/dev/null || skip "these packages are missing and only root can install them: ${missing[*]}"
     as_root=(sudo -n)
   fi
+  # Nothing that is installed may go for it: gcc-multilib, for one, does not bear a cross compiler beside it.
+  local install=(env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends --no-remove)
   say "installing ${missing[*]}"
-  "${as_root[@]}" apt-get -qq install -y --no-install-recommends "${missing[@]}" >"$cache/install.log" 2>&1 ||
-    "${as_root[@]}" sh -c 'apt-get -qq update && apt-get -qq install -y --no-install-recommends "$@"' sh \
-      "${missing[@]}" >"$cache/install.log" 2>&1 ||
+  "${as_root[@]}" "${install[@]}" "${missing[@]}" >"$cache/install.log" 2>&1 ||
+    { "${as_root[@]}" apt-get -qq update && "${as_root[@]}" "${install[@]}" "${missing[@]}"; } >"$cache/install.log" 2>&1 ||
     skip "Debian's packages cannot be installed here: ${missing[*]} (see $cache/install.log)"
 }
 
