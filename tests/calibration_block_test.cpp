@@ -189,11 +189,16 @@ TEST_P(RawBlock, TellsEachStep) {
   block_t pushed = scaled;
   pushed.resize(256);
   EXPECT_EQ(sent()[0].data, pushed);
-  put_block(ramp(213));
+  block = ramp(213);
+  block[11] = 0;
+  put_block(block);
   forget();
+  EXPECT_EQ(scale(3, 0, 0, "1"), 1U);
+  EXPECT_TRUE(
+      happened("log 3 $_wifi_nvram_calibrate_set nvm_cal_data[11]==0, ignore the calibrate data \\n"));
   EXPECT_EQ(scale(2, 0, 0, "1"), 1U);
   EXPECT_TRUE(happened("log 3 $_wifi_nvram_calibrate_set cal_res=239, >0xee, set cal_res as 0xee\\n"));
-  EXPECT_EQ(block_in_nv()[1], 238);
+  EXPECT_EQ(block_in_nv()[5], 238);
 }
 
 // The gain's text is judged first, then the mode, then the gain.
@@ -340,7 +345,7 @@ INSTANTIATE_TEST_SUITE_P(Chips, BlockWriter, ::testing::Values(&vq2040a_case), n
 TEST_P(BlockWriter, WritesAndReadsSingleItems) {
   const auto write = back_end<int32_t(const void *, uint32_t)>("write_wifi_caldata_to_nv");
   const block_t block = ramp(0x33);
-  for (const uint32_t size : {104, 20}) {
+  for (const uint32_t size : std::initializer_list<uint32_t>{104, 20}) {
     forget();
     EXPECT_EQ(write(block.data(), size), 104);
     ASSERT_EQ(phone_event_count(), 1U);
@@ -353,7 +358,7 @@ TEST_P(BlockWriter, WritesAndReadsSingleItems) {
   const auto read =
       back_end<int32_t(char *, uint32_t, uint32_t, const char *)>("read_wifi_nvram_param_from_nv");
   put("396 WIC0_2GMU_OFDM", "mf2ga0=1,2;");
-  for (const uint32_t size : {128, 104, 12, 11, 1}) {
+  for (const uint32_t size : std::initializer_list<uint32_t>{128, 104, 12, 11, 1}) {
     std::string out(140, '#');
     const std::string expected = std::string("mf2ga0=1,2;").substr(0, size - 1);
     EXPECT_EQ(read(out.data(), size, 396, "WIC0_2GMU_OFDM"), static_cast<int32_t>(expected.size()));

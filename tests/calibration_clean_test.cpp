@@ -271,7 +271,7 @@ TEST_P(CalibrationClean, ReadsAllItemsWithinTheToldRoom) {
     stores[1][item] = item.substr(4) + std::string(104 - item.size() + 2, '=') + ";";
   for (const store_t &store : stores) {
     put(store);
-    for (const size_t size : {0, 1, 2, 50, 103, 104, 128}) {
+    for (const size_t size : std::initializer_list<size_t>{0, 1, 2, 50, 103, 104, 128}) {
       const size_t room = items().size() * size;
       std::string expected;
       for (const std::string &item : items())
@@ -341,7 +341,7 @@ TEST_P(CalibrationCleanParts, SingleRoutines) {
       {"2G_C0", low_0}, {"2G_C1", low_1}, {"5G_C0", high_0}, {"5G_C1", high_1}};
   for (const auto &[name, which] : routines) {
     const auto run = back_end<void(uint32_t)>("clean_nvparam_" + name);
-    for (const uint32_t enable : {0, 1, 2}) {
+    for (const uint32_t enable : std::initializer_list<uint32_t>{0, 1, 2}) {
       SCOPED_TRACE(name);
       const part wanted = which;
       sweep(
@@ -354,7 +354,7 @@ TEST_P(CalibrationCleanParts, SingleRoutines) {
   }
   const auto by_chain = back_end<void(uint32_t)>("clean_nvparam_by_rfcore");
   const auto by_band = back_end<void(uint32_t)>("clean_nvparam_by_rffreq");
-  for (const uint32_t which : {0, 1}) {
+  for (const uint32_t which : std::initializer_list<uint32_t>{0, 1}) {
     const int code = static_cast<int>(which);
     sweep(
         full_store(), {}, [&](clean_model &model) { clean_scope(model, 2 + code); },
