@@ -59,6 +59,8 @@ def curves():
     for a in edges:
         for b in edges:
             yield a, b, dice.choice(edges), dice.choice(errors)
+    # s (s a) in place of (s s) a would round these to another value.
+    yield from ((90813, 0, -181, "415.52"), (49014, 0, -267, "430.10"), (-60117, 0, -287, "462.89"))
     for _ in range(1500):
         digits = dice.randint(1, 5)
         a, b, c = (dice.randint(1 - 10**digits, 10**digits - 1) for _ in range(3))
