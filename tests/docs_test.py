@@ -166,6 +166,12 @@ def test_the_phones_build_has_the_sources_of_ours():
     assert globbed("orva-station") == console
 
 
+def test_the_phones_build_makes_the_reports_page_as_ours_does():
+    sources = (ROOT / "station" / "report").iterdir()
+    made = run(["/usr/bin/python3", ROOT / "android" / "report_page.py", *sources], check=True)
+    assert made.stdout == (BUILD / "station" / "report" / "report_page.h").read_text()
+
+
 # Every place that lists the chips one by one.
 CHIP_LISTS = """
     Doxyfile api/dispatch.cpp api/exports.map.txt cmake/Install.cmake cmake/Library.cmake docs/chip_differences.md

@@ -1,6 +1,6 @@
 /*
- * Transmits on one channel at rising powers, as a calibration bench does between two readings of its power meter.
- * Exit status 0 when every transmission started and stopped.
+ * Transmits on one channel at rising powers, as a calibration bench does between two readings of its power
+ * meter. Exit status 0 when every transmission started and stopped.
  */
 #include <stdint.h>
 #include <stdio.h>
