@@ -1,0 +1,161 @@
+// The library against its floor, the cost of dispatch, and how reading and merging grow. Times are ratios'
+// raw material: script/bench prints what they come to.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "bench/operations.h"
+#include "chips/vq2050/vq2050.h"
+#include "chips/vq2070/vq2070.h"
+#include "platform/platform.h"
+#include "virtual_phone/phone.h"
+
+extern "C" {
+void floor_setter(void);
+void floor_value_command(void);
+void floor_transmit_start(void);
+void floor_session(void);
+}
+
+namespace {
+
+constexpr void (*floors[])() = {floor_setter, floor_value_command, floor_transmit_start, floor_session};
+constexpr int calls_between_clearings = 256;
+
+std::string contacts() {
+  std::string all;
+  for (size_t i = 0; i < phone_event_count(); i++) {
+    const auto *event = phone_event(i);
+    all += std::to_string(event->kind) + " " +
+           std::to_string(event->number[0] * (event->kind == PHONE_SLEEP)) + " " + event->text + "\n";
+  }
+  return all;
+}
+
+/// The floor is only one where it does the same.
+void compare(const bench::operation &operation, void (*floor)()) {
+  phone_reset();
+  operation.prepare();
+  phone_events_clear();
+  operation.run();
+  const std::string wanted = contacts();
+  phone_reset();
+  operation.prepare();
+  phone_events_clear();
+  floor();
+  if (contacts() == wanted) return;
+  fprintf(stderr, "bench: the floor of %s does something else\n", operation.name);
+  exit(1);
+}
+
+/// Times calls, forgetting the trace now and then with the watch stopped.
+void time_calls(benchmark::State &state, void (*prepare)(), void (*run)()) {
+  phone_reset();
+  prepare();
+  int calls = 0;
+  for (auto _ : state) {
+    run();
+    if (++calls % calls_between_clearings != 0) continue;
+    state.PauseTiming();
+    phone_events_clear();
+    state.ResumeTiming();
+  }
+}
+
+/// The whole session as the clock on the wall has it, and the pauses that it has to make.
+void real_session(benchmark::State &state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    phone_reset();
+    phone_set_clock(PHONE_CLOCK_REAL);
+    state.ResumeTiming();
+    bench::session();
+  }
+  int64_t pauses = 0;
+  for (size_t i = 0; i < phone_event_count(); i++) {
+    if (phone_event(i)->kind == PHONE_SLEEP) pauses += phone_event(i)->number[0];
+  }
+  state.counters["pauses_us"] = static_cast<double>(pauses);
+}
+
+void public_call() {
+  uint8_t lower, upper;
+  wifi_power_set_range(&lower, &upper);
+}
+void back_end_call() {
+  uint8_t lower, upper;
+  vq2050_wifi_power_set_range(&lower, &upper);
+}
+void chip_query() { get_orva_connectivity_subchip(); }
+
+void store(size_t length) {
+  char item[104] = {};
+  for (size_t i = 0; i < length; i++) item[i] = i % 13 == 12 ? ';' : i % 13 == 5 ? '=' : 'a';
+  static constexpr struct {
+    uint32_t number;
+    const char *name;
+  } items[] = {
+      {340, "WIC0_2G5G_OFDM"}, {363, "NV_UNUSED"},    {367, "WITXCCK"},        {368, "WIC1_2G5G_OFDM"},
+      {369, "WIC0_5GLOW"},     {370, "WIC1_5GLOW"},   {384, "WIC0_2G40M"},     {385, "WIC1_2G40M"},
+      {386, "WIC0_5G160M"},    {387, "WIC1_5G160M"},  {396, "WIC0_2GMU_OFDM"}, {397, "WIC1_2GMU_OFDM"},
+      {398, "WIC0_2GMF40M"},   {399, "WIC1_2GMF40M"}, {400, "WIC0_MUCCK"},     {401, "WIC1_MUCCK"}};
+  for (const auto &row : items) phone_nv_put(row.number, row.name, item);
+}
+
+void read_all(benchmark::State &state, const char *chip) {
+  phone_reset();
+  char error[200];
+  phone_set("chip", chip, error, sizeof error);
+  store(static_cast<size_t>(state.range(0)));
+  std::vector<char> out(16 * 104);
+  for (auto _ : state) {
+    wifi_nvram_calibrate_get(out.data(), 104);
+    state.PauseTiming();
+    phone_events_clear();
+    state.ResumeTiming();
+  }
+}
+
+void merge(benchmark::State &state) {
+  phone_reset();
+  store(static_cast<size_t>(state.range(0)));
+  const uint32_t values[] = {1, 2, 3};
+  const orva_nvbuf_request request = {340, "WIC0_2G5G_OFDM", ORVA_NV_ITEM_SIZE, "pa2ga0", 3, values};
+  for (auto _ : state) {
+    char out[104] = {};
+    vq2070_get_nvbuf_by_name(out, sizeof out, &request, ORVA_NVBUF_MERGE);
+    state.PauseTiming();
+    phone_events_clear();
+    state.ResumeTiming();
+  }
+}
+
+}  // namespace
+
+int main(int count, char **words) {
+  benchmark::Initialize(&count, words);
+  for (size_t i = 0; i < std::size(floors); i++) {
+    const bench::operation &operation = bench::operations[i];
+    compare(operation, floors[i]);
+    const std::string name = operation.name;
+    benchmark::RegisterBenchmark(("library/" + name).c_str(), time_calls, operation.prepare, operation.run);
+    benchmark::RegisterBenchmark(("floor/" + name).c_str(), time_calls, operation.prepare, floors[i]);
+  }
+  benchmark::RegisterBenchmark("dispatch/public", time_calls, bench::nothing, public_call);
+  benchmark::RegisterBenchmark("dispatch/back_end", time_calls, bench::nothing, back_end_call);
+  benchmark::RegisterBenchmark("dispatch/chip_query", time_calls, bench::nothing, chip_query);
+  for (const char *chip : {"vq2040a", "vq2050"}) {
+    benchmark::RegisterBenchmark((std::string("read_all/") + chip).c_str(), read_all, chip)
+        ->Arg(0)
+        ->Arg(26)
+        ->Arg(52)
+        ->Arg(103);
+  }
+  benchmark::RegisterBenchmark("merge", merge)->Arg(0)->Arg(26)->Arg(52)->Arg(78);
+  benchmark::RegisterBenchmark("real/session", real_session)->Iterations(2)->UseRealTime();
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

@@ -1,0 +1,103 @@
+// Writes the floor: for each measured operation, straight-line C that has the same contacts with the phone in
+// the same order, with ready-made texts and records and nothing around them.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "bench/operations.h"
+#include "virtual_phone/phone.h"
+
+namespace {
+
+std::string literal(const char *text) {
+  std::string out = "\"";
+  for (; *text != '\0'; text++) {
+    if (*text == '\n') {
+      out += "\\n";
+    } else if (*text == '%') {
+      out += "%%";
+    } else {
+      out += (*text == '"' || *text == '\\' ? "\\" : "") + std::string(1, *text);
+    }
+  }
+  return out + "\"";
+}
+
+void write_record(const uint8_t *record) {
+  printf("  static const unsigned char sent[264] = {");
+  for (size_t i = 0; i < 264; i++) printf("%u,", record[i]);
+  printf("};\n");
+}
+
+void write_event(const struct phone_event &event) {
+  const auto number = static_cast<long long>(event.number[0]);
+  switch (event.kind) {
+  case PHONE_SUBCHIP: puts("get_orva_connectivity_subchip();"); return;
+  case PHONE_SOCKET: puts("s = socket(AF_INET, SOCK_DGRAM, 0);"); return;
+  case PHONE_IOCTL:
+    puts("{");
+    write_record(static_cast<const uint8_t *>(event.data));
+    puts("send(s, sent);\n}");
+    return;
+  case PHONE_CLOSE: puts("close(s);"); return;
+  case PHONE_FORK: printf("child = fork();\n"); return;
+  case PHONE_EXEC:
+    printf("if (child == 0) { execl(\"/system/bin/sh\", \"sh\", \"-c\", %s, (char *)0); _exit(127); }\n",
+           literal(event.text).c_str());
+    return;
+  case PHONE_WAIT: puts("waitpid(child, &status, 0);"); return;
+  case PHONE_POPEN: printf("f = popen(%s, \"r\");\n", literal(event.text).c_str()); return;
+  case PHONE_FREAD: puts("if (fread(output, 1, sizeof output - 1, f) == 0) return;"); return;
+  case PHONE_PCLOSE: puts("pclose(f);"); return;
+  case PHONE_SLEEP:
+    printf(number >= 1000000 ? "sleep(%lld);\n" : "usleep(%lld);\n",
+           number >= 1000000 ? number / 1000000 : number);
+    return;
+  case PHONE_LOG:
+    printf("__android_log_print(%lld, \"%s\", %s);\n", number, event.name, literal(event.text).c_str());
+    return;
+  default: fprintf(stderr, "record: an event of kind %d is not expected here\n", event.kind);
+  }
+}
+
+constexpr char head[] = R"(#include <net/if.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include "platform/platform.h"
+
+static void send(int s, const unsigned char *sent) {
+  unsigned char record[264];
+  struct ifreq request;
+  memcpy(record, sent, sizeof record);
+  memset(&request, 0, sizeof request);
+  strncpy_s(request.ifr_name, IFNAMSIZ, "wlan0", IFNAMSIZ - 1);
+  request.ifr_data = (char *)record;
+  ioctl(s, 0x89F2, &request);
+}
+)";
+
+/// The shell's event comes from the child; in the floor it stands between fork and wait, as the child's code.
+void write_operation(const bench::operation &operation) {
+  phone_reset();
+  operation.prepare();
+  phone_events_clear();
+  operation.run();
+  printf("\nvoid floor_%s(void) {\n  int s = -1, status = 0;\n  pid_t child = 0;\n  FILE *f = 0;\n"
+         "  static char output[2048];\n  (void)s, (void)status, (void)child, (void)f, (void)output;\n",
+         operation.name);
+  for (size_t i = 0; i < phone_event_count(); i++) write_event(*phone_event(i));
+  puts("}");
+}
+
+}  // namespace
+
+int main() {
+  fputs(head, stdout);
+  for (const bench::operation &operation : bench::operations) write_operation(operation);
+  return 0;
+}

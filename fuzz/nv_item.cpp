@@ -1,0 +1,122 @@
+// Calibration texts as NV may hold them: reading, merging, keeping, correcting and reading all of them.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "api/wifi_factory_test_orva.h"
+#include "chips/vq2040a/profile.h"
+#include "common/calibration.h"
+#include "common/nv_item.h"
+#include "fuzz/library.h"
+#include "platform/platform.h"
+#include "virtual_phone/phone.h"
+
+using namespace fuzz;
+
+namespace {
+
+std::string item_text(const orva::cal_row &row) {
+  char item[ORVA_NV_ITEM_SIZE];
+  expect(phone_nv_get(row.nv_number, row.nv_name, item) == 0, "an item cannot be read back");
+  expect(memchr(item, 0, sizeof item) != nullptr, "an item is not terminated");
+  return item;
+}
+
+void put(const orva::cal_row &row, const std::string &text) {
+  char item[ORVA_NV_ITEM_SIZE] = {};
+  memcpy(item, text.data(), std::min(text.size(), sizeof item));
+  phone_nv_put(row.nv_number, row.nv_name, item);
+}
+
+const orva::cal_row &choose_row(const orva::chip &chip, uint8_t choice) {
+  const auto &table = choice % 2 == 0 ? chip.calibration->power : chip.calibration->per_channel;
+  return table.rows[choice / 2 % table.count];
+}
+
+std::string run_buffer_routine(const orva::chip &chip, const orva::cal_row &row, uint32_t mode,
+                               uint32_t out_size, const std::vector<uint32_t> &values) {
+  const auto out = std::make_unique<char[]>(out_size);
+  const orva_nvbuf_request request = {
+      row.nv_number, row.nv_name, ORVA_NV_ITEM_SIZE, row.param, static_cast<uint32_t>(values.size()),
+      values.data()};
+  orva::get_nvbuf_by_name(chip, out.get(), out_size, request, mode);
+  expect(memchr(out.get(), 0, out_size) != nullptr, "a text is not terminated");
+  return out.get();
+}
+
+std::string entry_of(const orva::cal_row &row, const std::vector<uint32_t> &values) {
+  std::string entry = std::string(row.param) + "=";
+  for (size_t i = 0; i < values.size(); i++) {
+    entry += (i == 0 ? "" : ",") + std::to_string(static_cast<int32_t>(values[i]));
+  }
+  return entry + ";";
+}
+
+/// What a merge has to give: every other entry as it was, ours in its place or at the end.
+std::string merged(const std::string &stored, const orva::cal_row &row, const std::string &ours) {
+  if (stored.empty()) return ours;
+  std::string all;
+  bool found = false;
+  size_t at = 0;
+  const std::string prefix = std::string(row.param) + "=";
+  if (stored.find(';') == std::string::npos) return "";
+  for (size_t end; (end = stored.find(';', at)) != std::string::npos; at = end + 1) {
+    const std::string entry = stored.substr(at, end - at);
+    const bool is_ours = entry.compare(0, prefix.size(), prefix) == 0;
+    found = found || is_ours;
+    if (!entry.empty()) all += is_ours ? ours : entry + ";";
+  }
+  return found ? all : all + ours;
+}
+
+void merge(const orva::chip &chip, const orva::cal_row &row, input &from, const std::string &stored) {
+  std::vector<uint32_t> values(from.byte() % 14);
+  for (uint32_t &value : values) value = static_cast<uint32_t>(from.number());
+  const std::string result = run_buffer_routine(chip, row, ORVA_NVBUF_MERGE, ORVA_NV_ITEM_SIZE, values);
+  const std::string whole = merged(stored, row, entry_of(row, values));
+  if (whole.size() < ORVA_NV_ITEM_SIZE) expect(result == whole, "a merge gives another text");
+}
+
+void correct(const orva::chip &chip, const orva::cal_row &row, input &from) {
+  const int32_t freq = from.number();
+  const text error(std::to_string(from.number()));
+  const uint32_t result = orva::wifi_nvram_calibrate_set(chip, 0, row.group, row.mode, row.band,
+                                                         row.bandwidth, freq, error.get());
+  expect(result <= 1, "a correction answers something else");
+  item_text(row);
+}
+
+void read_all(int32_t size) {
+  const uint32_t room = static_cast<uint32_t>(size) * 16;
+  const auto out = std::make_unique<char[]>(room);
+  expect(wifi_nvram_calibrate_get(out.get(), size) == 1, "reading all fails");
+  expect(memchr(out.get(), 0, room) != nullptr, "the text of all items is not terminated");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
+  input from(bytes, size);
+  const size_t chip_number = 1 + from.byte() % 3;
+  begin(chip_number);
+  const orva::chip &chip = chip_at(chip_number);
+  const orva::cal_row &row = choose_row(chip, from.byte());
+  const uint8_t action = from.byte() % 5;
+  input numbers(bytes, size);
+  const auto drawn = from.some(24);
+  numbers = input(drawn.data(), drawn.size());
+  put(row, from.rest());
+  char item[ORVA_NV_ITEM_SIZE];
+  phone_nv_get(row.nv_number, row.nv_name, item);
+  const std::string stored(item, strnlen(item, sizeof item - 1));
+  switch (action) {
+  case 0: run_buffer_routine(chip, row, ORVA_NVBUF_READ, 1 + numbers.byte() % 128, {}); break;
+  case 1: merge(chip, row, numbers, stored); break;
+  case 2: run_buffer_routine(chip, row, ORVA_NVBUF_KEEP_ONLY, ORVA_NV_ITEM_SIZE, {}); break;
+  case 3: correct(chip, row, numbers); break;
+  default: read_all(1 + numbers.byte());
+  }
+  end();
+  return 0;
+}
