@@ -87,6 +87,7 @@ Options:
   --library FILE    the library under test
   --expect LIMITS   what a single call should give: its result, then outputs and limits, as "1 rssi -70..-40"
   --junit FILE      a report of the run for CI systems
+  --report FILE     a page for people: verdict, steps, time axis, calibration, log
   --json            one JSON object a line instead of the table
   --brief           one line for each call, without driver commands and pauses
   --quiet           only what failed, and the summary

@@ -4,6 +4,7 @@
 #include "options.h"
 #include "phone_link.h"
 #include "prompt.h"
+#include "report.h"
 #include "text.h"
 
 #include <algorithm>
@@ -22,6 +23,7 @@ reporters make_reporters(const command_line &line) {
   bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
   reporters all;
   if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
+  if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
   all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour));
   return all;
 }

@@ -21,18 +21,26 @@ enum option_id {
   QUIET,
   EXPECT,
   JUNIT,
+  REPORT,
   HELP,
   VERSION
 };
 
-constexpr option known_options[] = {
-    {"chip", required_argument, nullptr, CHIP},   {"phone", required_argument, nullptr, PHONE},
-    {"clock", required_argument, nullptr, CLOCK}, {"log", optional_argument, nullptr, LOG},
-    {"nv", required_argument, nullptr, NV},       {"library", required_argument, nullptr, LIBRARY},
-    {"json", no_argument, nullptr, JSON},         {"brief", no_argument, nullptr, BRIEF},
-    {"quiet", no_argument, nullptr, QUIET},       {"expect", required_argument, nullptr, EXPECT},
-    {"junit", required_argument, nullptr, JUNIT}, {"help", no_argument, nullptr, HELP},
-    {"version", no_argument, nullptr, VERSION},   {nullptr, 0, nullptr, 0}};
+constexpr option known_options[] = {{"chip", required_argument, nullptr, CHIP},
+                                    {"phone", required_argument, nullptr, PHONE},
+                                    {"clock", required_argument, nullptr, CLOCK},
+                                    {"log", optional_argument, nullptr, LOG},
+                                    {"nv", required_argument, nullptr, NV},
+                                    {"library", required_argument, nullptr, LIBRARY},
+                                    {"json", no_argument, nullptr, JSON},
+                                    {"brief", no_argument, nullptr, BRIEF},
+                                    {"quiet", no_argument, nullptr, QUIET},
+                                    {"expect", required_argument, nullptr, EXPECT},
+                                    {"report", required_argument, nullptr, REPORT},
+                                    {"junit", required_argument, nullptr, JUNIT},
+                                    {"help", no_argument, nullptr, HELP},
+                                    {"version", no_argument, nullptr, VERSION},
+                                    {nullptr, 0, nullptr, 0}};
 
 void set_chip(command_line &line, const std::string &name) {
   line.with.chip_given = true;
@@ -62,6 +70,7 @@ void take_option(command_line &line, int id, const std::string &value) {
   case BRIEF: line.how_much = detail::brief; break;
   case QUIET: line.how_much = detail::quiet; break;
   case JUNIT: line.junit_file = value; break;
+  case REPORT: line.report_file = value; break;
   case EXPECT: line.expect = value; break;
   case HELP: line.help = true; break;
   case VERSION: line.version = true; break;

@@ -15,6 +15,7 @@ struct command_line {
   /** What a one-shot call should give: "RESULT ?NAME LIMITS ...?" */
   std::string expect;
   std::string junit_file;
+  std::string report_file;
   bool help = false;
   bool version = false;
   /** What is not an option: a function and its arguments, or run, nv, help, list and theirs. */

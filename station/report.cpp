@@ -75,12 +75,12 @@ std::string random_word() {
 }
 
 std::string local_time() {
-  return fmt::format("{:%Y-%m-%d %H:%M:%S}", fmt::localtime(std::chrono::system_clock::to_time_t(
-                                                 std::chrono::system_clock::now())));
+  return fmt::format("{:%Y-%m-%d %H:%M:%S}",
+                     fmt::localtime(std::chrono::system_clock::to_time_t(std::chrono::system_clock::now())));
 }
 
-/** A call's contacts in their order, a letter each; driver commands, shell commands and NV accesses are told in the
- * call's own event. */
+/** A call's contacts in their order, a letter each; driver commands, shell commands and NV accesses are told
+ * in the call's own event. */
 json contact_order() {
   static const std::map<phone_event_kind, char> letters = {
       {PHONE_IOCTL, 'd'},   {PHONE_EXEC, 's'},     {PHONE_POPEN, 's'}, {PHONE_SLEEP, 'p'},
@@ -185,9 +185,8 @@ private:
   bool write() {
     auto data = inert(text.text());
     auto word = random_word();
-    auto page = fill(
-        report_page,
-        {{"WORD", word}, {"STYLE", report_style}, {"SCRIPT", report_script}, {"EVENTS", data}});
+    auto page = fill(report_page,
+                     {{"WORD", word}, {"STYLE", report_style}, {"SCRIPT", report_script}, {"EVENTS", data}});
     bool complete = fwrite(page.data(), 1, page.size(), file) == page.size();
     bool closed = fclose(file) == 0;
     file = nullptr;

@@ -1,4 +1,5 @@
-/* The report: one page that needs nothing but a browser, with all of a session's events and a script that draws them. */
+/* The report: one page that needs nothing but a browser, with all of a session's events and a script that
+ * draws them. */
 #ifndef STATION_REPORT_H
 #define STATION_REPORT_H
 
