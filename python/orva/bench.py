@@ -22,7 +22,8 @@ from orva.library import Library
 from orva.phone import VirtualPhone
 
 
-#: Seconds that the phone's process gets to end by itself.
+#: Seconds that the phone's process gets to start, and to end by itself.
+STARTING_S = 60.0
 ENDING_S = 5
 
 
@@ -62,9 +63,10 @@ class Bench:
         chip: one of CHIPS. description: a phone's TOML file. library, virtual_phone: the shared libraries, where they
         are not found by themselves (see files.folders). timeout: seconds that one call may take.
         """
-        self._timeout = timeout
+        self._timeout = STARTING_S
         self._process: Optional[subprocess.Popen[bytes]] = None
         self._start(library or files.find(files.LIBRARY), virtual_phone or files.find(files.VIRTUAL_PHONE))
+        self._timeout = timeout
         self.library = cast(Library, _Remote(self, "library"))
         self.phone = cast(VirtualPhone, _Remote(self, "phone"))
         try:
