@@ -141,10 +141,16 @@ const func_row &find_row(uint8_t op_id) {
   return g_func[i];
 }
 
+wifi_func_t fitted_func(uint32_t op_id) {
+  const func_row &row = find_row(static_cast<uint8_t>(op_id));
+  const uint32_t subchip = get_orva_connectivity_subchip();
+  return subchip < CHIPS ? row.func[subchip] : nullptr;
+}
+
 /// Calls the fitted chip's back end; logs `missing` where there is none.
 template <typename Result, typename... Arguments>
 Result call(uint8_t op_id, const char *missing, Arguments... arguments) {
-  const wifi_func_t func = wifi_get_func(op_id);
+  const wifi_func_t func = fitted_func(op_id);
   if (func == nullptr) {
     __android_log_print(ORVA_LOG_ERROR, "WIFI_ORVA_FAC_TEST", "%s", missing);
     return 0;
@@ -158,11 +164,7 @@ Result call(uint8_t op_id, const char *missing, Arguments... arguments) {
 
 using namespace orva;
 
-wifi_func_t wifi_get_func(uint32_t op_id) {
-  const func_row &row = find_row(static_cast<uint8_t>(op_id));
-  const uint32_t subchip = get_orva_connectivity_subchip();
-  return subchip < CHIPS ? row.func[subchip] : nullptr;
-}
+wifi_func_t wifi_get_func(uint32_t op_id) { return fitted_func(op_id); }
 
 uint32_t wifi_set_power(int32_t power) {
   return call<uint32_t>(0, "wifi_set_power::funcname is null.\n", power);
