@@ -39,6 +39,9 @@ struct kept_contact {
   std::string text, data;
 };
 
+/** Commands print to the same place as the console: never into a line that it has written only in part. */
+[[maybe_unused]] const int whole_lines = setvbuf(stdout, nullptr, _IOLBF, 0);
+
 std::deque<kept_contact> made;
 std::streamoff shell_read;
 int64_t uptime_at_reset;

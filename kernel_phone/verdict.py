@@ -16,8 +16,8 @@ PACKET_COUNT = 10
 
 
 def lines_of(report):
-    """A report's lines, up to where it may have been cut off."""
-    for line in report.splitlines():
+    """A report's lines, up to where it may have been cut off; what shell commands printed stands between them."""
+    for line in filter(lambda text: text.startswith("{"), report.splitlines()):
         try:
             yield json.loads(line)
         except json.JSONDecodeError:
