@@ -2,6 +2,7 @@
 
 #include "functions.h"
 #include "interpreter.h"
+#include "options.h"
 #include "text.h"
 
 #include <algorithm>
@@ -70,31 +71,18 @@ std::string help_about(const std::string &name) {
 }
 
 std::string help_command_line() {
-  return R"(Usage:
-  orva-station [OPTIONS] FUNCTION [ARGUMENT...]                                   call one function
-  orva-station [OPTIONS] run SESSION.tcl...                                       run sessions
-  orva-station [OPTIONS] nv list | show NUMBER | diff FILE | save FILE | load FILE | clear
-                                                                                  look at the NV store
-  orva-station list | help [FUNCTION]                                             what there is
-  orva-station [OPTIONS]                                                          interactive
-
-Options:
-  --chip NAME       vq2040 (default), vq2050, vq2040a, vq2070, 0 to 3, or all for one session after the other
-  --phone FILE      description of the virtual phone
-  --clock CLOCK     virtual (default): pauses cost no time; real: they are waited for
-  --log[=PRIORITY]  the phone's log on stderr, from debug (default), info, warn or error on
-  --nv FILE         keeps NV in this file instead of in memory
-  --library FILE    the library under test
-  --expect LIMITS   what a single call should give: its result, then outputs and limits, as "1 rssi -70..-40"
-  --junit FILE      a report of the run for CI systems
-  --report FILE     a page for people: verdict, steps, time axis, calibration, log
-  --json            one JSON object a line instead of the table
-  --brief           one line for each call, without driver commands and pauses
-  --quiet           only what failed, and the summary
-  --help, --version
-
-Exit status: 0 every expectation held; 1 one failed, or a call without expectation failed; 2 wrong usage.
-)";
+  std::string text = "Usage:\n";
+  auto line = [](const std::string &usage, const std::string &help) {
+    return fmt::format("  {:<56}  {}\n", "orva-station " + usage, help);
+  };
+  text += line("[OPTIONS] FUNCTION [ARGUMENT...]", "call one function");
+  for (auto &w : command_line_words()) text += line(w.usage, w.help);
+  text += line("[OPTIONS]", "interactive") + "\nOptions:\n";
+  for (auto &o : options())
+    text +=
+        fmt::format("  {:<18}{}\n",
+                    fmt::format("--{}{}{}", o.name, *o.value && *o.value != '[' ? " " : "", o.value), o.help);
+  return text + "\n" + exit_status_help + "\n";
 }
 
 }  // namespace station

@@ -6,6 +6,9 @@
 
 namespace station {
 
+inline constexpr const char *exit_status_help =
+    "Exit status: 0 every expectation held; 1 one failed, or a call without expectation failed; 2 wrong usage.";
+
 std::string help_overview();
 /** All functions with one line each, by subject. */
 std::string help_list();

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <map>
 #include <tcl.h>
 #include <unistd.h>
 
@@ -107,16 +108,19 @@ exit_status run_help(const command_line &line) {
   return PASSED;
 }
 
+exit_status run_list(const command_line &) { return fmt::print("{}", help_list()), PASSED; }
+
+/** The words of command_line_words, and what does them; any other is a function. */
+const std::map<std::string, exit_status (*)(const command_line &)> runners = {
+    {"", run_interactive}, {"run", run_sessions}, {"nv", run_nv_command},
+    {"list", run_list},    {"help", run_help},
+};
+
 exit_status run(const command_line &line) {
-  auto word = line.words.empty() ? "" : line.words[0];
   if (line.help) return fmt::print("{}", help_command_line()), PASSED;
   if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), PASSED;
-  if (word.empty()) return run_interactive(line);
-  if (word == "run") return run_sessions(line);
-  if (word == "nv") return run_nv_command(line);
-  if (word == "help") return run_help(line);
-  if (word == "list") return fmt::print("{}", help_list()), PASSED;
-  return run_call(line);
+  auto found = runners.find(line.words.empty() ? "" : line.words[0]);
+  return found == runners.end() ? run_call(line) : found->second(line);
 }
 
 }  // namespace

@@ -9,39 +9,6 @@
 namespace station {
 namespace {
 
-enum option_id {
-  CHIP = 256,
-  PHONE,
-  CLOCK,
-  LOG,
-  NV,
-  LIBRARY,
-  JSON,
-  BRIEF,
-  QUIET,
-  EXPECT,
-  JUNIT,
-  REPORT,
-  HELP,
-  VERSION
-};
-
-constexpr option known_options[] = {{"chip", required_argument, nullptr, CHIP},
-                                    {"phone", required_argument, nullptr, PHONE},
-                                    {"clock", required_argument, nullptr, CLOCK},
-                                    {"log", optional_argument, nullptr, LOG},
-                                    {"nv", required_argument, nullptr, NV},
-                                    {"library", required_argument, nullptr, LIBRARY},
-                                    {"json", no_argument, nullptr, JSON},
-                                    {"brief", no_argument, nullptr, BRIEF},
-                                    {"quiet", no_argument, nullptr, QUIET},
-                                    {"expect", required_argument, nullptr, EXPECT},
-                                    {"report", required_argument, nullptr, REPORT},
-                                    {"junit", required_argument, nullptr, JUNIT},
-                                    {"help", no_argument, nullptr, HELP},
-                                    {"version", no_argument, nullptr, VERSION},
-                                    {nullptr, 0, nullptr, 0}};
-
 void set_chip(command_line &line, const std::string &name) {
   line.with.chip_given = true;
   if ((line.all_chips = name == "all")) return;
@@ -58,34 +25,85 @@ void set_clock(command_line &line, const std::string &name) {
   line.with.real_clock = name == "real";
 }
 
-void take_option(command_line &line, int id, const std::string &value) {
-  switch (id) {
-  case CHIP: set_chip(line, value); break;
-  case PHONE: line.with.phone_file = value; break;
-  case CLOCK: set_clock(line, value); break;
-  case LOG: line.with.log_priority = log_priority(value); break;
-  case NV: line.with.nv_file = value; break;
-  case LIBRARY: line.with.library = value; break;
-  case JSON: line.json = true; break;
-  case BRIEF: line.how_much = detail::brief; break;
-  case QUIET: line.how_much = detail::quiet; break;
-  case JUNIT: line.junit_file = value; break;
-  case REPORT: line.report_file = value; break;
-  case EXPECT: line.expect = value; break;
-  case HELP: line.help = true; break;
-  case VERSION: line.version = true; break;
-  default: break;
+struct known_option {
+  option_help help;
+  void (*take)(command_line &line, const std::string &value);
+};
+
+using text = const std::string &;
+
+const known_option known_options[] = {
+    {{"chip", "NAME",
+      "vq2040 (default), vq2050, vq2040a, vq2070, 0 to 3, or all for one session after the other",
+      "vq2040 vq2050 vq2040a vq2070 all"},
+     set_chip},
+    {{"phone", "FILE", "description of the virtual phone", "FILE"},
+     [](command_line &line, text value) { line.with.phone_file = value; }},
+    {{"clock", "CLOCK", "virtual (default): pauses cost no time; real: they are waited for", "virtual real"},
+     set_clock},
+    {{"log", "[=PRIORITY]", "the phone's log on stderr, from debug (default), info, warn or error on",
+      "debug info warn error"},
+     [](command_line &line, text value) { line.with.log_priority = log_priority(value); }},
+    {{"nv", "FILE", "keeps NV in this file instead of in memory", "FILE"},
+     [](command_line &line, text value) { line.with.nv_file = value; }},
+    {{"library", "FILE", "the library under test", "FILE"},
+     [](command_line &line, text value) { line.with.library = value; }},
+    {{"expect", "LIMITS",
+      "what a single call should give: its result, then outputs and limits, as \"1 rssi -70..-40\""},
+     [](command_line &line, text value) { line.expect = value; }},
+    {{"junit", "FILE", "a report of the run for CI systems", "FILE"},
+     [](command_line &line, text value) { line.junit_file = value; }},
+    {{"report", "FILE", "a page for people: verdict, steps, time axis, calibration, log", "FILE"},
+     [](command_line &line, text value) { line.report_file = value; }},
+    {{"json", "", "one JSON object a line instead of the table"},
+     [](command_line &line, text) { line.json = true; }},
+    {{"brief", "", "one line for each call, without driver commands and pauses"},
+     [](command_line &line, text) { line.how_much = detail::brief; }},
+    {{"quiet", "", "only what failed, and the summary"},
+     [](command_line &line, text) { line.how_much = detail::quiet; }},
+    {{"help", "", "tells this"}, [](command_line &line, text) { line.help = true; }},
+    {{"version", "", "tells the version"}, [](command_line &line, text) { line.version = true; }},
+};
+
+constexpr word_help words[] = {
+    {"run", "[OPTIONS] run SESSION.tcl...", "run sessions", "FILE"},
+    {"nv", "[OPTIONS] nv list | show NUMBER | diff FILE | save FILE | load FILE | clear",
+     "look at the NV store, set it", "list show diff save load clear"},
+    {"list", "list", "name every function"},
+    {"help", "help [FUNCTION]", "explain one", "FUNCTION"},
+};
+
+/** The option table as getopt_long reads it; the places in the table are the ids, behind all characters. */
+constexpr int first_id = 256;
+
+std::vector<option> getopt_table() {
+  std::vector<option> all;
+  for (auto &o : known_options) {
+    int has = !*o.help.value ? no_argument : *o.help.value == '[' ? optional_argument : required_argument;
+    all.push_back({o.help.name, has, nullptr, first_id + static_cast<int>(all.size())});
   }
+  all.push_back({});
+  return all;
 }
 
 std::vector<std::string> option_names() {
   std::vector<std::string> names;
-  for (auto &o : known_options)
-    if (o.name) names.push_back(fmt::format("--{}", o.name));
+  for (auto &o : known_options) names.push_back(fmt::format("--{}", o.help.name));
   return names;
 }
 
 }  // namespace
+
+std::span<const word_help> command_line_words() { return words; }
+
+const std::vector<option_help> &options() {
+  static const std::vector<option_help> all = [] {
+    std::vector<option_help> list;
+    for (auto &o : known_options) list.push_back(o.help);
+    return list;
+  }();
+  return all;
+}
 
 int log_priority(const std::string &name) {
   static const std::map<std::string, int> priorities = {
@@ -100,14 +118,15 @@ command_line parse_command_line(int count, char **arguments) {
   command_line line;
   line.with.library = "libwifi_factory_test_orva.so";
   opterr = 0;
-  for (int id; (id = getopt_long(count, arguments, "+:", known_options, nullptr)) != -1;) {
+  auto table = getopt_table();
+  for (int id; (id = getopt_long(count, arguments, "+:", table.data(), nullptr)) != -1;) {
     std::string current = arguments[optind - 1];
     if (id == ':')
       throw usage_error{fmt::format("{} wants a value behind it; see orva-station --help.", current)};
     if (id == '?')
       throw usage_error{fmt::format("{} is no option.{} See orva-station --help.", current,
                                     did_you_mean(current, option_names()))};
-    take_option(line, id, optarg ? optarg : "");
+    known_options[id - first_id].take(line, optarg ? optarg : "");
   }
   line.words.assign(arguments + optind, arguments + count);
   return line;

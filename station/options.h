@@ -5,6 +5,8 @@
 #include "output.h"
 #include "session.h"
 
+#include <span>
+
 namespace station {
 
 struct command_line {
@@ -18,9 +20,31 @@ struct command_line {
   std::string report_file;
   bool help = false;
   bool version = false;
-  /** What is not an option: a function and its arguments, or run, nv, help, list and theirs. */
+  /** What is not an option: a function and its arguments, or one of command_line_words and its own. */
   std::vector<std::string> words;
 };
+
+/** One option as its users read it: the parser, the help, the completion and the man page are made from
+ * these. */
+struct option_help {
+  const char *name;
+  /** What stands behind it: "" nothing, "NAME" a value, "[=NAME]" one that may be left out. */
+  const char *value;
+  const char *help;
+  /** Values that can be told beforehand, separated by spaces; "FILE" where it is any file. */
+  const char *known = "";
+};
+const std::vector<option_help> &options();
+
+/** What the command line may begin with besides a function, for the help, the completion and the man page. */
+struct word_help {
+  const char *name;
+  const char *usage;
+  const char *help;
+  /** As above, for the word behind it; "FUNCTION" where a function's name comes. */
+  const char *known = "";
+};
+std::span<const word_help> command_line_words();
 
 /** A priority by name, "" for debug; throws usage_error. */
 int log_priority(const std::string &name);
