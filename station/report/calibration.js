@@ -16,6 +16,17 @@ function bytesOf(text) {
   return text.slice(2).match(/../g)?.map(b => parseInt(b, 16)) ?? [];
 }
 
+/** What the driver holds of itself, by number; a parameter that NV does not have starts from there. */
+const twoChainNumbers = ["pa2gccka0", "pa2ga0", "pa2g40a0", "pa5ga0", "pa2gccka1", "pa2ga1", "pa2g40a1", "pa5ga1", "pa5glowa0", "pa5glowa1"];
+const oneChainNumbers = ["", "pa2gccka0", "pa2ga0", "pa2g40a0", "pa5ga0", "pa5glowa0"];
+
+function driverValues(session) {
+  const names = session.chip === "vq2040a" ? oneChainNumbers : twoChainNumbers, values = new Map();
+  for (const d of session.calls.flatMap(c => c.driver))
+    if (d.name === "cal_parameter" && d.answer !== "" && !values.has(names[d.sent])) values.set(names[d.sent], d.answer);
+  return values;
+}
+
 /** "pa2ga0=1,2,3;" or a block's groups, each with the item it stands in. */
 function parametersOf(state) {
   const all = new Map();
@@ -81,7 +92,7 @@ function drawCurve({before, after}, width) {
   const changed = before && after && xs.map(v => curveAt(after, v) - curveAt(before, v));
   if (changed) {
     const reach = rangeOf([...changed, 0], 0.5), z = scale(...reach, 196, 146);
-    parts.push(valueAxis(reach, z, width, 2), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: z(0), y2: z(0)}),
+    parts.push(valueAxis(reach, z, width, 3), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: z(0), y2: z(0)}),
       line(xs.map((v, i) => [x(v), z(changed[i])]), "change"),
       svg("text", {class: "inside", x: width - 4, y: 208, "text-anchor": "end"}, "after − before"));
   }
@@ -105,14 +116,15 @@ function drawOffsets({before, after, family}, width) {
 }
 
 function drawBlock({before, after}, width) {
-  const x = scale(-0.5, 44.5, plotLeft, width - 4), y = scale(0, 255, 226, 74);
+  const top = width < 600 ? 106 : 74, slope = width < 600 ? -90 : -30, low = top + 152, height = low + 24;
+  const x = scale(-0.5, 44.5, plotLeft, width - (width < 600 ? 4 : 70)), y = scale(0, 255, low, top);
   const points = (codes, kind) => codes?.map((v, i) => svg("circle", {class: `dot ${kind}`, cx: x(i), cy: y(v), r: kind === "after" ? 3 : 4}));
   const groups = blockGroups.map(([name, first, last], i) => [
-    svg("rect", {class: i % 2 ? "stripe" : "stripe odd", x: x(first - 0.5), width: x(last + 0.5) - x(first - 0.5), y: 74, height: 152}),
-    svg("text", {transform: `translate(${x((first + last) / 2)} 68) rotate(-38)`}, name)]);
-  return svg("svg", {viewBox: `0 0 ${width} 250`, width, height: 250, "aria-hidden": "true"}, groups,
+    svg("rect", {class: i % 2 ? "stripe" : "stripe odd", x: x(first - 0.5), width: x(last + 0.5) - x(first - 0.5), y: top, height: 152}),
+    svg("text", {transform: `translate(${x((first + last) / 2) + 4} ${top - 6}) rotate(${slope})`}, name)]);
+  return svg("svg", {viewBox: `0 0 ${width} ${height}`, width, height, "aria-hidden": "true"}, groups,
     valueAxis([0, 255], y, width, 4), points(before, "before"), points(after, "after"),
-    [0, 10, 20, 30, 40].map(v => svg("text", {x: x(v), y: 242, "text-anchor": "middle"}, v === 20 ? "pair 20" : v)));
+    [0, 10, 20, 30, 40].map(v => svg("text", {x: x(v), y: low + 16, "text-anchor": "middle"}, v === 20 ? "pair 20" : v)));
 }
 
 function figure(title, words, changed, draw, wide) {
@@ -138,7 +150,7 @@ function curveFigures(name, family, before, after) {
 }
 
 function offsetFigure(name, family, before, after) {
-  const changes = family.labels.map((l, i) => [l, before?.[i], after?.[i]]).filter(([, b, a]) => b !== a);
+  const changes = family.labels.map((l, i) => [l, before?.[i] ?? 0, after?.[i] ?? 0]).filter(([, b, a]) => b !== a);
   const words = changes.length === 0 ? "offsets, unchanged"
     : `offsets: ${changes.map(([l, b, a]) => `${family.of === "MHz" ? `${l} MHz` : `channel ${l}`}: ${arrow(b, a)}`).join("; ")}`;
   return [{changed: changes.length > 0, node: figure(name, words, changes.length > 0, w => drawOffsets({before, after, family}, w))}];
@@ -156,13 +168,14 @@ function blockFigures(before, after) {
     changed > 0, w => drawBlock({before: b, after: a}, w), true)}];
 }
 
-function figuresOf(before, after) {
+function figuresOf(before, after, driver) {
   const [old, now] = [parametersOf(before), parametersOf(after)];
   const list = blockFigures(before, after);
   for (const key of new Set([...old.keys(), ...now.keys()])) {
     const name = (now.get(key) ?? old.get(key)).name, family = familyOf(name);
     if (!family) continue;
-    const [b, a] = [numbersOf(family, old.get(key)), numbersOf(family, now.get(key))];
+    const start = old.get(key) ?? (driver.has(name) && {value: driver.get(name)});
+    const [b, a] = [numbersOf(family, start), numbersOf(family, now.get(key))];
     if (b || a) list.push(...(family.kind === "curve" ? curveFigures : offsetFigure)(name, family, b, a));
   }
   return [...list.filter(f => f.changed), ...list.filter(f => !f.changed)].map(f => f.node);
@@ -211,11 +224,11 @@ function momentText(session, i) {
   return `${wrote ? "after" : "set by the script after"} call ${call.number}, ${callText(call)}${last}`;
 }
 
-/** Start and end; where one of them holds nothing, the first and last moment that hold something. */
+/** Start and end; where the end holds nothing, the fullest moment, and the first that holds anything. */
 function momentsToCompare(session) {
-  const holds = session.nv.map(state => parametersOf(state).size > 0), last = session.nv.length - 1;
-  const first = holds.indexOf(true), final = holds.lastIndexOf(true);
-  return first < 0 ? [0, last] : [holds[0] ? 0 : first, holds[last] ? last : final];
+  const sizes = session.nv.map(state => parametersOf(state).size), last = sizes.length - 1;
+  if (sizes[last] > 0) return [0, last];
+  return [sizes[0] > 0 ? 0 : sizes.findIndex(n => n > 0), sizes.lastIndexOf(Math.max(...sizes))];
 }
 
 function momentHint(session, [before, after]) {
@@ -229,10 +242,10 @@ function calibrationSection(session) {
   if (!session.phone.virtual) return el("p", {class: "hint"}, "The NV store of a phone that is there cannot be looked at from outside.");
   if (session.nv.every(state => parametersOf(state).size === 0))
     return el("p", {class: "hint"}, "The NV store held nothing, from start to end.");
-  const host = el("div"), chosen = momentsToCompare(session);
+  const host = el("div"), chosen = momentsToCompare(session), driver = driverValues(session);
   const show = () => {
     const [before, after] = chosen.map(i => session.nv[i]);
-    const figures = figuresOf(before, after);
+    const figures = figuresOf(before, after, driver);
     host.replaceChildren(
       el("p", {class: "legend"}, el("span", {class: "key before"}), " before: ", momentText(session, chosen[0]), el("br"),
         el("span", {class: "key after"}), " after: ", momentText(session, chosen[1])),
@@ -242,6 +255,6 @@ function calibrationSection(session) {
   const choice = (which, label) => el("label", {}, label, " ", el("select", {onchange: e => { chosen[which] = Number(e.target.value); show(); }},
     session.nv.map((_, i) => el("option", {value: i, selected: i === chosen[which]}, momentText(session, i)))));
   show();
-  return [el("p", {class: "hint"}, momentHint(session, chosen), " A curve is a·x² + 64·b·x + 65536·c, drawn divided by 65536."),
+  return [el("p", {class: "hint"}, momentHint(session, chosen), " A curve is a·x² + 64·b·x + 65536·c, drawn divided by 65536. Where NV has no value before, the curve is the driver's own."),
     el("div", {class: "controls"}, choice(0, "before"), choice(1, "after")), host, historyList(session)];
 }

@@ -44,7 +44,7 @@ function widthOf(host) {
 
 function drawing(host, draw) {
   const entry = {width: 0, redraw(width = widthOf(host)) {
-    if (width <= 0 || width === entry.width) return;
+    if (!(width > 0) || width === entry.width) return;  // none while it is not in the page
     entry.width = width;
     host.replaceChildren(draw(width));
   }};

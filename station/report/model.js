@@ -97,14 +97,16 @@ function place(item) {
   return item.file ? `${item.file}:${item.line}` : "";
 }
 
-/** Answers of a driver query through the session, each once. */
+/** What a query gave through the session, each once: as a call's output, or else as the driver's own answer. */
 function answersOf(session, name) {
-  const answers = session.calls.flatMap(c => c.driver).filter(d => d.name === name && d.answer !== "");
-  return [...new Set(answers.map(d => d.answer))];
+  const outputs = session.calls.flatMap(c => c.outputs[name] ? [c.outputs[name]] : []);
+  const answers = session.calls.flatMap(c => c.driver).filter(d => d.name === name && d.answer !== "").map(d => d.answer);
+  return [...new Set(outputs.length > 0 ? outputs : answers)].join(", ");
 }
 
 function duration(us) {
   const short = n => String(Number(n.toPrecision(4)));
+  if (us === 0) return "0 s";
   if (us >= 1e6) return `${short(us / 1e6)} s`;
   if (us >= 1000) return `${short(us / 1000)} ms`;
   return `${us} µs`;

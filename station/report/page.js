@@ -11,7 +11,7 @@ function plural(n, word) {
   return `${n} ${word}${n === 1 ? "" : "s"}`;
 }
 
-function verdictWords2(verdict, failed, judged) {
+function verdictSentence(verdict, failed, judged) {
   if (verdict === "cut") return "The session came to no end; this is what happened until then.";
   if (verdict === "none") return "Nothing was expected, so nothing was judged.";
   if (failed > 0) return `${failed} of ${plural(judged, "expectation")} failed`;
@@ -27,7 +27,7 @@ function showVerdict() {
   document.body.dataset.verdict = verdict;
   document.getElementById("verdict").append(
     el("h1", {}, el("span", {class: "word"}, verdictWords[verdict]), " ", el("span", {class: "what"}, name)),
-    el("p", {}, verdictWords2(verdict, failed, judged), `. ${plural(total(s => s.calls.length), "call")}, ${duration(total(s => s.end?.phone_us ?? 0))} on the phone's clock.`),
+    el("p", {}, verdictSentence(verdict, failed, judged), `. ${plural(total(s => s.calls.length), "call")}, ${duration(total(s => s.end?.phone_us ?? 0))} on the phone's clock.`),
     el("p", {class: "made"}, report.made));
 }
 
@@ -42,13 +42,14 @@ function failureText({item, expectation: e, error}) {
   if (error) return [el("b", {}, "The session stopped: "), error];
   const unit = item.units?.[e.what];
   return [item.call ? el("code", {class: "call"}, callText(item.call)) : "", " ", el("b", {}, e.what), " is ",
-    el("code", {class: "bad"}, e.got === "" ? "nothing" : withUnit(e.got, unit)), ", limits ", el("code", {}, limitsText(e))];
+    el("code", {class: "bad"}, e.got === "" ? "nothing" : withUnit(e.got, unit)), ", limits ", el("code", {}, limitsText(e)),
+    e.what === "result" && item.meaning ? ` (${item.meaning})` : ""];
 }
 
 function failureCard(session, failure) {
   const many = report.sessions.length > 1;
   return el("li", {}, el("p", {}, failureText(failure)), reasons(failure.item.call),
-    el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(failure.item), " ", el("a", {href: `#${failure.item.id}`}, "Show the step")));
+    el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(failure.item), " ", el("a", {href: `#${failure.item.id}`, class: "tolog"}, "Show the step")));
 }
 
 function failuresSection() {
@@ -76,8 +77,8 @@ function unitSection(session) {
   const phone = session.phone, keys = Object.entries(phone.keys);
   const kind = phone.virtual ? "virtual phone" : "a phone that is there";
   const chips = [...new Set([session.chip, session.end?.chip ?? session.chip])].join(", then ");
-  return [definitions([["Chip", chips], ["Die identifier", answersOf(session, "die_id").join(", ") || "not read in this session"],
-    ["Digital baseband", answersOf(session, "dbb_number").join(", ")], ["UPC code", answersOf(session, "upc_code").join(", ")],
+  return [definitions([["Chip", chips], ["Die identifier", answersOf(session, "die_id") || "not read in this session"],
+    ["Digital baseband", answersOf(session, "dbb_number")], ["UPC code", answersOf(session, "upc_code")],
     ["Phone", phone.virtual && !phone.description ? `${kind}, as it comes` : phone.description ? `${kind}, ${phone.description}` : kind],
     ["Clock", session.clock], ["NV store", phone.nv_file ?? ""], ["Library", phone.library ?? ""], ["Session", session.name]], {class: "unit"}),
     keys.length > 0 && el("details", {}, el("summary", {}, "How the virtual phone was set up at the start"),
@@ -89,8 +90,8 @@ const sections = [["unit", "Unit", unitSection], ["steps", "Steps", stepsSection
 
 function buildView(session) {
   const id = `s${session.index}`, many = report.sessions.length > 1;
-  return el("div", {class: "session", id}, many && el("p", {class: "session-name"}, `${session.name || "call"} on ${session.chip}`),
-    sections.map(([name, title, fill]) => el("section", {class: `card ${name}`, "aria-labelledby": `${id}-${name}-title`, id: `${id}-${name}`},
+  return el("div", {class: "view", id}, many && el("p", {class: "session-name"}, `${session.name || "call"} on ${session.chip}`),
+    sections.map(([name, title, fill]) => el("section", {class: "card", "aria-labelledby": `${id}-${name}-title`, id: `${id}-${name}`},
       el("h2", {id: `${id}-${name}-title`}, title), fill(session))));
 }
 
@@ -121,7 +122,7 @@ function follow() {
   const target = document.getElementById(id);
   if (target?.closest(".filtered")) report.sessions[index].showLog();
   target?.closest(".failed-only")?.classList.remove("failed-only");
-  target?.scrollIntoView({block: target.matches("section, .session") ? "start" : "center"});
+  target?.scrollIntoView({block: target.matches("section, .view") ? "start" : "center"});
 }
 
 /* ---- On paper ---------------------------------------------------------------------------------------------------- */

@@ -36,9 +36,13 @@ function unjudgedRow(call, name, value, label, time, id) {
   return {id, class: warn ? "warn" : "plain", cells: [mark(warn ? "warn" : "plain"), label, el("span", {class: "at"}, "none"), el("code", {}, shown), time]};
 }
 
+function logLink(call, session) {
+  return call.log.length > 0 && el("a", {href: `#s${session.index}-log-${call.number}`, class: "tolog"}, plural(call.log.length, "log line"));
+}
+
 /** A row for the result, one for each output, one for whatever else the call was expected to keep. */
-function callRows(call) {
-  const name = el("code", {class: "call"}, callText(call));
+function callRows(call, session) {
+  const name = [el("code", {class: "call"}, callText(call)), el("span", {class: "where"}, place(call), " ", logLink(call, session))];
   const label = what => what === "result" ? name : el("span", {class: "sub"}, what);
   const judged = new Map(call.expectations.map(e => [e.what, e])), rows = [];
   const add = (what, value) => {
@@ -62,7 +66,6 @@ const contactWords = {
   f: f => ["file", f, false, null],
 };
 
-/** Pauses of the same length in a row, and nothing but pauses between them, are one. */
 function contactChips(call) {
   return call.contacts.map(({kind, what}) => {
     const [name, text, bad, at] = contactWords[kind](what);
@@ -71,36 +74,33 @@ function contactChips(call) {
   });
 }
 
-function didRow(call, session) {
+function didRow(call) {
   const remarks = call.remarks.map(r => el("p", {class: "remark"}, r));
-  const logged = call.log.length > 0 && el("a", {href: `#s${session.index}-log-${call.number}`, class: "tolog"},
-    `${call.log.length} log line${call.log.length > 1 ? "s" : ""}`);
-  if (call.contacts.length === 0 && remarks.length === 0 && !logged) return null;
+  if (call.contacts.length === 0 && remarks.length === 0) return null;
   return el("tr", {class: "did", role: "row"}, el("td", {colspan: columns.length, role: "cell", "aria-colspan": columns.length},
-    remarks, call.contacts.length > 0 && el("ol", {class: "strip", "aria-label": `What ${call.function} did`}, contactChips(call)),
-    el("span", {class: "where"}, place(call)), " ", logged));
+    remarks, call.contacts.length > 0 && el("ol", {class: "strip", "aria-label": `What ${call.function} did`}, contactChips(call))));
 }
 
 /* ---- Steps ------------------------------------------------------------------------------------------------------- */
 
 function expectationLabel(item) {
-  return el("span", {class: "sub"}, item.what);
+  return [el("span", {class: "sub"}, item.what), el("span", {class: "where sub"}, place(item))];
 }
 
 const itemRows = {
-  call: item => callRows(item),
+  call: callRows,
   expectation: item => [checkRow(item, expectationLabel(item), null, "", item.id)],
   note: item => [{id: item.id, class: "note", cells: ["", item.text, "", "", ""]}],
   error: item => [{id: item.id, class: "bad", cells: [mark("bad"), ["The session stopped: ", item.text], "", place(item), ""]}],
 };
 
 function partSection(part, session) {
-  const rows = part.items.flatMap(item => itemRows[item.kind](item).map(row => ({...row, item})));
+  const rows = part.items.flatMap(item => itemRows[item.kind](item, session).map(row => ({...row, item})));
   const node = table("steps", part.title || "Before the first step", columns, rows);
   const body = node.tBodies[0], nodes = [...body.rows];
   nodes.forEach((tr, i) => {
     const {item} = rows[i], last = rows[i + 1]?.item !== item;
-    const did = item.kind === "call" && last ? didRow(item, session) : null;
+    const did = item.kind === "call" && last ? didRow(item) : null;
     if (did) tr.after(did);
   });
   const failed = session.failures.filter(f => part.items.includes(f.item)).length;

@@ -99,7 +99,7 @@ function drawGrid(view, x, left, width, bottom) {
 
 function drawAxis(marks, view, width) {
   const left = 58, lanes = laneNames.filter(n => marks[n].length > 0), bottom = lanes.length * laneHeight;
-  const x = us => left + 4 + (us - view.from) / (view.to - view.from) * (width - left - 10);
+  const x = us => left + 4 + (us - view.from) / (view.to - view.from) * (width - left - 26);
   const seen = list => list.filter(m => m.to >= view.from && m.from <= view.to);
   const lane = (name, i) => [
     svg("line", {class: "lane", x1: 0, x2: width, y1: (i + 1) * laneHeight, y2: (i + 1) * laneHeight}),
@@ -141,7 +141,7 @@ function timeShares(session) {
   const present = shares.filter(([, , us]) => us > 0);
   let at = 0;
   const bars = present.map(([kind, , us]) => svg("rect", {class: kind, x: (at += us) - us, y: 0, width: us, height: 10}));
-  const percent = us => `${(100 * us / total).toFixed(us * 100 < total ? 1 : 0)} %`;
+  const percent = us => `${(100 * us / total).toFixed(us > 0 && us * 100 < total ? 1 : 0)} %`;
   return el("div", {class: "shares"},
     svg("svg", {viewBox: `0 0 ${total} 10`, preserveAspectRatio: "none", "aria-hidden": "true"}, bars),
     el("ul", {}, shares.map(([kind, name, us]) => el("li", {}, el("span", {class: `swatch ${kind}`}), ` ${name} `,
