@@ -358,6 +358,8 @@ bool put_nv(const nv_item &item) {
 }
 
 void clear_nv() { phone_nv_clear(); }
+std::string lasting_store() { return ""; }
+std::optional<std::string> on_a_copy(const std::function<std::string()> &) { return std::nullopt; }
 
 unsigned chip() { return get_orva_connectivity_subchip(); }
 bool interface_up() { return get("interface.up") == "true"; }

@@ -11,6 +11,8 @@
 #pragma GCC diagnostic pop
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,6 +60,13 @@ struct nv_item {
 std::vector<nv_item> nv_items();
 bool put_nv(const nv_item &item);
 void clear_nv();
+/** What keeps NV beyond this session: a file's name, or the phone; "" where it is forgotten. */
+std::string lasting_store();
+/**
+ * Lets act happen on a copy of the phone, in a process of its own, and gives the text that it gave; nothing
+ * where the phone cannot be copied.
+ */
+std::optional<std::string> on_a_copy(const std::function<std::string()> &act);
 
 /** Which chip is fitted: 0 to 3, or more for one that nobody knows. */
 unsigned chip();

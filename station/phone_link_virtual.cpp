@@ -2,6 +2,8 @@
 
 #include "platform.h"
 
+#include <cerrno>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace station::phone_link {
@@ -15,10 +17,35 @@ template <class F> std::string message_of(F f) {
   return f(message) == 0 ? "" : *message ? message : "the virtual phone refused and gave no reason";
 }
 
+std::string nv_file;  // "" while NV is in memory
+
+/** What the child tells is read to the end before it is waited for: it may be more than a pipe holds. */
+std::string read_all(int from) {
+  std::string text;
+  char piece[4096];
+  for (ssize_t n; (n = read(from, piece, sizeof piece)) != 0;)
+    if (n > 0)
+      text.append(piece, static_cast<size_t>(n));
+    else if (errno != EINTR)
+      break;
+  return text;
+}
+
+[[noreturn]] void tell(int to, const std::string &text) {
+  size_t told = 0;
+  for (ssize_t n = 0; told < text.size() && (n = write(to, text.data() + told, text.size() - told)) > 0;)
+    told += static_cast<size_t>(n);
+  _exit(told < text.size());
+}
+
 }  // namespace
 
 bool is_virtual() { return true; }
-void reset() { phone_reset(); }
+
+void reset() {
+  phone_reset();
+  nv_file.clear();
+}
 
 std::string load(const std::string &path) {
   return message_of([&](char *m) { return phone_load(path.c_str(), m, message_size); });
@@ -29,8 +56,10 @@ std::string set(const std::string &key, const std::string &value) {
 }
 
 std::string open_nv(const std::string &path) {
-  return message_of(
+  auto message = message_of(
       [&](char *m) { return phone_nv_open(path.empty() ? nullptr : path.c_str(), m, message_size); });
+  nv_file = message.empty() ? path : "";
+  return message;
 }
 
 std::string get(const std::string &key) {
@@ -87,6 +116,27 @@ bool put_nv(const nv_item &item) {
 }
 
 void clear_nv() { phone_nv_clear(); }
+std::string lasting_store() { return nv_file; }
+
+std::optional<std::string> on_a_copy(const std::function<std::string()> &act) {
+  int ends[2];
+  auto items = nv_items();
+  if (pipe(ends) != 0) return std::nullopt;
+  pid_t child = _Fork();  // fork itself belongs to the phone
+  if (child == 0) {
+    phone_part();
+    nv_file.clear();
+    for (auto &item : items) put_nv(item);
+    tell(ends[1], act());
+  }
+  close(ends[1]);
+  auto text = child > 0 ? read_all(ends[0]) : "";
+  close(ends[0]);
+  int status = -1;
+  bool ended = child > 0 && waitpid(child, &status, 0) == child && status == 0;
+  return ended ? std::optional(text) : std::nullopt;
+}
+
 unsigned chip() { return get_orva_connectivity_subchip(); }
 bool interface_up() { return phone_interface_up() != 0; }
 

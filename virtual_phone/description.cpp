@@ -88,8 +88,8 @@ std::string add_fault(description &file, const toml::node &node) {
   if (id < 0) {
     return at(file, node,
               "fault.place: '" + fault.place +
-                  "' is no place; a function's name, ioctl:ID, shell:COMMAND, nv_read:NUMBER or "
-                  "nv_write:NUMBER");
+                  "' is no place; a function's name, ioctl:ID, shell:COMMAND, nv_read:NUMBER, "
+                  "nv_write:NUMBER or nv_lose:NUMBER");
   }
   state().fault_count = static_cast<unsigned>(id);  // only asked whether there is such a place
   file.faults.push_back(fault);

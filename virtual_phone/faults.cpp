@@ -68,16 +68,18 @@ std::optional<unsigned> function_place(std::string_view name) {
   return std::nullopt;
 }
 
-bool is_nv_place(std::string_view name, std::string_view direction) {
+bool is_nv_place(std::string_view name) {
   uint32_t number = 0;
-  return name.starts_with(direction) && whole_number(name.substr(direction.size()), number);
+  for (std::string_view what : {"nv_read:", "nv_write:", "nv_lose:"})
+    if (name.starts_with(what)) return whole_number(name.substr(what.size()), number);
+  return false;
 }
 
 /// The number of a place a caller named, where there can be such a place.
 std::optional<unsigned> named_place(std::string_view name) {
   if (name.starts_with("ioctl:")) return ioctl_place(name.substr(6));
   bool shell = name.starts_with("shell:") && name.size() > 6;
-  if (shell || is_nv_place(name, "nv_read:") || is_nv_place(name, "nv_write:")) return intern(name);
+  if (shell || is_nv_place(name)) return intern(name);
   return function_place(name);
 }
 

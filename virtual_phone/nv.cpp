@@ -124,6 +124,9 @@ void close_file() {
   file = nullptr;
 }
 
+/// Another process's connection must not be used, nor closed.
+void leave_file() { file = nullptr; }
+
 bool prepare_file() {
   return sqlite3_exec(
              file,
@@ -152,6 +155,7 @@ int read_file(item_key, uint8_t *) { return nv_broken_store; }
 int write_file(item_key, const uint8_t *) { return nv_broken_store; }
 std::vector<nv_item> file_items() { return {}; }
 void close_file() {}
+void leave_file() {}
 std::string open_file(const char *path) {
   return std::string(path) + ": this virtual phone was built without SQLite and keeps NV in memory only";
 }
@@ -173,6 +177,15 @@ int write_item(item_key key, const uint8_t *bytes) {
   return in_file() ? write_file(key, bytes) : write_memory(key, bytes);
 }
 
+std::string place_of(std::string what, uint32_t number) {
+  what += ':';
+  what += std::to_string(number);
+  return what;
+}
+
+/// A store may say that it wrote, and forget.
+bool loses(uint32_t number) { return use_named(place_of("nv_lose", number)).fails; }
+
 int serve(uint32_t op, item_key key, size_t size, void *buffer) {
   uint8_t bytes[item_size] = {};
   if (op == ORVA_NV_READ) {
@@ -181,14 +194,12 @@ int serve(uint32_t op, item_key key, size_t size, void *buffer) {
     return result;
   }
   memcpy(bytes, buffer, size);
-  return write_item(key, bytes);
+  return loses(key.number) ? nv_ok : write_item(key, bytes);
 }
 
 verdict judge(uint32_t op, uint32_t number) {
-  char place[32];
-  snprintf(place, sizeof(place), "%s:%u", op == ORVA_NV_READ ? "nv_read" : "nv_write", number);
   verdict any = use(fn_kevoOperaNVWR);
-  verdict this_one = use_named(place);
+  verdict this_one = use_named(place_of(op == ORVA_NV_READ ? "nv_read" : "nv_write", number));
   return any.fails ? any : this_one;
 }
 
@@ -198,6 +209,11 @@ std::vector<nv_item> items() { return in_file() ? file_items() : memory_items();
 
 void reset_nv() {
   close_file();
+  state().nv_count = 0;
+}
+
+void part_nv() {
+  leave_file();
   state().nv_count = 0;
 }
 

@@ -39,6 +39,12 @@ int phone_get(const char *key, char *value, size_t value_size);
 /** The i-th key and its one-line explanation; null past the last. */
 const char *phone_key(size_t i, const char **meaning);
 
+/**
+ * For a forked child: from here on its phone is a copy of its own, with an empty trace and an empty NV store
+ * in memory. What it does to the phone its parent never sees.
+ */
+void phone_part(void);
+
 /* ---- Clock ------------------------------------------------------------------------------------------- */
 
 enum phone_clock { PHONE_CLOCK_VIRTUAL = 0, PHONE_CLOCK_REAL = 1 };
@@ -103,7 +109,8 @@ void phone_print_log(int least_priority);
  * Places: a function's name ("socket", "ioctl", "close", "fork", "execl", "waitpid", "popen", "fread",
  * "pclose", "open", "write", "memcpy_s", "memset_s", "strncpy_s", "snprintf_s", "sprintf_s", "sscanf_s",
  * "kevoOperaNVWR"); one driver command, "ioctl:11"; one shell command, "shell:ifconfig wlan0 up" (it does
- * nothing and exits with `value`); NV by direction and item, "nv_read:340", "nv_write:340".
+ * nothing and exits with `value`); NV by direction and item, "nv_read:340", "nv_write:340"; "nv_lose:340" is
+ * a write that is reported as done and stores nothing.
  *
  * value: what failing means. For system calls the errno (0: a fitting default); for "shell:" the exit status
  * (0: 1); for NV the service's code (0: -1); for bounds-checked functions the result (0: a fitting default);

@@ -145,6 +145,8 @@ void advance_clock(int64_t us);
 struct radio &radio_now();
 void print_log(int priority, const char *tag, std::string_view text);
 void reset_nv();
+/// Turns from a store that belongs to the parent process to an empty one in memory.
+void part_nv();
 
 /// Applies one key to a description; a message where that fails, else empty.
 std::string apply_key(struct radio &radio, config &config, const std::string &key, const std::string &value);

@@ -25,9 +25,10 @@ struct trace_memory {
   char *bytes;
 };
 
-void *map_shared(size_t size) {
-  void *memory =
-      mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+/// Fresh memory for this process and its children; in place of what is at `at`, where that is not null.
+void *map_shared(size_t size, void *at = nullptr) {
+  int flags = MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE | (at ? MAP_FIXED : 0);
+  void *memory = mmap(at, size, PROT_READ | PROT_WRITE, flags, -1, 0);
   if (memory == MAP_FAILED) {
     perror("virtual phone: no memory for its state");
     _exit(2);
@@ -44,6 +45,12 @@ trace_memory &memory() {
     return trace;
   }();
   return *mapped;
+}
+
+/// The same bytes at the same place, seen by this process and its children only.
+void part(void *start, size_t size) {
+  std::string bytes(static_cast<char *>(start), size);
+  memcpy(map_shared(size, start), bytes.data(), size);
 }
 
 const char *keep(trace_memory &trace, std::string_view bytes) {
@@ -97,6 +104,16 @@ size_t phone_event_count(void) {
 
 const struct phone_event *phone_event(size_t i) {
   return i < phone_event_count() ? &phone::memory().events[i] : nullptr;
+}
+
+void phone_part(void) {
+  auto &trace = phone::memory();
+  phone::part(&trace, sizeof trace);
+  phone::map_shared(phone::max_events * sizeof(struct phone_event), trace.events);
+  phone::map_shared(phone::max_bytes, trace.bytes);
+  trace.count = 0;
+  trace.used = 0;
+  phone::part_nv();
 }
 
 void phone_events_clear(void) {
