@@ -66,11 +66,11 @@ built() { find "$(build_folder)" -name "$1" -type f; }
 library_folders() {
   local name
   name=$(gnu_name)-linux-gnu
-  dirname "$(built libvirtual_phone_platform.so)"
+  folders=("$(dirname "$(built libvirtual_phone_platform.so)")")
   if native; then
-    printf '%s\n' "/usr/lib/$name" "/lib/$name" /lib64
+    folders+=("/usr/lib/$name" "/lib/$name" /lib64)
   else
-    printf '%s\n' "$cache/$arch/sysroot/usr/lib/$name" "$cache/$arch/sysroot/lib/$name" "/usr/$name/lib"
+    folders+=("$cache/$arch/sysroot/usr/lib/$name" "$cache/$arch/sysroot/lib/$name" "/usr/$name/lib")
   fi
 }
 
@@ -94,9 +94,9 @@ copy_needs() {
 
 find_library() {
   local folder
-  while read -r folder; do
+  for folder in "${folders[@]}"; do
     [[ ! -e $folder/$1 ]] || { echo "$folder/$1" && return; }
-  done < <(library_folders)
+  done
   return 1
 }
 
@@ -128,7 +128,8 @@ build_image() {
   image=$cache/$arch/root
   rm -rf "$image"
   mkdir -m 755 "$image"
-  mkdir -p "$image"/{dev,proc,sys,tmp,etc,results,data,system/bin,system/lib}
+  mkdir -p "$image"/{dev,proc,sys,tmp,etc,results,system/bin,system/lib}
+  library_folders
   copy_busybox
   copy_tcl
   install -m 755 "$root/kernel_phone/phone/init" "$image/init"
