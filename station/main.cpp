@@ -1,4 +1,5 @@
 #include "commands.h"
+#include "doctor.h"
 #include "help.h"
 #include "interpreter.h"
 #include "options.h"
@@ -112,8 +113,8 @@ exit_status run_list(const command_line &) { return fmt::print("{}", help_list()
 
 /** The words of command_line_words, and what does them; any other is a function. */
 const std::map<std::string, exit_status (*)(const command_line &)> runners = {
-    {"", run_interactive}, {"run", run_sessions}, {"nv", run_nv_command},
-    {"list", run_list},    {"help", run_help},
+    {"", run_interactive}, {"run", run_sessions}, {"nv", run_nv_command}, {"preview", run_preview},
+    {"list", run_list},    {"help", run_help},    {"doctor", run_doctor},
 };
 
 exit_status run(const command_line &line) {
@@ -127,6 +128,12 @@ exit_status run(const command_line &line) {
 }  // namespace station
 
 int main(int count, char **arguments) {
+exit_status run_doctor(const command_line &line) {
+  if (line.words.size() > 1)
+    throw usage_error{fmt::format("doctor: \"{}\" is not understood: it takes options only.", line.words[1])};
+  return tell(examine(line.with, line.write), line.json) ? PASSED : FAILED;
+}
+
   Tcl_FindExecutable(arguments[0]);
   int status = station::MISUSED;
   try {

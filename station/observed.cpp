@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <map>
 #include <numeric>
 #include <unistd.h>
 
@@ -174,6 +175,36 @@ void add(observed &seen, const contact &e, std::string &path) {
   }
 }
 
+/** Refusals that a second attempt mended are no trouble. */
+void mend(observed &seen, const std::string &command) {
+  std::erase_if(seen.troubles, [&](auto &t) { return t.what == command; });
+}
+
+void add_request_trouble(observed &seen, const contact &e, unsigned chip) {
+  auto id = static_cast<uint32_t>(e.number[2]);
+  auto *row = find_command(chip, id);
+  auto what = fmt::format("driver command {}{}", id, row ? fmt::format(" {}", row->name) : "");
+  mend(seen, what);
+  if (e.result < 0) seen.troubles.push_back({what, trouble_kind::error, e.error});
+}
+
+void add_trouble(observed &seen, const contact &e, unsigned chip) {
+  static const std::map<phone_event_kind, const char *> calls = {
+      {PHONE_SOCKET, "socket"}, {PHONE_FORK, "fork"},     {PHONE_WAIT, "waitpid"}, {PHONE_POPEN, "popen"},
+      {PHONE_FREAD, "fread"},   {PHONE_PCLOSE, "pclose"}, {PHONE_OPEN, "open"},    {PHONE_WRITE, "write"}};
+  auto call = calls.find(e.kind);
+  if (e.kind == PHONE_IOCTL)
+    add_request_trouble(seen, e, chip);
+  else if (e.kind == PHONE_EXEC && e.result != 0)
+    seen.troubles.push_back({e.text, e.result < 0 ? trouble_kind::error : trouble_kind::status,
+                             e.result < 0 ? e.error : e.result});
+  else if ((e.kind == PHONE_NV_READ || e.kind == PHONE_NV_WRITE) && e.result != 0)
+    seen.troubles.push_back({fmt::format("NV {} {}", e.kind == PHONE_NV_READ ? "read" : "write", e.number[0]),
+                             trouble_kind::nv_code, e.result});
+  else if (call != calls.end() && e.error != 0)
+    seen.troubles.push_back({fmt::format("{} {}", call->second, e.text), trouble_kind::error, e.error});
+}
+
 int64_t &account(time_ledger &ledger, phone_event_kind kind) {
   switch (kind) {
   case PHONE_SLEEP: return ledger.pauses_us;
@@ -223,6 +254,7 @@ observed observe(unsigned chip, int64_t start_us, int64_t end_us) {
   std::string path;
   const contact *last_request = nullptr;
   for (auto *e : phone_link::contacts()) {
+    add_trouble(seen, *e, chip);
     if (e->kind == PHONE_IOCTL) {
       add_command(seen, *e, last_request, chip);
       last_request = e;

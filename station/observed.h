@@ -40,6 +40,15 @@ struct nv_access {
   int64_t code;
 };
 
+enum class trouble_kind { error, status, nv_code };
+
+/** Something that the phone refused: with an errno, a command's exit status, or the NV service's code. */
+struct trouble {
+  std::string what; /**< "12 rssi", "ifconfig wlan0 up", "NV read 340" */
+  trouble_kind kind;
+  int64_t number;
+};
+
 /** Where a call's time on the phone went. */
 struct time_ledger {
   int64_t pauses_us = 0;  /**< sleeps that the library makes on purpose */
@@ -60,6 +69,8 @@ struct observed {
   /** Each driver request as sent, repeated ones too: the record in hexadecimal, without the zeros at its end.
    */
   std::vector<std::string> records;
+  /** Driver commands count only where the second attempt was refused as well. */
+  std::vector<trouble> troubles;
 
   time_ledger ledger;
 

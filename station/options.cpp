@@ -63,12 +63,17 @@ const known_option known_options[] = {
      [](command_line &line, text) { line.how_much = detail::quiet; }},
     {{"help", "", "tells this"}, [](command_line &line, text) { line.help = true; }},
     {{"version", "", "tells the version"}, [](command_line &line, text) { line.version = true; }},
+    {{"write", "", "doctor: also tries to write to NV, an item as it was read"},
+     [](command_line &line, text) { line.write = true; }},
 };
 
 constexpr word_help words[] = {
     {"run", "[OPTIONS] run SESSION.tcl...", "run sessions", "FILE"},
-    {"nv", "[OPTIONS] nv list | show NUMBER | diff FILE | save FILE | load FILE | clear",
-     "look at the NV store, set it", "list show diff save load clear"},
+    {"preview", "[OPTIONS] preview FUNCTION [ARGUMENT...]", "tell what a call would change in NV",
+     "FUNCTION"},
+    {"nv", "[OPTIONS] nv WORD [NUMBER|FILE]", "list, show, diff, save, load, backup, restore or clear NV",
+     "list show diff save load backup restore clear"},
+    {"doctor", "[OPTIONS] doctor", "tell what is missing for a session, and what helps"},
     {"list", "list", "name every function"},
     {"help", "help [FUNCTION]", "explain one", "FUNCTION"},
 };

@@ -18,6 +18,8 @@ struct command_line {
   std::string expect;
   std::string junit_file;
   std::string report_file;
+  /** doctor may write an NV item back as it was read. */
+  bool write = false;
   bool help = false;
   bool version = false;
   /** What is not an option: a function and its arguments, or one of command_line_words and its own. */

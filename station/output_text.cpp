@@ -1,3 +1,4 @@
+#include "causes.h"
 #include "output.h"
 
 #include <algorithm>
@@ -172,6 +173,7 @@ private:
         std::ranges::any_of(step.seen.log, [](auto &line) { return line.priority >= error_priority; });
     for (auto &line : step.seen.log)
       if (!errors || line.priority >= error_priority) print("        log      {}\n", line.text);
+    for (auto &text : likely_causes(step.seen)) print("        cause    {}\n", text);
   }
 
   void details(const call_step &step) {

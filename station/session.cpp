@@ -35,14 +35,18 @@ void session::follow(const std::string &name) {
   if (name == "wifi_start_rx" || name == "wifi_stop_rx") progress.receive = name == "wifi_start_rx";
 }
 
-void session::start() {
+void prepare_phone(const settings &with) {
   phone_link::reset();
-  if (!options.phone_file.empty()) require(phone_link::load(options.phone_file));
-  if (options.chip_given || (phone_link::is_virtual() && options.phone_file.empty()))
-    require(phone_link::set("chip", chip_names[options.chip]));
-  if (!options.nv_file.empty()) require(phone_link::open_nv(options.nv_file));
-  phone_link::use_real_clock(options.real_clock);
-  phone_link::print_log(options.log_priority);
+  if (!with.phone_file.empty()) require(phone_link::load(with.phone_file));
+  if (with.chip_given || (phone_link::is_virtual() && with.phone_file.empty()))
+    require(phone_link::set("chip", chip_names[with.chip]));
+  if (!with.nv_file.empty()) require(phone_link::open_nv(with.nv_file));
+  phone_link::use_real_clock(with.real_clock);
+  phone_link::print_log(with.log_priority);
+}
+
+void session::start() {
+  prepare_phone(options);
   load_library();
   summary.info.chip = chip_name();
   for (auto &r : reporters) r->begin(summary.info);

@@ -88,6 +88,9 @@ struct settings {
 
 /** What runs on the phone, as far as the calls of this session tell. */
 struct test_progress {
+/** A fresh phone as the settings want it; throws usage_error where it cannot be had. */
+void prepare_phone(const settings &with);
+
   bool test_mode = false;
   bool transmit = false;
   bool receive = false;

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <net/if.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -143,6 +144,16 @@ int private_command(int descriptor, interface_request *request) {
   if (result >= 0) return result;
   errno = -result;
   return -1;
+}
+
+/// Is wlan0 there, is it up: a look at the interface, no contact with the driver.
+int interface_flags(ifreq *request) {
+  if (strcmp(request->ifr_name, "wlan0") != 0 || !state().radio.driver_loaded) {
+    errno = ENODEV;
+    return -1;
+  }
+  request->ifr_flags = static_cast<short>(IFF_BROADCAST | IFF_MULTICAST | (state().radio.up ? IFF_UP : 0));
+  return 0;
 }
 
 // ---- Closing ---------------------------------------------------------------------------------------------
@@ -340,7 +351,9 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept {
   va_start(arguments, request);
   void *argument = va_arg(arguments, void *);
   va_end(arguments);
-  bool phones = request == private_request && descriptor_kind(descriptor) == given::socket;
+  bool on_socket = descriptor_kind(descriptor) == given::socket;
+  if (on_socket && request == SIOCGIFFLAGS) return interface_flags(static_cast<ifreq *>(argument));
+  bool phones = on_socket && request == private_request;
   return phones ? private_command(descriptor, static_cast<interface_request *>(argument))
                 : next(descriptor, request, argument);
 }

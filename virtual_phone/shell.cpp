@@ -101,7 +101,7 @@ bool is_age(const std::string &text) {
 
 int supplicant_client(const words &line, const std::string &, std::string &output) {
   const std::string command = line.size() > 1 ? line[1] : "";
-  bool good = (command == "scan" && line.size() == 2) ||
+  bool good = ((command == "scan" || command == "status") && line.size() == 2) ||
               (command == "roam" && line.size() == 3 && roam(line[2])) ||
               (command == "bss_expire_age" && line.size() == 3 && is_age(line[2]));
   good = good && state().config.supplicant && state().radio.driver_loaded;

@@ -1,0 +1,33 @@
+/* Why something was refused, and what helps: one table for the check before a session and for a call that
+ * fails. */
+#ifndef STATION_CAUSES_H
+#define STATION_CAUSES_H
+
+#include "observed.h"
+
+#include <string>
+#include <vector>
+
+namespace station {
+
+struct cause {
+  std::string name; /**< "ENODEV", "exit status 127", "code 2" */
+  std::string why;
+  std::string cure;
+};
+
+/** Of a system call, by its errno. */
+cause cause_of_error(int error);
+/** Of a shell command, by its exit status. */
+cause cause_of_status(int64_t status);
+/** Of an NV access, by the service's code. */
+cause cause_of_nv(int64_t code);
+cause cause_of(const trouble &t);
+
+/** "12 rssi: ENETDOWN: wlan0 is down. Start test mode first, …" for each kind of trouble that a call met, at
+ * most three. */
+std::vector<std::string> likely_causes(const observed &seen);
+
+}  // namespace station
+
+#endif
