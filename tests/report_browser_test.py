@@ -15,9 +15,6 @@ except ImportError:
     webdriver = None
 
 CHROMIUM, DRIVER = shutil.which("chromium"), shutil.which("chromedriver")
-if not (webdriver and CHROMIUM and DRIVER):
-    pytest.exit("skipped: Chromium, its driver or python3-selenium is not installed", returncode=77)
-
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-component-update",
          "--disable-background-networking", "--disable-sync"]
 
@@ -41,6 +38,8 @@ return least;
 
 @pytest.fixture(scope="module")
 def browser():
+    if not (webdriver and CHROMIUM and DRIVER):
+        pytest.exit("skipped: Chromium, its driver or python3-selenium is not installed", returncode=77)
     profile = tempfile.mkdtemp()
     options = webdriver.ChromeOptions()
     options.binary_location = CHROMIUM

@@ -116,7 +116,7 @@ function drawOffsets({before, after, family}, width) {
 }
 
 function drawBlock({before, after}, width) {
-  const top = width < 600 ? 106 : 74, slope = width < 600 ? -90 : -30, low = top + 152, height = low + 24;
+  const top = width < 600 ? 118 : 74, slope = width < 600 ? -90 : -30, low = top + 152, height = low + 24;
   const x = scale(-0.5, 44.5, plotLeft, width - (width < 600 ? 4 : 70)), y = scale(0, 255, low, top);
   const points = (codes, kind) => codes?.map((v, i) => svg("circle", {class: `dot ${kind}`, cx: x(i), cy: y(v), r: kind === "after" ? 3 : 4}));
   const groups = blockGroups.map(([name, first, last], i) => [
@@ -255,6 +255,7 @@ function calibrationSection(session) {
   const choice = (which, label) => el("label", {}, label, " ", el("select", {onchange: e => { chosen[which] = Number(e.target.value); show(); }},
     session.nv.map((_, i) => el("option", {value: i, selected: i === chosen[which]}, momentText(session, i)))));
   show();
-  return [el("p", {class: "hint"}, momentHint(session, chosen), " A curve is a·x² + 64·b·x + 65536·c, drawn divided by 65536. Where NV has no value before, the curve is the driver's own."),
+  return [el("p", {class: "hint"}, momentHint(session, chosen), session.chip === "vq2040" ? ""
+    : " A curve is a·x² + 64·b·x + 65536·c, drawn divided by 65536. Where NV has no value before, the curve is the driver's own."),
     el("div", {class: "controls"}, choice(0, "before"), choice(1, "after")), host, historyList(session)];
 }
