@@ -2,7 +2,7 @@
 
 #include "expectations.h"
 #include "help.h"
-#include "nv_view.h"
+#include "nv_safe.h"
 #include "options.h"
 #include "phone_link.h"
 #include "text.h"
@@ -45,15 +45,6 @@ std::vector<std::string> list_words(const std::string &list) {
   std::vector<std::string> words(items, items + count);
   Tcl_Free(reinterpret_cast<char *>(items));
   return words;
-}
-
-std::string to_list(const std::vector<std::string> &words) {
-  std::vector<const char *> items;
-  for (auto &w : words) items.push_back(w.c_str());
-  char *merged = Tcl_Merge(static_cast<int>(items.size()), items.data());
-  std::string list = merged;
-  Tcl_Free(merged);
-  return list;
 }
 
 std::string run_expect(interpreter &in, words_t words) {
@@ -204,7 +195,12 @@ std::string run_trace(interpreter &in, words_t) {
   return std::string(trim_end(trace_text()));
 }
 
-std::string run_nv_command(interpreter &in, words_t words) { return run_nv(words, &in); }
+std::string run_nv_command(interpreter &in, words_t words) { return run_nv(words, in.current(), &in); }
+
+std::string run_preview(interpreter &in, words_t words) {
+  auto body = words.size() == 1 ? words[0] : to_list(words);
+  return std::string(trim_end(preview(in.current(), body, [&] { in.eval(body); }).text));
+}
 
 std::string run_help(interpreter &, words_t words) {
   return std::string(trim_end(words.empty() ? help_overview() : help_about(words[0])));
@@ -278,8 +274,16 @@ const command table[] = {
      0,
      0,
      run_trace},
-    {{"nv", "nv list | show NUMBER | snapshot | diff ?FILE? | save FILE | load FILE | clear",
-      "Looks at and sets the NV store; diff tells what changed since the snapshot or a saved file.",
+    {{"preview", "preview BODY",
+      "Tells what a body would change in NV, parameter by parameter: it runs on a copy of the phone.",
+      "note [preview {wifi_nvram_calibrate_clean 1}]"},
+     1,
+     MANY,
+     run_preview},
+    {{"nv",
+      "nv list | show NUMBER | snapshot | diff ?FILE? | save FILE | load FILE | backup FILE | restore FILE | clear",
+      "Looks at and sets the NV store; diff tells what changed since the snapshot or a saved file. load adds a "
+      "file's items, restore makes the whole store as the backup; both read back what they wrote.",
       "nv show 340"},
      1,
      2,
@@ -289,6 +293,15 @@ const command table[] = {
 };
 
 }  // namespace
+
+std::string to_list(const std::vector<std::string> &words) {
+  std::vector<const char *> items;
+  for (auto &w : words) items.push_back(w.c_str());
+  char *merged = Tcl_Merge(static_cast<int>(items.size()), items.data());
+  std::string list = merged;
+  Tcl_Free(merged);
+  return list;
+}
 
 std::span<const command> commands() { return table; }
 

@@ -17,8 +17,8 @@ struct command {
 
 std::span<const command> commands();
 
-/** What `nv` does, on the prompt and on the command line: gives what it shows. */
-std::string run_nv(const std::vector<std::string> &words, const interpreter *in);
+/** One command of these words, none of them looked into. */
+std::string to_list(const std::vector<std::string> &words);
 
 }  // namespace station
 

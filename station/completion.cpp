@@ -54,7 +54,7 @@ names function_words(const function &f, const names &words) {
 names command_words(const session &s, const names &words) {
   auto &first = words[0];
   bool second = words.size() == 1;
-  if (first == "help" || first == "has") return second ? all_command_names() : names{};
+  if (first == "help" || first == "has" || first == "preview") return second ? all_command_names() : names{};
   if (first == "chip") return second ? names(chip_names.begin(), chip_names.end()) : names{};
   if (first == "expect" && second) return {"log", "no", "driver", "shell", "phone"};
   if (first == "expect" && words[1] == "phone" && words.size() == 2) return phone_keys();
@@ -62,9 +62,11 @@ names command_words(const session &s, const names &words) {
   if (first == "seen" && second) return {"driver", "shell", "log", "pauses"};
   if (first == "phone" && second) return {"set", "get", "load", "keys"};
   if (first == "phone" && words.size() == 2 && words[1] != "load") return phone_keys();
-  if (first == "nv" && second) return {"list", "show", "snapshot", "diff", "save", "load", "clear"};
+  if (first == "nv" && second)
+    return {"list", "show", "snapshot", "diff", "save", "load", "backup", "restore", "clear"};
   if (first == "fault" && second)
-    return {"ioctl", "socket", "fork", "waitpid", "popen", "ioctl:", "shell:", "nv_read:", "nv_write:"};
+    return {"ioctl",  "socket", "fork",     "waitpid",   "popen",
+            "ioctl:", "shell:", "nv_read:", "nv_write:", "nv_lose:"};
   return {};
 }
 

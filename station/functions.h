@@ -102,6 +102,7 @@ struct function {
   std::span<const chip_note> notes;
   const char *example;
   caller call;
+  bool writes_nv = false;
 
   size_t most_inputs() const;
   size_t least_inputs() const;

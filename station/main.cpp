@@ -2,6 +2,7 @@
 #include "doctor.h"
 #include "help.h"
 #include "interpreter.h"
+#include "nv_safe.h"
 #include "options.h"
 #include "phone_link.h"
 #include "prompt.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <map>
 #include <tcl.h>
 #include <unistd.h>
@@ -86,9 +88,26 @@ exit_status run_nv_command(const command_line &line) {
   std::vector<std::string> words(line.words.begin() + 1, line.words.end());
   session s(line.with, "", {});
   s.start();
-  auto text = run_nv(words.empty() ? std::vector<std::string>{""} : words, nullptr);
+  auto text = run_nv(words.empty() ? std::vector<std::string>{""} : words, s, nullptr);
   if (!text.empty()) fmt::print("{}\n", text);
-  return PASSED;
+  return s.so_far().passed() ? PASSED : FAILED;
+}
+
+exit_status run_preview(const command_line &line) {
+  std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+  if (words.empty())
+    throw usage_error{"preview: name a call, as in: orva-station preview wifi_nvram_calibrate_clean 1"};
+  if (line.json) throw usage_error{"preview tells people what would change: leave --json out."};
+  bool good = true;
+  for (auto &with : chips_to_test(line)) {
+    session s(with, "", {});
+    s.start();
+    interpreter in(s);
+    auto seen = preview(s, fmt::format("{}", fmt::join(words, " ")), [&] { in.eval(to_list(words)); });
+    fmt::print("{}: {}Nothing was changed.\n", s.chip_name(), seen.text);
+    good &= seen.good;
+  }
+  return good ? PASSED : FAILED;
 }
 
 exit_status run_interactive(const command_line &line) {
@@ -107,6 +126,12 @@ exit_status run_help(const command_line &line) {
   fmt::print("{}", line.words.size() == 2 ? help_about(line.words[1])
                                           : help_command_line() + "\n" + help_overview());
   return PASSED;
+}
+
+exit_status run_doctor(const command_line &line) {
+  if (line.words.size() > 1)
+    throw usage_error{fmt::format("doctor: \"{}\" is not understood: it takes options only.", line.words[1])};
+  return tell(examine(line.with, line.write), line.json) ? PASSED : FAILED;
 }
 
 exit_status run_list(const command_line &) { return fmt::print("{}", help_list()), PASSED; }
@@ -128,12 +153,6 @@ exit_status run(const command_line &line) {
 }  // namespace station
 
 int main(int count, char **arguments) {
-exit_status run_doctor(const command_line &line) {
-  if (line.words.size() > 1)
-    throw usage_error{fmt::format("doctor: \"{}\" is not understood: it takes options only.", line.words[1])};
-  return tell(examine(line.with, line.write), line.json) ? PASSED : FAILED;
-}
-
   Tcl_FindExecutable(arguments[0]);
   int status = station::MISUSED;
   try {

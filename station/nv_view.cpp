@@ -1,13 +1,11 @@
 #include "nv_view.h"
 
-#include "commands.h"
+#include "call.h"
 #include "observed.h"
-#include "phone_link.h"
 #include "text.h"
 
 #include <fmt/format.h>
 #include <fstream>
-#include <map>
 #include <optional>
 #include <sstream>
 
@@ -60,7 +58,11 @@ std::string show_item(const phone_link::nv_item &item) {
   return text;
 }
 
-std::vector<phone_link::nv_item> read_items(const std::string &path) {
+std::optional<nv_values> snapshot;
+
+}  // namespace
+
+std::vector<phone_link::nv_item> read_nv_file(const std::string &path) {
   std::ifstream file(path);
   if (!file) throw usage_error{fmt::format("The NV file {} cannot be read.", path)};
   std::vector<phone_link::nv_item> items;
@@ -73,51 +75,51 @@ std::vector<phone_link::nv_item> read_items(const std::string &path) {
   return items;
 }
 
-/** What a store holds, value by value: "340 WIC0_2G5G_OFDM pa2ga0" -> "10,-300,5000", or a block's bytes but
- * zeros. */
-using values_t = std::map<std::string, std::string>;
-
-values_t values_of(const std::vector<phone_link::nv_item> &items) {
-  values_t values;
+nv_values nv_values_of(const std::vector<phone_link::nv_item> &items) {
+  nv_values values;
   for (auto &item : items) {
     auto where = fmt::format("{} {}", item.number, item.name), content = nv_text(item.bytes);
     if (content.starts_with("0x")) {
       for (size_t i = 0; i < item.bytes.size(); ++i)
         if (item.bytes[i])
-          values[fmt::format("{} byte {:3}", where, i)] =
+          values[{where, fmt::format("byte {:3}", i)}] =
               fmt::format("{}", static_cast<uint8_t>(item.bytes[i]));
       continue;
     }
     for (auto &entry : split(content, ';')) {
       if (entry.empty()) continue;
       auto equals = std::min(entry.find('='), entry.size());
-      auto name = where + " " + entry.substr(0, equals);
-      while (values.contains(name)) name += " (again)";
+      auto name = std::pair(where, entry.substr(0, equals));
+      while (values.contains(name)) name.second += " (again)";
       values[name] = entry.substr(std::min(entry.size(), equals + 1));
     }
   }
   return values;
 }
 
-std::optional<values_t> snapshot;
+std::vector<nv_change> nv_changes(const nv_values &before, const nv_values &after) {
+  auto names = before;
+  names.insert(after.begin(), after.end());
+  auto value = [](const nv_values &values, const nv_values::key_type &name) {
+    auto found = values.find(name);
+    return found == values.end() ? "none" : found->second;
+  };
+  std::vector<nv_change> changes;
+  for (auto &[name, unused] : names)
+    if (value(before, name) != value(after, name))
+      changes.push_back({name.first, name.second, value(before, name), value(after, name)});
+  return changes;
+}
 
-}  // namespace
+void nv_snapshot() { snapshot = nv_values_of(phone_link::nv_items()); }
 
 std::string nv_diff(const std::string &path) {
   if (path.empty() && !snapshot)
     throw usage_error{"nv diff: there is no snapshot: take one with nv snapshot, or name a saved file."};
-  auto before = path.empty() ? *snapshot : values_of(read_items(path)),
-       after = values_of(phone_link::nv_items());
-  auto names = before;
-  names.insert(after.begin(), after.end());
-  auto value = [](const values_t &values, const std::string &name) {
-    auto found = values.find(name);
-    return found == values.end() ? "none" : found->second;
-  };
+  auto before = path.empty() ? *snapshot : nv_values_of(read_nv_file(path));
   std::string text;
-  for (auto &[name, unused] : names)
-    if (value(before, name) != value(after, name))
-      text += fmt::format("{}: {} -> {}\n", name, value(before, name), value(after, name));
+  for (auto &c : nv_changes(before, nv_values_of(phone_link::nv_items())))
+    text += fmt::format("{} {}: {} -> {}\n", c.item, c.parameter, c.before, c.after);
   return text;
 }
 
@@ -141,33 +143,6 @@ std::string nv_save(const std::string &path) {
   file.close();
   if (!file) throw usage_error{fmt::format("The file {} cannot be written.", path)};
   return fmt::format("{} NV items saved to {}.\n", items.size(), path);
-}
-
-std::string nv_load(const std::string &path) {
-  auto items = read_items(path);
-  for (auto &item : items)
-    if (!phone_link::put_nv(item))
-      throw usage_error{fmt::format("NV item {} cannot be written.", item.number)};
-  return fmt::format("{} NV items loaded from {}.\n", items.size(), path);
-}
-
-std::string run_nv(const std::vector<std::string> &words, const interpreter *in) {
-  auto &what = words[0];
-  auto path = [&] { return in ? in->beside_script(words[1]) : words[1]; };
-  auto shown = [](const std::string &text) { return std::string(trim_end(text)); };
-  if (what == "list" && words.size() == 1) return shown(nv_list());
-  if (what == "clear" && words.size() == 1) return phone_link::clear_nv(), "";
-  if (what == "snapshot" && words.size() == 1) return snapshot = values_of(phone_link::nv_items()), "";
-  if (what == "diff" && words.size() <= 2) return shown(nv_diff(words.size() == 2 ? path() : ""));
-  if (what == "save" && words.size() == 2) return shown(nv_save(words[1]));
-  if (what == "load" && words.size() == 2) return shown(nv_load(path()));
-  if (what == "show" && words.size() == 2) {
-    auto number = parse_number(words[1]);
-    if (!number || *number < 0 || *number > UINT32_MAX)
-      throw usage_error{fmt::format("nv show: \"{}\" is no NV number: give one like 340.", words[1])};
-    return shown(nv_show(static_cast<uint32_t>(*number)));
-  }
-  throw usage_error{"nv: give list, show NUMBER, snapshot, diff [FILE], save FILE, load FILE or clear."};
 }
 
 }  // namespace station

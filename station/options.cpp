@@ -46,6 +46,8 @@ const known_option known_options[] = {
      [](command_line &line, text value) { line.with.log_priority = log_priority(value); }},
     {{"nv", "FILE", "keeps NV in this file instead of in memory", "FILE"},
      [](command_line &line, text value) { line.with.nv_file = value; }},
+    {{"yes", "", "changes a lasting NV store (--nv, or a phone's own) without asking"},
+     [](command_line &line, text) { line.with.yes = true; }},
     {{"library", "FILE", "the library under test", "FILE"},
      [](command_line &line, text value) { line.with.library = value; }},
     {{"expect", "LIMITS",
@@ -61,10 +63,10 @@ const known_option known_options[] = {
      [](command_line &line, text) { line.how_much = detail::brief; }},
     {{"quiet", "", "only what failed, and the summary"},
      [](command_line &line, text) { line.how_much = detail::quiet; }},
-    {{"help", "", "tells this"}, [](command_line &line, text) { line.help = true; }},
-    {{"version", "", "tells the version"}, [](command_line &line, text) { line.version = true; }},
     {{"write", "", "doctor: also tries to write to NV, an item as it was read"},
      [](command_line &line, text) { line.write = true; }},
+    {{"help", "", "tells this"}, [](command_line &line, text) { line.help = true; }},
+    {{"version", "", "tells the version"}, [](command_line &line, text) { line.version = true; }},
 };
 
 constexpr word_help words[] = {

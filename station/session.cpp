@@ -1,11 +1,14 @@
 #include "session.h"
 
 #include "expectations.h"
+#include "nv_safe.h"
 #include "phone_link.h"
 
 #include <algorithm>
 #include <chrono>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <iterator>
 
 namespace station {
 
@@ -69,12 +72,17 @@ static int64_t real_us() {
       .count();
 }
 
+static std::string call_text(const function &f, const std::vector<std::string> &words) {
+  return fmt::format("{}{}{}", f.name, words.empty() ? "" : " ", fmt::join(words, " "));
+}
+
 const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where) {
   auto arguments = words;
   auto wants = take_wanted(f, arguments);
   prepared_call prepared(f, arguments);
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
+  if (f.writes_nv) ask_before_writing(*this, call_text(f, words), [&] { call(f, words, where); });
   phone_link::clear_contacts();
   auto start = phone_link::now_us(), real_start = real_us();
   auto result = prepared.run(lib);
@@ -90,6 +98,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
                                                     .own_us = real_us() - real_start});
   last_step->seen = observe(chip(), start, start + last_step->phone_us);
   last_step->expectations = judge_result(last_step->result, wants);
+  std::ranges::move(read_back(), std::back_inserter(last_step->expectations));
   ++summary.calls;
   summary.ledger += last_step->seen.ledger;
   summary.calls_us += last_step->phone_us;
@@ -128,7 +137,8 @@ void session::plan_fault(const std::string &what, unsigned nth, unsigned times, 
   if (id < 0)
     throw usage_error{
         fmt::format("\"{}\" is no place where a fault can be planned: give a function as ioctl, a driver "
-                    "command as ioctl:11, shell:ifconfig wlan0 up, nv_read:340 or nv_write:340.",
+                    "command as ioctl:11, shell:ifconfig wlan0 up, nv_read:340, nv_write:340 or "
+                    "nv_lose:340.",
                     what)};
   faults.push_back({what, id, where});
 }

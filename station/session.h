@@ -84,13 +84,15 @@ struct settings {
   std::string nv_file;
   bool real_clock = false;
   int log_priority = 0;
+  /** Lasting NV stores may be changed without a question. */
+  bool yes = false;
 };
 
-/** What runs on the phone, as far as the calls of this session tell. */
-struct test_progress {
 /** A fresh phone as the settings want it; throws usage_error where it cannot be had. */
 void prepare_phone(const settings &with);
 
+/** What runs on the phone, as far as the calls of this session tell. */
+struct test_progress {
   bool test_mode = false;
   bool transmit = false;
   bool receive = false;
@@ -116,6 +118,13 @@ public:
   /** Another chip in the same phone, with a library that remembers nothing. */
   void change_chip(unsigned chip);
 
+  /** May a lasting NV store be changed unasked? */
+  bool may_write() const { return options.yes || allowed; }
+  /** The user said yes: for a script once and for all, at the prompt for this time. */
+  void was_allowed() { allowed = !summary.info.name.empty(); }
+  /** Nobody is told of anything any more. */
+  void go_unheard() { reporters.clear(); }
+
   unsigned chip() const;
   const char *chip_name() const;
   /** The last call; null before the first. */
@@ -129,6 +138,7 @@ private:
   void follow(const std::string &name);
 
   settings options;
+  bool allowed = false;
   session_summary summary;
   std::vector<std::shared_ptr<reporter>> reporters;
   test_progress progress;

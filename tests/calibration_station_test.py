@@ -20,7 +20,7 @@ def test_the_session_holds(chip):
 
 
 def test_a_kept_store_tells_what_a_later_run_changed(tmp_path):
-    kept, saved = ("--nv", tmp_path / "nv.db"), tmp_path / "saved.txt"
+    kept, saved = ("--yes", "--nv", tmp_path / "nv.db"), tmp_path / "saved.txt"
     saved.write_text("340 WIC0_2G5G_OFDM pa2ga0=1000,-3000,5000;x=1;x=2;\n340 WINVRAM 0x0150FF\n")
     assert "2 NV items" in station(*kept, "nv", "load", saved).stdout
     assert station(*kept, "nv", "diff", saved).stdout == ""

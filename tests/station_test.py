@@ -397,16 +397,16 @@ def test_junit_report(session, tmp_path):
 def test_nv_is_kept_shown_saved_and_loaded(tmp_path):
     store, text, other = tmp_path / "store.db", tmp_path / "nv.txt", tmp_path / "other.db"
     text.write_text("# from the line\n340 WIC0_2G5G_OFDM pa2ga0=1,-2,3;pa5ga0=4,5;\n363 NV_UNUSED 0x00FF10\n")
-    assert station("--nv", store, "nv", "load", text).returncode == 0
+    assert station("--yes", "--nv", store, "nv", "load", text).returncode == 0
     shown = station("--nv", store, "nv", "show", "340").stdout
     assert "pa2ga0" in shown and "1,-2,3" in shown and "pa5ga0" in shown
     saved = tmp_path / "saved.txt"
     station("--nv", store, "nv", "save", saved)
-    station("--nv", other, "nv", "load", saved)
+    station("--yes", "--nv", other, "nv", "load", saved)
     listed = station("--nv", other, "nv", "list").stdout
     assert listed == station("--nv", store, "nv", "list").stdout
     assert "340 WIC0_2G5G_OFDM pa2ga0=1,-2,3;pa5ga0=4,5;\n" in listed and "363 NV_UNUSED 0x00FF1000" in listed
-    station("--nv", other, "nv", "clear")
+    station("--yes", "--nv", other, "nv", "clear")
     assert "empty" in station("--nv", other, "nv", "list").stdout
     text.write_text("340 A 0xZZ\n")
     assert f"{text}:1" in station("--nv", store, "nv", "load", text).stderr
