@@ -178,6 +178,7 @@ def test_calibration_is_told_before_and_after(page):
 def test_it_fits_and_can_be_read(page, width, scheme):
     screen(page, width, scheme)
     assert run(page, "return document.documentElement.scrollWidth") <= width
+    assert len(texts(page, ".axis .grid text")) >= 3
     ratio, what = page.execute_script(CONTRAST)
     assert ratio >= 4.5, what
 

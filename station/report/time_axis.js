@@ -90,7 +90,7 @@ function drawSpans(spans, kind, x, y, view) {
 }
 
 function drawGrid(view, x, left, width, bottom) {
-  const axis = ticks(view.from / 1e6, view.to / 1e6, Math.max(2, Math.floor((width - left) / 110)));
+  const axis = ticks(view.from / 1e6, view.to / 1e6, Math.max(3, Math.floor((width - left) / 90)));
   return axis.map(s => svg("g", {class: "grid"},
     svg("line", {x1: x(s * 1e6), x2: x(s * 1e6), y1: 0, y2: bottom}),
     svg("text", {x: x(s * 1e6), y: bottom + 16, "text-anchor": s * 1e6 <= view.from ? "start" : x(s * 1e6) > width - 24 ? "end" : "middle"},
