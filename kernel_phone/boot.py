@@ -22,9 +22,9 @@ FAILURES = ("Kernel panic", "Oops", "BUG:", "Call trace:", "Call Trace:", "ORVA-
 MOST_COMPLAINTS = 5
 
 
-def qemu_command(arch, kernel, initramfs, quiet=True):
+def qemu_command(arch, kernel, initramfs):
     machine, console = MACHINES[arch]
-    append = f"console={console} oops=panic panic=-1" + (" quiet loglevel=4" if quiet else "")
+    append = f"console={console} oops=panic panic=-1 quiet loglevel=4"
     return machine + ["-accel", "tcg", "-m", "192", "-smp", "1", "-nodefaults", "-no-user-config", "-display", "none",
                       "-no-reboot", "-nic", "none", "-kernel", str(kernel), "-initrd", str(initramfs),
                       "-append", append]

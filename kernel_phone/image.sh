@@ -104,8 +104,8 @@ copy_busybox() {
   install -D -m 755 "$cache/$arch/kernel/bin/busybox" "$image/bin/busybox"
   local name
   for name in mount hostname ifconfig insmod rmmod lsmod cat ls dmesg tar gzip base64 poweroff setsid cttyhack \
-    grep sed awk sort head tail cut tr printf sleep usleep date rm mkdir cp mv echo kill ps timeout true false env vi less od \
-    hexdump uname; do
+    grep sed awk sort head tail cut tr printf sleep usleep date rm mkdir cp mv echo kill ps timeout true false env vi \
+    less od hexdump uname; do
     ln -s busybox "$image/bin/$name"
   done
   # BusyBox's own shell prefers its applets to the programs on the path, and it has an svc of another kind.

@@ -46,8 +46,10 @@ install_native() {
   # Nothing that is installed may go for it: gcc-multilib, for one, does not bear a cross compiler beside it.
   local install=(env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends --no-remove)
   say "installing ${missing[*]}"
-  "${as_root[@]}" "${install[@]}" "${missing[@]}" >"$cache/install.log" 2>&1 ||
-    { "${as_root[@]}" apt-get -qq update && "${as_root[@]}" "${install[@]}" "${missing[@]}"; } >"$cache/install.log" 2>&1 ||
+  {
+    "${as_root[@]}" "${install[@]}" "${missing[@]}" ||
+      { "${as_root[@]}" apt-get -qq update && "${as_root[@]}" "${install[@]}" "${missing[@]}"; }
+  } >"$cache/install.log" 2>&1 ||
     skip "Debian's packages cannot be installed here: ${missing[*]} (see $cache/install.log)"
 }
 

@@ -1,6 +1,7 @@
 /*
- * What the console asks of the phone besides the library's functions. Two implementations: for the virtual
- * phone, and for a phone that is really there, of which the console sees nothing but the library's answers.
+ * What the console asks of the phone besides the library's functions. Three implementations: for the virtual
+ * phone, for the phone with a real kernel (kernel_phone/), and for a phone that is really there, of which the
+ * console sees nothing but the library's answers.
  */
 #ifndef STATION_PHONE_LINK_H
 #define STATION_PHONE_LINK_H
