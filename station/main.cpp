@@ -7,6 +7,8 @@
 #include "phone_link.h"
 #include "prompt.h"
 #include "report.h"
+#include "recording.h"
+#include "replay.h"
 #include "text.h"
 
 #include <algorithm>
@@ -27,6 +29,7 @@ reporters make_reporters(const command_line &line) {
   bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
   reporters all;
   if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
+  if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
   if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
   all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour));
   return all;
@@ -135,11 +138,24 @@ exit_status run_doctor(const command_line &line) {
 }
 
 exit_status run_list(const command_line &) { return fmt::print("{}", help_list()), PASSED; }
+exit_status run_replay(const command_line &line) {
+  if (line.words.size() != 2)
+    throw usage_error{"replay: name one recording, as in: orva-station replay unit.trace"};
+  return replay(line.words[1], line.with) ? PASSED : FAILED;
+}
+
+exit_status run_diff(const command_line &line) {
+  if (line.words.size() != 3)
+    throw usage_error{"diff: name two recordings, as in: orva-station diff good.trace bad.trace"};
+  return diff_recordings(line.words[1], line.words[2]) ? PASSED : FAILED;
+}
+
 
 /** The words of command_line_words, and what does them; any other is a function. */
 const std::map<std::string, exit_status (*)(const command_line &)> runners = {
-    {"", run_interactive}, {"run", run_sessions}, {"nv", run_nv_command}, {"preview", run_preview},
-    {"list", run_list},    {"help", run_help},    {"doctor", run_doctor},
+    {"", run_interactive},      {"run", run_sessions}, {"nv", run_nv_command}, {"preview", run_preview},
+    {"generate", run_generate}, {"list", run_list},    {"help", run_help},     {"doctor", run_doctor},
+    {"replay", run_replay},     {"diff", run_diff},
 };
 
 exit_status run(const command_line &line) {

@@ -57,6 +57,8 @@ const known_option known_options[] = {
      [](command_line &line, text value) { line.junit_file = value; }},
     {{"report", "FILE", "a page for people: verdict, steps, time axis, calibration, log", "FILE"},
      [](command_line &line, text value) { line.report_file = value; }},
+    {{"trace", "FILE", "a recording of every contact with the phone, for replay and diff", "FILE"},
+     [](command_line &line, text value) { line.trace_file = value; }},
     {{"json", "", "one JSON object a line instead of the table"},
      [](command_line &line, text) { line.json = true; }},
     {{"brief", "", "one line for each call, without driver commands and pauses"},
@@ -76,6 +78,8 @@ constexpr word_help words[] = {
     {"nv", "[OPTIONS] nv WORD [NUMBER|FILE]", "list, show, diff, save, load, backup, restore or clear NV",
      "list show diff save load backup restore clear"},
     {"doctor", "[OPTIONS] doctor", "tell what is missing for a session, and what helps"},
+    {"replay", "[OPTIONS] replay FILE", "run a recording's calls again, the phone answering as then", "FILE"},
+    {"diff", "diff FILE FILE", "tell where two recordings part", "FILE"},
     {"list", "list", "name every function"},
     {"help", "help [FUNCTION]", "explain one", "FUNCTION"},
 };

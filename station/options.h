@@ -18,6 +18,7 @@ struct command_line {
   std::string expect;
   std::string junit_file;
   std::string report_file;
+  std::string trace_file;
   /** doctor may write an NV item back as it was read. */
   bool write = false;
   bool help = false;

@@ -86,6 +86,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   phone_link::clear_contacts();
   auto start = phone_link::now_us(), real_start = real_us();
   auto result = prepared.run(lib);
+  auto contacts_made = phone_link::contacts().size();
   last_step = std::make_unique<call_step>(call_step{.called = &f,
                                                     .inputs = prepared.inputs(),
                                                     .remarks = prepared.remarks(),
@@ -95,7 +96,8 @@ const call_step &session::call(const function &f, const std::vector<std::string>
                                                     .where = where,
                                                     .start_us = start,
                                                     .phone_us = phone_link::now_us() - start,
-                                                    .own_us = real_us() - real_start});
+                                                    .own_us = real_us() - real_start,
+                                                    .contacts_made = contacts_made});
   last_step->seen = observe(chip(), start, start + last_step->phone_us);
   last_step->expectations = judge_result(last_step->result, wants);
   std::ranges::move(read_back(), std::back_inserter(last_step->expectations));
@@ -147,6 +149,7 @@ void session::change_chip(unsigned chip) {
   require(phone_link::set("chip", chip_names[chip]));
   load_library();
   summary.info.chip = chip_name();
+  for (auto &r : reporters) r->chip_changed(summary.info);
 }
 
 unsigned session::chip() const { return phone_link::chip(); }

@@ -37,6 +37,8 @@ struct call_step {
   int64_t start_us; /**< on the phone's clock */
   int64_t phone_us; /**< how long it took there */
   int64_t own_us;   /**< real time that the call cost this computer */
+  /** How many contacts the library itself had, of those that there are when reporters hear of the call. */
+  size_t contacts_made;
   bool held() const;
 };
 
@@ -64,6 +66,8 @@ class reporter {
 public:
   virtual ~reporter() = default;
   virtual void begin(const session_info &) {}
+  /** Another chip in the same session, with a library loaded anew. */
+  virtual void chip_changed(const session_info &) {}
   virtual void title(const std::string &) {}
   virtual void note(const std::string &) {}
   virtual void call(const call_step &) {}

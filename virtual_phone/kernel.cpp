@@ -57,6 +57,16 @@ template <typename Result> Result refuse(note what, int error, Result sign) {
   return sign;
 }
 
+/// A scripted contact fails as its script says, any other as planned faults say.
+verdict judge(function place, const struct phone_event *plan) {
+  verdict judged = use(place);
+  if (!plan) return judged;
+  bool fails = plan->error || plan->result < 0 || (plan->kind == PHONE_POPEN && plan->result == 0);
+  return {fails, plan->error};
+}
+
+verdict judge(function place, phone_event_kind kind) { return judge(place, scripted(kind)); }
+
 // ---- Sockets ---------------------------------------------------------------------------------------------
 
 int spare_stdin = -1;
@@ -78,7 +88,9 @@ void give_stdin_back() {
 
 int open_socket(int domain, int type, int protocol) {
   BEHIND(socket);
-  verdict judged = use(fn_socket);
+  auto *plan = scripted(PHONE_SOCKET);
+  verdict judged = judge(fn_socket, plan);
+  if (plan && !judged.fails && plan->result == 0) judged = {true, give_descriptor_0};
   if (judged.fails && judged.value != give_descriptor_0) {
     return refuse({.kind = PHONE_SOCKET, .result = -1}, judged.or_else(EMFILE), -1);
   }
@@ -114,6 +126,13 @@ std::string interface_name(const interface_request &request) {
   return name.substr(0, name.find(':'));
 }
 
+/// As run_driver, from a script.
+int play_driver(const struct phone_event &plan, uint8_t *record) {
+  auto *answer = static_cast<const uint8_t *>(plan.data) + RADIO_RECORD_SIZE;
+  if (plan.size >= 2 * RADIO_RECORD_SIZE) memcpy(record, answer, RADIO_RECORD_SIZE);
+  return plan.result < 0 ? -(plan.error ? plan.error : EIO) : static_cast<int>(plan.result);
+}
+
 /// 0 or more: what the call gives; negative: an errno.
 int run_driver(const std::string &name, uint8_t *sent, verdict judged) {
   if (judged.fails && judged.value >= 0) return -judged.or_else(EIO);
@@ -123,6 +142,7 @@ int run_driver(const std::string &name, uint8_t *sent, verdict judged) {
 }
 
 int private_command(int descriptor, interface_request *request) {
+  auto *plan = scripted(PHONE_IOCTL);
   if (is_wild(request) || is_wild(request->record)) {
     use(fn_ioctl);
     return refuse({.kind = PHONE_IOCTL, .result = -1, .number = {descriptor}}, EFAULT, -1);
@@ -132,7 +152,8 @@ int private_command(int descriptor, interface_request *request) {
   uint32_t command = number_at(both + 4);
   std::string name = interface_name(*request);
   int64_t now = phone_now_us();
-  int result = run_driver(name, request->record, use_ioctl(command));
+  verdict judged = use_ioctl(command);
+  int result = plan ? play_driver(*plan, request->record) : run_driver(name, request->record, judged);
   memcpy(both + RADIO_RECORD_SIZE, request->record, RADIO_RECORD_SIZE);
   record({.kind = PHONE_IOCTL,
           .result = result < 0 ? -1 : result,
@@ -160,7 +181,7 @@ int interface_flags(ifreq *request) {
 
 /// As on Linux, a close that reports an error has closed the descriptor all the same.
 int close_given(int descriptor) {
-  verdict judged = use(fn_close);
+  verdict judged = judge(fn_close, PHONE_CLOSE);
   take_descriptor(descriptor);
   int result = libc_close(descriptor);
   int error = result < 0 ? errno : 0;
@@ -179,7 +200,7 @@ int close_given(int descriptor) {
 /// The event is placed before the child exists, so that what the child does comes after it.
 pid_t fork_traced() {
   BEHIND(fork);
-  verdict judged = use(fn_fork);
+  verdict judged = judge(fn_fork, PHONE_FORK);
   if (judged.fails) return refuse({.kind = PHONE_FORK, .result = -1}, judged.or_else(EAGAIN), -1);
   size_t event = record({.kind = PHONE_FORK});
   pid_t child = next();
@@ -192,12 +213,13 @@ pid_t fork_traced() {
 }
 
 int become_shell(const char *command) {
-  verdict judged = use(fn_execl);
+  auto *plan = scripted(PHONE_EXEC);
+  verdict judged = judge(fn_execl, plan);
   if (judged.fails) {
     return refuse({.kind = PHONE_EXEC, .result = -1, .text = command}, judged.or_else(ENOENT), -1);
   }
   std::string output;
-  int status = run_shell(command, output);
+  int status = plan ? static_cast<int>(plan->result) : run_shell(command, output);
   record({.kind = PHONE_EXEC, .result = status, .text = command});
   _exit(status);
 }
@@ -222,11 +244,13 @@ pid_t fail_wait(pid_t child, int error, int64_t began) {
 pid_t wait_traced(pid_t child, int *status, int options) {
   BEHIND(waitpid);
   int64_t began = phone_now_us();
-  verdict judged = use(fn_waitpid);
+  auto *plan = scripted(PHONE_WAIT);
+  verdict judged = judge(fn_waitpid, plan);
   if (judged.fails) return fail_wait(child, judged.or_else(EINTR), began);
   int seen = 0;
   pid_t result = next(child, &seen, options);
   int error = result < 0 ? errno : 0;
+  if (plan) seen = static_cast<int>(plan->number[0]);
   if (result == child) {
     take_child(child);
     if (status) *status = seen;
@@ -249,7 +273,7 @@ void write_all(int descriptor, std::string_view text) {
 
 FILE *open_stream(const char *command) {
   static auto *const libc_fork = behind<pid_t()>("fork");
-  verdict judged = use(fn_popen);
+  verdict judged = judge(fn_popen, PHONE_POPEN);
   if (judged.fails) {
     return refuse<FILE *>({.kind = PHONE_POPEN, .text = command}, judged.or_else(EMFILE), nullptr);
   }
@@ -269,22 +293,34 @@ FILE *open_stream(const char *command) {
   return stream;
 }
 
+size_t play_stream(const struct phone_event &plan, void *into, size_t room) {
+  size_t size = std::min(room, plan.size);
+  memcpy(into, plan.data, size);
+  return size;
+}
+
 size_t read_stream(void *into, size_t size, size_t count, FILE *stream) {
   BEHIND(fread);
-  verdict judged = use(fn_fread);
+  auto *plan = scripted(PHONE_FREAD);
+  verdict judged = judge(fn_fread, plan);
   if (judged.fails) return refuse({.kind = PHONE_FREAD}, judged.or_else(EIO), size_t{0});
-  size_t items = next(into, size, count, stream);
-  record({.kind = PHONE_FREAD, .result = static_cast<int64_t>(items * size)});
+  size_t items =
+      plan && size ? play_stream(*plan, into, size * count) / size : next(into, size, count, stream);
+  record({.kind = PHONE_FREAD,
+          .result = static_cast<int64_t>(items * size),
+          .data = {static_cast<const char *>(into), items * size}});
   return items;
 }
 
 int close_stream(FILE *stream, pid_t child) {
-  verdict judged = use(fn_pclose);
+  auto *plan = scripted(PHONE_PCLOSE);
+  verdict judged = judge(fn_pclose, plan);
   take_stream(stream);
   fclose(stream);
   int status = -1;
   if (libc_waitpid(child, &status) != child) status = -1;
   if (judged.fails) return refuse({.kind = PHONE_PCLOSE, .result = -1}, judged.or_else(ECHILD), -1);
+  if (plan) status = static_cast<int>(plan->result);
   record({.kind = PHONE_PCLOSE, .result = status});
   return status;
 }
@@ -292,10 +328,11 @@ int close_stream(FILE *stream, pid_t child) {
 // ---- The debug node --------------------------------------------------------------------------------------
 
 int open_node() {
-  verdict judged = use(fn_open);
+  auto *plan = scripted(PHONE_OPEN);
+  verdict judged = judge(fn_open, plan);
   note what{.kind = PHONE_OPEN, .result = -1, .text = node_path};
   if (judged.fails) return refuse(what, judged.or_else(EACCES), -1);
-  if (!state().config.node_present) return refuse(what, ENOENT, -1);
+  if (!plan && !state().config.node_present) return refuse(what, ENOENT, -1);
   int descriptor = eventfd(0, EFD_CLOEXEC);
   if (descriptor < 0) return refuse(what, errno, -1);
   give_descriptor(descriptor, given::node);
@@ -311,7 +348,7 @@ void keep_written(std::string_view bytes) {
 }
 
 ssize_t write_node(const void *bytes, size_t size) {
-  verdict judged = use(fn_write);
+  verdict judged = judge(fn_write, PHONE_WRITE);
   note what{.kind = PHONE_WRITE, .result = -1, .data = {static_cast<const char *>(bytes), size}};
   if (judged.fails) return refuse(what, judged.or_else(EIO), ssize_t{-1});
   keep_written(what.data);

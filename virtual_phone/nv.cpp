@@ -203,6 +203,11 @@ verdict judge(uint32_t op, uint32_t number) {
   return any.fails ? any : this_one;
 }
 
+int play(const struct phone_event &plan, uint32_t size, void *buffer) {
+  if (buffer && plan.kind == PHONE_NV_READ) memcpy(buffer, plan.data, std::min<size_t>(size, plan.size));
+  return static_cast<int>(plan.result);
+}
+
 std::vector<nv_item> items() { return in_file() ? file_items() : memory_items(); }
 
 }  // namespace
@@ -224,11 +229,14 @@ using namespace phone;
 int kevoOperaNVWR(uint32_t op, uint32_t nv_num, const char *nv_name, uint32_t size, void *buf) {
   bool valid = op <= ORVA_NV_READ && valid_name(nv_name) && buf && size >= 1 && size <= item_size;
   verdict judged = judge(op, nv_num);
-  int result = judged.fails ? judged.or_else(nv_fault)
-               : !valid     ? static_cast<int>(nv_bad_request)
-                            : serve(op, {nv_num, nv_name}, size, buf);
+  auto kind = op == ORVA_NV_READ ? PHONE_NV_READ : PHONE_NV_WRITE;
+  auto *plan = scripted(kind);
+  int result = plan           ? play(*plan, size, buf)
+               : judged.fails ? judged.or_else(nv_fault)
+               : !valid       ? static_cast<int>(nv_bad_request)
+                              : serve(op, {nv_num, nv_name}, size, buf);
   bool has_data = valid && (op == ORVA_NV_WRITE || result == nv_ok);
-  record({.kind = op == ORVA_NV_READ ? PHONE_NV_READ : PHONE_NV_WRITE,
+  record({.kind = kind,
           .result = result,
           .number = {nv_num},
           .name = nv_name ? nv_name : "",

@@ -1,4 +1,5 @@
 // The phone's controls: description keys, clock, reset.
+#include "script.h"
 #include "state.h"
 
 #include "platform/platform.h"
@@ -191,6 +192,7 @@ void phone_reset(void) {
   shared.first_fault = 0;
   phone_events_clear();
   shared.named_count = 0;
+  phone_script_clear();
   reset_nv();
   forget_all_given();
 }
@@ -239,7 +241,10 @@ int phone_interface_up(void) { return state().radio.driver_loaded && state().rad
 uint32_t get_orva_connectivity_subchip(void) {
   auto &shared = state();
   use(fn_subchip);
-  int64_t index = shared.config.subchip < 0 ? int64_t{shared.radio.chip} : shared.config.subchip;
+  auto *plan = scripted(PHONE_SUBCHIP);
+  int64_t index = plan                        ? plan->result
+                  : shared.config.subchip < 0 ? int64_t{shared.radio.chip}
+                                              : shared.config.subchip;
   record({.kind = PHONE_SUBCHIP, .result = index});
   return static_cast<uint32_t>(index);
 }

@@ -66,7 +66,7 @@ enum phone_event_kind {
   PHONE_EXEC,   /**< in the child: text: the shell command, result: its exit status */
   PHONE_WAIT,   /**< result: as waitpid's; number[0]: the wait status */
   PHONE_POPEN,  /**< text: the command; result 1, or 0 where it failed */
-  PHONE_FREAD,  /**< result: bytes read */
+  PHONE_FREAD,  /**< result: bytes read; data: the bytes */
   PHONE_PCLOSE, /**< result */
   PHONE_OPEN,   /**< text: the path; result: descriptor */
   PHONE_WRITE,  /**< data: the bytes; result */

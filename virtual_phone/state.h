@@ -119,6 +119,11 @@ verdict use(function place);
 verdict use_ioctl(uint32_t command);
 verdict use_named(std::string_view place);
 
+// ---- Script ----------------------------------------------------------------------------------------------
+
+/// What the next contact of a kind shall give; null: what the phone gives.
+const struct phone_event *scripted(phone_event_kind kind);
+
 // ---- Descriptors, children and streams given out by this process ------------------------------------------
 
 enum class given : uint8_t { nothing, socket, node };
