@@ -40,6 +40,19 @@ if(TARGET virtual_phone)
 endif()
 if(TARGET orva-station)
   install(TARGETS orva-station)
+  if(NOT CMAKE_CROSSCOMPILING)  # the console itself makes these
+    set(orva_generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
+    function(install_generated what name folder)
+      add_custom_command(OUTPUT ${orva_generated}/${name} DEPENDS orva-station
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${orva_generated}
+        COMMAND orva-station generate ${what} > ${orva_generated}/${name})
+      add_custom_target(generate_${what} ALL DEPENDS ${orva_generated}/${name})
+      install(FILES ${orva_generated}/${name} DESTINATION ${folder})
+    endfunction()
+    install_generated(bash orva-station ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install_generated(zsh _orva-station ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install_generated(man orva-station.1 ${CMAKE_INSTALL_MANDIR}/man1)
+  endif()
 endif()
 
 install(EXPORT ${orva_package} NAMESPACE ${orva_package}:: FILE ${orva_package}Targets.cmake DESTINATION ${orva_cmake})

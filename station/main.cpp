@@ -1,14 +1,15 @@
 #include "commands.h"
 #include "doctor.h"
+#include "generate.h"
 #include "help.h"
 #include "interpreter.h"
 #include "nv_safe.h"
 #include "options.h"
 #include "phone_link.h"
 #include "prompt.h"
-#include "report.h"
 #include "recording.h"
 #include "replay.h"
+#include "report.h"
 #include "text.h"
 
 #include <algorithm>
@@ -28,8 +29,8 @@ using reporters = std::vector<std::shared_ptr<reporter>>;
 reporters make_reporters(const command_line &line) {
   bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
   reporters all;
-  if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
   if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
+  if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
   if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
   all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour));
   return all;
@@ -137,7 +138,6 @@ exit_status run_doctor(const command_line &line) {
   return tell(examine(line.with, line.write), line.json) ? PASSED : FAILED;
 }
 
-exit_status run_list(const command_line &) { return fmt::print("{}", help_list()), PASSED; }
 exit_status run_replay(const command_line &line) {
   if (line.words.size() != 2)
     throw usage_error{"replay: name one recording, as in: orva-station replay unit.trace"};
@@ -150,6 +150,12 @@ exit_status run_diff(const command_line &line) {
   return diff_recordings(line.words[1], line.words[2]) ? PASSED : FAILED;
 }
 
+exit_status run_list(const command_line &) { return fmt::print("{}", help_list()), PASSED; }
+
+exit_status run_generate(const command_line &line) {
+  fmt::print("{}", generate(line.words.size() == 2 ? line.words[1] : ""));
+  return PASSED;
+}
 
 /** The words of command_line_words, and what does them; any other is a function. */
 const std::map<std::string, exit_status (*)(const command_line &)> runners = {

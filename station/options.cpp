@@ -82,6 +82,7 @@ constexpr word_help words[] = {
     {"diff", "diff FILE FILE", "tell where two recordings part", "FILE"},
     {"list", "list", "name every function"},
     {"help", "help [FUNCTION]", "explain one", "FUNCTION"},
+    {"generate", "generate bash|zsh|man", "completion, page of the manual", "bash zsh man"},
 };
 
 /** The option table as getopt_long reads it; the places in the table are the ids, behind all characters. */
