@@ -26,6 +26,7 @@ namespace {
 constexpr unsigned long private_request = 0x89F2;
 constexpr uint32_t harmless_command = 24;  // reads the UPC code, with the interface up or down
 constexpr uint32_t item_size = 104;
+constexpr uint32_t nv_number = 340;
 constexpr std::array<uint32_t, chip_names.size()> magics = {2040, 2050, 0x2040A, 2070};
 constexpr const char *node = "/sys/vq20x0_debug/bfgx_test";
 
@@ -68,18 +69,14 @@ finding functions_finding(const library &lib) {
 void examine_library(const std::string &path, std::vector<finding> &all) {
   library lib;
   auto trouble = lib.load(path);
-  if (trouble.empty()) {
-    all.push_back(good("library", path));
-    all.push_back(platform_finding(undefined_functions(lib.symbol(functions().front().name))));
-    all.push_back(functions_finding(lib));
+  auto undefined = undefined_functions(trouble);
+  if (!trouble.empty() && undefined.empty()) {
+    all.push_back(missing("library", {path, trouble, "install the library, or name it with --library FILE"}));
     return;
   }
-  if (auto name = undefined_in_message(trouble); !name.empty()) {
-    all.push_back(good("library", path));
-    all.push_back(platform_finding({name}));
-    return;
-  }
-  all.push_back(missing("library", {path, trouble, "install the library, or name it with --library FILE"}));
+  all.push_back(good("library", path));
+  all.push_back(platform_finding(undefined));
+  if (trouble.empty()) all.push_back(functions_finding(lib));
 }
 
 // ---- Chip and driver -------------------------------------------------------------------------------------
@@ -201,22 +198,27 @@ void examine_shell(std::vector<finding> &all) {
 
 // ---- NV, permissions -------------------------------------------------------------------------------------
 
-void examine_nv(bool write, std::vector<finding> &all) {
-  constexpr uint32_t number = 340;
-  constexpr const char *name = "WIC0_2G5G_OFDM";
+/** An item never written reads as zeros; to write those would make one. */
+finding examine_nv_writing(const char *name, char (&item)[item_size], bool write) {
+  constexpr const char *what = "NV writing";
+  if (!write) return unknown(what, "this would write", "doctor --write writes an item back as it was read");
+  if (std::ranges::all_of(item, [](char byte) { return byte == 0; }))
+    return unknown(
+        what, fmt::format("item {} {} is empty, and writing would not leave it as it was", nv_number, name),
+        "calibrate the unit first");
+  int code = kevoOperaNVWR(ORVA_NV_WRITE, nv_number, name, item_size, item);
+  return code ? missing(what, cause_of_nv(code)) : good(what, "the same bytes written back");
+}
+
+void examine_nv(unsigned chip, bool write, std::vector<finding> &all) {
+  const char *name = chip % 2 ? "WIC0_2G5G_OFDM" : "WINVRAM";
   char item[item_size] = {};
-  if (int code = kevoOperaNVWR(ORVA_NV_READ, number, name, item_size, item)) {
-    all.push_back(missing("NV reading", cause_of_nv(code)));
-    return all.push_back(
-        unknown("NV writing", "nothing was read that could be written back", "see \"NV reading\""));
-  }
-  all.push_back(good("NV reading", fmt::format("item {} {}", number, name)));
-  if (!write)
-    return all.push_back(
-        unknown("NV writing", "this would write", "doctor --write writes an item back as it was read"));
-  int code = kevoOperaNVWR(ORVA_NV_WRITE, number, name, item_size, item);
-  all.push_back(code ? missing("NV writing", cause_of_nv(code))
-                     : good("NV writing", "the same bytes written back"));
+  int code = kevoOperaNVWR(ORVA_NV_READ, nv_number, name, item_size, item);
+  all.push_back(code ? missing("NV reading", cause_of_nv(code))
+                     : good("NV reading", fmt::format("item {} {}", nv_number, name)));
+  all.push_back(code ? unknown("NV writing", "nothing was read that could be written back",
+                               "see the line \"NV reading\"")
+                     : examine_nv_writing(name, item, write));
 }
 
 bool may_administer_network() {
@@ -271,7 +273,7 @@ std::vector<finding> examine(const settings &with, bool write) {
   all.push_back(examine_chip(chip));
   examine_driver(chip, all);
   examine_shell(all);
-  examine_nv(write, all);
+  examine_nv(chip, write, all);
   examine_permissions(chip, all);
   return all;
 }

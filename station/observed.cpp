@@ -202,7 +202,8 @@ void add_trouble(observed &seen, const contact &e, unsigned chip) {
     seen.troubles.push_back({fmt::format("NV {} {}", e.kind == PHONE_NV_READ ? "read" : "write", e.number[0]),
                              trouble_kind::nv_code, e.result});
   else if (call != calls.end() && e.error != 0)
-    seen.troubles.push_back({fmt::format("{} {}", call->second, e.text), trouble_kind::error, e.error});
+    seen.troubles.push_back(
+        {fmt::format("{}{}{}", call->second, *e.text ? " " : "", e.text), trouble_kind::error, e.error});
 }
 
 int64_t &account(time_ledger &ledger, phone_event_kind kind) {

@@ -1,85 +1,102 @@
 #include "platform_functions.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <cstring>
 #include <dlfcn.h>
 #include <elf.h>
+#include <fstream>
+#include <iterator>
 #include <link.h>
 #include <regex>
 
 namespace station {
 namespace {
 
-struct tables {
-  const ElfW(Sym) *symbols = nullptr;
-  const char *names = nullptr;
-  const uint32_t *gnu_hash = nullptr;
-  const uint32_t *hash = nullptr;
-
-  /** A GNU hash table begins behind the undefined ones, which is all that is looked for here. */
-  size_t count() const { return gnu_hash ? gnu_hash[1] : hash ? hash[1] : 0; }
-};
-
-/** Some loaders turn the addresses in the dynamic section into absolute ones, some leave them. */
-template <class T> const T *at(ElfW(Addr) base, ElfW(Addr) address) {
-  return reinterpret_cast<const T *>(address < base ? base + address : address);
-}
-
-tables read_tables(ElfW(Addr) base, const ElfW(Dyn) * entry) {
-  tables t;
-  for (; entry->d_tag != DT_NULL; ++entry) {
-    auto address = entry->d_un.d_ptr;
-    if (entry->d_tag == DT_SYMTAB) t.symbols = at<ElfW(Sym)>(base, address);
-    if (entry->d_tag == DT_STRTAB) t.names = at<char>(base, address);
-    if (entry->d_tag == DT_GNU_HASH) t.gnu_hash = at<uint32_t>(base, address);
-    if (entry->d_tag == DT_HASH) t.hash = at<uint32_t>(base, address);
+/** A library's file, read with care: it is one that did not load. */
+class library_file {
+public:
+  explicit library_file(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+    header = at<ElfW(Ehdr)>(0);
+    if (bytes.compare(0, SELFMAG, ELFMAG) != 0) header = {};
   }
-  return t;
-}
 
-struct search {
-  const void *base;
-  tables found;
+  std::vector<std::string> needed_libraries() const {
+    std::vector<std::string> all;
+    auto table = section_of(SHT_DYNAMIC);
+    for (auto &entry : entries<ElfW(Dyn)>(table))
+      if (entry.d_tag == DT_NEEDED) all.push_back(name(table, entry.d_un.d_val));
+    return all;
+  }
+
+  std::vector<std::string> undefined_symbols() const {
+    std::vector<std::string> all;
+    auto table = section_of(SHT_DYNSYM);
+    for (auto &symbol : entries<ElfW(Sym)>(table))
+      if (symbol.st_shndx == SHN_UNDEF && symbol.st_info >> 4 == STB_GLOBAL)
+        all.push_back(name(table, symbol.st_name));
+    return all;
+  }
+
+private:
+  template <class T> T at(size_t offset) const {
+    T value{};
+    if (offset <= bytes.size() && bytes.size() - offset >= sizeof value)
+      memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+  }
+
+  ElfW(Shdr) section(size_t i) const { return at<ElfW(Shdr)>(header.e_shoff + i * sizeof(ElfW(Shdr))); }
+
+  ElfW(Shdr) section_of(unsigned type) const {
+    for (size_t i = 0; i < header.e_shnum; ++i)
+      if (section(i).sh_type == type) return section(i);
+    return {};
+  }
+
+  template <class T> std::vector<T> entries(const ElfW(Shdr) & table) const {
+    std::vector<T> all;
+    auto size = std::min<size_t>(table.sh_size, bytes.size());
+    for (size_t i = 0; i + sizeof(T) <= size; i += sizeof(T)) all.push_back(at<T>(table.sh_offset + i));
+    return all;
+  }
+
+  /** A name in the string table that belongs to a table. */
+  std::string name(const ElfW(Shdr) & table, size_t offset) const {
+    auto from = section(table.sh_link).sh_offset + offset;
+    return from < bytes.size() ? bytes.substr(from, bytes.find('\0', from) - from) : "";
+  }
+
+  std::string bytes;
+  ElfW(Ehdr) header;
 };
 
-int take_tables(dl_phdr_info *info, size_t, void *wanted) {
-  auto *s = static_cast<search *>(wanted);
-  if (reinterpret_cast<const void *>(info->dlpi_addr) != s->base) return 0;
-  auto *end = info->dlpi_phdr + info->dlpi_phnum;
-  auto *dynamic =
-      std::find_if(info->dlpi_phdr, end, [](auto &header) { return header.p_type == PT_DYNAMIC; });
-  if (dynamic != end)
-    s->found =
-        read_tables(info->dlpi_addr, reinterpret_cast<const ElfW(Dyn) *>(info->dlpi_addr + dynamic->p_vaddr));
-  return 1;
-}
+struct refusal {
+  std::string path;
+  std::string function;
+};
 
-bool is_wanted(const ElfW(Sym) & symbol) {
-  return symbol.st_shndx == SHN_UNDEF && symbol.st_name != 0 && (symbol.st_info >> 4) == STB_GLOBAL;
+/** In the words of the loaders that we know. */
+refusal understand(const std::string &message) {
+  static const std::regex ours("(/[^ :]+): undefined symbol: (\\w+)");
+  static const std::regex phones("cannot locate symbol \"(\\w+)\" referenced by \"([^\"]+)\"");
+  std::smatch found;
+  if (std::regex_search(message, found, ours)) return {found[1], found[2]};
+  if (std::regex_search(message, found, phones)) return {found[2], found[1]};
+  return {};
 }
 
 }  // namespace
 
-std::vector<std::string> undefined_functions(const void *inside) {
-  Dl_info where{};
-  if (!inside || !dladdr(inside, &where)) return {};
-  search s{where.dli_fbase, {}};
-  dl_iterate_phdr(take_tables, &s);
-  std::vector<std::string> all;
-  auto *library = dlopen(where.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
-  for (size_t i = 0; s.found.symbols && s.found.names && i < s.found.count(); ++i) {
-    auto *name = s.found.names + s.found.symbols[i].st_name;
-    if (is_wanted(s.found.symbols[i]) && !dlsym(RTLD_DEFAULT, name) && !(library && dlsym(library, name)))
-      all.emplace_back(name);
-  }
-  if (library) dlclose(library);
-  return all;
-}
-
-std::string undefined_in_message(const std::string &message) {
-  std::smatch found;
-  static const std::regex named("(?:undefined symbol: |cannot locate symbol \")(\\w+)");
-  return std::regex_search(message, found, named) ? found[1].str() : "";
+std::vector<std::string> undefined_functions(const std::string &message) {
+  auto refused = understand(message);
+  if (refused.function.empty()) return {};
+  library_file file(refused.path);
+  for (auto &library : file.needed_libraries()) dlopen(library.c_str(), RTLD_NOW | RTLD_GLOBAL);
+  auto all = file.undefined_symbols();
+  std::erase_if(all, [](auto &name) { return dlsym(RTLD_DEFAULT, name.c_str()) != nullptr; });
+  return all.empty() ? std::vector{refused.function} : all;
 }
 
 }  // namespace station

@@ -1,4 +1,4 @@
-/* Which functions a loaded library leaves to the phone, and which of them the phone does not have. */
+/* Which functions of a library that would not load the phone does not have. */
 #ifndef STATION_PLATFORM_FUNCTIONS_H
 #define STATION_PLATFORM_FUNCTIONS_H
 
@@ -7,10 +7,11 @@
 
 namespace station {
 
-/** Undefined functions of the library that this address lies in, which nothing loaded defines. */
-std::vector<std::string> undefined_functions(const void *inside);
-/** The function that a loader's message names as undefined; "" where it tells of something else. */
-std::string undefined_in_message(const std::string &message);
+/**
+ * A loader's message names one undefined function: that one, and all others that the library of the message
+ * needs and nothing loaded defines. Empty where the message tells of something else.
+ */
+std::vector<std::string> undefined_functions(const std::string &message);
 
 }  // namespace station
 

@@ -12,3 +12,8 @@ set_tests_properties(station PROPERTIES ENVIRONMENT
 add_test(NAME station_nv COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/station_nv_test.py)
 set_tests_properties(station_nv PROPERTIES ENVIRONMENT
   "ORVA_STATION=$<TARGET_FILE:orva-station>;ORVA_STATION_PHONE=$<TARGET_FILE:orva-station-phone>;PYTHONDONTWRITEBYTECODE=1")
+
+add_test(NAME station_doctor
+  COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/station_doctor_test.py)
+set_tests_properties(station_doctor PROPERTIES ENVIRONMENT
+  "ORVA_STATION=$<TARGET_FILE:orva-station>;ORVA_CARELESS=$<TARGET_FILE:station_careless>;PYTHONDONTWRITEBYTECODE=1")
