@@ -177,7 +177,7 @@ def test_bash_completes(typed, offered, tmp_path):
 
 def test_zsh_takes_the_completion_with_its_meanings(tmp_path):
     needs("zsh")
-    script = """compdef() { print "$1 $2" }; source "$1"; print -l $_orva_station_functions $_orva_station_options
+    script = """compdef() { print "$1 $2" }; source "$1"; print -rl $_orva_station_functions $_orva_station_options
 print -r -- "${_orva_station_argument[wifi_set_channel 1]}" """
     done = subprocess.run(["zsh", "-fc", script, "-", made("zsh", tmp_path)], capture_output=True, text=True, timeout=20)
     assert done.returncode == 0 and done.stderr == "" and done.stdout.startswith("_orva_station orva-station\n")
