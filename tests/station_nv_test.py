@@ -198,8 +198,3 @@ def test_the_man_page_lists_all_and_pleases_its_readers(tmp_path):
             done = subprocess.run([*reader, page], capture_output=True, text=True, timeout=20,
                                   env={**os.environ, "LC_ALL": "C.UTF-8"})
             assert (done.returncode, done.stderr) == (0, "") and (reader[0] == "man" or done.stdout == "")
-
-
-def test_generate_says_what_it_can_make():
-    done = station("generate", "fish")
-    assert done.returncode == 2 and "bash or zsh" in done.stderr

@@ -91,6 +91,9 @@ def session(tmp_path):
         (["nv", "show", "many"], ["many", "340"]),
         (["nv", "load", "/nowhere/nv.txt"], ["/nowhere/nv.txt"]),
         (["nv", "forget"], ["list", "show NUMBER"]),
+        (["nv", "restore", "/nowhere/nv.txt"], ["/nowhere/nv.txt"]),
+        (["preview"], ["name a call"]),
+        (["generate", "fish"], ["bash or zsh"]),
     ],
 )
 def test_misuse_is_told_in_words(arguments, told):
