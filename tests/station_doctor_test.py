@@ -5,11 +5,13 @@ import os
 import pathlib
 import subprocess
 
+import jsonschema
 import pytest
 
 STATION = os.environ["ORVA_STATION"]
 CARELESS = os.environ["ORVA_CARELESS"]
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/session.schema.json").read_text()))
 
 
 def station(*arguments):
@@ -20,6 +22,8 @@ def doctor(*arguments):
     """The exit status, and each finding by what it is about."""
     done = station("--json", *arguments, "doctor")
     *findings, verdict = [json.loads(line) for line in done.stdout.splitlines()]
+    for line in [*findings, verdict]:
+        SCHEMA.validate(line)
     missing = sum(finding["state"] == "missing" for finding in findings)
     assert verdict == {"type": "doctor", "missing": missing, "ready": missing == 0}
     assert done.returncode == (missing > 0)

@@ -43,8 +43,9 @@ using namespace phone;
 
 void phone_script(const struct phone_event *event) {
   if (places() == MAP_FAILED || static_cast<size_t>(event->kind) >= kinds) return;
-  auto &kept = plan[event->kind].emplace_back(planned{
-      event->name, event->text, std::string(static_cast<const char *>(event->data), event->size), *event});
+  auto &kept = plan[event->kind].emplace_back(
+      planned{event->name, event->text,
+              event->size ? std::string(static_cast<const char *>(event->data), event->size) : "", *event});
   kept.event.name = kept.name.c_str();
   kept.event.text = kept.text.c_str();
   kept.event.data = kept.data.data();
