@@ -10,6 +10,10 @@ foreach(chip vq2040 vq2050 vq2040a vq2070)
   set_tests_properties(fault_sweep.${chip} PROPERTIES TIMEOUT 600)
 endforeach()
 
+add_executable(quality_test quality_test.cpp)
+target_link_libraries(quality_test PRIVATE orva_objects virtual_phone GTest::gtest_main m)
+gtest_discover_tests(quality_test DISCOVERY_TIMEOUT 60)
+
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT ORVA_SANITIZE)
   add_test(NAME footprint COMMAND ${PROJECT_SOURCE_DIR}/script/footprint $<TARGET_FILE:wifi_factory_test_orva>)
 endif()
