@@ -19,7 +19,11 @@ struct planned {
   struct phone_event event;
 };
 
-std::array<std::deque<planned>, kinds> plan;
+/// Made when first asked for: the phone clears it before this file's variables are.
+std::deque<planned> &plan(size_t kind) {
+  static std::array<std::deque<planned>, kinds> all;
+  return all[kind];
+}
 
 std::atomic<size_t> *places() {
   static auto *const shared =
@@ -31,7 +35,7 @@ std::atomic<size_t> *places() {
 }  // namespace
 
 const struct phone_event *scripted(phone_event_kind kind) {
-  auto &line = plan[kind];
+  auto &line = plan(kind);
   if (line.empty()) return nullptr;
   size_t at = places()[kind]++;
   return at < line.size() ? &line[at].event : nullptr;
@@ -43,8 +47,10 @@ using namespace phone;
 
 void phone_script(const struct phone_event *event) {
   if (places() == MAP_FAILED || static_cast<size_t>(event->kind) >= kinds) return;
-  auto &kept = plan[event->kind].emplace_back(
-      planned{event->name, event->text,
+  auto &kept =
+      plan(event->kind)
+          .emplace_back(planned{
+              event->name, event->text,
               event->size ? std::string(static_cast<const char *>(event->data), event->size) : "", *event});
   kept.event.name = kept.name.c_str();
   kept.event.text = kept.text.c_str();
@@ -53,7 +59,7 @@ void phone_script(const struct phone_event *event) {
 
 void phone_script_clear(void) {
   for (size_t kind = 0; kind < kinds; kind++) {
-    if (!plan[kind].empty()) places()[kind] = 0;
-    plan[kind].clear();
+    if (!plan(kind).empty()) places()[kind] = 0;
+    plan(kind).clear();
   }
 }
