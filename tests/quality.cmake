@@ -5,6 +5,7 @@ target_compile_definitions(fault_sweep PRIVATE EXPORTS="${PROJECT_SOURCE_DIR}/ap
 add_dependencies(fault_sweep wifi_factory_test_orva)
 target_include_directories(fault_sweep PRIVATE ${PROJECT_SOURCE_DIR})
 set_target_properties(fault_sweep PROPERTIES BUILD_RPATH "$<TARGET_FILE_DIR:wifi_factory_test_orva>")
+target_link_options(fault_sweep PRIVATE -Wl,--disable-new-dtags)  # as for the other tests of the library
 foreach(chip vq2040 vq2050 vq2040a vq2070)
   add_test(NAME fault_sweep.${chip} COMMAND fault_sweep ${chip})
   set_tests_properties(fault_sweep.${chip} PROPERTIES TIMEOUT 600)

@@ -169,6 +169,7 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "phone_fault_fired": (c_uint, (c_int,)),
     "phone_faults_unfired": (c_uint, ()),
     "phone_faults_clear": (None, ()),
+    "phone_part": (None, ()),
     "phone_uses": (c_uint, (c_char_p,)),
     "phone_driver_answer": (c_int, (c_uint32, c_char_p, c_size_t)),
     "phone_driver_answers_clear": (None, ()),
