@@ -52,16 +52,21 @@ void compare(const bench::operation &operation, void (*floor)()) {
 }
 
 /// Times calls, forgetting the trace now and then with the watch stopped.
-void time_calls(benchmark::State &state, void (*prepare)(), void (*run)()) {
+void time_calls(benchmark::State &state, const bench::operation &operation, void (*run)()) {
+  const int most = operation.prepare_each ? 1 : calls_between_clearings;
+  int calls = most;
   phone_reset();
-  prepare();
-  int calls = 0;
+  operation.prepare();
   for (auto _ : state) {
+    if (calls == most) {
+      state.PauseTiming();
+      if (operation.prepare_each) operation.prepare();
+      phone_events_clear();
+      calls = 0;
+      state.ResumeTiming();
+    }
     run();
-    if (++calls % calls_between_clearings != 0) continue;
-    state.PauseTiming();
-    phone_events_clear();
-    state.ResumeTiming();
+    calls++;
   }
 }
 
@@ -69,7 +74,7 @@ void time_calls(benchmark::State &state, void (*prepare)(), void (*run)()) {
 void real_session(benchmark::State &state) {
   for (auto _ : state) {
     state.PauseTiming();
-    phone_reset();
+    bench::prepare_session();
     phone_set_clock(PHONE_CLOCK_REAL);
     state.ResumeTiming();
     bench::session();
@@ -141,12 +146,15 @@ int main(int count, char **words) {
     const bench::operation &operation = bench::operations[i];
     compare(operation, floors[i]);
     const std::string name = operation.name;
-    benchmark::RegisterBenchmark(("library/" + name).c_str(), time_calls, operation.prepare, operation.run);
-    benchmark::RegisterBenchmark(("floor/" + name).c_str(), time_calls, operation.prepare, floors[i]);
+    benchmark::RegisterBenchmark(("library/" + name).c_str(), time_calls, operation, operation.run);
+    benchmark::RegisterBenchmark(("floor/" + name).c_str(), time_calls, operation, floors[i]);
   }
-  benchmark::RegisterBenchmark("dispatch/public", time_calls, bench::nothing, public_call);
-  benchmark::RegisterBenchmark("dispatch/back_end", time_calls, bench::nothing, back_end_call);
-  benchmark::RegisterBenchmark("dispatch/chip_query", time_calls, bench::nothing, chip_query);
+  const bench::operation calls[] = {{"public", bench::nothing, public_call, false},
+                                    {"back_end", bench::nothing, back_end_call, false},
+                                    {"chip_query", bench::nothing, chip_query, false}};
+  for (const bench::operation &call : calls) {
+    benchmark::RegisterBenchmark((std::string("dispatch/") + call.name).c_str(), time_calls, call, call.run);
+  }
   for (const char *chip : {"vq2040a", "vq2050"}) {
     benchmark::RegisterBenchmark((std::string("read_all/") + chip).c_str(), read_all, chip)
         ->Arg(0)
@@ -155,7 +163,7 @@ int main(int count, char **words) {
         ->Arg(103);
   }
   benchmark::RegisterBenchmark("merge", merge)->Arg(0)->Arg(26)->Arg(52)->Arg(78);
-  benchmark::RegisterBenchmark("real/session", real_session)->Iterations(2)->UseRealTime();
+  benchmark::RegisterBenchmark("real/session", real_session)->Iterations(1)->UseRealTime();
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }

@@ -3,6 +3,7 @@
 #define BENCH_OPERATIONS_H
 
 #include "api/wifi_factory_test_orva.h"
+#include "virtual_phone/phone.h"
 
 namespace bench {
 
@@ -37,19 +38,27 @@ inline void prepare_transmit() {
   settings();
 }
 
+/// A phone in its owner's hands: wlan0 up, and test mode off.
+inline void prepare_session() {
+  phone_reset();  // another chip may be fitted, whose test mode is not meant
+  wifi_stop_testmode();
+  phone_reset();
+}
+
 inline void nothing() {}
 
 struct operation {
   const char *name;
   void (*prepare)();
   void (*run)();
+  bool prepare_each;  // before every run, not only before the first
 };
 
 inline constexpr operation operations[] = {
-    {"setter", nothing, setter},
-    {"value_command", nothing, value_command},
-    {"transmit_start", prepare_transmit, transmit_start},
-    {"session", nothing, session},
+    {"setter", nothing, setter, false},
+    {"value_command", nothing, value_command, false},
+    {"transmit_start", prepare_transmit, transmit_start, false},
+    {"session", prepare_session, session, true},
 };
 
 }  // namespace bench

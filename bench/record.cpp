@@ -37,7 +37,7 @@ void write_event(const struct phone_event &event) {
   case PHONE_IOCTL:
     puts("{");
     write_record(static_cast<const uint8_t *>(event.data));
-    puts("send(s, sent);\n}");
+    puts("issue(s, sent);\n}");
     return;
   case PHONE_CLOSE: puts("close(s);"); return;
   case PHONE_FORK: printf("child = fork();\n"); return;
@@ -70,7 +70,7 @@ constexpr char head[] = R"(#include <net/if.h>
 #include <unistd.h>
 #include "platform/platform.h"
 
-static void send(int s, const unsigned char *sent) {
+static void issue(int s, const unsigned char *sent) {
   unsigned char record[264];
   struct ifreq request;
   memcpy(record, sent, sizeof record);

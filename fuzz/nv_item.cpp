@@ -1,5 +1,6 @@
 // Calibration texts as NV may hold them: reading, merging, keeping, correcting and reading all of them.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -16,10 +17,11 @@ using namespace fuzz;
 
 namespace {
 
-std::string item_text(const orva::cal_row &row) {
-  char item[ORVA_NV_ITEM_SIZE];
-  expect(phone_nv_get(row.nv_number, row.nv_name, item) == 0, "an item cannot be read back");
-  expect(memchr(item, 0, sizeof item) != nullptr, "an item is not terminated");
+using item_bytes = std::array<char, ORVA_NV_ITEM_SIZE>;
+
+item_bytes get(const orva::cal_row &row) {
+  item_bytes item;
+  expect(phone_nv_get(row.nv_number, row.nv_name, item.data()) == 0, "an item cannot be read back");
   return item;
 }
 
@@ -79,12 +81,14 @@ void merge(const orva::chip &chip, const orva::cal_row &row, input &from, const 
 }
 
 void correct(const orva::chip &chip, const orva::cal_row &row, input &from) {
+  const item_bytes first = get(row);
   const int32_t freq = from.number();
   const text error(std::to_string(from.number()));
   const uint32_t result = orva::wifi_nvram_calibrate_set(chip, 0, row.group, row.mode, row.band,
                                                          row.bandwidth, freq, error.get());
   expect(result <= 1, "a correction answers something else");
-  item_text(row);
+  const item_bytes now = get(row);
+  expect(now == first || memchr(now.data(), 0, now.size()) != nullptr, "an item is written without an end");
 }
 
 void read_all(int32_t size) {
@@ -103,13 +107,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
   const orva::chip &chip = chip_at(chip_number);
   const orva::cal_row &row = choose_row(chip, from.byte());
   const uint8_t action = from.byte() % 5;
-  input numbers(bytes, size);
   const auto drawn = from.some(24);
-  numbers = input(drawn.data(), drawn.size());
+  input numbers(drawn.data(), drawn.size());
   put(row, from.rest());
-  char item[ORVA_NV_ITEM_SIZE];
-  phone_nv_get(row.nv_number, row.nv_name, item);
-  const std::string stored(item, strnlen(item, sizeof item - 1));
+  const item_bytes item = get(row);
+  const std::string stored(item.data(), strnlen(item.data(), item.size() - 1));
   switch (action) {
   case 0: run_buffer_routine(chip, row, ORVA_NVBUF_READ, 1 + numbers.byte() % 128, {}); break;
   case 1: merge(chip, row, numbers, stored); break;

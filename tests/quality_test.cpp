@@ -1,6 +1,8 @@
 // What coverage and mutation found untried: single steps of the back ends, and answers that no table of today
 // asks for.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstring>
 
@@ -22,6 +24,7 @@ struct back_end {
   const orva::chip *chip;
   uint32_t (*set_country)();
   int32_t (*run_by_stream)(const char *command, char *output, uint32_t size);
+  uint32_t (*set_address)(const char *mac);
   uint32_t (*set_chain)(int32_t chain);  // null: there is no such operation
 };
 
@@ -51,16 +54,17 @@ protected:
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(Chips, BackEnd,
-                         ::testing::Values(back_end{&orva::vq2040, vq2040_wifi_set_country_all,
-                                                    vq2040_run_cmd_by_stream, vq2040_wifi_setmimo_channel},
-                                           back_end{&orva::vq2050, vq2050_wifi_set_country_all,
-                                                    vq2050_run_cmd_by_stream, vq2050_wifi_setmimo_channel},
-                                           back_end{&orva::vq2040a, vq2040a_wifi_set_country_all,
-                                                    vq2040a_run_cmd_by_stream, nullptr},
-                                           back_end{&orva::vq2070, vq2070_wifi_set_country_all,
-                                                    vq2070_run_cmd_by_stream, vq2070_wifi_setmimo_channel}),
-                         [](const auto &one) { return std::string(one.param.chip->name); });
+INSTANTIATE_TEST_SUITE_P(
+    Chips, BackEnd,
+    ::testing::Values(back_end{&orva::vq2040, vq2040_wifi_set_country_all, vq2040_run_cmd_by_stream,
+                               vq2040_wifi_set_hw_mac_addr, vq2040_wifi_setmimo_channel},
+                      back_end{&orva::vq2050, vq2050_wifi_set_country_all, vq2050_run_cmd_by_stream,
+                               vq2050_wifi_set_hw_mac_addr, vq2050_wifi_setmimo_channel},
+                      back_end{&orva::vq2040a, vq2040a_wifi_set_country_all, vq2040a_run_cmd_by_stream,
+                               vq2040a_wifi_set_hw_mac_addr, nullptr},
+                      back_end{&orva::vq2070, vq2070_wifi_set_country_all, vq2070_run_cmd_by_stream,
+                               vq2070_wifi_set_hw_mac_addr, vq2070_wifi_setmimo_channel}),
+    [](const auto &one) { return std::string(one.param.chip->name); });
 
 TEST_P(BackEnd, TheCountryCodeGoesToTheDriverAtOnce) {
   EXPECT_EQ(GetParam().set_country(), 1U);
@@ -111,6 +115,18 @@ TEST_P(BackEnd, OnlyARunningWlanInterfaceIsTakenFromTheFramework) {
     EXPECT_EQ(phone_uses("shell:svc wifi disable"), one.taken ? 1U : 0U) << one.netcfg;
     EXPECT_EQ(logged("wlan0 is not up, go through"), !one.taken) << one.netcfg;
   }
+}
+
+TEST_P(BackEnd, NothingIsReadBehindTheTwelveDigitsOfAnAddress) {
+  const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  char *pages = static_cast<char *>(
+      mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_NE(static_cast<void *>(pages), MAP_FAILED);
+  ASSERT_EQ(mprotect(pages + page, page, PROT_NONE), 0);
+  char *digits = pages + page - 12;
+  memcpy(digits, "0a1b2c3d4e5f", 12);
+  EXPECT_EQ(GetParam().set_address(digits), 1U);
+  munmap(pages, 2 * page);
 }
 
 TEST_P(BackEnd, ThereAreTwoChainsAndNoThird) {
