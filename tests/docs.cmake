@@ -1,4 +1,8 @@
 # What stands around the library: the Python module, the installed package, the examples, the docs.
+if(NOT TARGET orva-station)  # a cross build
+  return()
+endif()
+
 # Debian's Python, which has pytest; another one may come first in PATH.
 find_program(ORVA_PYTHON NAMES python3 PATHS /usr/bin NO_DEFAULT_PATH REQUIRED)
 
