@@ -129,6 +129,4 @@ uint32_t answer_u32(const ioctl_data &record) {
   return value;
 }
 
-uint16_t answer_u16(const ioctl_data &record) { return static_cast<uint16_t>(answer_u32(record)); }
-
 }  // namespace orva

@@ -84,7 +84,6 @@ void store_u16(uint8_t *pri_data, uint32_t value);
 
 /// The driver's answer at the start of the data area.
 uint32_t answer_u32(const ioctl_data &record);
-uint16_t answer_u16(const ioctl_data &record);
 
 }  // namespace orva
 
