@@ -79,11 +79,6 @@ constexpr nv_row nv_codes[] = {
     {2, "the NV store cannot be used", "see that its partition is mounted, can be written and has room"},
 };
 
-std::string text_of(const trouble &t) {
-  auto c = cause_of(t);
-  return fmt::format("{}: {}: {}. Cure: {}.", t.what, c.name, c.why, c.cure);
-}
-
 }  // namespace
 
 cause cause_of_error(int error) {
@@ -117,13 +112,17 @@ cause cause_of(const trouble &t) {
   }
 }
 
-std::vector<std::string> likely_causes(const observed &seen) {
+std::string likely_cause::text() const { return fmt::format("{}: {}: {}. Cure: {}.", what, name, why, cure); }
+
+std::vector<likely_cause> likely_causes(const call_step &step) {
   constexpr size_t enough = 3;
+  std::vector<likely_cause> causes;
+  if (!step.failed()) return causes;
   std::set<std::pair<trouble_kind, int64_t>> told;
-  std::vector<std::string> texts;
-  for (auto &t : seen.troubles)
-    if (texts.size() < enough && told.insert({t.kind, t.number}).second) texts.push_back(text_of(t));
-  return texts;
+  for (auto &t : step.seen.troubles)
+    if (causes.size() < enough && told.insert({t.kind, t.number}).second)
+      causes.push_back({cause_of(t), t.what});
+  return causes;
 }
 
 }  // namespace station

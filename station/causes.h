@@ -3,7 +3,7 @@
 #ifndef STATION_CAUSES_H
 #define STATION_CAUSES_H
 
-#include "observed.h"
+#include "session.h"
 
 #include <string>
 #include <vector>
@@ -24,9 +24,13 @@ cause cause_of_status(int64_t status);
 cause cause_of_nv(int64_t code);
 cause cause_of(const trouble &t);
 
-/** "12 rssi: ENETDOWN: wlan0 is down. Start test mode first, …" for each kind of trouble that a call met, at
- * most three. */
-std::vector<std::string> likely_causes(const observed &seen);
+struct likely_cause : cause {
+  std::string what; /**< what was refused: "driver command 12 rssi" */
+  std::string text() const;
+};
+
+/** Of a call that failed: each kind of trouble that it met, at most three. None for a call that did not. */
+std::vector<likely_cause> likely_causes(const call_step &step);
 
 }  // namespace station
 

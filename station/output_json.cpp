@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include "causes.h"
 #include "text.h"
 
 #include <fmt/format.h>
@@ -52,6 +53,11 @@ json to_json(const observed &seen) {
           {"log", log},       {"nv", nv},       {"records", seen.records}, {"time", to_json(seen.ledger)}};
 }
 
+/** In the words that the doctor's lines have. */
+json to_json(const likely_cause &c) {
+  return {{"what", c.what}, {"found", c.name}, {"cause", c.why}, {"cure", c.cure}};
+}
+
 json to_json(const session_summary &s) {
   return {{"session", s.info.name}, {"chip", s.info.chip}, {"calls", s.calls},
           {"held", s.held},         {"failed", s.failed},  {"phone_us", s.phone_us},
@@ -72,10 +78,12 @@ public:
   void title(const std::string &text) override { write("step", {{"title", text}}); }
   void note(const std::string &text) override { write("note", {{"text", text}}); }
   void call(const call_step &step) override {
-    json arguments = json::object(), outputs = json::object(), wants = json::array();
+    json arguments = json::object(), outputs = json::object();
+    json wants = json::array(), causes = json::array();
     for (auto &i : step.inputs) arguments[i.what->name] = value_json(i.value, i.what->is_number());
     for (auto &o : step.result.outputs) outputs[o.what->name] = value_json(o.value, o.what->is_number());
     for (auto &e : step.expectations) wants.push_back(to_json(e));
+    for (auto &c : likely_causes(step)) causes.push_back(to_json(c));
     json line = {
         {"function", step.called->name},
         {"arguments", arguments},
@@ -84,6 +92,7 @@ public:
         {"meaning", step.result.means.meaning},
         {"outputs", outputs},
         {"expectations", wants},
+        {"causes", causes},
         {"remarks", step.remarks},
         {"at_us", step.start_us},
         {"phone_us", step.phone_us},

@@ -1,5 +1,7 @@
 #include "output.h"
 
+#include "causes.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fmt/format.h>
@@ -26,7 +28,8 @@ public:
 
   void begin(const session_info &info) override {
     suite = suites->InsertNewChildElement("testsuite");
-    name = info.name.empty() ? "call" : info.name;
+    single = info.name.empty();
+    name = single ? "call" : info.name;
     suite->SetAttribute("name", fmt::format("{} on {}", name, info.chip).c_str());
     part = info.chip;
     cases = failures = errors = 0;
@@ -36,6 +39,9 @@ public:
   void call(const call_step &step) override {
     auto *test = add_case(call_text(step), step.where, step.phone_us);
     for (auto &e : step.expectations) judge(test, e);
+    if (single && step.expectations.empty() && step.failed())
+      fail(test, fmt::format("{} ({})", step.result.value, step.result.means.meaning));
+    if (auto *failure = test->FirstChildElement("failure")) failure->SetText(causes(step).c_str());
   }
   void expect(const expectation &e, const place &where) override {
     judge(add_case(fmt::format("expect {} {}", e.what, e.limits), where, 0), e);
@@ -75,11 +81,18 @@ private:
   }
 
   void judge(XMLElement *test, const expectation &e) {
-    if (e.held) return;
-    bool first = test->NoChildren();
-    auto *failure = test->InsertNewChildElement("failure");
-    failure->SetAttribute("message", fmt::format("expected {} {}, got {}", e.what, e.limits, e.got).c_str());
-    failures += first;
+    if (!e.held) fail(test, fmt::format("expected {} {}, got {}", e.what, e.limits, e.got));
+  }
+
+  void fail(XMLElement *test, const std::string &message) {
+    failures += test->NoChildren();
+    test->InsertNewChildElement("failure")->SetAttribute("message", message.c_str());
+  }
+
+  static std::string causes(const call_step &step) {
+    std::string text;
+    for (auto &c : likely_causes(step)) text += c.text() + "\n";
+    return text;
   }
 
   std::string path;
@@ -88,6 +101,7 @@ private:
   XMLElement *suites;
   XMLElement *suite = nullptr;
   std::string name, part;
+  bool single = false;
   int cases = 0, failures = 0, errors = 0;
 };
 

@@ -62,8 +62,7 @@ public:
     print("{}  {:<44} -> {}\n", status(step), call_text(step), result_text(step));
     for (auto &e : step.expectations)
       if (!e.held) failure(e, step.where);
-    if (!step.held() || (step.expectations.empty() && step.result.means.verdict == outcome::bad))
-      reasons(step);
+    if (step.failed()) reasons(step);
     if (level == detail::full) details(step);
   }
 
@@ -173,7 +172,7 @@ private:
         std::ranges::any_of(step.seen.log, [](auto &line) { return line.priority >= error_priority; });
     for (auto &line : step.seen.log)
       if (!errors || line.priority >= error_priority) print("        log      {}\n", line.text);
-    for (auto &text : likely_causes(step.seen)) print("        cause    {}\n", text);
+    for (auto &c : likely_causes(step)) print("        cause    {}\n", c.text());
   }
 
   void details(const call_step &step) {

@@ -16,6 +16,10 @@ std::string place::text() const { return file.empty() ? "" : fmt::format("{}:{}"
 
 bool call_step::held() const { return std::ranges::all_of(expectations, &expectation::held); }
 
+bool call_step::failed() const {
+  return expectations.empty() ? result.means.verdict == outcome::bad : !held();
+}
+
 session::session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to)
     : options(with), reporters(std::move(to)) {
   summary.info = {.name = std::move(name), .chip = "", .real_clock = with.real_clock};

@@ -40,6 +40,8 @@ struct call_step {
   /** How many contacts the library itself had, of those that there are when reporters hear of the call. */
   size_t contacts_made;
   bool held() const;
+  /** Where nothing was expected, the result speaks for itself. */
+  bool failed() const;
 };
 
 struct session_info {

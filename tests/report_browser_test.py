@@ -103,6 +103,8 @@ def test_the_verdict_and_what_failed_come_first(page):
     assert texts(page, "h2")[0] == "What failed"
     failures = texts(page, ".failures > li")
     assert len(failures) == 2 and "wifi_start_rx" in failures[0] and "rssi is -95 dBm, limits -90..-20" in failures[1]
+    causes = texts(page, ".failures .cause, .why")
+    assert len(causes) == 2 and causes[0] == causes[1] and "EIO" in causes[0] and "Cure: look into dmesg" in causes[0]
 
 
 def test_a_failure_leads_to_its_step(page):
@@ -151,7 +153,7 @@ def test_steps_can_be_thinned_out(page):
     click(page, "what each call did")
     assert texts(page, ".strip") == []
     click(page, "failed only")
-    assert run(page, "return all('.steps tbody tr').map(e => e.className)") == ["bad", "bad"]
+    assert run(page, "return all('.steps tbody tr').map(e => e.className)") == ["bad", "why bad", "bad"]
 
 
 def test_pauses_stand_on_the_time_axis(page):

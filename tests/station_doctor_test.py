@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import subprocess
+from xml.etree import ElementTree
 
 import jsonschema
 import pytest
@@ -30,6 +31,13 @@ def doctor(*arguments):
     for finding in findings:
         assert (finding["state"] == "ok") == (finding["cause"] == "") == (finding["cure"] == ""), finding
     return {finding["what"]: finding for finding in findings}
+
+
+def step_of(*arguments):
+    """The line of a single call."""
+    line = json.loads(station("--json", *arguments).stdout.splitlines()[1])
+    SCHEMA.validate(line)
+    return line
 
 
 def fault(place, value):
@@ -130,12 +138,18 @@ def test_a_library_that_is_not_there_or_not_the_one(tmp_path):
         (fault("nv_write:340", 2), ["wifi_nvram_calibrate_set", *"00000", 2442, 10], "NV write 340: code 2: the NV store"),
     ],
 )
-def test_a_failed_call_tells_its_likely_cause(description, call, told, phone):
-    printed = station(*phone('chip = "vq2050"\n' + description), "--yes", *call).stdout
-    causes = [line for line in printed.splitlines() if line.startswith("        cause    ")]
+def test_a_failed_call_tells_its_likely_cause(description, call, told, phone, tmp_path):
+    on, junit = phone('chip = "vq2050"\n' + description), tmp_path / "junit.xml"
+    printed = station(*on, "--yes", "--junit", junit, *call).stdout
+    causes = [line[17:] for line in printed.splitlines() if line.startswith("        cause    ")]
     assert told in causes[0] and "Cure: " in causes[0]
+    case, = ElementTree.parse(junit).findall(".//testcase")
+    assert case.find("failure").text.splitlines() == causes
+    step, = step_of(*on, "--yes", *call)["causes"]
+    assert "{what}: {found}: {cause}. Cure: {cure}.".format(**step) == causes[0]
+    assert step_of(*on, "--yes", "--expect", "*", *call)["causes"] == []
     mended = phone('chip = "vq2050"\n' + fault("ioctl:12", 5).replace("times = 0", "times = 1"))
-    assert "cause" not in station(*mended, "wifi_get_rx_rssi").stdout
+    assert step_of(*mended, "wifi_get_rx_rssi")["causes"] == []
 
 
 SESSION = """

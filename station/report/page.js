@@ -48,7 +48,7 @@ function failureText({item, expectation: e, error}) {
 
 function failureCard(session, failure) {
   const many = report.sessions.length > 1;
-  return el("li", {}, el("p", {}, failureText(failure)), reasons(failure.item.call),
+  return el("li", {}, el("p", {}, failureText(failure)), reasons(failure.item.call), causeLines(failure.item.call),
     el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(failure.item), " ", el("a", {href: `#${failure.item.id}`, class: "tolog"}, "Show the step")));
 }
 

@@ -74,6 +74,16 @@ function contactChips(call) {
   });
 }
 
+function causeLines(call) {
+  return (call?.causes ?? []).map(c => el("p", {class: "cause"}, el("code", {}, `${c.what}: ${c.found}`), ` ${c.cause}. `, el("b", {}, "Cure: "), `${c.cure}.`));
+}
+
+function causeRow(call) {
+  if (call.causes.length === 0) return null;
+  const judged = call.expectations.length > 0;
+  return el("tr", {class: judged ? "why bad" : "why", role: "row"}, el("td", {colspan: columns.length, role: "cell", "aria-colspan": columns.length}, causeLines(call)));
+}
+
 function didRow(call) {
   const remarks = call.remarks.map(r => el("p", {class: "remark"}, r));
   if (call.contacts.length === 0 && remarks.length === 0) return null;
@@ -100,8 +110,7 @@ function partSection(part, session) {
   const body = node.tBodies[0], nodes = [...body.rows];
   nodes.forEach((tr, i) => {
     const {item} = rows[i], last = rows[i + 1]?.item !== item;
-    const did = item.kind === "call" && last ? didRow(item) : null;
-    if (did) tr.after(did);
+    if (item.kind === "call" && last) tr.after(...[causeRow(item), didRow(item)].filter(Boolean));
   });
   const failed = session.failures.filter(f => part.items.includes(f.item)).length;
   const judged = rows.filter(r => r.class === "ok" || r.class === "bad").length;
