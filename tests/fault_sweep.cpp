@@ -404,8 +404,11 @@ void sweeper::sweep(const operation &op) {
   names_.insert(op.back_end ? chip_ + "_" + op.name : std::string(op.name));
   const bool expected = op.good.empty() || is_one_of(good_.result, op.good) ||
                         (!op.back_end && is_one_of(good_.result, op.bad) && good_.faults.empty());
-  if (!expected || good_.leaked || !good_.margins) {
-    complain(op, "", "without a fault: result " + std::to_string(good_.result));
+  std::string wrong = expected ? "" : "result " + std::to_string(good_.result);
+  if (good_.leaked) wrong = "leaves a descriptor, child or stream behind";
+  if (!good_.margins) wrong = "writes beyond its outputs";
+  if (!wrong.empty()) {
+    complain(op, "", "without a fault: " + wrong);
     faults_++;
   }
   for (const planned &fault : good_.faults) try_fault(op, fault);
