@@ -191,8 +191,8 @@ std::string run_log(interpreter &in, words_t words) {
 }
 
 std::string run_trace(interpreter &in, words_t) {
-  last_of(in, "trace");
-  return std::string(trim_end(trace_text()));
+  auto &step = last_of(in, "trace");
+  return std::string(trim_end(trace_text(step.contacts_made)));
 }
 
 std::string run_nv_command(interpreter &in, words_t words) { return run_nv(words, in.current(), &in); }

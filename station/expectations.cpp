@@ -57,8 +57,11 @@ wanted_command parse_command(std::string text, unsigned chip) {
   return {static_cast<uint32_t>(id), equals == text.npos ? "*" : text.substr(equals + 1), !refused};
 }
 
-std::string short_form(const driver_command &c) {
-  return fmt::format("{}{}{}{}", c.id, c.value().empty() ? "" : "=", c.value(), c.taken ? "" : "!");
+/** As it was asked for, by its id or by its name. */
+std::string short_form(const driver_command &c, bool by_id) {
+  auto id = std::to_string(c.id);
+  return fmt::format("{}{}{}{}", by_id || c.name.empty() ? id : c.name, c.value().empty() ? "" : "=",
+                     c.value(), c.taken ? "" : "!");
 }
 
 }  // namespace
@@ -98,7 +101,8 @@ expectation expect_driver(const call_step &step, const std::vector<std::string> 
     held = held && got[i].id == want.id && got[i].taken == want.taken && within(want.limits, got[i].value());
   }
   std::vector<std::string> sent;
-  for (auto &c : got) sent.push_back(short_form(c));
+  for (size_t i = 0; i < got.size(); ++i)
+    sent.push_back(short_form(got[i], i < wants.size() && isdigit(static_cast<unsigned char>(wants[i][0]))));
   return {"driver", fmt::format("{}", fmt::join(wants, " ")), fmt::format("{}", fmt::join(sent, " ")), held};
 }
 

@@ -44,6 +44,10 @@ std::string about_command(const command_help &c) {
   return fmt::format("{}\n  {}\nExample\n  {}\n", c.usage, c.help, c.example);
 }
 
+std::string about_word(const word_help &w) {
+  return fmt::format("orva-station {}\n  {}, from the command line\n", w.usage, w.help);
+}
+
 }  // namespace
 
 std::string help_list() {
@@ -66,18 +70,22 @@ std::string help_about(const std::string &name) {
   if (auto *f = find_function(name)) return about_function(*f);
   auto command = std::ranges::find(command_list(), name, &command_help::name);
   if (command != command_list().end()) return about_command(*command);
+  auto word = std::ranges::find(command_line_words(), name, &word_help::name);
+  if (word != command_line_words().end()) return about_word(*word);
   throw usage_error{fmt::format("There is no function or command \"{}\".{}", name,
                                 did_you_mean(name, all_command_names()))};
 }
 
 std::string help_command_line() {
-  std::string text = "Usage:\n";
-  auto line = [](const std::string &usage, const std::string &help) {
-    return fmt::format("  {:<56}  {}\n", "orva-station " + usage, help);
+  std::string text = "Usage: orva-station [OPTIONS] and one of\n";
+  auto line = [](std::string_view usage, const char *help) {
+    constexpr std::string_view options = "[OPTIONS] ";
+    if (usage.starts_with(options)) usage.remove_prefix(options.size());
+    return fmt::format("  {:<30}  {}\n", usage, help);
   };
-  text += line("[OPTIONS] FUNCTION [ARGUMENT...]", "call one function");
+  text += line("FUNCTION [ARGUMENT...]", "call one function");
   for (auto &w : command_line_words()) text += line(w.usage, w.help);
-  text += line("[OPTIONS]", "interactive") + "\nOptions:\n";
+  text += line("nothing", "the prompt: the same calls, and the session language") + "\nOptions:\n";
   for (auto &o : options())
     text +=
         fmt::format("  {:<18}{}\n",

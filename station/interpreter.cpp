@@ -2,10 +2,14 @@
 
 #include "commands.h"
 #include "functions.h"
+#include "options.h"
 #include "sweep.h"
 #include "text.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
@@ -56,10 +60,18 @@ int on_command(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objec
   });
 }
 
+/** What Tcl users know, and a safe interpreter does not have. */
+constexpr std::string_view out_of_reach[] = {"cd",   "exec", "exit", "fconfigure", "file",  "glob",
+                                             "load", "open", "pwd",  "socket",     "source"};
+
 int on_unknown(ClientData, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[]) {
   return answer(tcl, [&]() -> std::string {
     auto words = words_of(count, objects);
     auto name = words.empty() ? "" : words[0];
+    if (std::ranges::find(command_line_words(), name, &word_help::name) != command_line_words().end())
+      throw usage_error{fmt::format("\"{0}\" is for the command line: orva-station {0} ...", name)};
+    if (std::ranges::find(out_of_reach, name) != std::end(out_of_reach))
+      throw usage_error{fmt::format("\"{}\": a session reaches no files, programs or sockets.", name)};
     throw usage_error{fmt::format("There is no function or command \"{}\".{}", name,
                                   did_you_mean(name, all_command_names()))};
   });
@@ -156,8 +168,13 @@ std::string interpreter::beside_script(const std::string &path) const {
 }
 
 void interpreter::check_file(const std::string &path) {
-  if (!std::ifstream(path) || std::filesystem::is_directory(path))
-    throw usage_error{fmt::format("The session file {} cannot be read.", path)};
+  if (std::filesystem::is_directory(path))
+    throw usage_error{fmt::format("The session file {} cannot be read: it is a folder.", path)};
+  std::ifstream file(path);
+  if (!file) throw usage_error{fmt::format("The session file {} cannot be read: {}.", path, strerror(errno))};
+  for (std::string line; std::getline(file, line);)
+    if (auto start = line.find_first_not_of(" \t\r"); start != line.npos && line[start] != '#') return;
+  throw usage_error{fmt::format("The session file {} holds no command: it would prove nothing.", path)};
 }
 
 bool interpreter::run_file(const std::string &path) {

@@ -17,6 +17,7 @@
 #include <fmt/ranges.h>
 #include <map>
 #include <tcl.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace station {
@@ -65,11 +66,22 @@ exit_status run_sessions(const command_line &line) {
   return verdict(all);
 }
 
+/** What a word may have been meant for that is neither a function nor one of the command line's words. */
+std::string no_such_word(const std::string &word) {
+  if (word.ends_with(".tcl")) return fmt::format("To run a session: orva-station run {}", word);
+  if (std::ranges::find(command_list(), word, &command_help::name) != command_list().end())
+    return fmt::format("\"{}\" is a command of sessions and of the prompt; see orva-station help {}.", word,
+                       word);
+  std::vector<std::string> names;
+  for (auto &f : functions()) names.emplace_back(f.name);
+  for (auto &w : command_line_words()) names.emplace_back(w.name);
+  return fmt::format("There is no function or command \"{}\".{} See orva-station list.", word,
+                     did_you_mean(word, names));
+}
+
 exit_status run_call(const command_line &line) {
   auto *f = find_function(line.words[0]);
-  if (!f)
-    throw usage_error{fmt::format("There is no function or command \"{}\".{} See orva-station list.",
-                                  line.words[0], did_you_mean(line.words[0], all_command_names()))};
+  if (!f) throw usage_error{no_such_word(line.words[0])};
   std::vector<std::string> words(line.words.begin() + 1, line.words.end());
   if (!line.expect.empty()) words.emplace_back("->");
   for (auto &word : split(line.expect, ' '))
@@ -127,8 +139,9 @@ exit_status run_interactive(const command_line &line) {
 exit_status run_help(const command_line &line) {
   if (line.words.size() > 2)
     throw usage_error{"help: name one function, as in: orva-station help wifi_set_power"};
-  fmt::print("{}", line.words.size() == 2 ? help_about(line.words[1])
-                                          : help_command_line() + "\n" + help_overview());
+  auto text =
+      line.words.size() == 2 ? help_about(line.words[1]) : help_command_line() + "\n" + help_overview();
+  fmt::print("{}", fold(text, page_width()));
   return PASSED;
 }
 
@@ -150,7 +163,11 @@ exit_status run_diff(const command_line &line) {
   return diff_recordings(line.words[1], line.words[2]) ? PASSED : FAILED;
 }
 
-exit_status run_list(const command_line &) { return fmt::print("{}", help_list()), PASSED; }
+exit_status run_list(const command_line &line) {
+  if (line.words.size() > 1)
+    throw usage_error{fmt::format("list: \"{}\" is not understood: it takes nothing.", line.words[1])};
+  return fmt::print("{}", fold(help_list(), page_width())), PASSED;
+}
 
 exit_status run_generate(const command_line &line) {
   fmt::print("{}", generate(line.words.size() == 2 ? line.words[1] : ""));
@@ -164,9 +181,29 @@ const std::map<std::string, exit_status (*)(const command_line &)> runners = {
     {"replay", run_replay},     {"diff", run_diff},
 };
 
+/** An option that would be ignored is a mistake: a page that was asked for would never come. */
+void refuse_idle_options(const command_line &line) {
+  auto word = line.words.empty() ? "" : line.words[0];
+  bool one_call = !word.empty() && !runners.contains(word), runs = one_call || word.empty() || word == "run";
+  const std::tuple<const char *, bool, bool, const char *> rules[] = {
+      {"--expect", !line.expect.empty(), one_call, "a single call; in a session it stands behind ->"},
+      {"--write", line.write, word == "doctor", "doctor"},
+      {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
+  };
+  for (auto &[name, given, fits, what] : rules)
+    if (given && !fits)
+      throw usage_error{fmt::format("{} does nothing for {}: it is for {}.", name,
+                                    word.empty() ? "the prompt" : word, what)};
+}
+
 exit_status run(const command_line &line) {
-  if (line.help) return fmt::print("{}", help_command_line()), PASSED;
+  if (line.help) return fmt::print("{}", fold(help_command_line(), page_width())), PASSED;
   if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), PASSED;
+  refuse_idle_options(line);
+  if (!line.words.empty() && line.words[0].empty())
+    throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
   auto found = runners.find(line.words.empty() ? "" : line.words[0]);
   return found == runners.end() ? run_call(line) : found->second(line);
 }

@@ -78,7 +78,8 @@ std::string write_items(session &s, const items_t &items) {
     else if (!phone_link::put_nv(item))
       throw usage_error{fmt::format("NV item {} cannot be written.", item_key(item))};
   }
-  auto text = fmt::format("{} NV items written, {} were so already.\n", items.size() - alike, alike);
+  auto text = fmt::format("{} written, {} so already.\n", counted(items.size() - alike, "NV item"),
+                          alike == 1 ? "1 was" : fmt::format("{} were", alike));
   items_t now;
   for (auto &item : phone_link::nv_items())
     if (std::ranges::any_of(items, [&](auto &i) { return item_key(i) == item_key(item); }))
@@ -118,8 +119,9 @@ std::string backup(const std::string &path) {
 
 std::string clear(session &s) {
   ask_before_writing(s, "nv clear", phone_link::clear_nv);
+  auto there = phone_link::nv_items().size();
   phone_link::clear_nv();
-  return "";
+  return fmt::format("{} cleared.\n", counted(there, "NV item"));
 }
 
 std::string show(const std::string &word) {

@@ -4,6 +4,8 @@
 #include "observed.h"
 #include "text.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fmt/format.h>
 #include <fstream>
 #include <optional>
@@ -64,7 +66,7 @@ std::optional<nv_values> snapshot;
 
 std::vector<phone_link::nv_item> read_nv_file(const std::string &path) {
   std::ifstream file(path);
-  if (!file) throw usage_error{fmt::format("The NV file {} cannot be read.", path)};
+  if (!file) throw usage_error{fmt::format("The NV file {} cannot be read: {}.", path, strerror(errno))};
   std::vector<phone_link::nv_item> items;
   size_t line_number = 0;
   for (std::string line; std::getline(file, line);) {
@@ -141,8 +143,8 @@ std::string nv_save(const std::string &path) {
   auto items = phone_link::nv_items();
   for (auto &item : items) file << item_line(item);
   file.close();
-  if (!file) throw usage_error{fmt::format("The file {} cannot be written.", path)};
-  return fmt::format("{} NV items saved to {}.\n", items.size(), path);
+  if (!file) throw usage_error{fmt::format("The file {} cannot be written: {}.", path, strerror(errno))};
+  return fmt::format("{} saved to {}.\n", counted(items.size(), "NV item"), path);
 }
 
 }  // namespace station

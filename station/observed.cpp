@@ -278,7 +278,7 @@ std::string describe(const driver_command &c) {
 std::string duration(int64_t us) {
   if (us >= 1'000'000) return fmt::format("{:.4g} s", static_cast<double>(us) / 1e6);
   if (us >= 1000) return fmt::format("{:.4g} ms", static_cast<double>(us) / 1e3);
-  return fmt::format("{} us", us);
+  return us == 0 ? "0 s" : fmt::format("{} us", us);
 }
 
 std::string describe_pauses(const std::vector<int64_t> &pauses) {

@@ -2,6 +2,7 @@
 
 #include "text.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <getopt.h>
 #include <map>
@@ -63,7 +64,7 @@ const known_option known_options[] = {
      [](command_line &line, text) { line.json = true; }},
     {{"brief", "", "one line for each call, without driver commands and pauses"},
      [](command_line &line, text) { line.how_much = detail::brief; }},
-    {{"quiet", "", "only what failed, and the summary"},
+    {{"quiet", "", "only what failed, the notes behind that, and the summary"},
      [](command_line &line, text) { line.how_much = detail::quiet; }},
     {{"write", "", "doctor: also tries to write to NV, an item as it was read"},
      [](command_line &line, text) { line.write = true; }},
@@ -81,8 +82,9 @@ constexpr word_help words[] = {
     {"replay", "[OPTIONS] replay FILE", "run a recording's calls again, the phone answering as then", "FILE"},
     {"diff", "diff FILE FILE", "tell where two recordings part", "FILE"},
     {"list", "list", "name every function"},
-    {"help", "help [FUNCTION]", "explain one", "FUNCTION"},
-    {"generate", "generate bash|zsh|man", "completion, page of the manual", "bash zsh man"},
+    {"help", "help [FUNCTION]", "explain one, or tell all there is", "FUNCTION"},
+    {"generate", "generate bash|zsh|man", "print a shell's completion, or the page of the manual",
+     "bash zsh man"},
 };
 
 /** The option table as getopt_long reads it; the places in the table are the ids, behind all characters. */
@@ -102,6 +104,18 @@ std::vector<std::string> option_names() {
   std::vector<std::string> names;
   for (auto &o : known_options) names.push_back(fmt::format("--{}", o.help.name));
   return names;
+}
+
+/** Behind the first word all are arguments, for a negative number looks like an option. */
+void refuse_late_options(const std::vector<std::string> &given) {
+  auto known = option_names();
+  for (size_t i = 1; i < given.size(); ++i) {
+    auto name = given[i].substr(0, given[i].find('='));
+    if (std::ranges::find(known, name) != known.end())
+      throw usage_error{
+          fmt::format("{0} stands behind {1}: options come first, as in: orva-station {0}{2} {1}", given[i],
+                      given[0], name == given[i] ? " ..." : "")};
+  }
 }
 
 }  // namespace
@@ -131,16 +145,21 @@ command_line parse_command_line(int count, char **arguments) {
   line.with.library = "libwifi_factory_test_orva.so";
   opterr = 0;
   auto table = getopt_table();
-  for (int id; (id = getopt_long(count, arguments, "+:", table.data(), nullptr)) != -1;) {
+  for (int id; (id = getopt_long(count, arguments, "+:h", table.data(), nullptr)) != -1;) {
     std::string current = arguments[optind - 1];
-    if (id == ':')
+    if (id == ':' || (id >= first_id && optarg && !*optarg))
       throw usage_error{fmt::format("{} wants a value behind it; see orva-station --help.", current)};
+    if (id == 'h') {
+      line.help = true;
+      continue;
+    }
     if (id == '?')
       throw usage_error{fmt::format("{} is no option.{} See orva-station --help.", current,
                                     did_you_mean(current, option_names()))};
     known_options[id - first_id].take(line, optarg ? optarg : "");
   }
   line.words.assign(arguments + optind, arguments + count);
+  refuse_late_options(line.words);
   return line;
 }
 

@@ -1,7 +1,9 @@
 #include "causes.h"
 #include "output.h"
+#include "text.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -10,7 +12,6 @@
 namespace station {
 namespace {
 
-constexpr size_t page_width = 110;
 constexpr const char *GREEN = "32", *RED = "1;31", *YELLOW = "33", *BOLD = "1", *DIM = "2";
 
 std::vector<std::string> command_texts(const observed &seen) {
@@ -41,6 +42,7 @@ public:
 
   void begin(const session_info &info) override {
     session_heading.clear();
+    something_failed = false;
     if (!info.name.empty())
       session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
                                                 info.real_clock ? "real" : "virtual"));
@@ -52,14 +54,16 @@ public:
   }
 
   void note(const std::string &text) override {
+    if (level == detail::quiet && !something_failed) return;
     head();
-    print("        {}\n", text);
+    print("{}\n", fold("        " + text, 8));
   }
 
   void call(const call_step &step) override {
     if (level == detail::quiet && step.held()) return;
     head();
-    print("{}  {:<44} -> {}\n", status(step), call_text(step), result_text(step));
+    something_failed |= !step.held();
+    print("{}  {}\n", status(step), call_line(step));
     for (auto &e : step.expectations)
       if (!e.held) failure(e, step.where);
     if (step.failed()) reasons(step);
@@ -69,6 +73,7 @@ public:
   void expect(const expectation &e, const place &where) override {
     if (level == detail::quiet && e.held) return;
     head();
+    something_failed |= !e.held;
     if (e.held)
       wrap(mark(true), fmt::format("expect {} ", e.what), {e.limits.empty() ? "nothing" : e.limits});
     else {
@@ -79,15 +84,16 @@ public:
 
   void error(const std::string &text, const place &where) override {
     head();
-    print("{}  {}: {}\n", paint(RED, "STOP"), where.text(), text);
+    print("{}\n", fold(fmt::format("{}  {}: {}", paint(RED, "STOP"), where.text(), text), 8));
   }
 
   void progress(size_t done, size_t total, const std::string &text) override {
     if (!terminal || total == 0) return;
-    constexpr size_t width = 30;
-    auto full = std::min(width, done * width / total);
+    constexpr size_t bar = 30;
+    auto full = std::min(bar, done * bar / total);
     clear_bar();
-    fmt::print(out, "[{:#<{}}{:.<{}}] {}/{} {}", "", full, "", width - full, done, total, text.substr(0, 60));
+    auto line = fmt::format("[{:#<{}}{:.<{}}] {}/{} {}", "", full, "", bar - full, done, total, text);
+    fmt::print(out, "{}", line.substr(0, width - 1));
     fflush(out);
     bar_shown = done < total;
     if (!bar_shown) fmt::print(out, "\r\033[K");
@@ -95,17 +101,17 @@ public:
 
   void all_done(const std::vector<session_summary> &all) override {
     if (all.empty() || all.front().info.name.empty()) return;
-    size_t width = 8;
-    for (auto &s : all) width = std::max(width, s.info.name.size());
+    size_t name = 8;
+    for (auto &s : all) name = std::max(name, s.info.name.size());
     auto row = [&](auto... cells) {
       return fmt::format("{:<8} {:<{}} {:>6} {:>6} {:>7} {:>10}  {}", cells...);
     };
     print("\n{}\n",
-          paint(BOLD, row("chip", "session", width, "calls", "held", "failed", "phone time", "verdict")));
+          paint(BOLD, row("chip", "session", name, "calls", "held", "failed", "phone time", "verdict")));
     for (auto &s : all)
-      print("{}\n", row(s.info.chip, s.info.name, width, s.calls, s.held, s.failed, duration(s.phone_us),
-                        verdict(s)));
-    if (level == detail::full) ledger(all, width);
+      print("{}\n",
+            row(s.info.chip, s.info.name, name, s.calls, s.held, s.failed, duration(s.phone_us), verdict(s)));
+    if (level == detail::full) ledger(all, name);
   }
 
 private:
@@ -115,23 +121,39 @@ private:
     session_heading.clear();
   }
 
+  /** For a terminal. Who reads from a pipe gets each line whole. */
+  std::string fold(const std::string &text, size_t indent) const {
+    return terminal ? station::fold(text, width, indent) : text;
+  }
+
   void clear_bar() {
     if (bar_shown) fmt::print(out, "\r\033[K");
     bar_shown = false;
   }
 
-  /** Where the time went. On the virtual clock driver and shell take none. */
-  void ledger(const std::vector<session_summary> &all, size_t width) {
-    auto row = [&](auto... cells) {
-      return fmt::format("{:<8} {:<{}} {:>10} {:>10} {:>10} {:>10} {:>10} {:>14}", cells...);
+  /** Where the time went, without what took none: driver, shell and library on the virtual clock. */
+  void ledger(const std::vector<session_summary> &all, size_t name) {
+    const struct {
+      const char *title;
+      int64_t (*us)(const session_summary &s);
+    } columns[] = {
+        {"pauses", [](auto &s) { return s.ledger.pauses_us; }},
+        {"driver", [](auto &s) { return s.ledger.driver_us; }},
+        {"shell", [](auto &s) { return s.ledger.shell_us; }},
+        {"library", [](auto &s) { return s.ledger.library_us; }},
+        {"waits", [](auto &s) { return s.phone_us - s.calls_us; }},
+        {"this computer", [](auto &s) { return s.own_us; }},
     };
-    print("\n{}\n", paint(BOLD, row("time", "session", width, "pauses", "driver", "shell", "library", "waits",
-                                    "this computer")));
-    for (auto &s : all)
-      print("{}\n",
-            row(s.info.chip, s.info.name, width, duration(s.ledger.pauses_us), duration(s.ledger.driver_us),
-                duration(s.ledger.shell_us), duration(s.ledger.library_us), duration(s.phone_us - s.calls_us),
-                duration(s.own_us)));
+    auto head = fmt::format("{:<8} {:<{}}", "time", "session", name);
+    std::vector<std::string> rows;
+    for (auto &s : all) rows.push_back(fmt::format("{:<8} {:<{}}", s.info.chip, s.info.name, name));
+    for (auto &c : columns) {
+      if (std::ranges::all_of(all, [&](auto &s) { return c.us(s) == 0; })) continue;
+      auto wide = std::max<size_t>(strlen(c.title), 9);
+      head += fmt::format(" {:>{}}", c.title, wide);
+      for (size_t i = 0; i < all.size(); ++i) rows[i] += fmt::format(" {:>{}}", duration(c.us(all[i])), wide);
+    }
+    print("\n{}\n{}\n", paint(BOLD, head), fmt::join(rows, "\n"));
   }
 
   template <class... A> void print(fmt::format_string<A...> form, A &&...arguments) {
@@ -149,13 +171,20 @@ private:
     return step.result.means.verdict == outcome::bad ? paint(YELLOW, "   !") : "   -";
   }
 
-  std::string result_text(const call_step &step) const {
+  /** The call and what it gave; outputs that find no room go on below. */
+  std::string call_line(const call_step &step) const {
+    constexpr size_t indent = 8;
     auto &r = step.result;
-    auto text = r.value;
-    if (!r.means.meaning.empty())
-      text += "  " + (r.means.verdict == outcome::bad ? paint(YELLOW, r.means.meaning) : r.means.meaning);
-    for (auto &o : r.outputs)
-      text += fmt::format("  {} {}{}{}", o.what->name, o.value, *o.what->unit ? " " : "", o.what->unit);
+    auto text = fmt::format("{:<44} -> {}{}", call_text(step), r.value, r.means.meaning.empty() ? "" : "  ");
+    auto column = 6 + text.size() + r.means.meaning.size();
+    text += r.means.verdict == outcome::bad ? paint(YELLOW, r.means.meaning) : r.means.meaning;
+    for (auto &o : r.outputs) {
+      auto item = fmt::format("  {} {}{}{}", o.what->name, o.value.empty() ? "\"\"" : o.value,
+                              *o.what->unit ? " " : "", o.what->unit);
+      bool fits = !terminal || column + item.size() <= width;
+      text += fits ? item : fmt::format("\n{:{}}{}", "", indent, item.substr(2));
+      column = fits ? column + item.size() : indent + item.size() - 2;
+    }
     return text;
   }
 
@@ -171,8 +200,9 @@ private:
     bool errors =
         std::ranges::any_of(step.seen.log, [](auto &line) { return line.priority >= error_priority; });
     for (auto &line : step.seen.log)
-      if (!errors || line.priority >= error_priority) print("        log      {}\n", line.text);
-    for (auto &c : likely_causes(step)) print("        cause    {}\n", c.text());
+      if (!errors || line.priority >= error_priority)
+        print("{}\n", fold("        log      " + line.text, 17));
+    for (auto &c : likely_causes(step)) print("{}\n", fold("        cause    " + c.text(), 17));
   }
 
   void details(const call_step &step) {
@@ -186,11 +216,10 @@ private:
 
   void time_line(const call_step &step) {
     auto &time = step.seen.ledger;
-    auto text = step.seen.pauses_us.empty()
-                    ? ""
-                    : fmt::format("pauses   {} = {}", describe_pauses(step.seen.pauses_us),
-                                  duration(step.seen.total_pause_us()));
-    if (!text.empty()) print("        {}\n", paint(DIM, text));
+    auto &pauses = step.seen.pauses_us;
+    auto text = "pauses   " + describe_pauses(pauses);
+    if (pauses.size() > 1) text += " = " + duration(step.seen.total_pause_us());
+    if (!pauses.empty()) print("{}\n", paint(DIM, fold("        " + text, 8)));
     if (time.driver_us + time.shell_us == 0) return;
     print("        {}\n",
           paint(DIM, fmt::format("time     driver {}, shell {}, library {}", duration(time.driver_us),
@@ -203,13 +232,11 @@ private:
     print("{}  {:<11}", before, heading);
     size_t column = 6 + std::max<size_t>(heading.size(), 11), indent = column;
     for (size_t i = 0; i < items.size(); ++i) {
-      auto item = items[i] + (i + 1 < items.size() ? ", " : "");
-      if (column + item.size() > page_width && column > indent) {
-        print("\n{:{}}", "", indent);
-        column = indent;
-      }
-      print("{}", item);
-      column += item.size();
+      auto item = items[i] + (i + 1 < items.size() ? "," : "");
+      bool first = column == indent, fits = column + 1 + item.size() <= width;
+      if (!first && !fits) column = indent;
+      print("{}{}", first ? "" : fits ? " " : fmt::format("\n{:{}}", "", indent), item);
+      column += item.size() + (first || !fits ? 0 : 1);
     }
     print("\n");
   }
@@ -221,6 +248,8 @@ private:
   FILE *out;
   detail level;
   bool colour;
+  size_t width = page_width();
+  bool something_failed = false;
   bool terminal = isatty(fileno(out)) != 0;
   bool bar_shown = false;
   std::string session_heading;

@@ -119,7 +119,8 @@ void run_line(interpreter &in, const std::string &line) {
   auto &summary = in.current().so_far();
   auto before = summary.calls + summary.held + summary.failed;
   auto text = in.eval(line);
-  if (!text.empty() && before == summary.calls + summary.held + summary.failed) fmt::print("{}\n", text);
+  if (!text.empty() && before == summary.calls + summary.held + summary.failed)
+    fmt::print("{}\n", fold(text, page_width()));
 }
 
 /** Ctrl-C ends what runs, not the console. */
@@ -153,7 +154,7 @@ bool run_prompt(session &s) {
       run_line(in, *line);
     } catch (const usage_error &e) {
       fflush(stdout);
-      fmt::print(stderr, "{}\n", e.message);
+      fmt::print(stderr, "{}{}\n", interrupted && source.is_terminal() ? "\n" : "", e.message);
       understood = false;
     }
     fflush(stdout);

@@ -2,6 +2,7 @@
 
 #include "player.h"
 #include "recording.h"
+#include "text.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -87,7 +88,7 @@ bool replay(const std::string &path, settings with) {
     require_function(lib, call, with);
     if (tell_parting(i + 1, call, run_again(call, lib), fmt::format("{}:{}", path, call.line))) return false;
   }
-  fmt::print("{}: {} calls replayed, all the same.\n", path, then.calls.size());
+  fmt::print("{}: {} replayed, all the same.\n", path, counted(then.calls.size(), "call"));
   return true;
 }
 
@@ -111,7 +112,7 @@ bool diff_recordings(const std::string &first, const std::string &second) {
                longer.calls[size].line, size + 1, call_text(longer.calls[size]));
     return false;
   }
-  fmt::print("{} and {}: {} calls, all the same.\n", first, second, size);
+  fmt::print("{} and {}: {}, all the same.\n", first, second, counted(size, "call"));
   return true;
 }
 

@@ -6,7 +6,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <numeric>
+#include <sys/ioctl.h>
 #include <tcl.h>
+#include <unistd.h>
 
 namespace station {
 
@@ -64,7 +66,8 @@ std::vector<std::string> nearest(std::string_view wrong, const std::vector<std::
   for (auto &name : names) {
     auto steps = distance(wrong, name);
     bool part = wrong.size() > 3 && name.find(wrong) != name.npos;
-    if (part || steps <= std::max<size_t>(2, wrong.size() / 4)) near.emplace_back(steps, name);
+    if (part || steps <= std::max<size_t>(wrong.size() > 4 ? 2 : 1, wrong.size() / 4))
+      near.emplace_back(steps, name);
   }
   std::ranges::sort(near);
   std::vector<std::string> result;
@@ -80,6 +83,44 @@ std::string did_you_mean(std::string_view wrong, const std::vector<std::string> 
   near.pop_back();
   return near.empty() ? fmt::format(" Did you mean {}?", last)
                       : fmt::format(" Did you mean {} or {}?", fmt::join(near, ", "), last);
+}
+
+std::string counted(size_t number, std::string_view what) {
+  return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
+}
+
+size_t page_width() {
+  constexpr size_t least = 40, most = 110;
+  winsize window = {};
+  bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0;
+  return known ? std::clamp<size_t>(window.ws_col, least, most) : most;
+}
+
+/** Where the last column begins that leaves room to go on below it. */
+static size_t last_column(std::string_view line, size_t width) {
+  size_t column = line.find_first_not_of(' ');
+  for (size_t at = 1; at < std::min(line.size(), width * 3 / 5); ++at)
+    if (line[at] != ' ' && line.substr(0, at).ends_with("  ")) column = at;
+  return column;
+}
+
+std::string fold(std::string_view text, size_t width, size_t indent) {
+  std::string folded;
+  for (auto &line : split(text, '\n')) {
+    auto behind = indent ? indent : last_column(line, width);
+    for (std::string_view rest = line; !rest.empty();) {
+      auto room = width - (rest.data() == line.data() ? 0 : behind);
+      auto from = rest.data() == line.data() ? behind : 0;
+      auto end = rest.size() <= room ? rest.size() : rest.rfind(' ', room);
+      if (end == rest.npos || end <= from) end = std::min(rest.find(' ', room), rest.size());
+      folded += trim_end(rest.substr(0, end));
+      rest.remove_prefix(std::min(rest.find_first_not_of(' ', end), rest.size()));
+      if (!rest.empty()) folded += fmt::format("\n{:{}}", "", behind);
+    }
+    folded += '\n';
+  }
+  folded.pop_back();
+  return folded;
 }
 
 bool glob(const std::string &pattern, const std::string &text) {

@@ -23,6 +23,14 @@ std::vector<std::string> nearest(std::string_view wrong, const std::vector<std::
 /** " Did you mean a, b or c?", or "" where nothing is near. */
 std::string did_you_mean(std::string_view wrong, const std::vector<std::string> &names);
 
+/** "1 NV item", "2 NV items". */
+std::string counted(size_t number, std::string_view what);
+
+/** How wide a page on standard output is: as its terminal, and never too wide to read. */
+size_t page_width();
+/** Breaks what is wider at spaces. It goes on below its last column, or, with an indent, behind that. */
+std::string fold(std::string_view text, size_t width, size_t indent = 0);
+
 /** Does text match a glob of *, ? and [...]? */
 bool glob(const std::string &pattern, const std::string &text);
 

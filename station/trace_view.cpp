@@ -3,7 +3,9 @@
 #include "phone_link.h"
 #include "text.h"
 
+#include <algorithm>
 #include <fmt/format.h>
+#include <span>
 
 namespace station {
 namespace {
@@ -26,9 +28,10 @@ std::string what(const contact &e) {
 
 }  // namespace
 
-std::string trace_text() {
+std::string trace_text(size_t count) {
   std::string text;
-  for (auto *e : phone_link::contacts())
+  auto all = phone_link::contacts();
+  for (auto *e : std::span(all).first(std::min(count, all.size())))
     text += fmt::format("{:>12.6f}  {:<9}{} -> {}\n", static_cast<double>(e->time_us) / 1e6,
                         static_cast<size_t>(e->kind) < std::size(kind_names) ? kind_names[e->kind] : "?",
                         what(*e), e->result);

@@ -6,7 +6,8 @@
 
 namespace station {
 
-std::string trace_text();
+/** The first contacts of the last call, so many. */
+std::string trace_text(size_t count);
 /** Log lines of the last call from this priority on, as logcat's brief format shows them. */
 std::string log_text(int least_priority);
 

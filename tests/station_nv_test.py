@@ -127,7 +127,7 @@ def test_a_backup_brings_the_whole_store_back(kept, tmp_path):
     station(*kept, "--yes", *CORRECT)
     assert station(*kept, "nv", "restore", backup).returncode == 2
     done = station(*kept, "--yes", "nv", "restore", backup)
-    assert done.returncode == 0 and "2 NV items written, 1 were so already" in done.stdout
+    assert done.returncode == 0 and "2 NV items written, 1 was so already" in done.stdout
     assert listed(kept).replace("368 LATER", "").strip() == before.strip()
 
 

@@ -7,6 +7,7 @@ import pty
 import re
 import select
 import subprocess
+import termios
 import time
 from xml.etree import ElementTree
 
@@ -85,7 +86,16 @@ def session(tmp_path):
         (["--library", "/nowhere/lib.so", "wifi_start_tx"], ["/nowhere/lib.so", "--library"]),
         (["run"], ["session file"]),
         (["run", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
-        (["run", "/"], ["cannot be read"]),
+        (["run", "/"], ["cannot be read", "folder"]),
+        (["run", "/dev/null"], ["no command"]),
+        ([""], ["empty"]),
+        (["--phone=", "wifi_start_tx"], ["--phone=", "value"]),
+        (["sessions/rf.tcl"], ["orva-station run sessions/rf.tcl"]),
+        (["phone", "keys"], ["help phone"]),
+        (["docter"], ["Did you mean doctor"]),
+        (["wifi_set_power", "1", "--chip=vq2050"], ["options come first", "--chip=vq2050 wifi_set_power"]),
+        (["--expect", "1", "run", "x.tcl"], ["--expect", "single call"]),
+        (["--report", "page.html", "doctor"], ["--report", "doctor"]),
         (["help", "wifi_set_chanel"], ["wifi_set_channel"]),
         (["--junit", "/nowhere/report.xml", "wifi_start_tx"], ["/nowhere/report.xml"]),
         (["nv", "show", "many"], ["many", "340"]),
@@ -235,6 +245,15 @@ def test_an_error_ends_the_session(session, text, told):
     error = [line for line in reported if line["type"] == "error"]
     assert len(error) == 1 and told in error[0]["text"] and error[0]["line"] == 2
     assert len(calls(reported)) == 1 and reported[-2]["broken"]
+
+
+def test_a_page_fits_the_terminal(tmp_path):
+    words = ["help"], ["help", "expect"], ["--chip", "vq2070", "wifi_start_testmode"], ["--chip", "vq2070", "wifi_conn_info"]
+    for arguments in words:
+        shown, _ = Terminal(tmp_path, *arguments, columns=72).rest()
+        plain = re.sub(r"\033\[[0-9;]*m", "", shown).splitlines()
+        assert len(plain) > 4 or "ssid" in shown
+        assert [line for line in plain if len(line) > 72 or line.endswith(" ")] == []
 
 
 @pytest.mark.parametrize("door", ["exec ls", "open /etc/passwd", "socket a 1", "file exists /", "source x", "exit 0", "cd /", "glob *", "load x", "after 1", "vwait x"])
@@ -431,11 +450,12 @@ def test_the_prompt_works_in_a_pipe():
 class Terminal:
     """The console on a terminal, typed into."""
 
-    def __init__(self, home, *arguments):
+    def __init__(self, home, *arguments, columns=80):
         self.pid, self.fd = pty.fork()
         if self.pid == 0:
             os.environ.update(HOME=str(home), TERM="xterm")
             os.environ.pop("NO_COLOR", None)
+            termios.tcsetwinsize(1, (24, columns))
             os.execv(STATION, [STATION, *arguments])
 
     def rest(self):
