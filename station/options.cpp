@@ -108,14 +108,15 @@ std::vector<std::string> option_names() {
 
 /** Behind the first word all are arguments, for a negative number looks like an option. */
 void refuse_late_options(const std::vector<std::string> &given) {
-  auto known = option_names();
-  for (size_t i = 1; i < given.size(); ++i) {
-    auto name = given[i].substr(0, given[i].find('='));
-    if (std::ranges::find(known, name) != known.end())
+  for (size_t i = 1; i < given.size(); ++i)
+    for (auto &o : known_options) {
+      auto name = fmt::format("--{}", o.help.name);
+      if (given[i] != name && !given[i].starts_with(name + "=")) continue;
+      bool value_behind = given[i] == name && *o.help.value && *o.help.value != '[';
       throw usage_error{
           fmt::format("{0} stands behind {1}: options come first, as in: orva-station {0}{2} {1}", given[i],
-                      given[0], name == given[i] ? " ..." : "")};
-  }
+                      given[0], value_behind ? fmt::format(" {}", o.help.value) : "")};
+    }
 }
 
 }  // namespace
@@ -159,6 +160,7 @@ command_line parse_command_line(int count, char **arguments) {
     known_options[id - first_id].take(line, optarg ? optarg : "");
   }
   line.words.assign(arguments + optind, arguments + count);
+  if (line.words.size() == 2 && line.words[1] == "--help") line.words = {"help", line.words[0]};
   refuse_late_options(line.words);
   return line;
 }

@@ -90,6 +90,7 @@ const verdictWords = {pass: "PASS", fail: "FAIL", none: "NO VERDICT", cut: "INCO
 
 function callText(call) {
   const words = Object.values(call.arguments).map(v => v === "" ? "{}" : String(v));
+  while (["null", "scratch"].includes(words.at(-1))) words.pop();  // what is given where nothing is
   return [call.function, ...words].join(" ");
 }
 

@@ -33,27 +33,29 @@ function showVerdict() {
 
 /* ---- What failed ------------------------------------------------------------------------------------------------- */
 
-/** The library's own errors of a call, closest to the cause; it also logs some plain entries at that priority. */
+/** The library's own errors of a call, closest to the cause, or where it logged none whatever it logged. */
 function reasons(call) {
-  return (call?.log ?? []).filter(l => l.priority >= 6).slice(-3).map(l => el("code", {class: "reason"}, l.text));
+  const lines = call?.log ?? [], errors = lines.filter(l => l.priority >= 6);
+  return (errors.length ? errors : lines).slice(-3).map(l => el("code", {class: "reason"}, l.text));
 }
 
 function failureText({item, expectation: e, error}) {
   if (error) return [el("b", {}, "The session stopped: "), error];
   const unit = item.units?.[e.what];
   return [item.call ? el("code", {class: "call"}, callText(item.call)) : "", " ", el("b", {}, e.what), " is ",
-    el("code", {class: "bad"}, e.got === "" ? "nothing" : withUnit(e.got, unit)), ", limits ", el("code", {}, limitsText(e)),
-    e.what === "result" && item.meaning ? ` (${item.meaning})` : ""];
+    el("code", {class: "bad"}, e.got === "" ? "nothing" : withUnit(e.got, unit)),
+    e.what === "result" && item.meaning ? ` (${item.meaning})` : "", ", limits ", el("code", {}, limitsText(e))];
 }
 
-function failureCard(session, failure) {
-  const many = report.sessions.length > 1;
-  return el("li", {}, el("p", {}, failureText(failure)), reasons(failure.item.call), causeLines(failure.item.call),
+function failureCard(session, failure, i) {
+  const many = report.sessions.length > 1, call = failure.item.call;
+  const told = call && session.failures[i - 1]?.item.call === call;  // one reason for all that a call failed
+  return el("li", {}, el("p", {}, failureText(failure)), told ? "" : [reasons(call), causeLines(call)],
     el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(failure.item), " ", el("a", {href: `#${failure.item.id}`, class: "tolog"}, "Show the step")));
 }
 
 function failuresSection() {
-  const cards = report.sessions.flatMap(s => s.failures.map(f => failureCard(s, f)));
+  const cards = report.sessions.flatMap(s => s.failures.map((f, i) => failureCard(s, f, i)));
   const words = reportVerdict(report) === "pass" ? "Nothing failed." : "No expectation failed.";
   return el("section", {id: "failures", class: `card ${cards.length ? "has-failures" : ""}`, "aria-labelledby": "failures-title"},
     el("h2", {id: "failures-title"}, "What failed"), cards.length ? el("ol", {class: "failures"}, cards) : el("p", {}, words));
