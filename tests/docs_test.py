@@ -17,7 +17,7 @@ ROOT = Path(__file__).resolve().parent.parent
 BUILD = Path(os.environ["ORVA_BUILD"])
 STATION = Path(os.environ["ORVA_STATION"])
 LIBRARIES = os.environ["ORVA_LIBRARY_PATH"].split(":")
-ELSEWHERE = {"sessions.md"}  # its scripts are run on all four chips by the console's own test
+ELSEWHERE = {"sessions.md"}  # its sessions are run on all four chips by the console's own test
 DOCUMENTS = sorted([*(ROOT / "docs").glob("*.md"), ROOT / "README.md", ROOT / "virtual_phone" / "README.md"])
 
 
