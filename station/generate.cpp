@@ -50,10 +50,10 @@ std::string command_words() {
 
 constexpr const char *bash_function = R"(
 _orva_station() {
-  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} i=1 first=0 words
-  # "--log=er" comes as three words.
-  [[ $before == = ]] && before="${COMP_WORDS[COMP_CWORD - 2]}"
-  [[ $word == = ]] && { before="${COMP_WORDS[COMP_CWORD - 1]}"; word=; }
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} i=1 first=0 words sign=
+  # "--log=er" comes as three words; a value that may be left out needs the sign.
+  [[ $before == = ]] && { before=${COMP_WORDS[COMP_CWORD - 2]}; sign==; }
+  [[ $word == = ]] && { word=; sign==; }
   while ((i < COMP_CWORD)); do
     case ${COMP_WORDS[i]} in
     --*) [[ -n ${_orva_station_value[${COMP_WORDS[i]}]} && ${COMP_WORDS[i + 1]} != = ]] && ((i++)) ;;
@@ -64,19 +64,18 @@ _orva_station() {
   done
   # preview stands before a call.
   ((first)) && [[ ${COMP_WORDS[first]} == preview ]] && ((first + 1 < COMP_CWORD)) && ((first++))
-  if ((!first)) && [[ -n ${_orva_station_value[$before]}${_orva_station_optional[$before]} ]]; then
-    words="${_orva_station_value[$before]}${_orva_station_optional[$before]}"
-  elif ((!first)) && [[ $word == -* ]]; then
-    words=$_orva_station_options
-  elif ((!first)); then
-    words=$_orva_station_words
+  if ((!first)); then
+    words=${_orva_station_value[$before]}
+    [[ -n $sign ]] && words+=${_orva_station_optional[$before]}
+    [[ -z $words && $word == -* ]] && words=$_orva_station_options
+    words=${words:-$_orva_station_words}
   else
     words=${_orva_station_argument[${COMP_WORDS[first]} $((COMP_CWORD - first))]}
     [[ ${_orva_station_argument[${COMP_WORDS[first]} 1]} == FILE ]] && words=FILE
     [[ ${COMP_WORDS[first]} == nv && $((COMP_CWORD - first)) == 2 ]] && words=FILE
   fi
   case $words in
-  FILE) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+  FILE) compopt -o default; COMPREPLY=() ;;
   FUNCTION) mapfile -t COMPREPLY < <(compgen -W "$_orva_station_functions" -- "$word") ;;
   *) mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word") ;;
   esac
@@ -125,20 +124,24 @@ std::string bash() {
 
 constexpr const char *zsh_function = R"(
 _orva_station() {
-  local state line
+  local state line ret=1
   local -a words_behind
-  _arguments -S -A '-*' $_orva_station_options '1: :->first' '*:: :->rest'
+  _arguments -S -A '-*' $_orva_station_options '1: :->first' '*:: :->rest' && ret=0
   case $state in
-  first) _describe -t functions 'function' _orva_station_functions; _describe -t commands 'command' _orva_station_words ;;
+  first)
+    _describe -t functions 'function' _orva_station_functions && ret=0
+    _describe -t commands 'command' _orva_station_words && ret=0 ;;
   rest)
     if [[ $words[1] == preview ]] && ((CURRENT > 2)); then shift words; ((CURRENT--)); fi
     if [[ "${_orva_station_argument[$words[1] 1]}" == FILE ]] || { [[ $words[1] == nv ]] && ((CURRENT == 3)); }; then _files; return; fi
     words_behind=("${(@f)_orva_station_argument[$words[1] $((CURRENT - 1))]}")
-    if [[ $words_behind[1] == FUNCTION ]]; then _describe -t functions 'function' _orva_station_functions
-    elif [[ -n $words_behind[1] ]]; then _describe -V -t values 'value' words_behind; fi ;;
+    if [[ $words_behind[1] == FUNCTION ]]; then _describe -t functions 'function' _orva_station_functions && ret=0
+    elif [[ -n $words_behind[1] ]]; then _describe -V -t values 'value' words_behind && ret=0; fi ;;
   esac
+  return ret
 }
-compdef _orva_station orva-station
+# Found in fpath, this file is read at the first Tab, which wants an answer already.
+if [[ $funcstack[1] == _orva-station ]]; then _orva_station "$@"; else compdef _orva_station orva-station; fi
 )";
 
 /** "word:meaning", as _describe reads it. */
@@ -196,14 +199,27 @@ std::string troff(const std::string &text) {
   return safe.starts_with('.') || safe.starts_with('\'') ? "\\&" + safe : safe;
 }
 
+/** Text in lines of at most 80 characters, none of which begins as a request does. */
+std::string paragraph(const std::string &text) {
+  std::string lines, line;
+  for (auto &word : split(text, ' ')) {
+    if (!line.empty() && troff(line).size() + troff(word).size() >= 80) {
+      lines += troff(line) + "\n";
+      line.clear();
+    }
+    line += fmt::format("{}{}", line.empty() ? "" : " ", word);
+  }
+  return lines + troff(line);
+}
+
 std::string tagged(const std::string &tag, const std::string &text) {
-  return fmt::format(".TP\n.B {}\n{}\n", troff(tag), troff(text));
+  return fmt::format(".TP\n.B {}\n{}\n", troff(tag), paragraph(text));
 }
 
 /** A tag with a text whose lines begin a row each. */
 std::string man_function(const function &f) {
-  auto text = fmt::format(".TP\n.B {}\n{}\n", troff(usage(f)), troff(f.help));
-  auto line = [&](const std::string &words) { text += fmt::format(".br\n{}\n", troff(words)); };
+  auto text = fmt::format(".TP\n.B {}\n{}\n", troff(usage(f)), paragraph(f.help));
+  auto line = [&](const std::string &words) { text += fmt::format(".br\n{}\n", paragraph(words)); };
   for (auto &a : f.arguments) {
     auto words =
         fmt::format("{}: {}", a.is_output() ? std::string(a.name) + " (output)" : upper(a.name), a.help);
@@ -244,8 +260,10 @@ std::string man() {
   for (auto &w : command_line_words()) way(w.usage);
   text += ".B orva\\-station\n[OPTIONS]\n.SH DESCRIPTION\n";
   text +=
-      "Calls the functions of libwifi_factory_test_orva one by one, from session files, or at a prompt, and tells "
-      "what each did: its result in words, driver commands, shell commands, pauses, NV items.\n";
+      paragraph("Calls the functions of libwifi_factory_test_orva one by one, from session files, or at a "
+                "prompt, and tells what each did: its result in words, driver commands, shell commands, "
+                "pauses, NV items.") +
+      "\n";
   for (auto &w : command_line_words()) text += tagged(w.name, w.help);
   text += ".SH OPTIONS\n";
   for (auto &o : options())
@@ -253,7 +271,7 @@ std::string man() {
   text += ".SH FUNCTIONS\n" + man_functions();
   text += ".SH SESSION LANGUAGE\nTcl, with each function as a command, and\n";
   for (auto &c : command_list()) text += tagged(c.usage, c.help);
-  return text + ".SH EXIT STATUS\n" + troff(exit_status_help) + "\n.SH FILES\n" + man_files();
+  return text + ".SH EXIT STATUS\n" + paragraph(exit_status_help) + "\n.SH FILES\n" + man_files();
 }
 
 struct product {

@@ -6,6 +6,7 @@ import pathlib
 import pty
 import re
 import select
+import shutil
 import subprocess
 import termios
 import time
@@ -449,15 +450,16 @@ def test_the_prompt_works_in_a_pipe():
 
 
 class Terminal:
-    """The console on a terminal, typed into."""
+    """The console, or a shell, on a terminal, typed into."""
 
-    def __init__(self, home, *arguments, columns=80):
+    def __init__(self, home, *arguments, columns=80, program=STATION, term="xterm"):
         self.pid, self.fd = pty.fork()
         if self.pid == 0:
-            os.environ.update(HOME=str(home), TERM="xterm")
+            os.chdir(home)
+            os.environ.update(HOME=str(home), TERM=term)
             os.environ.pop("NO_COLOR", None)
             termios.tcsetwinsize(1, (24, columns))
-            os.execv(STATION, [STATION, *arguments])
+            os.execvp(program, [program, *arguments])
 
     def rest(self):
         """What it still prints until it ends, and its exit status."""
@@ -506,3 +508,29 @@ def test_a_long_run_shows_its_progress_on_a_terminal_only(tmp_path):
     assert status == 0 and "[" + "#" * 15 + "." * 15 + "] 288/576 band 2 channel 2484" in shown
     assert re.search(r"\033\[32mPASS", shown)
     assert "#" not in station(*arguments).stdout and "\033" not in station(*arguments).stdout
+
+
+SHELLS = {
+    "bash": (["--norc", "--noprofile"], "bind 'set show-all-if-ambiguous on'; bind 'set enable-bracketed-paste off'; source _orva-station"),
+    "zsh": (["-f"], "fpath=($PWD $fpath); autoload -Uz compinit; compinit -u; unset zle_bracketed_paste"),
+}
+COMPLETED = [
+    ("doct", "doctor "), ("wifi_get_rx_r", "wifi_get_rx_rssi "), ("help wifi_get_rx_r", "rx_rssi "), ("generate z", "zsh "),
+    ("wifi_set_band ", r"\s0\b[\s\S]*\s1\b[\s\S]*\s2\b[\s\S]*\s3\b"), ("preview wifi_hw_get s", "scratch "),
+    ("--qui", "--quiet "), ("--chip vq207", "vq2070"), ("--log=er", "error "), ("--log doct", "doctor "),
+    ("--chip=vq2050 run my\\ ses", r"my\\ session\.tcl "), ("--phone my", r"my\\ session\.tcl "), ("nv load my", r"my\\ session\.tcl "),
+]
+
+
+@pytest.mark.parametrize("shell", SHELLS)
+def test_the_tab_key_completes_in_a_shell(shell, tmp_path):
+    if not shutil.which(shell):
+        pytest.skip(f"{shell} is not installed")
+    (tmp_path / "my session.tcl").touch()
+    (tmp_path / "_orva-station").write_text(station("generate", shell).stdout)
+    arguments, setup = SHELLS[shell]
+    here = Terminal(tmp_path, *arguments, "-i", program=shell, term="dumb", columns=200)
+    here.type(f"PS1='rea''dy> '; {setup}\r", "ready> ")
+    for begun, whole in COMPLETED:
+        here.type(f"orva-station {begun}\t", r"orva-station [\s\S]*" + whole)
+        here.type("\x15\r", "ready> $")
