@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <iostream>
 #include <unistd.h>
 
@@ -203,9 +204,10 @@ std::vector<expectation> read_back() {
 std::string run_nv(words_t words, session &s, const interpreter *in) {
   auto found = std::ranges::find(nv_words, words.empty() ? "" : words[0], &nv_word::name);
   if (found == std::end(nv_words) || words.size() - 1 < found->least || words.size() - 1 > found->most)
-    throw usage_error{
-        "nv: give list, show NUMBER, snapshot, diff [FILE], save FILE, load FILE, backup FILE, restore "
-        "FILE or clear."};
+    throw usage_error{fmt::format(
+        "{}: give list, show NUMBER, snapshot, diff [FILE], save FILE, load FILE, backup FILE, restore "
+        "FILE or clear.",
+        trim_end(fmt::format("nv {}", fmt::join(words, " "))))};
   auto word = words.size() > 1 ? words[1] : "";
   bool reads = words[0] == "diff" || words[0] == "load" || words[0] == "restore";
   if (in && reads && !word.empty()) word = in->beside_script(word);

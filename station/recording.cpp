@@ -152,8 +152,8 @@ public:
     } catch (const usage_error &e) {
       throw usage_error{fmt::format("{}:{}: {}", all.path, line, e.message)};
     } catch (const json::parse_error &) {
-      throw usage_error{
-          fmt::format("{}:{}: this line is no JSON: the file is cut or damaged here.", all.path, line)};
+      throw usage_error{fmt::format(
+          "{}:{}: this line is no JSON: the file is cut or damaged here, or no recording.", all.path, line)};
     } catch (const json::exception &e) {
       throw usage_error{
           fmt::format("{}:{}: a field is missing or of the wrong kind ({}); docs/trace.md tells the fields.",
