@@ -131,6 +131,9 @@ def test_a_program_against_the_installed_package(build, prefix, tmp_path):
 def test_the_installed_console_and_module_find_the_installed_library(prefix, tmp_path):
     console = run([prefix / "bin" / "orva-station", "wifi_set_power", "155"], env={"PATH": os.environ["PATH"]})
     assert console.returncode == 0, console.stderr
+    for what, file in (("bash", "bash-completion/completions/orva-station"), ("zsh", "zsh/site-functions/_orva-station"),
+                       ("man", "man/man1/orva-station.1")):
+        assert (prefix / "share" / file).read_text() == run([prefix / "bin" / "orva-station", "generate", what]).stdout
     (module,) = prefix.rglob("python/orva")
     show = "import orva; b = orva.Bench(); print(orva.files.find('libvirtual_phone.so'), b.library.wifi_test_weld())"
     found = run(["/usr/bin/python3", "-c", show], env={"PYTHONPATH": str(module.parent)})

@@ -517,7 +517,8 @@ SHELLS = {
 COMPLETED = [
     ("doct", "doctor "), ("wifi_get_rx_r", "wifi_get_rx_rssi "), ("help wifi_get_rx_r", "rx_rssi "), ("generate z", "zsh "),
     ("wifi_set_band ", r"\s0\b[\s\S]*\s1\b[\s\S]*\s2\b[\s\S]*\s3\b"), ("preview wifi_hw_get s", "scratch "),
-    ("--qui", "--quiet "), ("--chip vq207", "vq2070"), ("--log=er", "error "), ("--log doct", "doctor "),
+    ("--qui", "--quiet "), ("--chip vq207", "vq2070"), ("--log=er", "error "), ("--log doct", "doctor "), ("--clock=v", "virtual "),
+    ("--chip vq2050 --nv unit.nv wifi_set_channel 248", "2484 "), ("--log=error wifi_set_channel 248", "2484 "), ("nv b", "backup "),
     ("--chip=vq2050 run my\\ ses", r"my\\ session\.tcl "), ("--phone my", r"my\\ session\.tcl "), ("nv load my", r"my\\ session\.tcl "),
 ]
 
