@@ -65,9 +65,8 @@ std::string run_expect(interpreter &in, words_t words) {
   else
     throw usage_error{fmt::format(
         "expect: \"{}\" is nothing that can be expected: give log, no log, driver, shell or phone.", what)};
-  bool held = e.held;
-  in.current().expect(std::move(e), in.where());
-  return held ? "1" : "0";
+  in.current().expect(e, in.where());
+  return e.held ? "1" : "0";
 }
 
 std::string run_limits(interpreter &in, words_t words) {

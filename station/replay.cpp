@@ -75,7 +75,7 @@ void require_function(const library &lib, const recorded_call &call, const setti
 
 }  // namespace
 
-bool replay(const std::string &path, settings with) {
+bool replay(const std::string &path, const settings &with) {
   if (!player::available())
     throw usage_error{"replay: only orva-station has a virtual phone that plays a recording."};
   auto then = read_recording(path);

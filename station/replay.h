@@ -10,7 +10,7 @@ namespace station {
 
 /** Runs a recording's calls against the library, the phone answering as it did then; prints where they part
  * first. True where nothing differs. */
-bool replay(const std::string &path, settings with);
+bool replay(const std::string &path, const settings &with);
 
 /** Prints where two recordings part first, times apart; true where nothing differs. */
 bool diff_recordings(const std::string &first, const std::string &second);

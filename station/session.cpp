@@ -115,7 +115,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   return *last_step;
 }
 
-void session::expect(expectation e, const place &where) {
+void session::expect(const expectation &e, const place &where) {
   count(e);
   for (auto &r : reporters) r->expect(e, where);
 }

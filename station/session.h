@@ -115,7 +115,7 @@ public:
 
   /** Words behind the function's name: arguments, "->", what is expected. */
   const call_step &call(const function &f, const std::vector<std::string> &words, const place &where);
-  void expect(expectation e, const place &where);
+  void expect(const expectation &e, const place &where);
   void title(const std::string &text);
   void report_progress(size_t done, size_t total, const std::string &text);
   void note(const std::string &text);
