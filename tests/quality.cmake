@@ -8,7 +8,7 @@ set_target_properties(fault_sweep PROPERTIES BUILD_RPATH "$<TARGET_FILE_DIR:wifi
 target_link_options(fault_sweep PRIVATE -Wl,--disable-new-dtags)  # as for the other tests of the library
 foreach(chip vq2040 vq2050 vq2040a vq2070)
   add_test(NAME fault_sweep.${chip} COMMAND fault_sweep ${chip})
-  set_tests_properties(fault_sweep.${chip} PROPERTIES TIMEOUT 600)
+  set_tests_properties(fault_sweep.${chip} PROPERTIES TIMEOUT 1500)
 endforeach()
 
 add_executable(quality_test quality_test.cpp)
