@@ -1,7 +1,8 @@
 // Writes the floor: for each measured operation, straight-line C that has the same contacts with the phone in
-// the same order, with ready-made texts and records and nothing around them.
+// the same order, with ready-made records and nothing around them.
 #include <cstdio>
 #include <cstring>
+#include <regex>
 #include <string>
 
 #include "bench/operations.h"
@@ -21,6 +22,20 @@ std::string literal(const char *text) {
     }
   }
   return out + "\"";
+}
+
+/// A log call with its numbers as arguments: who logs a value has it formatted.
+std::string log_arguments(const char *text) {
+  static const std::regex number(R"((^|[^\w%])(0|[1-9]\d{0,8})(?!\w))");
+  std::string format, values;
+  const std::string all = literal(text);
+  auto end = all.begin();
+  for (std::sregex_iterator match(all.begin(), all.end(), number), none; match != none; ++match) {
+    format.append(end, (*match)[2].first).append("%d");
+    values += ", " + (*match)[2].str();
+    end = (*match)[2].second;
+  }
+  return format.append(end, all.end()) + values;
 }
 
 void write_record(const uint8_t *record) {
@@ -54,7 +69,7 @@ void write_event(const struct phone_event &event) {
            number >= 1000000 ? number / 1000000 : number);
     return;
   case PHONE_LOG:
-    printf("__android_log_print(%lld, \"%s\", %s);\n", number, event.name, literal(event.text).c_str());
+    printf("__android_log_print(%lld, \"%s\", %s);\n", number, event.name, log_arguments(event.text).c_str());
     return;
   default: fprintf(stderr, "record: an event of kind %d is not expected here\n", event.kind);
   }
