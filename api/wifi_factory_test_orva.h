@@ -68,7 +68,8 @@ uint32_t wifi_set_rate(int32_t rate);
 
 /**
  * Sets the bandwidth.
- * @param band 0 = 20 MHz, 1 = 40 MHz, 2 = 80 MHz, 3 = 160 MHz. Not checked here: a test start refuses others.
+ * @param band 0 = 20 MHz, 1 = 40 MHz, 2 = 80 MHz, 3 = 160 MHz. Not checked here: a test start refuses others,
+ * once it has sent them; at 2484 MHz it takes any.
  * @return 1.
  */
 uint32_t wifi_set_band(int32_t band);
@@ -91,7 +92,7 @@ uint32_t wifi_setmimo_channel(int32_t chain);
 /**
  * Chooses the antenna; goes to the driver at once.
  * @param antenna 1 is sent as 0, any other value as 1.
- * @return 1; 0 when the driver refused.
+ * @return 1; 0 when the driver refused. vq2040a does not ask the driver and gives 0.
  */
 uint32_t wifi_set_antenna(int32_t antenna);
 
@@ -136,7 +137,7 @@ uint32_t wifi_stop_tx(void);
  * Sets the address filter and sends mode, bandwidth, channel, chain (vq2050, vq2070) and RU setting (vq2070,
  * once after wifi_ru_set()), and starts to receive. The first refusal ends it.
  * @param mac 12 hexadecimal digits without separators, or null for 001122334455. Characters after the twelfth
- * are not read; a shorter text must still be readable up to the first character that is no digit.
+ * are not read; a shorter text must be terminated.
  * @param unused passed on and not read.
  * @return 1; 0 for an illegal digit, a channel that the bandwidth does not allow, or a refusal.
  */
