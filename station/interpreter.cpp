@@ -111,7 +111,7 @@ struct interpreter::async_stop {
   }
   static int on_stop(ClientData, Tcl_Interp *tcl, int status) {
     if (!tcl) return status;
-    Tcl_SetObjResult(tcl, Tcl_NewStringObj("interrupted", -1));
+    Tcl_SetObjResult(tcl, Tcl_NewStringObj("interrupted: the phone is as the last call left it", -1));
     return TCL_ERROR;
   }
 };
@@ -182,7 +182,9 @@ bool interpreter::run_file(const std::string &path) {
   script = path;
   auto *name = Tcl_NewStringObj(path.c_str(), -1);
   Tcl_IncrRefCount(name);
+  async_stop::running = 1;
   int status = Tcl_FSEvalFileEx(tcl, name, "utf-8");
+  async_stop::running = 0;
   Tcl_DecrRefCount(name);
   if (status != TCL_ERROR) return true;
   std::string message = Tcl_GetStringResult(tcl);

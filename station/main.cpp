@@ -3,6 +3,7 @@
 #include "generate.h"
 #include "help.h"
 #include "interpreter.h"
+#include "interrupt.h"
 #include "nv_safe.h"
 #include "options.h"
 #include "phone_link.h"
@@ -55,8 +56,9 @@ exit_status run_sessions(const command_line &line) {
   for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
   auto to = make_reporters(line);
   std::vector<session_summary> all;
+  interrupt_guard guard;
   for (auto &with : chips_to_test(line))
-    for (size_t i = 1; i < line.words.size(); ++i) {
+    for (size_t i = 1; i < line.words.size() && !interrupted; ++i) {
       session s(with, line.words[i], to);
       s.start();
       interpreter(s).run_file(line.words[i]);
@@ -213,6 +215,7 @@ exit_status run(const command_line &line) {
 
 int main(int count, char **arguments) {
   Tcl_FindExecutable(arguments[0]);
+  setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // who reads from a pipe sees each line when it is there
   int status = station::MISUSED;
   try {
     status = station::run(station::parse_command_line(count, arguments));

@@ -146,13 +146,16 @@ private:
     };
     auto head = fmt::format("{:<8} {:<{}}", "time", "session", name);
     std::vector<std::string> rows;
+    bool timed = false;
     for (auto &s : all) rows.push_back(fmt::format("{:<8} {:<{}}", s.info.chip, s.info.name, name));
     for (auto &c : columns) {
       if (std::ranges::all_of(all, [&](auto &s) { return c.us(s) == 0; })) continue;
+      timed = true;
       auto wide = std::max<size_t>(strlen(c.title), 9);
       head += fmt::format(" {:>{}}", c.title, wide);
       for (size_t i = 0; i < all.size(); ++i) rows[i] += fmt::format(" {:>{}}", duration(c.us(all[i])), wide);
     }
+    if (!timed) return;
     print("\n{}\n{}\n", paint(BOLD, head), fmt::join(rows, "\n"));
   }
 

@@ -2,6 +2,7 @@
 
 #include "completion.h"
 #include "interpreter.h"
+#include "interrupt.h"
 #include "text.h"
 
 #include <cerrno>
@@ -21,7 +22,6 @@ namespace station {
 namespace {
 
 const session *completing;  // the line editor hands no context to its callbacks
-volatile sig_atomic_t interrupted;
 
 std::string prompt_text(const session &s) {
   auto &state = s.state();
@@ -122,23 +122,6 @@ void run_line(interpreter &in, const std::string &line) {
   if (!text.empty() && before == summary.calls + summary.held + summary.failed)
     fmt::print("{}\n", fold(text, page_width()));
 }
-
-/** Ctrl-C ends what runs, not the console. */
-class interrupt_guard {
-public:
-  interrupt_guard() {
-    struct sigaction catching = {};
-    catching.sa_handler = [](int) {
-      interrupted = 1;
-      interpreter::interrupt();
-    };
-    sigaction(SIGINT, &catching, &before);
-  }
-  ~interrupt_guard() { sigaction(SIGINT, &before, nullptr); }
-
-private:
-  struct sigaction before;
-};
 
 }  // namespace
 

@@ -7,6 +7,7 @@ import pty
 import re
 import select
 import shutil
+import signal
 import subprocess
 import termios
 import time
@@ -500,6 +501,20 @@ def test_the_prompt_on_a_terminal(tmp_path):
     os.write(here.fd, b"exit\r")
     assert here.rest()[1] == 0
     assert "wifi_start_testmode" in (tmp_path / ".orva_station_history").read_text()
+
+
+def test_an_interrupted_session_tells_what_it_did(tmp_path):
+    script, report = tmp_path / "session.tcl", tmp_path / "unit.xml"
+    script.write_text("wifi_set_power 155\nwait 60\nwifi_set_power 166\n")
+    options = ["--chip", "all", "--clock", "real", "--junit", report]
+    running = subprocess.Popen([STATION, *options, "run", script], stdout=subprocess.PIPE, text=True)
+    assert [running.stdout.readline() for _ in range(2)][1].startswith("   -  wifi_set_power 155")  # before the end
+    running.send_signal(signal.SIGINT)
+    told = running.communicate(timeout=20)[0]
+    assert running.returncode == 2
+    assert re.search(r"STOP  .*session.tcl:\d: interrupted: the phone is as the last call left it", told)
+    assert "166" not in told and "vq2050" not in told
+    assert ElementTree.parse(report).find("testsuite").get("errors") == "1"
 
 
 def test_a_long_run_shows_its_progress_on_a_terminal_only(tmp_path):
