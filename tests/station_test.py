@@ -505,7 +505,7 @@ def test_the_prompt_on_a_terminal(tmp_path):
 
 def test_an_interrupted_session_tells_what_it_did(tmp_path):
     script, report = tmp_path / "session.tcl", tmp_path / "unit.xml"
-    script.write_text("wifi_set_power 155\nwait 60\nwifi_set_power 166\n")
+    script.write_text("wifi_set_power 155\nwait 15\nwifi_set_power 166\n")
     options = ["--chip", "all", "--clock", "real", "--junit", report]
     running = subprocess.Popen([STATION, *options, "run", script], stdout=subprocess.PIPE, text=True)
     assert [running.stdout.readline() for _ in range(2)][1].startswith("   -  wifi_set_power 155")  # before the end
