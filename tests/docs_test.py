@@ -62,7 +62,7 @@ def program(language, text, folder):
     source = folder / f"example.{language}"
     source.write_text(text)
     if language == "c":
-        build = (f"gcc -std=c99 -D_DEFAULT_SOURCE -Wall -Wextra -Werror -Iapi -I{ROOT} example.c $ORVA_LDFLAGS -lwifi_factory_test_orva "
+        build = (f"gcc -std=c99 -D_DEFAULT_SOURCE -Wall -Wextra -Werror -Iinclude -I{ROOT} example.c $ORVA_LDFLAGS -lwifi_factory_test_orva "
                  "-Wl,--no-as-needed -lvirtual_phone -lvirtual_phone_platform -o example && ./example")
         return ["bash", "-c", build]
     return {"sh": ["bash", "-e", source], "python": ["python3", source], "tcl": ["orva-station", "--chip", "vq2050", "run", source]}[language]
