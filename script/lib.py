@@ -31,8 +31,8 @@ def exported_names():
     return {line.strip().rstrip(";") for line in text.split("local:")[0].splitlines() if line.strip().endswith(";")}
 
 
-def labelled_tests(build, *selection):
+def labelled_tests(build, *selection, env=None):
     """The tests that ctest finds in a build folder, as {name: command}. The selection is ctest's: -L, -LE, -R."""
     command = ["ctest", "--test-dir", build, "--show-only=json-v1", *selection]
-    done = subprocess.run(command, capture_output=True, text=True, check=True)
+    done = subprocess.run(command, capture_output=True, text=True, check=True, env=env)
     return {test["name"]: test["command"] for test in json.loads(done.stdout)["tests"] if "command" in test}

@@ -16,8 +16,8 @@ self=$(basename "$(dirname "$(realpath "$0")")")/$(basename "$0")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # The chips in sub-chip order.
+# shellcheck disable=SC2034
 mapfile -t chips <chips/chips.txt
-export chips
 
 say() { echo "$self: $*"; }
 # Ends the script because its job failed.
