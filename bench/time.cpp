@@ -67,10 +67,8 @@ void store(size_t length) {
   for (const auto &row : items) phone_nv_put(row.number, row.name, item);
 }
 
-void read_all(benchmark::State &state, const char *chip) {
-  phone_reset();
-  char error[200];
-  phone_set("chip", chip, error, sizeof error);
+void read_all(benchmark::State &state) {
+  bench::prepare(CHIP, bench::operation_named("setter"));
   store(static_cast<size_t>(state.range(0)));
   std::vector<char> out(16 * 104);
   for (auto _ : state) {
@@ -113,13 +111,7 @@ int main(int count, char **words) {
   for (const bench::operation &call : calls) {
     benchmark::RegisterBenchmark((std::string("dispatch/") + call.name).c_str(), time_calls, call, call.run);
   }
-  for (const char *chip : {"vq2040a", "vq2050"}) {
-    benchmark::RegisterBenchmark((std::string("read_all/") + chip).c_str(), read_all, chip)
-        ->Arg(0)
-        ->Arg(26)
-        ->Arg(52)
-        ->Arg(103);
-  }
+  benchmark::RegisterBenchmark("read_all", read_all)->Arg(0)->Arg(26)->Arg(52)->Arg(103);
   benchmark::RegisterBenchmark("merge", merge)->Arg(0)->Arg(26)->Arg(52)->Arg(78);
   benchmark::RegisterBenchmark("real/session", real_session)->Iterations(1)->UseRealTime();
   benchmark::RunSpecifiedBenchmarks();
