@@ -1,5 +1,6 @@
-# What `cmake --install` puts where: the library with its headers, a CMake package and a pkg-config file; and, where
-# they were built, the virtual phone, the console, sessions, phone descriptions and the Python module.
+# SPDX-License-Identifier: Apache-2.0
+# What `cmake --install` installs: the library with its headers, a CMake package and a pkg-config file; if they were
+# built, also the virtual phone, the console, sessions, phone descriptions and the Python module.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -15,7 +16,7 @@ target_include_directories(wifi_factory_test_orva INTERFACE $<BUILD_INTERFACE:${
                                                             $<INSTALL_INTERFACE:${orva_headers}>)
 install(TARGETS wifi_factory_test_orva EXPORT ${orva_package})
 
-# From where they lie, so that --prefix may still move the installation.
+# The prefix relative to the pkg-config files, so that --prefix may move the installation.
 file(RELATIVE_PATH orva_prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 function(install_pkg_config name)
   configure_file(cmake/${name}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
@@ -24,7 +25,7 @@ endfunction()
 install_pkg_config(wifi_factory_test_orva)
 
 if(TARGET virtual_phone)
-  # The kernel half finds the platform half beside itself.
+  # The kernel half looks for the platform half in its own folder.
   set_target_properties(virtual_phone virtual_phone_platform PROPERTIES INSTALL_RPATH "$ORIGIN")
   target_include_directories(virtual_phone_platform INTERFACE $<INSTALL_INTERFACE:${orva_headers}>)
   install(TARGETS virtual_phone virtual_phone_platform EXPORT ${orva_package})
@@ -35,7 +36,7 @@ if(TARGET virtual_phone)
 endif()
 if(TARGET orva-station)
   install(TARGETS orva-station)
-  if(NOT CMAKE_CROSSCOMPILING)  # the console itself makes these
+  if(NOT CMAKE_CROSSCOMPILING)  # the console has to run to write these
     set(orva_generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
     function(install_generated what name folder)
       add_custom_command(OUTPUT ${orva_generated}/${name} DEPENDS orva-station

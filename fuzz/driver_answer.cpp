@@ -1,4 +1,5 @@
-// Answers of the driver to each command, accepted or refused, to every operation that reads one.
+// SPDX-License-Identifier: Apache-2.0
+// Arbitrary answers of the driver, accepted or refused, to every operation that reads one.
 #include <algorithm>
 #include <memory>
 

@@ -1,4 +1,5 @@
-// Calibration texts as NV may hold them: reading, merging, keeping, correcting and reading all of them.
+// SPDX-License-Identifier: Apache-2.0
+// Arbitrary calibration texts in NV: reading, merging, storing and correcting one, and reading all.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -55,7 +56,7 @@ std::string entry_of(const orva::cal_row &row, const std::vector<uint32_t> &valu
   return entry + ";";
 }
 
-/// What a merge has to give: every other entry as it was, ours in its place or at the end.
+/// The expected result of a merge: every other entry unchanged, ours in its place or at the end.
 std::string merged(const std::string &stored, const orva::cal_row &row, const std::string &ours) {
   if (stored.empty()) return ours;
   std::string all;
@@ -102,9 +103,9 @@ void read_all(int32_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
   input from(bytes, size);
-  const size_t chip_number = 1 + from.byte() % 3;
+  const size_t chip_number = 1 + from.byte() % (chips - 1);  // the first keeps no texts in NV
   begin(chip_number);
-  const orva::chip &chip = chip_at(chip_number);
+  const orva::chip &chip = *profiles[chip_number];
   const orva::cal_row &row = choose_row(chip, from.byte());
   const uint8_t action = from.byte() % 5;
   const auto drawn = from.some(24);

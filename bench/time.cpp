@@ -1,62 +1,27 @@
-// The library against its floor, the cost of dispatch, and how reading and merging grow. Times are ratios'
-// raw material: script/bench prints what they come to.
+// SPDX-License-Identifier: Apache-2.0
+// Times by the clock: the library and its floor, dispatch, and how reading and merging grow with the items'
+// length. script/bench --time runs it and prints the ratios.
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "bench/operations.h"
-#include "include/vq2050.h"
+#include "bench/compare.h"
 #include "include/vq2070.h"
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
 
-extern "C" {
-void floor_setter(void);
-void floor_value_command(void);
-void floor_transmit_start(void);
-void floor_session(void);
-}
-
 namespace {
 
-constexpr void (*floors[])() = {floor_setter, floor_value_command, floor_transmit_start, floor_session};
+constexpr const char *CHIP = bench::dispatch_chip;
 constexpr int calls_between_clearings = 256;
 
-std::string contacts() {
-  std::string all;
-  for (size_t i = 0; i < phone_event_count(); i++) {
-    const auto *event = phone_event(i);
-    all += std::to_string(event->kind) + " " +
-           std::to_string(event->number[0] * (event->kind == PHONE_SLEEP)) + " " + event->text + "\n";
-  }
-  return all;
-}
-
-/// The floor is only one where it does the same.
-void compare(const bench::operation &operation, void (*floor)()) {
-  phone_reset();
-  operation.prepare();
-  phone_events_clear();
-  operation.run();
-  const std::string wanted = contacts();
-  phone_reset();
-  operation.prepare();
-  phone_events_clear();
-  floor();
-  if (contacts() == wanted) return;
-  fprintf(stderr, "bench: the floor of %s does something else\n", operation.name);
-  exit(1);
-}
-
-/// Times calls, forgetting the trace now and then with the watch stopped.
+/// Times calls. Between batches the timer stops and the trace is cleared, so that it does not grow without
+/// end.
 void time_calls(benchmark::State &state, const bench::operation &operation, void (*run)()) {
   const int most = operation.prepare_each ? 1 : calls_between_clearings;
   int calls = most;
-  phone_reset();
-  operation.prepare();
+  bench::prepare(CHIP, operation);
   for (auto _ : state) {
     if (calls == most) {
       state.PauseTiming();
@@ -70,11 +35,11 @@ void time_calls(benchmark::State &state, const bench::operation &operation, void
   }
 }
 
-/// The whole session as the clock on the wall has it, and the pauses that it has to make.
+/// The whole session in real time, and the pauses that it has to make.
 void real_session(benchmark::State &state) {
   for (auto _ : state) {
     state.PauseTiming();
-    bench::prepare_session();
+    bench::prepare(CHIP, bench::operation_named("session"));
     phone_set_clock(PHONE_CLOCK_REAL);
     state.ResumeTiming();
     bench::session();
@@ -86,14 +51,6 @@ void real_session(benchmark::State &state) {
   state.counters["pauses_us"] = static_cast<double>(pauses);
 }
 
-void public_call() {
-  uint8_t lower, upper;
-  wifi_power_set_range(&lower, &upper);
-}
-void back_end_call() {
-  uint8_t lower, upper;
-  vq2050_wifi_power_set_range(&lower, &upper);
-}
 void chip_query() { get_orva_connectivity_subchip(); }
 
 void store(size_t length) {
@@ -110,10 +67,8 @@ void store(size_t length) {
   for (const auto &row : items) phone_nv_put(row.number, row.name, item);
 }
 
-void read_all(benchmark::State &state, const char *chip) {
-  phone_reset();
-  char error[200];
-  phone_set("chip", chip, error, sizeof error);
+void read_all(benchmark::State &state) {
+  bench::prepare(CHIP, bench::operation_named("setter"));
   store(static_cast<size_t>(state.range(0)));
   std::vector<char> out(16 * 104);
   for (auto _ : state) {
@@ -142,26 +97,21 @@ void merge(benchmark::State &state) {
 
 int main(int count, char **words) {
   benchmark::Initialize(&count, words);
-  for (size_t i = 0; i < std::size(floors); i++) {
-    const bench::operation &operation = bench::operations[i];
-    compare(operation, floors[i]);
+  for (const bench_floor *floor = bench_floors; floor->run != nullptr; floor++) {
+    if (std::string(floor->chip) != CHIP) continue;
+    bench::check_floor(*floor);
+    const bench::operation &operation = bench::operation_named(floor->operation);
     const std::string name = operation.name;
     benchmark::RegisterBenchmark(("library/" + name).c_str(), time_calls, operation, operation.run);
-    benchmark::RegisterBenchmark(("floor/" + name).c_str(), time_calls, operation, floors[i]);
+    benchmark::RegisterBenchmark(("floor/" + name).c_str(), time_calls, operation, floor->run);
   }
-  const bench::operation calls[] = {{"public", bench::nothing, public_call, false},
-                                    {"back_end", bench::nothing, back_end_call, false},
-                                    {"chip_query", bench::nothing, chip_query, false}};
+  const bench::operation calls[] = {{"public", bench::nothing, bench::dispatched_call, false, false},
+                                    {"back_end", bench::nothing, bench::direct_call, false, false},
+                                    {"chip_query", bench::nothing, chip_query, false, false}};
   for (const bench::operation &call : calls) {
     benchmark::RegisterBenchmark((std::string("dispatch/") + call.name).c_str(), time_calls, call, call.run);
   }
-  for (const char *chip : {"vq2040a", "vq2050"}) {
-    benchmark::RegisterBenchmark((std::string("read_all/") + chip).c_str(), read_all, chip)
-        ->Arg(0)
-        ->Arg(26)
-        ->Arg(52)
-        ->Arg(103);
-  }
+  benchmark::RegisterBenchmark("read_all", read_all)->Arg(0)->Arg(26)->Arg(52)->Arg(103);
   benchmark::RegisterBenchmark("merge", merge)->Arg(0)->Arg(26)->Arg(52)->Arg(78);
   benchmark::RegisterBenchmark("real/session", real_session)->Iterations(1)->UseRealTime();
   benchmark::RunSpecifiedBenchmarks();
