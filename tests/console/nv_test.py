@@ -9,7 +9,7 @@ import subprocess
 
 import pytest
 
-from support.console import STATION, STATISTATION_PHONE, station
+from support.console import STATION, STATION_PHONE, station
 
 STORED = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;pa5ga0=8,-260,5100;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
 CORRECT = ["wifi_nvram_calibrate_set", "0", "0", "0", "0", "0", "2442", "60"]
