@@ -1,242 +1,197 @@
 // SPDX-License-Identifier: Apache-2.0
-// The chip check, its result, the check time with the die identifier, and the two bus loops.
-#include "tests/support/self_check_fixture.h"
+// Self-checks: how each one reads the driver's answer, what it leaves of an answer that was refused, and
+// which bytes of its outputs it writes.
+#include <map>
 
-#include <cstdio>
+#include "tests/support/chips.h"
+#include "tests/support/margins.h"
+#include "tests/support/phone_fixture.h"
 
 namespace {
 
-const std::pair<uint32_t, const char *> codes[] = {{0, "0"},
-                                                   {1, "1"},
-                                                   {0xFF, "255"},
-                                                   {0x1FF, "511"},
-                                                   {65535, "65535"},
-                                                   {65536, "65536"},
-                                                   {0x80000000, "-2147483648"},
-                                                   {0xFFFFFFFD, "-3"}};
+/// How a probe reads its answer and prints it.
+enum reading { whole, low_half, low_half_short, low_byte };
 
-class ChipCheck : public SelfCheckTest {
-protected:
-  uint32_t start() { return PUBLIC(conn_test_chipcheck)(&a_, &b_, &c_); }
-  uint32_t fetch() { return PUBLIC(conn_test_get_chipcheck_result)(&a_, &b_, &c_); }
-
-  static constexpr const char *begin = "log 6 begin to start socket\\n\n";
-  static constexpr const char *enter = "log 6 enter conn_test_get_chipcheck_result\\n\n";
-  uint8_t a_ = 0x11, b_ = 0x22;
-  uint32_t c_ = 0x33333333;
+/// An answer, whether it passes the probes that read all of it or its low half, and what each reading logs.
+struct verdict {
+  uint32_t answer;
+  bool passes_whole, passes_half;
+  const char *logged[4];
 };
-INSTANTIATE_TEST_SUITE_P(, ChipCheck, ALL_CHIPS, name_of_case);
 
-TEST_P(ChipCheck, SucceedsWithAnyCodeAndLogsItAfterClosing) {
-  for (const auto &[code, told] : codes) {
+// clang-format off
+const verdict verdicts[] = {
+    {0,          true,  true,  {"0",           "0",           "0",      "0"}},
+    {1,          false, false, {"1",           "1",           "1",      "1"}},
+    {0xFF,       false, false, {"255",         "255",         "255",    "255"}},
+    {0x1FF,      false, false, {"511",         "511",         "511",    "255"}},
+    {0x8000,     false, false, {"32768",       "32768",       "-32768", "0"}},
+    {65535,      false, false, {"65535",       "65535",       "-1",     "255"}},
+    {65536,      false, true,  {"65536",       "65536",       "0",      "0"}},
+    {0x80000000, false, true,  {"-2147483648", "-2147483648", "0",      "0"}},
+};
+// clang-format on
+
+/// A probe on a chip: its command, and whether a bad answer ends the weld test.
+struct probe {
+  const char *function;
+  uint32_t command;
+  reading read;
+  bool in_weld;
+};
+
+const std::map<std::string, std::vector<probe>> probes_of_chip = {
+    {"vq2040", {{"wl_config_wifi_efuse_get", 20, whole, true}}},
+    {"vq2050",
+     {{"wl_config_wifi_efuse_get", 20, whole, true},
+      {"wl_config_wipin_test", 25, whole, true},
+      {"wl_config_pmu_check", 26, low_byte, false},
+      {"wl_config_wkup_io_test", 30, low_half, true},
+      {"wl_config_pcie_test", 31, low_half, true}}},
+    {"vq2040a",
+     {{"wl_config_wifi_efuse_get", 20, whole, false},
+      {"wl_config_wipin_test", 25, whole, false},
+      {"wl_config_pmu_check", 29, low_byte, false},
+      {"wl_config_wkup_io_test", 27, low_half_short, true}}},
+};
+
+bool passes(const verdict &judged, reading read) {
+  return read == low_half || read == low_half_short ? judged.passes_half : judged.passes_whole;
+}
+
+class SelfCheck : public ChipTest {
+protected:
+  const std::vector<probe> &probes() const {
+    return probes_of_chip.at(is("vq2070") ? "vq2050" : chip());  // the two have the same
+  }
+
+  /// Runs a probe on a socket of the test's own.
+  uint32_t run(const char *function, const char *interface = "wlan0") {
+    const uint32_t descriptor = back_end<uint32_t()>("wl_config_sockets_open")();
+    forget();
+    const uint32_t result = back_end<uint32_t(uint32_t, const char *)>(function)(descriptor, interface);
+    return back_end<int32_t(uint32_t)>("wl_config_sockets_close")(descriptor) == 0 ? result : 99;
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Chips, SelfCheck, ALL_CHIPS, name_of_case);
+
+TEST_P(SelfCheck, ProbesJudgeTheirPartOfTheAnswer) {
+  for (const probe &each : probes()) {
+    for (const verdict &judged : verdicts) {
+      SCOPED_TRACE(std::string(each.function) + " answered " + std::to_string(judged.answer));
+      answer(each.command, judged.answer);
+      EXPECT_EQ(run(each.function), passes(judged, each.read) ? 1U : 0U);
+      EXPECT_TRUE(happened(std::string("log {*}: ") + judged.logged[each.read] + "\\n")) << transcript();
+    }
+  }
+}
+
+/// A bad answer ends the weld test there, with test mode still on; a good end switches it off. wlan0 stays up
+/// where a probe fails that runs before the interface goes down.
+TEST_P(SelfCheck, TheWeldTestEndsAtTheFirstBadAnswer) {
+  for (const probe &each : probes()) {
+    if (!each.in_weld) continue;
+    for (const verdict &judged : verdicts) {
+      SCOPED_TRACE(std::string(each.function) + " answered " + std::to_string(judged.answer));
+      set("interface.up", "true");
+      PUBLIC(wifi_start_testmode)();
+      answer(each.command, judged.answer);
+      forget();
+      const bool pass = passes(judged, each.read);
+      EXPECT_EQ(PUBLIC(wifi_test_weld)(), pass ? 1U : 0U);
+      if (!pass) { EXPECT_EQ(sent().back().id, each.command); }
+      EXPECT_EQ(PUBLIC(wifi_query_setting)(1), pass ? 0 : 1);
+      EXPECT_EQ(phone_interface_up(), !pass && each.read == whole ? 1 : 0);
+      phone_driver_answers_clear();
+    }
+  }
+}
+
+/// What a refused command left in the record is still judged and logged, but the probe fails.
+TEST_P(SelfCheck, ProbesFailWhenTheDriverRefusesWhateverItLeft) {
+  for (const probe &each : probes()) {
+    SCOPED_TRACE(each.function);
+    set("driver.refuse", std::to_string(each.command));
+    EXPECT_EQ(run(each.function), 0U);
+    answer(each.command, 5);
+    EXPECT_EQ(run(each.function), 0U);
+    EXPECT_TRUE(happened("log {*}: 5\\n")) << transcript();
+    phone_driver_answers_clear();
+  }
+}
+
+/// The PMU check on its own socket judges all 32 bits, though it logs the lowest byte.
+TEST_P(SelfCheck, ThePmuCheckJudgesAllBits) {
+  if (is("vq2040")) return;
+  for (const verdict &judged : verdicts) {
+    answer(probes()[2].command, judged.answer);
+    EXPECT_EQ(back_end<uint32_t()>("wifi_check_pmu")(), judged.passes_whole ? 1U : 0U) << judged.answer;
+  }
+}
+
+TEST_P(SelfCheck, TheFrontEndStatusIsGoodWhenZero) {
+  for (const verdict &judged : verdicts) {
+    answer(7, judged.answer);
+    EXPECT_EQ(PUBLIC(wifi_hw_get)(nullptr), judged.passes_whole ? 1U : 0U) << judged.answer;
+  }
+}
+
+/// There is no wlan1 here.
+TEST_P(SelfCheck, ProbesAddressTheInterfaceTheyAreGiven) {
+  EXPECT_EQ(run("wl_config_wifi_dbb_get", "wlan1"), 0U);
+  for (const probe &each : probes()) EXPECT_EQ(run(each.function, "wlan1"), 0U) << each.function;
+}
+
+/// The result is the firmware's code; a start succeeds with any code, and its outputs stay as they were.
+TEST_P(SelfCheck, TheChipCheckPassesTheFirmwaresCodeOn) {
+  uint8_t a = 0x11, b = 0x22;
+  uint32_t c = 0x33333333;
+  for (const uint32_t code : {0U, 1U, 0xFFU, 65536U, 0x80000000U, 0xFFFFFFFDU}) {
     answer(13, code);
-    EXPECT_EQ(start(), 0U) << told;
-    expect_contacts("socket\n" + sends(13) + "close\nlog 6 conn_test_chipcheck." + told + "\\n\n");
-  }
-}
-
-TEST_P(ChipCheck, ResultIsTheFirmwaresOwnCode) {
-  for (const auto &[code, told] : codes) {
     answer(14, code);
-    EXPECT_EQ(fetch(), code);
-    expect_contacts(enter + ("socket\n" + sends(14)) + "close\nlog 6 conn_test_get_chipcheck_result." + told +
-                    "\\n\n");
+    EXPECT_EQ(PUBLIC(conn_test_chipcheck)(&a, &b, &c), 0U);
+    EXPECT_EQ(PUBLIC(conn_test_get_chipcheck_result)(&a, &b, &c), code);
   }
-  EXPECT_TRUE(a_ == 0x11 && b_ == 0x22 && c_ == 0x33333333);
+  EXPECT_TRUE(a == 0x11 && b == 0x22 && c == 0x33333333);
 }
 
-TEST_P(ChipCheck, NullArgumentsOnlyAddALine) {
-  for (int absent = 0; absent < 3; absent++) {
-    SCOPED_TRACE(absent);
-    uint8_t *a = absent == 0 ? nullptr : &a_, *b = absent == 1 ? nullptr : &b_;
-    uint32_t *c = absent == 2 ? nullptr : &c_;
-    EXPECT_EQ(PUBLIC(conn_test_chipcheck)(a, b, c), 0U);
-    expect_contacts(begin + ("socket\n" + sends(13)) + "close\nlog 6 conn_test_chipcheck.0\\n\n");
-    EXPECT_EQ(PUBLIC(conn_test_get_chipcheck_result)(a, b, c), 0U);
-    expect_contacts(enter + (begin + ("socket\n" + sends(14))) +
-                    "close\nlog 6 conn_test_get_chipcheck_result.0\\n\n");
-  }
-}
-
-TEST_P(ChipCheck, TellsTheDriverOfARunningTestOnceTheMemoryTimeWasAsked) {
-  for (int item : {1, 2, 5, 11, 14}) PUBLIC(wifi_query_setting)(item);
+/// The newer chips tell the driver that a test is running once the memory time was asked for.
+TEST_P(SelfCheck, AskingForTheMemoryTimeMarksTheNextChipChecks) {
+  const auto start = [&] { PUBLIC(conn_test_chipcheck)(nullptr, nullptr, nullptr); };
+  for (const int32_t item : {1, 2, 5, 11, 14}) PUBLIC(wifi_query_setting)(item);
   start();
-  EXPECT_EQ(sent_values(), "13=0");
   PUBLIC(wifi_query_setting)(13);
   start();
-  fetch();
+  PUBLIC(conn_test_get_chipcheck_result)(nullptr, nullptr, nullptr);
   start();
-  EXPECT_EQ(sent_values(),
-            is(vq2050_case) || is(vq2070_case) ? "13=0 13=1 14=0 13=1" : "13=0 13=0 14=0 13=0");
+  EXPECT_EQ(sent_values(), has_two_chains() ? "13=0 13=1 14=0 13=1" : "13=0 13=0 14=0 13=0");
 }
 
-TEST_P(ChipCheck, RefusalAndNoSocketGive1WhateverTheDriverLeft) {
-  const std::string nine("\x09\0\0\0", 4);
-  refuse(13, nine);
-  EXPECT_EQ(start(), 1U);
-  expect_contacts("socket\n" + refused(13, "00000000", "09000000") +
-                  "log 6 conn_test_chipcheck fail.\\n\nclose\n");
-  refuse(14, nine);
-  EXPECT_EQ(fetch(), 1U);
-  expect_contacts(enter + ("socket\n" + refused(14, "00000000", "09000000")) +
-                  "log 6 conn_test_chipcheck getresult fail.\\n\nclose\n");
-  fail("socket", 1, 2);
-  EXPECT_EQ(start(), 1U);
-  expect_contacts(no_socket());
-  EXPECT_EQ(fetch(), 1U);
-  expect_contacts(enter + no_socket());
-}
+// ---- Die identifier ------------------------------------------------------------------------------------
 
-// ---- Loops
-// -------------------------------------------------------------------------------------------------
+/// More words than any chip reads, low byte first, and the digits that the first of them make.
+const std::string
+    words("\xAB\x12\x00\x0F\xEF\xCD\x89\x67\x45\x23\x01\x00\xFF\xFF\x0A\xA0\xFE\x9A\x77\x77\x77\x77", 22);
+const std::string digits = "12AB0F00CDEF678923450001FFFFA00A9AFE";
 
-struct loop {
-  const char *name;
-  uint32_t command;
-};
-
-class BusLoops : public SelfCheckTest {
-protected:
-  uint32_t run(const loop &which) {
-    return function(static_cast<uint32_t (*)(const void *)>(nullptr), which.name)(nullptr);
+TEST_P(SelfCheck, TheDieIdIsWrittenAsDigitsWithoutOneByteMore) {
+  const size_t length = has_two_chains() ? 36 : 32;
+  const auto check_time = PUBLIC(conn_test_get_checktime_of_chipcheck);
+  for (const bool refused : {true, false}) {
+    guarded<40> text;
+    guarded<4> time;
+    if (!refused) answer_bytes(22, words);
+    set("driver.refuse", refused ? "22" : "");
+    EXPECT_EQ(check_time(nullptr, reinterpret_cast<uint32_t *>(time.at()), text.at()), 0U)
+        << "a refused command gives what is in the record, and counts as success";
+    EXPECT_EQ(text.text().substr(0, length), (refused ? std::string(36, '0') : digits).substr(0, length));
+    EXPECT_TRUE(text.only(length) && time.only(4));
+    EXPECT_EQ(*time.at(), 100);
   }
-
-  /// The SDIO loop takes the interface from the framework first, on the chips newer than vq2040.
-  std::string before(const loop &which) const {
-    return which.command == 17 && !is(vq2040_case) ? service_stopped() : "";
-  }
-
-  const loop loops_[2] = {{"conn_test_uart_loop", 16}, {"conn_test_sdio_loop", 17}};
-};
-INSTANTIATE_TEST_SUITE_P(, BusLoops, ALL_CHIPS, name_of_case);
-
-TEST_P(BusLoops, CloseThenLogSuccessAndLogFailureThenClose) {
-  for (const loop &each : loops_) {
-    const std::string opening = before(each), line = std::string("log 6 ") + each.name;
-    EXPECT_EQ(run(each), 0U);
-    expect_contacts(opening + "socket\n" + sends(each.command) + "close\n" + line + " \\n\n");
-    refuse(each.command);
-    EXPECT_EQ(run(each), 1U);
-    expect_contacts(opening + "socket\n" + refused(each.command) + line + " fail.\\n\nclose\n");
-    fail("socket");
-    EXPECT_EQ(run(each), 1U);
-    expect_contacts(opening + no_socket());
-  }
-}
-
-// ---- Check time and die identifier
-// -------------------------------------------------------------------------
-
-/// More words than any chip reads, low byte first.
-const char words[] =
-    "\xAB\x12\x00\x0F\xEF\xCD\x89\x67\x45\x23\x01\x00\xFF\xFF\x0A\xA0\xFE\x9A\x77\x77\x77\x77";
-const char *const digits = "12AB0F00CDEF678923450001FFFFA00A9AFE";
-
-class DieId : public SelfCheckTest {
-protected:
-  uint32_t check_time() {
-    const uint32_t result = PUBLIC(conn_test_get_checktime_of_chipcheck)(nullptr, &time_, text_.at());
-    EXPECT_EQ(time_, 100U);
-    return result;
-  }
-
-  size_t length() const { return pick(32U, 36U, 32U, 36U); }
-
-  /// Every chip but vq2070 logs each character's code.
-  std::string told(const std::string &text) const {
-    std::string lines;
-    char line[60];
-    for (size_t i = 0; i < length() && !is(vq2070_case); i++) {
-      snprintf(line, sizeof line, "log 6 wifi_get_die_id:0x%x\\n\n", static_cast<unsigned char>(text[i]));
-      lines += line;
-    }
-    return lines;
-  }
-
-  void expect_text(const std::string &wanted) const {
-    EXPECT_EQ(text_.text().substr(0, length()), wanted.substr(0, length()));
-    EXPECT_TRUE(text_.only(length()));
-  }
-
-  void expect_no_text() const { EXPECT_TRUE(text_.only(0)); }
-
-  static constexpr const char *up = "sh ifconfig wlan0 up = 0\n";
-  static constexpr const char *down = "sh ifconfig wlan0 down = 0\n";
-  std::string retry() const {
-    return std::string("sh ifconfig wlan0 up = 1\nlog 3 wl_config_test:@_") +
-           pick("wifi_get_die_id", "try_to_boot_up", "wifi_get_die_id", "try_to_boot_up") +
-           ":ifconfig wlan0 up failed, wait 5s, and retry again.\\n\nsleep 2000000\n";
-  }
-
-  uint32_t time_ = 0;
-  guarded<40> text_;
-};
-INSTANTIATE_TEST_SUITE_P(, DieId, ALL_CHIPS, name_of_case);
-
-TEST_P(DieId, IsWrittenAsDigitsWithoutOneByteMore) {
-  answer_bytes(22, std::string(words, sizeof words - 1));
-  EXPECT_EQ(check_time(), 0U);
-  expect_text(digits);
-  expect_contacts(service_stopped() + up + "socket\n" + sends(22) + told(digits) + "close\n" + down);
-  EXPECT_EQ(phone_interface_up(), 0);
-}
-
-TEST_P(DieId, ClearsOneByteOfTheFlag) {
   guarded<4> flag;
-  EXPECT_EQ((back_end<uint32_t(uint8_t *, uint8_t *)>("wifi_get_die_id")(flag.at(), text_.at())), 0U);
-  EXPECT_EQ(*flag.at(), 0);
-  EXPECT_TRUE(flag.only(1));
-}
-
-TEST_P(DieId, OfARefusedCommandIsWhatIsInTheRecordAndCountsAsSuccess) {
-  refuse(22);
-  EXPECT_EQ(check_time(), 0U);
-  const std::string zeros(36, '0');
-  expect_text(zeros);
-  expect_contacts(service_stopped() + up + "socket\n" + refused(22) + told(zeros) + "close\n" + down);
-  answer_bytes(22, std::string(words, sizeof words - 1));
-  EXPECT_EQ(check_time(), 0U);
-  expect_text(digits);
-}
-
-TEST_P(DieId, TriesTwiceToBootUp) {
-  const std::string last_words =
-      std::string("log 6 wifi_test_weld:wifi boot up failed.\\n\n") +
-      (is(vq2050_case) || is(vq2070_case) ? "log 6 @_wifi_get_die_id::try_boot_up failed.\\n\n" : "");
-  fail("shell:ifconfig wlan0 up", 1, 2);
-  fail("shell:ifconfig wlan0 down");
-  EXPECT_EQ(check_time(), 1U);
-  expect_no_text();
-  expect_contacts(service_stopped() + retry() + "sh ifconfig wlan0 down = 1\n" +
-                  "log 3 wl_config_test:wifi_test_weld:wifi down failed. continue.\\n\nsleep 2000000\n" +
-                  "sh ifconfig wlan0 up = 1\n" + last_words);
-
-  fail("shell:ifconfig wlan0 up");
-  answer_bytes(22, std::string(words, sizeof words - 1));
-  EXPECT_EQ(check_time(), 0U);
-  expect_contacts(service_stopped() + retry() + down + "sleep 2000000\n" + up + "socket\n" + sends(22) +
-                  told(digits) + "close\n" + down);
-}
-
-TEST_P(DieId, WithoutASocketTheInterfaceGoesDownAgain) {
-  fail("socket", 1, 2);
-  EXPECT_EQ(check_time(), 1U);
-  expect_contacts(service_stopped() + up + no_socket() + down);
-  EXPECT_EQ(phone_interface_up(), 0);
-  fail("shell:ifconfig wlan0 down");
-  EXPECT_EQ(check_time(), 1U);
-  expect_contacts(service_stopped() + up + no_socket() + "sh ifconfig wlan0 down = 1\n" +
-                  "log 6 wifi_test_weld:wifi shut down failed.\\n\n");
-  expect_no_text();
-}
-
-TEST_P(DieId, IsGoodEvenWhenTheInterfaceWillNotGoDown) {
-  fail("shell:ifconfig wlan0 down");
-  answer_bytes(22, std::string(words, sizeof words - 1));
-  EXPECT_EQ(check_time(), 0U);
-  expect_text(digits);
-  expect_contacts(service_stopped() + up + "socket\n" + sends(22) + told(digits) + "close\n" +
-                  "sh ifconfig wlan0 down = 1\nlog 3 wifi_get_die_id:wifi down failed. continue.\\n\n");
+  guarded<40> text;
+  EXPECT_EQ((back_end<uint32_t(uint8_t *, uint8_t *)>("wifi_get_die_id")(flag.at(), text.at())), 0U);
+  EXPECT_TRUE(*flag.at() == 0 && flag.only(1)) << "one byte of the flag is cleared";
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0
- * The chips by name, in sub-chip order; the tests compare this list with chips/chips.txt. Also for C. */
+ * The chips by name, in sub-chip order. A test compares this list with chips/chips.txt. Also for C. */
 #ifndef TESTS_SUPPORT_CHIPS_H
 #define TESTS_SUPPORT_CHIPS_H
 

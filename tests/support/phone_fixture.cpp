@@ -6,18 +6,9 @@
 #include <cstdio>
 #include <cstring>
 
-const chip_case vq2040_case = {"vq2040", "vq2040", "WIFI_ORVA_FAC_TEST_2040", 2040};
-const chip_case vq2050_case = {"vq2050", "vq2050", "WIFI_ORVA_FAC_TEST_2050", 2050};
-const chip_case vq2040a_case = {"vq2040a", "vq2040a", "WIFI_ORVA_FAC_TEST_2040A", 0x2040A};
-const chip_case vq2070_case = {"vq2070", "vq2070", "WIFI_ORVA_FAC_TEST_2070", 2070};
-
-std::ostream &operator<<(std::ostream &out, const chip_case *chip) { return out << chip->name; }
-
-std::string name_of_case(const ::testing::TestParamInfo<const chip_case *> &info) { return info.param->name; }
+namespace {
 
 using event_t = struct phone_event;
-
-namespace {
 
 std::string escaped(const char *text) {
   std::string out;
@@ -67,6 +58,34 @@ template <typename Visit> void each_event(const Visit &visit) {
   for (size_t i = 0; i < phone_event_count(); i++) visit(*phone_event(i));
 }
 
+/// Takes the first line off a text.
+std::string first_line(std::string &text) {
+  const size_t end = text.find('\n');
+  const std::string line = text.substr(0, end);
+  text.erase(0, end == std::string::npos ? end : end + 1);
+  return line;
+}
+
+/// Whether a line is as the notation wants it.
+bool matches(const std::string &pattern, const std::string &line, const std::string &chip) {
+  static const std::string any = "{*}", name = "{chip}";
+  const size_t mark = std::min(pattern.find(any), pattern.find(name));
+  if (mark == std::string::npos) return pattern == line;
+  if (line.compare(0, mark, pattern, 0, mark) != 0) return false;
+  if (pattern.compare(mark, name.size(), name) == 0) {
+    const std::string rest = pattern.substr(mark + name.size());
+    return line.compare(mark, chip.size(), chip) == 0 && matches(rest, line.substr(mark + chip.size()), chip);
+  }
+  const std::string rest = pattern.substr(mark + any.size());
+  for (size_t at = mark; at <= line.size(); at++) {
+    if (matches(rest, line.substr(at), chip)) return true;
+  }
+  return false;
+}
+
+uint32_t number_of(const std::string &item) { return static_cast<uint32_t>(std::stoul(item)); }
+std::string name_of(const std::string &item) { return item.substr(item.find(' ') + 1); }
+
 }  // namespace
 
 uint32_t sent_command::value() const {
@@ -74,6 +93,8 @@ uint32_t sent_command::value() const {
   memcpy(&number, data.data(), sizeof number);
   return number;
 }
+
+std::string name_of_case(const ::testing::TestParamInfo<const char *> &info) { return info.param; }
 
 void PhoneTest::SetUp() {
   phone_reset();
@@ -89,7 +110,7 @@ void PhoneTest::TearDown() {
 
 void ChipTest::SetUp() {
   PhoneTest::SetUp();
-  fit(chip().name);
+  fit(GetParam());
 }
 
 void PhoneTest::fit(const std::string &chip) {
@@ -118,6 +139,39 @@ void PhoneTest::answer(uint32_t command, uint32_t value) {
   EXPECT_EQ(phone_driver_answer(command, &value, sizeof value), 0);
 }
 
+void PhoneTest::answer_bytes(uint32_t command, const std::string &bytes) {
+  EXPECT_EQ(phone_driver_answer(command, bytes.data(), bytes.size()), 0);
+}
+
+void PhoneTest::put(const std::string &item, const std::string &text) {
+  char bytes[104] = {};
+  ASSERT_LE(text.size(), sizeof bytes) << item;
+  memcpy(bytes, text.data(), text.size());
+  ASSERT_EQ(phone_nv_put(number_of(item), name_of(item).c_str(), bytes), 0) << item;
+}
+
+void PhoneTest::put(const store_t &store) {
+  phone_nv_clear();
+  for (const auto &[item, text] : store) put(item, text);
+}
+
+store_t PhoneTest::stored() {
+  store_t store;
+  uint32_t number;
+  char name[32], bytes[104];
+  for (size_t i = 0; phone_nv_at(i, &number, name, sizeof name, bytes) == 1; i++) {
+    const std::string text(bytes, strnlen(bytes, sizeof bytes));
+    if (!text.empty()) store[std::to_string(number) + " " + name] = text;
+  }
+  return store;
+}
+
+std::string PhoneTest::stored(const std::string &item) {
+  const store_t store = stored();
+  const auto found = store.find(item);
+  return found == store.end() ? "" : found->second;
+}
+
 std::vector<sent_command> PhoneTest::sent() {
   std::vector<sent_command> commands;
   each_event([&](const event_t &event) {
@@ -138,38 +192,6 @@ std::string PhoneTest::sent_values() {
   return text;
 }
 
-std::vector<std::string> PhoneTest::logs(int priority) {
-  std::vector<std::string> lines;
-  each_event([&](const event_t &event) {
-    if (event.kind != PHONE_LOG || (priority != 0 && event.number[0] != priority)) return;
-    lines.push_back(std::to_string(event.number[0]) + " " + event.text);
-  });
-  return lines;
-}
-
-bool PhoneTest::logged(const std::string &line) {
-  for (const std::string &found : logs()) {
-    if (found == line) return true;
-  }
-  return false;
-}
-
-std::vector<std::string> PhoneTest::shell() {
-  std::vector<std::string> commands;
-  each_event([&](const event_t &event) {
-    if (event.kind == PHONE_EXEC || event.kind == PHONE_POPEN) commands.emplace_back(event.text);
-  });
-  return commands;
-}
-
-std::vector<uint32_t> PhoneTest::sleeps() {
-  std::vector<uint32_t> pauses;
-  each_event([&](const event_t &event) {
-    if (event.kind == PHONE_SLEEP) pauses.push_back(static_cast<uint32_t>(event.number[0]));
-  });
-  return pauses;
-}
-
 std::string PhoneTest::transcript() {
   std::string text;
   each_event([&](const event_t &event) {
@@ -177,4 +199,25 @@ std::string PhoneTest::transcript() {
     if (!line.empty()) text += line + "\n";
   });
   return text;
+}
+
+void PhoneTest::expect_contacts(const std::string &expected) const {
+  std::string wanted = expected, found = transcript();
+  for (int number = 1; !wanted.empty() || !found.empty(); number++) {
+    const bool ended = wanted.empty() || found.empty();
+    const std::string want = first_line(wanted), got = first_line(found);
+    if (!ended && matches(want, got, chip_)) continue;
+    ADD_FAILURE() << "contact " << number << "\n  want " << want << "\n  got  " << got << "\nof\n"
+                  << transcript();
+    break;
+  }
+  forget();
+}
+
+bool PhoneTest::happened(const std::string &line) const {
+  std::string all = transcript();
+  while (!all.empty()) {
+    if (matches(line, first_line(all), chip_)) return true;
+  }
+  return false;
 }

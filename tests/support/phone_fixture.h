@@ -1,45 +1,70 @@
 // SPDX-License-Identifier: Apache-2.0
 // A fresh phone and a freshly loaded library for each test, and views of what the library did.
-#ifndef TESTS_PHONE_TEST_H
-#define TESTS_PHONE_TEST_H
+//
+// What the library says and does in full, function by function, is in tests/golden. Tests with this fixture
+// are for what a transcript cannot show: rules over many inputs, exact arithmetic, memory around an output,
+// and oddities that need a reason.
+//
+// Expected contacts are written in one notation, everywhere: text, one contact with the phone a line, in
+// order.
+//
+//   socket              a socket was opened; "socket!" where that failed
+//   ioctl 11 00000000   driver command 11 with the first four bytes of its data; "ioctl! ..." where it was
+//   refused close sleep 1000          a pause in microseconds log 6 text          a log line with its
+//   priority; a line feed in the text is written \n sh command = 0      a shell command with its exit status
+//   popen command       a shell command whose output is read
+//   open path           and then: write bytes
+//   read 340 NAME       an NV item; "read 340 NAME!" where that failed
+//   write 340 NAME text an NV item with its text up to the first zero; "write 340 NAME! text" where that
+//   failed
+//
+// Two marks stand for what is not spelt out:
+//
+//   {chip}              the name of the chip under test: log 6 {chip}_system_call: execute error
+//   {*}                 any text within the line, also none
+//
+// expect_contacts("socket\nclose\n") compares all contacts since the last forget(), and forgets them.
+// happened("log 6 {*}failed{*}") tells whether any of them is like this line.
+#ifndef TESTS_SUPPORT_PHONE_FIXTURE_H
+#define TESTS_SUPPORT_PHONE_FIXTURE_H
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "api/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
-struct chip_case {
-  const char *name;  // prefix of the chip's functions
-  const char *subchip;
-  const char *tag;
-  uint32_t magic;
-};
-extern const chip_case vq2040_case, vq2050_case, vq2040a_case, vq2070_case;
-std::ostream &operator<<(std::ostream &out, const chip_case *chip);
-std::string name_of_case(const ::testing::TestParamInfo<const chip_case *> &info);
-
-#define ALL_CHIPS ::testing::Values(&vq2040_case, &vq2050_case, &vq2040a_case, &vq2070_case)
-
 /// A driver command as the library sent it.
 struct sent_command {
   uint32_t magic, id;
   std::vector<uint8_t> data;  // the record's 256 data bytes
-  uint32_t value() const;
+  uint32_t value() const;     // the first four of them, little-endian
 };
+
+/// NV items by number and name, "340 WIC0_2G5G_OFDM", with their texts. A cleared item is left out like one
+/// that was never written.
+using store_t = std::map<std::string, std::string>;
 
 class PhoneTest : public ::testing::Test {
 protected:
   void SetUp() override;
+  /// Fails the test where a descriptor, child or stream is left behind or a planned fault did not happen.
   void TearDown() override;
 
-  /// Fits a chip: "vq2050".
+  /// The chip under test from here on: "vq2050".
   void fit(const std::string &chip);
+  const std::string &chip() const { return chip_; }
+  bool is(const char *chip) const { return chip_ == chip; }
+  bool has_two_chains() const { return is("vq2050") || is("vq2070"); }
 
-  /// A public function of the freshly loaded library: call(PUBLIC(wifi_set_power), 155).
+  /// An exported function; the test fails where there is none.
+  void *symbol(const std::string &name);
+  bool has_symbol(const std::string &name);
+  /// A public function of the freshly loaded library: PUBLIC(wifi_set_power)(155).
   template <typename Function> Function *function(Function *, const std::string &name) {
     return reinterpret_cast<Function *>(symbol(name));
   }
@@ -47,43 +72,43 @@ protected:
   template <typename Function> Function *back_end(const std::string &name) {
     return reinterpret_cast<Function *>(symbol(chip_ + "_" + name));
   }
-  void *symbol(const std::string &name);
-  bool has_symbol(const std::string &name);
 
   /// Sets a key of the phone's description.
   static void set(const std::string &key, const std::string &value);
-  /// Plans a fault; the test fails when it never fires.
+  /// Plans a fault: the nth use of a place fails, and so do the ones after it, `times` in all; 0 is for ever.
   static void fail(const std::string &place, unsigned nth = 1, unsigned times = 1, int value = 0);
-  /// Lets the driver answer a command with a 32-bit value.
+  /// The driver answers a command with a 32-bit value, or with bytes.
   static void answer(uint32_t command, uint32_t value);
+  static void answer_bytes(uint32_t command, const std::string &bytes);
 
-  /// Views of the trace since the last forget().
-  static std::vector<sent_command> sent();                 // accepted and refused attempts
-  static std::string sent_values();                        // "11=0 2=7 4=1": id=value, a retry counts again
-  static std::vector<std::string> logs(int priority = 0);  // "6 text", of one priority or of all
-  static bool logged(const std::string &line);             // "6 text" among the logs, exactly
-  static std::vector<std::string> shell();                 // commands that shells ran, popen included
-  static std::vector<uint32_t> sleeps();                   // microseconds
-  /// Every contact in order, one a line: "socket", "ioctl 11 00000000", "ioctl! …" when refused, "close",
-  /// "sleep 1000", "log 6 text" ('\n' spelt out), "sh ifconfig wlan0 up = 0", "popen …", "read 340 NAME",
-  /// "write 340 NAME text" and "!" behind a name where NV failed.
-  static std::string transcript();
+  static void put(const std::string &item, const std::string &text);
+  static void put(const store_t &store);  // and nothing else
+  static store_t stored();
+  static std::string stored(const std::string &item);
+
+  // What happened since the last forget().
   static void forget() { phone_events_clear(); }
-
-  std::string chip_ = "vq2040";
+  static std::vector<sent_command> sent();  // accepted and refused attempts
+  static std::string sent_values();         // "11=0 2=7 4=1": id=value; a retry is listed again
+  static std::string transcript();          // in the notation above, nothing left out
+  void expect_contacts(const std::string &expected) const;
+  bool happened(const std::string &line) const;
 
 private:
+  std::string chip_ = "vq2040";
   void *library_ = nullptr;
 };
 
-/// The same, once for each chip.
-class ChipTest : public PhoneTest, public ::testing::WithParamInterface<const chip_case *> {
+#define PUBLIC(name) function(static_cast<decltype(&name)>(nullptr), #name)
+
+/// The same, once for each chip, by name.
+class ChipTest : public PhoneTest, public ::testing::WithParamInterface<const char *> {
 protected:
   void SetUp() override;
-  const chip_case &chip() const { return *GetParam(); }
-  bool is(const chip_case &chip) const { return GetParam() == &chip; }
 };
 
-#define PUBLIC(name) function(static_cast<decltype(&name)>(nullptr), #name)
+std::string name_of_case(const ::testing::TestParamInfo<const char *> &info);
+
+#define ALL_CHIPS ::testing::ValuesIn(chip_names)
 
 #endif
