@@ -96,8 +96,8 @@ CHIP_LISTS = """
     Doxyfile api/dispatch.cpp api/exports.map.txt cmake/Install.cmake cmake/Library.cmake docs/chip_differences.md
     kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
     script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
-    station/functions.h station/options.cpp tests/support/phone_fixture.cpp
-    tests/support/phone_fixture.h tests/support/chips.h tests/support/profiles.h tests/library/tables_test.cpp virtual_phone/radio.c
+    station/functions.h station/options.cpp tests/support/chips.h
+    tests/support/profiles.h tests/library/tables_test.cpp virtual_phone/radio.c
 """.split()
 
 
