@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "bench/operations.h"
-#include "chips/vq2050/vq2050.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2050.h"
+#include "include/vq2070.h"
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
 

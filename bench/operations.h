@@ -2,7 +2,7 @@
 #ifndef BENCH_OPERATIONS_H
 #define BENCH_OPERATIONS_H
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 namespace bench {

@@ -1,7 +1,7 @@
 // Whole sequences of calls, with chips changing and contacts failing in between.
 #include <memory>
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "fuzz/library.h"
 #include "virtual_phone/phone.h"
 

@@ -1,5 +1,5 @@
 // Texts that a station passes: address filter, association id, roaming target, measured error.
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "chips/vq2070/profile.h"
 #include "fuzz/library.h"
 #include "virtual_phone/phone.h"

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "common/calibration_types.h"
+#include "include/calibration_types.h"
 #include "tests/golden/book.h"
 #include "tests/support/chips.h"
 #include "virtual_phone/phone.h"

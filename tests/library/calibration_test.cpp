@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Calibration texts in NV: the arithmetic on a measured error, what a correction makes of any item, and how
 // far outputs are written.
-#include "common/calibration_types.h"
+#include "include/calibration_types.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "chips/vq2040/vq2040.h"
-#include "chips/vq2050/vq2050.h"
-#include "chips/vq2070/vq2070.h"
 #include "common/calibration.h"
+#include "include/vq2040.h"
+#include "include/vq2050.h"
+#include "include/vq2070.h"
 #include "tests/support/profiles.h"
 #include "virtual_phone/phone.h"
 

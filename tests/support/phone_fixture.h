@@ -35,7 +35,7 @@
 #include <string>
 #include <vector>
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 /// A driver command as the library sent it.
