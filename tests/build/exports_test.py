@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the library exports: headers, export list and the built library agree; what it needs is a phone and libc."""
+"""What the library exports: headers, export list and built library agree, and it needs only a phone and libc."""
 
 import os
 import re
@@ -12,7 +12,7 @@ LIBRARY = os.environ["ORVA_LIBRARY"]
 PLATFORM = set("__android_log_print get_orva_connectivity_subchip kevoOperaNVWR memcpy_s memset_s strncpy_s "
                "snprintf_s sprintf_s sscanf_s".split())
 SYSTEM = set("socket ioctl close fork execl _exit waitpid popen fread pclose open write sleep usleep".split())
-# What libc offers besides that touches nothing outside the caller's memory, and what a compiler adds.
+# Functions of libc that touch only the caller's memory, and what a compiler adds.
 PURE = set("memcpy memmove memset memcmp strlen strnlen strcmp strncmp strchr strstr strtok_r strerror atof strtod pow "
            "__errno_location __stack_chk_fail __cxa_finalize __gmon_start__ _ITM_deregisterTMCloneTable "
            "_ITM_registerTMCloneTable".split())
@@ -86,7 +86,7 @@ def test_the_caller_in_c_calls_every_entry_point():
     assert not missing
 
 
-def test_it_needs_a_phone_and_libc_only():
+def test_it_needs_only_a_phone_and_libc():
     if sanitized():
         return
     needed = set(re.findall(r"NEEDED.*\[(.*)\]", run("readelf", "-d", LIBRARY)))

@@ -114,7 +114,7 @@ def test_the_sample_policy_allows_the_drivers_request(tmp_path):
     if not shutil.which("checkpolicy"):
         pytest.skip("checkpolicy is not installed")
     sample = (ROOT / "android/sepolicy/orva_factory_test.te").read_text()
-    # The platform's macro, as far as it matters here.
+    # The part of the platform's macro that matters here.
     sample = re.sub(r"init_daemon_domain\((\w+)\)", r"type_transition init \1_exec:process \1;", sample)
     contexts = (ROOT / "android/sepolicy/genfs_contexts").read_text()
     stub = (ROOT / "tests/support/selinux_stub.conf").read_text()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The scripts that guard the house: each must fail on what it is there for."""
+"""The scripts that check the tree: each must fail on the fault that it looks for."""
 
 import shutil
 import subprocess

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The board check session on good and broken phones: what fails, and what it says is wrong."""
+"""The board check session on good and broken phones: what fails, and which fault it names."""
 
 import json
 
@@ -35,15 +35,15 @@ SHIPPED = {
         weld("a solder joint is bad (wakeup_io = 1)"),
         weld("a solder joint is bad (efuse_status = 5)"),
     ],
-    # Only the chips with lanes can notice.
+    # Only chips with PCIe can notice.
     "dead-pcie": [GOOD, weld("the PCIe link is dead (pcie_test = 3)"), GOOD, weld("the PCIe link is dead (pcie_test = 3)")],
     "wrong-fem": [(["wifi_hw_get"], ["the front-end module is not the right one"])] * 4,
 }
 
 
 @pytest.mark.parametrize("phone, chip, expected",
-                         [(phone, chip, told) for phone, row in SHIPPED.items() for chip, told in zip(CHIPS, row)])
-def test_shipped_phones_are_told_apart(phone, chip, expected):
+                         [(phone, chip, expected) for phone, row in SHIPPED.items() for chip, expected in zip(CHIPS, row)])
+def test_each_shipped_phone_has_its_finding(phone, chip, expected):
     status, failed, findings = board_check(chip, PHONES / f"{phone}.toml")
     assert (failed, findings) == expected
     assert status == (0 if expected == GOOD else 1)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Calibration at the station console: the session on every chip, and an NV store that outlives a run."""
+"""Calibration with the console: the session on every chip, and an NV store in a file."""
 import pytest
 
 from support.console import station
@@ -15,7 +15,7 @@ def test_the_session_holds(chip):
     assert "PASS" in run.stdout and "->" in run.stdout
 
 
-def test_a_kept_store_tells_what_a_later_run_changed(tmp_path):
+def test_a_diff_shows_what_a_later_run_changed_in_a_kept_store(tmp_path):
     kept, saved = ("--yes", "--nv", tmp_path / "nv.db"), tmp_path / "saved.txt"
     saved.write_text("340 WIC0_2G5G_OFDM pa2ga0=1000,-3000,5000;x=1;x=2;\n340 WINVRAM 0x0150FF\n")
     assert "2 NV items" in station(*kept, "nv", "load", saved).stdout

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the console says before a session and after a failed call; recordings replayed and told apart."""
+"""The console's doctor, the causes of failed calls, and recordings replayed and compared."""
 
 import json
 import subprocess
@@ -15,7 +15,7 @@ SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/session.schema
 
 
 def doctor(*arguments):
-    """The exit status, and each finding by what it is about."""
+    """The findings by subject. Checks the verdict and the exit status against them."""
     done = station("--json", *arguments, "doctor")
     *findings, verdict = [json.loads(line) for line in done.stdout.splitlines()]
     for line in [*findings, verdict]:
@@ -71,7 +71,7 @@ SHELL = "/system/bin/sh"
 
 
 @pytest.mark.parametrize(
-    "description, what, state, told",
+    "description, what, state, expected",
     [
         ('subchip = 7', "chip", "missing", "index 7"),
         ('subchip = 7', "private request", "unknown", "chip is unknown"),
@@ -102,11 +102,11 @@ SHELL = "/system/bin/sh"
         ("[node]\npresent = false", "/sys/vq20x0_debug/bfgx_test", "missing", "ENOENT"),
     ],
 )
-def test_what_is_missing_is_named_with_its_cause(description, what, state, told, phone):
+def test_what_is_missing_is_named_with_its_cause(description, what, state, expected, phone):
     chip = "" if "chip =" in description.replace("subchip =", "") else 'chip = "vq2040"\n'
     finding = doctor(*phone(chip + description), "--write")[what]
     assert finding["state"] == state
-    assert told in " ".join(finding.values())
+    assert expected in " ".join(finding.values())
 
 
 def test_a_library_that_is_not_there_or_not_the_one(tmp_path):
@@ -125,7 +125,7 @@ def test_a_library_that_is_not_there_or_not_the_one(tmp_path):
 
 
 @pytest.mark.parametrize(
-    "description, call, told",
+    "description, call, expected",
     [
         (fault("ioctl:12", 100), ["wifi_get_rx_rssi"], "driver command 12 rssi: ENETDOWN: wlan0 is down."),
         (fault("shell:ifconfig wlan0 up", 127), ["wifi_start_testmode"], "ifconfig wlan0 up: exit status 127: the phone has no"),
@@ -133,11 +133,11 @@ def test_a_library_that_is_not_there_or_not_the_one(tmp_path):
         (fault("nv_write:340", 2), ["wifi_nvram_calibrate_set", *"00000", 2442, 10], "NV write 340: code 2: the NV store"),
     ],
 )
-def test_a_failed_call_tells_its_likely_cause(description, call, told, phone, tmp_path):
+def test_a_failed_call_shows_its_likely_cause(description, call, expected, phone, tmp_path):
     on, junit = phone('chip = "vq2050"\n' + description), tmp_path / "junit.xml"
     printed = station(*on, "--yes", "--junit", junit, *call).stdout
     causes = [line[17:] for line in printed.splitlines() if line.startswith("        cause    ")]
-    assert told in causes[0] and "Cure: " in causes[0]
+    assert expected in causes[0] and "Cure: " in causes[0]
     case, = ElementTree.parse(junit).findall(".//testcase")
     assert case.find("failure").text.splitlines() == causes
     step, = step_of(*on, "--yes", *call)["causes"]
@@ -202,7 +202,7 @@ def test_a_recording_is_replayed_the_same_wherever_it_failed(record):
 
 
 @pytest.mark.parametrize(
-    "what, becomes, told",
+    "what, becomes, expected",
     [  # the phone answers otherwise; the library did otherwise then; it gave another result
         ('"left":"F80700000C000000CC', '"left":"F80700000C000000CD', ["call 5", "wifi_get_rx_rssi", "-51"]),
         ('"us":2000000', '"us":3000000', ["call 1", "expected  sleep us 3000000", "came      sleep us 2000000"]),
@@ -212,15 +212,15 @@ def test_a_recording_is_replayed_the_same_wherever_it_failed(record):
         ('{"type":"contact","kind":"fork"', '{"type":"contact","kind":"fork","errno":11', ["call 1", "fork -> EAGAIN", "came"]),
     ],
 )
-def test_a_changed_recording_is_told_apart_at_the_contact(record, what, becomes, told):
+def test_a_changed_recording_differs_at_the_contact(record, what, becomes, expected):
     file = record("unit", "--chip", "vq2040")
     other = edited(file, what, becomes)
     for command in (["replay", other], ["diff", file, other]):
         done = station(*command)
         assert done.returncode == 1, command
-        assert told[0] in done.stdout and "expected" in done.stdout
+        assert expected[0] in done.stdout and "expected" in done.stdout
         if command[0] == "replay":
-            assert all(part in done.stdout for part in told), done.stdout
+            assert all(part in done.stdout for part in expected), done.stdout
 
 
 def test_a_library_that_behaves_otherwise_and_a_phone_that_does(record, phone):
@@ -242,7 +242,7 @@ RESULT = '{"type":"result","result":"1","outputs":{}}\n'
 
 
 @pytest.mark.parametrize(
-    "text, told",
+    "text, expected",
     [
         ("", ": is empty"),
         (HEAD + CALL, "cut within call 1"),
@@ -262,19 +262,19 @@ RESULT = '{"type":"result","result":"1","outputs":{}}\n'
         (HEAD + '{"type":"end","calls":0}\n' + CALL, ":4: there is something behind the end line"),
     ],
 )
-def test_a_damaged_recording_is_refused_in_words(text, told, tmp_path):
+def test_a_damaged_recording_is_refused_in_words(text, expected, tmp_path):
     file = tmp_path / "damaged.trace"
     file.write_text(text)
     for command in (["replay", file], ["diff", file, file]):
         done = station(*command)
         assert (done.returncode, done.stdout) == (2, "")
-        assert told in done.stderr
+        assert expected in done.stderr
 
 
-@pytest.mark.parametrize("words, told", [
+@pytest.mark.parametrize("words, expected", [
     (["replay"], "replay: name one"), (["replay", "/no/such.trace"], "/no/such.trace: cannot be read"),
     (["diff", "one"], "diff: name two"), (["doctor", "who"], '"who"'),
     (["--trace", "/no/such/x.trace", "wifi_stop_tx"], "/no/such/x.trace: cannot be written")])
-def test_misuse(words, told):
+def test_misuse(words, expected):
     done = station(*words)
-    assert done.returncode == 2 and told in done.stderr
+    assert done.returncode == 2 and expected in done.stderr

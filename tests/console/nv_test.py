@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Work on an NV store that lasts: look first, ask, write, read back. What the console makes from its tables."""
+"""Changes of an NV store in a file: preview, consent, write, read back. The generated man page."""
 
 import os
 import pty
@@ -31,7 +31,7 @@ def listed(options):
 
 
 def on_terminal(answer, *arguments):
-    """What the console prints on a terminal where this is answered to its question, and its exit status."""
+    """Answers the console's question on a terminal. @return what it printed, and its exit status."""
     pid, terminal = pty.fork()
     if pid == 0:
         os.execv(STATION, [STATION, *map(str, arguments)])
@@ -40,7 +40,7 @@ def on_terminal(answer, *arguments):
     try:
         while piece := os.read(terminal, 4096):
             printed += piece
-    except OSError:  # how a terminal tells that its other side is gone
+    except OSError:  # the terminal's other side is gone
         pass
     return printed.decode().replace("\r", ""), os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
 
@@ -134,7 +134,7 @@ def test_a_service_that_loses_a_write_is_noticed(tmp_path):
     done = station("--chip", "vq2050", "run", script)
     assert done.returncode == 1
     assert "read back 340 WIC0_2G5G_OFDM pa2ga0" in done.stdout and "10,-302,5002" in done.stdout
-    # On a phone that is there, loading goes through its service as well.
+    # On a real phone, loading goes through its service too.
     phone.write_text('chip = "vq2050"\n[[fault]]\nplace = "nv_lose:367"\nnth = 1\n')
     environment = {**os.environ, "ORVA_PHONE": str(phone)}
     lost = station("--yes", "nv", "load", stored, program=STATION_PHONE, env=environment)

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """What the documents show is what happens.
 
-A fenced block marked `run` is run: sh, c, python, tcl. `exit=N` is the status it should end with. A block `output`
-behind it is what it prints; there a line `...` stands for any lines, and … for any text.
+A fenced block marked `run` is run: sh, c, python, tcl. `exit=N` is its expected status. A block `output` after it is
+what it prints. There the line `...` matches any lines, and … matches any text.
 """
 
 import os
@@ -33,7 +33,7 @@ def blocks(document):
 
 
 def examples(document):
-    """The blocks to run, each with the output that is shown behind it, or None."""
+    """The blocks to run, each with the output shown after it, or None."""
     found = list(blocks(document))
     for block, following in zip(found, [*found[1:], None]):
         if "run" in block[2]:
@@ -47,7 +47,7 @@ def pattern(shown):
 
 @pytest.fixture
 def desk(tmp_path):
-    """A folder as the reader's: the tree's own folders, the console in the path."""
+    """A reader's folder: links to the tree's folders, and the console in the path."""
     for folder in ("sessions", "virtual_phone", "examples", "python", "include", "android"):
         (tmp_path / folder).symlink_to(ROOT / folder)
     programs = tmp_path / ".programs"

@@ -1,6 +1,6 @@
-/* SPDX-License-Identifier: Apache-2.0 */
-/* A caller in plain C99: every header together, every public entry point called once on each chip, linked as
- * any program would link the library. Results are those of a phone in good order. */
+/* SPDX-License-Identifier: Apache-2.0
+ * A caller in plain C99: every header together, every public entry point called, linked as any program would
+ * link the library. What each call does is in tests/golden; here it must compile, link and return. */
 #include "include/wifi_factory_test_orva.h"
 
 #include "include/vq2040.h"
@@ -12,103 +12,79 @@
 #include "virtual_phone/phone.h"
 
 #include <stdio.h>
-#include <string.h>
-
-static const char *chip;
-static int failures;
-
-enum { VQ2040 = 1, VQ2050 = 2, VQ2040A = 4, VQ2070 = 8, ALL = 15 };
-
-static int chip_bit(void) {
-  int i = 0;
-  while (strcmp(chip, chip_names[i]) != 0) i++;
-  return 1 << i;
-}
-
-static void check(const char *name, uint32_t result, uint32_t expected) {
-  if (result == expected) return;
-  printf("%s on %s: result %u, expected %u\n", name, chip, result, expected);
-  failures++;
-}
-
-/* A call that gives `good` on the chips named and 0 on the others. */
-#define CALL(function, arguments, good, chips)                                                               \
-  check(#function, (uint32_t)function arguments, (chip_bit() & (chips)) ? (uint32_t)(good) : 0)
 
 static void settings_and_tests(void) {
-  uint32_t signal = 0;
-  CALL(wifi_start_testmode, (), 1, ALL);
-  CALL(wifi_set_mode, (4), 1, ALL);
-  CALL(wifi_set_band, (0), 1, ALL);
-  CALL(wifi_set_channel, (2412), 1, ALL);
-  CALL(wifi_set_rate, (6500), 1, ALL);
-  CALL(wifi_set_power, (155), 1, ALL);
-  CALL(wifi_set_antenna, (1), 1, ALL & ~VQ2040A);
-  CALL(wifi_setmimo_channel, (1), 1, VQ2050 | VQ2070);
-  CALL(wifi_start_tx, (), 1, ALL);
-  CALL(wifi_stop_tx, (), 1, ALL);
-  CALL(wifi_ru_set, (2, "1a3"), 1, VQ2070);
-  CALL(wifi_start_rx, ("001122334455", NULL), 1, ALL);
-  CALL(wifi_get_rx_rssi, (&signal), 1, ALL);
-  check("wifi_get_rx_pckg, refused", wifi_get_rx_pckg() == 0xFFFFFFFF, 0);
-  CALL(wifi_stop_rx, (), 1, ALL);
-  CALL(wifi_query_setting, (5), 155, ALL);
-  CALL(wifi_set_powermode, (1, 0), 1, ALL);
-  CALL(wifi_stop_testmode, (), 1, ALL);
-  CALL(wifi_pt_power_test, (1), 1, ALL);
+  uint32_t signal;
+  wifi_start_testmode();
+  wifi_set_mode(4);
+  wifi_set_band(0);
+  wifi_set_channel(2412);
+  wifi_set_rate(6500);
+  wifi_set_power(155);
+  wifi_set_antenna(1);
+  wifi_setmimo_channel(1);
+  wifi_start_tx();
+  wifi_stop_tx();
+  wifi_ru_set(2, "1a3");
+  wifi_start_rx("001122334455", NULL);
+  wifi_get_rx_rssi(&signal);
+  wifi_get_rx_pckg();
+  wifi_stop_rx();
+  wifi_set_powermode(1, 0);
+  wifi_stop_testmode();
+  wifi_pt_power_test(1);
 }
 
 static void self_checks(void) {
-  uint8_t first = 0, second = 0, die_id[64] = {0};
-  uint32_t third = 0, time = 0;
-  CALL(wifi_hw_get, (NULL), 1, ALL);
-  CALL(wifi_test_weld, (), 1, ALL);
-  CALL(conn_test_chipcheck, (NULL, NULL, NULL), 0, ALL);
-  CALL(conn_test_get_chipcheck_result, (&first, &second, &third), 0, ALL);
-  CALL(conn_test_get_checktime_of_chipcheck, (NULL, &time, die_id), 0, ALL);
-  check("check time", time, 100);
-  CALL(conn_test_uart_loop, (NULL), 0, ALL);
-  CALL(conn_test_sdio_loop, (NULL), 0, ALL);
+  uint8_t first, second, die_id[36];
+  uint32_t third, time;
+  wifi_hw_get(NULL);
+  wifi_test_weld();
+  conn_test_chipcheck(NULL, NULL, NULL);
+  conn_test_get_chipcheck_result(&first, &second, &third);
+  conn_test_get_checktime_of_chipcheck(NULL, &time, die_id);
+  conn_test_uart_loop(NULL);
+  conn_test_sdio_loop(NULL);
 }
 
 static void calibration(void) {
   static char text[16 * 104];
   const uint32_t flags[4] = {1, 1, 1, 1};
-  CALL(wifi_nvram_set, (NULL, NULL, 0), 1, VQ2040 | VQ2040A);
-  CALL(wifi_nvram_calibrate_get, (text, 104), 1, ALL);
-  CALL(wifi_nvram_calibrate_clean, (1), 1, ALL);
-  CALL(wifi_nvram_calibrate_clean_new, (flags), 1, VQ2050 | VQ2070);
-  check("wifi_nvram_calibrate_set", wifi_nvram_calibrate_set(1, 0, 0, 0, 0, 2442, "x"), 0);
+  wifi_nvram_set(NULL, NULL, 0);
+  wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 2442, "10");
+  wifi_nvram_calibrate_get(text, 104);
+  wifi_nvram_calibrate_clean_new(flags);
+  wifi_nvram_calibrate_clean(1);
 }
 
 static void utilities(void) {
   char ssid[33];
-  uint8_t bssid[6], rssi, low = 9, high = 0, upc = 0;
-  uint32_t code = wifi_get_upc_code(&low, &high, &upc);
-  check("wifi_get_upc_code", code & 0xFF, upc);
-  CALL(wifi_start_roam, ("02:00:5E:00:00:09"), 1, ALL);
-  CALL(wifi_start_roam_scan, (), 1, ALL);
-  CALL(wifi_set_bss_expire_age, (180), 1, ALL);
-  CALL(wifi_conn_info, (ssid, bssid, &rssi), 1, ALL);
-  CALL(wifi_power_set_range, (&low, &high), 1, ALL);
-  check("upper end of the power range", high, 14);
-  CALL(wifi_set_tas_ant_mode, (1), 1, ALL & ~VQ2040);
-  CALL(wifi_selcal_disable_set, (1), 1, ALL & ~VQ2040);
-  CALL(wifi_test_broadcast_loop, (1), 1, ALL);
+  uint8_t bssid[6], low, high, one;
+  wifi_get_upc_code(&low, &high, &one);
+  wifi_start_roam("02:00:5E:00:00:09");
+  wifi_start_roam_scan();
+  wifi_set_bss_expire_age(180);
+  wifi_conn_info(ssid, bssid, &one);
+  wifi_power_set_range(&low, &high);
+  wifi_set_tas_ant_mode(1);
+  wifi_selcal_disable_set(1);
+  wifi_test_broadcast_loop(1);
 }
 
 int main(void) {
   char error[200];
-  for (int i = 0; i < 4; i++) {
-    chip = chip_names[i];
+  int i;
+  for (i = 0; i < 4; i++) {
     phone_reset();
-    if (phone_set("chip", chip, error, sizeof error) != 0) return 2;
-    check("wifi_get_func(40)", wifi_get_func(40) == NULL, 1);
+    if (phone_set("chip", chip_names[i], error, sizeof error) != 0) return 2;
     settings_and_tests();
     self_checks();
-    if (phone_set("interface.up", "true", error, sizeof error) != 0) return 2;
-    utilities();
     calibration();
+    utilities();
+    if (wifi_query_setting(5) != 155 || wifi_get_func(40) != NULL) {
+      printf("%s: the library did not keep the power or has a 41st function\n", chip_names[i]);
+      return 1;
+    }
   }
-  return failures != 0;
+  return 0;
 }

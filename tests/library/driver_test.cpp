@@ -141,8 +141,8 @@ TEST_P(Shell, ABoundsCheckedResultCountsByItsLowHalf) {
   expect_contacts("");
   check(22);
   check(0xFFFFFFFF);
-  const std::string told = "log 6 {chip}_check_securef_ret::securef_ret fail, pls check.\n";
-  expect_contacts(told + told);
+  const std::string failed = "log 6 {chip}_check_securef_ret::securef_ret fail, pls check.\n";
+  expect_contacts(failed + failed);
 }
 
 INSTANTIATE_TEST_SUITE_P(Chips, Shell, ALL_CHIPS, name_of_case);

@@ -44,7 +44,7 @@ bool outputs::intact(size_t text_size, std::array<size_t, 3> small_sizes) const 
 
 namespace {
 
-/// What the library says of its settings.
+/// The settings as the library reports them.
 std::vector<int32_t> settings_of(const bench &bench) {
   std::vector<int32_t> all;
   auto *query = reinterpret_cast<int32_t (*)(int32_t)>(bench.find("wifi_query_setting"));
@@ -65,7 +65,7 @@ struct planned {
   bool tolerated;  // the operation has to get over it
 };
 
-/// What each use of a place is made to do.
+/// How a use of a place fails.
 struct kind {
   const char *place;
   unsigned times;
@@ -88,7 +88,7 @@ constexpr kind kinds[] = {
     {"sscanf_s", 0, 0, false},     {"kevoOperaNVWR", 1, 0, false}, {"kevoOperaNVWR", 0, 0, false},
 };
 
-/// Every fault that the uses of the run just seen allow.
+/// Every fault that the last run's uses of the phone allow.
 std::vector<planned> plan() {
   std::vector<planned> faults;
   for (const kind &kind : kinds) {
@@ -110,7 +110,7 @@ std::vector<planned> plan() {
   return faults;
 }
 
-// ---- What is seen of one run -------------------------------------------------------------------------
+// ---- What one run shows ------------------------------------------------------------------------------
 
 using nv_texts = std::map<std::pair<uint32_t, std::string>, std::string>;
 
@@ -150,7 +150,7 @@ struct run {
   bool margins, logged, leaked, fired;
 };
 
-/// A driver socket of the caller's, which is no use of the phone by the library.
+/// A driver socket that belongs to the caller. Not counted as a contact of the library.
 uint32_t own_socket() {
   const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
   phone_events_clear();
@@ -203,9 +203,9 @@ bool holds_entries_only(const std::string &item) {
   return std::regex_match(item.c_str(), entries);
 }
 
-/// Every item holds what it held before or what a good run writes at some time. A failed read counts as an
-/// empty item, so entries may then be missing; a failed append leaves the text as far as it got.
-bool nv_as_told(const planned &fault, const run &seen, const nv_texts &first, const run &good) {
+/// Every item holds what it held before or what a good run writes at some time. After a failed read entries
+/// may be missing, because it counts as an empty item; a failed append leaves an incomplete text.
+bool nv_as_documented(const planned &fault, const run &seen, const nv_texts &first, const run &good) {
   if (is_secure_call(fault)) return true;
   for (const auto &[key, item] : seen.nv) {
     const auto old = first.find(key);
@@ -215,16 +215,16 @@ bool nv_as_told(const planned &fault, const run &seen, const nv_texts &first, co
   return true;
 }
 
-bool settings_as_told(const std::vector<int32_t> &now, const std::vector<int32_t> &first,
-                      const std::vector<int32_t> &good) {
+bool settings_as_documented(const std::vector<int32_t> &now, const std::vector<int32_t> &first,
+                            const std::vector<int32_t> &good) {
   for (size_t i = 0; i < now.size(); i++) {
     if (now[i] != first[i] && now[i] != good[i]) return false;
   }
   return true;
 }
 
-/// Test mode is on exactly when entering it answered 1, and off exactly when leaving it did.
-bool test_mode_as_told(const operation &op, int64_t result, int32_t status) {
+/// Test mode is on exactly if entering it returned 1, and off exactly if leaving it did.
+bool test_mode_as_documented(const operation &op, int64_t result, int32_t status) {
   if (strcmp(op.name, "wifi_start_testmode") == 0) return status == result;
   if (strcmp(op.name, "wifi_stop_testmode") == 0) return status == (result == 1 ? 0 : 1);
   return true;
@@ -268,7 +268,7 @@ std::string sweeper::judge_result(const operation &op, const planned &fault, con
     return "does not get over it: result " + std::to_string(seen.result);
   }
   if (!good && !is_one_of(seen.result, op.bad))
-    return "result " + std::to_string(seen.result) + " is not told";
+    return "result " + std::to_string(seen.result) + " is not documented";
   if (!good && !seen.logged && !op.says_nothing) return "fails without a line in the log";
   return "";
 }
@@ -278,9 +278,9 @@ std::string sweeper::judge(const operation &op, const planned &fault, const run 
   if (!result.empty()) return result;
   if (seen.leaked) return "leaves a descriptor, child or stream behind";
   if (!seen.margins) return "writes beyond its outputs";
-  if (!settings_as_told(seen.settings, first_settings_, good_.settings)) return "leaves other settings";
-  if (!test_mode_as_told(op, seen.result, seen.settings[0])) return "test mode is not as told";
-  if (!nv_as_told(fault, seen, first_nv_, good_)) return "leaves a spoilt NV item";
+  if (!settings_as_documented(seen.settings, first_settings_, good_.settings)) return "leaves other settings";
+  if (!test_mode_as_documented(op, seen.result, seen.settings[0])) return "test mode is not as documented";
+  if (!nv_as_documented(fault, seen, first_nv_, good_)) return "leaves a spoilt NV item";
   return "";
 }
 
@@ -293,7 +293,7 @@ void sweeper::try_fault(const operation &op, const planned &fault) {
   run seen = run_once(bench, op, chip_, &fault);
   seen.settings = settings_of(bench);
   std::string wrong = seen.fired ? judge(op, fault, seen) : "the fault never fired";
-  // What was lost in NV stays lost; another phone's items are as good for the next call.
+  // The next call gets a fresh store: what was lost in NV stays lost.
   phone_nv_clear();
   if (op.needs == before::calibrated) store_calibration();
   if (wrong.empty() && varying(op, run_once(bench, op, chip_, nullptr).result) != good_.result) {
@@ -349,7 +349,7 @@ int sweeper::report() const {
 
 // ---- One run through, for faults from outside --------------------------------------------------------
 
-/// Results are only held against what is told: nobody here knows which call was made to fail.
+/// Only checks that each result is a documented one: which call failed is unknown here.
 int run_session(const std::string &chip) {
   bench bench(chip);
   store_calibration();
@@ -360,8 +360,8 @@ int run_session(const std::string &chip) {
     outputs out;
     out.clear();
     const int64_t result = op.call(find(bench, op), out);
-    const bool told = op.good.empty() || is_one_of(result, op.good) || is_one_of(result, op.bad);
-    if (!told || phone_left_open() != 0 || !out.intact(op.text_size, op.small_sizes)) {
+    const bool documented = op.good.empty() || is_one_of(result, op.good) || is_one_of(result, op.bad);
+    if (!documented || phone_left_open() != 0 || !out.intact(op.text_size, op.small_sizes)) {
       printf("FAILED %s: result %lld, %u left open\n", op.name, static_cast<long long>(result),
              phone_left_open());
       wrong++;
@@ -369,7 +369,7 @@ int run_session(const std::string &chip) {
       failed++;
     }
   }
-  printf("session ends: %u operations failed as told, %u otherwise\n", failed, wrong);
+  printf("session ends: %u operations failed as documented, %u otherwise\n", failed, wrong);
   return wrong == 0 ? 0 : 1;
 }
 

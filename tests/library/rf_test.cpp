@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Settings and RF tests: rules over all frequencies and modes, and what a start leaves behind.
+// Settings and RF tests: rules over all frequencies and modes, and the state after a start.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -25,7 +25,7 @@ protected:
 
 // ---- Channel numbers -----------------------------------------------------------------------------------
 
-/// By arithmetic alone: the number at 20 MHz less what a wider band's centre lies below it.
+/// By arithmetic alone: the number at 20 MHz minus the distance to the centre of the wider band.
 std::optional<int32_t> channel_number(int32_t frequency, int32_t band) {
   const int32_t below[] = {0, 2, 6, 14};
   if (frequency == 2484) return 14;
@@ -127,7 +127,7 @@ TEST_P(Rf, PowerIsSentAtOnceOutsideTestModeOnly) {
   EXPECT_EQ(sent_values(), sent_at_once) << "an entry that failed is no test mode";
 }
 
-/// Only twelve digits are read: they end at a page that cannot be.
+/// Only twelve digits are read: the page after them is unreadable.
 TEST_P(Rf, NothingIsReadPastTheTwelveDigitsOfAnAddress) {
   const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
   char *pages = static_cast<char *>(
@@ -140,7 +140,7 @@ TEST_P(Rf, NothingIsReadPastTheTwelveDigitsOfAnAddress) {
   munmap(pages, 2 * page);
 }
 
-// ---- What a start and a stop leave behind --------------------------------------------------------------
+// ---- State after a start or stop -----------------------------------------------------------------------
 
 /// The newer chips raise the transmit flag before anything is sent, so a start that failed wants a stop.
 TEST_P(Rf, TheTransmitFlagOfAFailedStart) {

@@ -216,7 +216,7 @@ void expect_catalogue(const calibration &c, const list<cal_row> &rows, std::set<
     for (const nv_item &item : c.items) {
       stored |= item.number == row.nv_number && strcmp(item.name, row.nv_name) == 0;
     }
-    EXPECT_TRUE(stored) << row.param << " lies in item " << row.nv_number << ", which is not among the items";
+    EXPECT_TRUE(stored) << row.param << " is in item " << row.nv_number << ", which is not among the items";
   }
 }
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The report in a browser: what is first to be found, the filters, narrow and wide, light, dark and on paper."""
+"""The report in a browser: what comes first, the filters, narrow and wide, light and dark, on paper."""
 import base64
 import shutil
 import tempfile
@@ -19,7 +19,7 @@ CHROMIUM, DRIVER = shutil.which("chromium"), shutil.which("chromedriver")
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-component-update",
          "--disable-background-networking", "--disable-sync"]
 
-# The least contrast of any text with what lies under it, by luminance, and the text it is.
+# The least contrast by luminance of a text with its background, and that text.
 CONTRAST = """
 const luminance = c => { const [r, g, b] = c.map(v => (v /= 255) <= 0.04045 ? v / 12.92 : ((v + 0.055) / 1.055) ** 2.4);
   return 0.2126 * r + 0.7152 * g + 0.0722 * b; };
@@ -60,7 +60,7 @@ def path(tmp_path_factory):
 
 @pytest.fixture
 def page(browser, path):
-    """The page, freshly loaded; whatever the browser complained about fails the test."""
+    """The page, freshly loaded. Anything in the browser's log fails the test."""
     screen(browser, 1280, "light")
     browser.get("about:blank")
     browser.get(path.as_uri())
@@ -81,7 +81,7 @@ def run(page, script):
 
 
 def until(page, condition):
-    """Following a link within the page takes the browser a moment."""
+    """Waits: following a link within the page takes the browser a moment."""
     WebDriverWait(page, 10).until(lambda page: run(page, f"return {condition}"))
 
 
@@ -90,7 +90,7 @@ def texts(page, selector):
 
 
 def click(page, label):
-    """The checkbox or link that is on screen under this label."""
+    """Clicks the visible checkbox or link with this label."""
     run(page, f"all('label, a').find(e => e.textContent.trim().startsWith({label!r})).click()")
 
 
@@ -168,7 +168,7 @@ def test_pauses_stand_on_the_time_axis(page):
     assert texts(page, ".shares b")[:2] == ["4.035 s", "1.5 s"]
 
 
-def test_calibration_is_told_before_and_after(page):
+def test_calibration_is_shown_before_and_after(page):
     captions = dict(run(page, "return all('figure').map(f => [f.querySelector('b').textContent, f.querySelector('.words').textContent])"))
     assert captions == {"pa2ga0": "a 10, b −300 → −302, c 5000 → 5002", "mf2ga0": "offsets: channel 1: 0 → −3"}
     assert run(page, "return document.querySelectorAll('figure polyline, figure .bar').length") == 3 + 13

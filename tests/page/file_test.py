@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The report as a file: whole, self-contained, and safe from what it quotes."""
+"""The report as a file: complete, self-contained, and safe against the text it quotes."""
 import html.parser
 import json
 import re
@@ -11,7 +11,7 @@ from support.page_sample import HOSTILE, SCRIPT, write_report
 
 
 class Page(html.parser.HTMLParser):
-    """Elements with their attributes, and what scripts and styles hold, as a browser would take them apart."""
+    """Elements with their attributes, and the contents of scripts and styles, parsed as a browser does."""
 
     def __init__(self, text):
         super().__init__()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The Python module: is it the C interface, does it tell what went wrong, do its fixtures catch empty tests?"""
+"""The Python module: it has the C interface, names what went wrong, and its fixtures catch empty tests."""
 
 import json
 import os
@@ -18,7 +18,7 @@ from support.tree import PHONES, ROOT
 
 PLAN = ROOT / "examples" / "factory_plan.py"
 
-# The phone's processes alone need a sanitizer's runtime ahead of Python.
+# Only the phone's processes need a sanitizer's runtime loaded before Python.
 if "ORVA_SANITIZER" in os.environ:
     os.environ["LD_PRELOAD"] = os.environ["ORVA_SANITIZER"]
 
@@ -40,7 +40,7 @@ def c_type(declaration):
 
 
 def declared(header):
-    """Result and argument types of every function that a header declares, in ctypes' words."""
+    """Result and argument types of every function that a header declares, by their ctypes names."""
     text = re.sub(r"/\*.*?\*/|//[^\n]*|#[^\n]*", "", header.read_text(), flags=re.S)
     found = {}
     for result, name, arguments in re.findall(r"([\w ]+[\s*]+)(\w+)\(([^()]*)\);", text):
@@ -57,16 +57,16 @@ def in_python(signatures):
 
 
 @pytest.mark.parametrize(
-    "header, module, bytes_behind_void",
+    "header, module, bytes_for_void",
     [
         ("include/wifi_factory_test_orva.h", library_module, []),
-        # Where C has void * for bytes, Python gives bytes.
+        # Python passes bytes where C has void *.
         ("virtual_phone/phone.h", phone_module, [("phone_driver_answer", 1), ("phone_nv_get", 2), ("phone_nv_put", 2), ("phone_nv_at", 4)]),
     ],
 )
-def test_signatures_are_those_of_the_header(header, module, bytes_behind_void):
+def test_signatures_are_those_of_the_header(header, module, bytes_for_void):
     expected = declared(ROOT / header)
-    for function, argument in bytes_behind_void:
+    for function, argument in bytes_for_void:
         assert expected[function][1][argument] == "c_void_p"
         expected[function][1][argument] = "c_char_p"
     assert in_python(module.SIGNATURES) == expected
@@ -117,7 +117,7 @@ def test_outputs_come_as_values_of_their_kind(library, phone, digits):
     assert library.wifi_get_upc_code() == library_module.UpcCode(code=300, upc=300 & 255, out1=0, out2=0)
 
 
-def test_failures_are_told_from_values(library, phone):
+def test_failures_differ_from_values(library, phone):
     assert library.wifi_query_setting(5) is None
     assert library.conn_test_uart_loop()
     phone.fault("ioctl", times=0)
@@ -145,7 +145,7 @@ def test_calibration_through_nv(library, phone, tmp_path):
 
 
 @pytest.mark.parametrize(
-    "call, told",
+    "call, expected",
     [
         (lambda bench: bench.library.wifi_set_power(2**31), (ValueError, "power: 2147483648 is not in")),
         (lambda bench: bench.library.wifi_set_power(15.5), (TypeError, "power: 15.5 is no whole number")),
@@ -158,9 +158,9 @@ def test_calibration_through_nv(library, phone, tmp_path):
         (lambda bench: bench.phone.load("/nowhere.toml"), (PhoneError, "/nowhere.toml: cannot be read")),
     ],
 )
-def test_misuse_names_the_argument(bench, call, told):
+def test_misuse_names_the_argument(bench, call, expected):
     before = len(bench.phone.events())
-    with pytest.raises(told[0], match=told[1]):
+    with pytest.raises(expected[0], match=expected[1]):
         call(bench)
     assert len(bench.phone.events()) == before
 
@@ -178,7 +178,7 @@ def test_each_bench_has_a_phone_and_a_library_of_its_own():
         one.library.wifi_stop_tx()
 
 
-def test_a_phone_that_dies_or_hangs_is_told_with_the_call():
+def test_a_phone_that_dies_or_hangs_is_reported_with_the_call():
     with Bench() as bench:
         bench._process.send_signal(signal.SIGKILL)
         with pytest.raises(PhoneDied, match="was ended by SIGKILL"):
@@ -236,7 +236,7 @@ def test_the_plan_passes_a_good_phone(chip):
         ("cold-solder-joint", {"solder joints"}),
     ],
 )
-def test_the_plan_tells_what_is_wrong(phone, failed):
+def test_the_plan_names_what_is_wrong(phone, failed):
     done = plan("--json", "--phone", PHONES / f"{phone}.toml")
     assert done.returncode == 1, done.stderr
     measurements = [m for phase in json.loads(done.stdout)["phases"] for m in phase["measurements"]]

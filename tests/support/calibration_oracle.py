@@ -46,7 +46,7 @@ def shifted(a, b, c, error):
 
 
 def scaled(gain, code):
-    """None where the result is too near to a rounding edge to be told for certain."""
+    """None where the result is too close to a rounding edge to be certain."""
     exact = 10 ** (Decimal(gain) / 20) * code + Decimal("0.5")
     if abs(exact - exact.to_integral_value()) < Decimal("1e-6"):
         return None

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints as JSON what each chip is: its profile and tables, and what its operations send on a phone in good
-// order. script/chip-differences makes docs/chip_differences.md of it.
+// Prints each chip as JSON: its profile and tables, and what its operations send on a good phone.
+// script/chip-differences makes docs/chip_differences.md from it.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,7 +19,7 @@
 
 namespace {
 
-// Outside orva, where the same names take a profile.
+// Outside namespace orva, where the same names take a profile.
 const std::pair<const char *, std::function<void()>> operations[] = {
     {"wifi_set_power(155)", [] { wifi_set_power(155); }},
     {"wifi_set_antenna(1)", [] { wifi_set_antenna(1); }},
@@ -91,7 +91,7 @@ template <typename Row, typename Show> std::string joined(const list<Row> &rows,
 
 std::string pair(int64_t from, int64_t to) { return std::to_string(from) + "→" + std::to_string(to); }
 
-/// A step's name: tables hold addresses.
+/// The name of a step; tables hold addresses only.
 std::string step_name(const test_step *step) {
   const std::pair<const test_step *, const char *> names[] = {{&tx_power_save, "power save off"},
                                                               {&tx_mode, "mode"},

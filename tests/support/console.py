@@ -4,7 +4,7 @@ import os
 import subprocess
 
 STATION = os.environ["ORVA_STATION"]
-STATION_PHONE = os.environ["ORVA_STATION_PHONE"]  # the console for a phone that is there
+STATION_PHONE = os.environ["ORVA_STATION_PHONE"]  # the console for a real phone
 CARELESS = os.environ["ORVA_CARELESS"]  # a library that writes outside its caller's buffers
 
 

@@ -83,7 +83,7 @@ int64_t fill_parameter(void *function, outputs &out) {
   return 1;
 }
 
-/// Once for each mode.
+/// One instance for each mode.
 template <uint32_t mode> int64_t fill_entry(void *function, outputs &out) {
   const orva_nvbuf_request request = {367, "WITXCCK", ORVA_NV_ITEM_SIZE, "pa2gccka0", 3, values};
   out.text[0] = 0;
@@ -92,7 +92,7 @@ template <uint32_t mode> int64_t fill_entry(void *function, outputs &out) {
   return 1;
 }
 
-/// vq2040a leaves out the chain.
+/// Without the chain on vq2040a.
 template <typename... Chain> call_operation look_up(Chain... chain) {
   return [=](void *function, outputs &) -> int64_t {
     auto *typed =
@@ -101,12 +101,12 @@ template <typename... Chain> call_operation look_up(Chain... chain) {
   };
 }
 
-int64_t lay_down_value(void *function, outputs &out) {
+int64_t store_value(void *function, outputs &out) {
   reinterpret_cast<void (*)(uint8_t *, uint32_t)>(function)(out.small[0].data(), 0x01020304);
   return 1;
 }
 
-/// Opens, and gives back what it got.
+/// Opens a socket and closes it.
 int64_t open_and_close(void *function, outputs &) {
   const uint32_t socket = reinterpret_cast<uint32_t (*)()>(function)();
   if (socket == 0) return 0;
@@ -194,7 +194,7 @@ void add_calibration(std::vector<operation> &all, bool back_end) {
   add("wifi_nvram_calibrate_clean_new", u32(static_cast<const uint32_t *>(all_flags)));
   all.push_back({"wifi_nvram_calibrate_get", back_end, calibrated, yes, no, fill_calibration, 16 * 104});
   add("wifi_nvram_calibrate_set", correct(0, 2, 0, 0, 2442, "1.5"));
-  // Where nothing is stored the driver is asked, or a start text is corrected.
+  // With nothing stored the driver is asked, or a start text is corrected.
   for (const before needs : {nothing, calibrated}) {
     all.push_back({"wifi_nvram_calibrate_set", back_end, needs, any, no, correct(0, 0, 0, 0, 2442, "12")});
     all.push_back({"wifi_nvram_calibrate_set", back_end, needs, any, no, correct(0, 0, 0, 0, 2412, "-7")});
@@ -260,7 +260,7 @@ void add_driver_and_shell(std::vector<operation> &all) {
     static std::vector<std::string> names;
     names.reserve(14);
     names.push_back(std::string("ioctl_data_") + name + "_set");
-    all.push_back({names.back().c_str(), true, nothing, yes, no, lay_down_value, 0, {4}});
+    all.push_back({names.back().c_str(), true, nothing, yes, no, store_value, 0, {4}});
   }
 }
 

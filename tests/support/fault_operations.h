@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the fault sweep knows about each operation: how to call it, what has to come before, what it may
-// answer.
+// What the fault sweep knows about each operation: how to call it, what must be true before, which results it
+// may give.
 #ifndef TESTS_FAULT_SWEEP_H
 #define TESTS_FAULT_SWEEP_H
 
@@ -14,7 +14,7 @@
 
 namespace sweep {
 
-/// Room for what operations write, behind each a margin that nothing may touch.
+/// Room for what operations write, each followed by a margin that must stay untouched.
 struct outputs {
   static constexpr uint8_t margin_byte = 0xC5;
   static constexpr size_t margin = 64;
@@ -25,7 +25,7 @@ struct outputs {
   uint32_t socket;  // the caller's own driver socket
 
   void clear();
-  /// Whether the margins behind the given sizes are untouched.
+  /// Whether the margins after the given sizes are untouched.
   bool intact(size_t text_size, std::array<size_t, 3> small_sizes) const;
 };
 

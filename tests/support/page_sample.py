@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A report with a bit of everything: failures, refused commands, waits, calibration, and text that would like to be markup."""
+"""A report with a bit of everything: failures, refused commands, waits, calibration, and text that looks like markup."""
 from support.console import station
 
 HOSTILE = "</script><script>document.title='broken in'</script><img src=x onerror=alert(1)>&amp;\u2028<b>bold</b>"
@@ -30,7 +30,7 @@ wifi_stop_testmode -> 1
 
 
 def write_report(directory, script=SCRIPT, chips="vq2070", more=()):
-    """Runs the script and, behind it, those of `more`; gives the page's path and the run."""
+    """Runs the script and then those of `more`. @return the page's path and the finished process."""
     paths = []
     for i, text in enumerate([script, *more]):
         paths.append(directory / f"session{i}.tcl")

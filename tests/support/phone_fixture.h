@@ -24,7 +24,7 @@
 //   {*}                 any text within the line, also none
 //
 // expect_contacts("socket\nclose\n") compares all contacts since the last forget(), and forgets them.
-// happened("log 6 {*}failed{*}") tells whether any of them is like this line.
+// happened("log 6 {*}failed{*}") is true if any of them matches this line.
 #ifndef TESTS_SUPPORT_PHONE_FIXTURE_H
 #define TESTS_SUPPORT_PHONE_FIXTURE_H
 

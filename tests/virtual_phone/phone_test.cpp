@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The virtual phone on its own: the chips' rules, the system calls, the shell, faults, NV. Command ids and
-// record offsets are written out here again, from the driver's side.
+// The virtual phone by itself: the chips' rules, the system calls, the shell, faults, NV. Command ids and
+// record offsets are repeated here on purpose, so that library and phone cannot be wrong together.
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
 #include "virtual_phone/radio.h"
@@ -107,7 +107,7 @@ protected:
     EXPECT_EQ(phone_faults_unfired(), 0u);
   }
 
-  /// 0 or more: what ioctl gave; negative: the errno.
+  /// The result of ioctl, or the negative errno.
   int issue(driver_record &record, const char *interface = "wlan0") {
     request asked;
     snprintf(asked.name, sizeof(asked.name), "%s", interface);
@@ -125,7 +125,7 @@ protected:
     return issue(record);
   }
 
-  /// As the library runs a shell command; the exit status, or -1 where there was none.
+  /// Runs a shell command as the library does. @return the exit status, or -1 if there was none.
   int shell(std::string command, bool by_vector = false) {
     pid_t child = fork();
     if (child == 0) {
@@ -164,7 +164,7 @@ protected:
     magic = facts.magic;
   }
 
-  /// A request that this command takes: empty, or what it needs to be whole.
+  /// A request that this command accepts.
   driver_record well_formed(uint32_t command) const {
     driver_record record{facts.magic, command, {}};
     std::string kind = radio_command_name(radio_chip(), command);
@@ -591,7 +591,7 @@ struct scratch_file {
   ~scratch_file() { std::filesystem::remove(path); }
 };
 
-/// Where the phone was built without SQLite it says so, and there is no file to test.
+/// A phone built without SQLite says so, and there is no file to test.
 bool open_store(const std::string &path) {
   char error[300] = "";
   bool opened = phone_nv_open(path.c_str(), error, sizeof(error)) == 0;
@@ -651,8 +651,7 @@ TEST_F(Phone, NvInAFileOutlivesAKilledProcess) {
   EXPECT_NE(std::string(error).find("/no/such/folder/nv"), std::string::npos);
 }
 
-// ---- Bounds-checked functions, log
-// ---------------------------------------------------------------------------
+// ---- Bounds-checked functions, log ----------------------------------------------------------------------
 
 TEST_F(Phone, BoundsAreChecked) {
   char text[8] = "1234567";
