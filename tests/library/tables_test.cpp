@@ -261,6 +261,7 @@ TEST(SharedTables, TheListsOfChipsAreTheTrees) {
   ASSERT_EQ(here.size(), CHIPS);
   ASSERT_EQ(std::size(cases), CHIPS);
   for (size_t i = 0; i < CHIPS; i++) {
+    ASSERT_NE(profiles[i], nullptr) << here[i];
     EXPECT_EQ(profiles[i]->name, here[i]);
     EXPECT_EQ(cases[i].profile, profiles[i]);
   }
