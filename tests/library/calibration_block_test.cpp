@@ -98,7 +98,7 @@ TEST_P(RawBlock, ScalesAsExactArithmeticDoes) {
     forget();
     EXPECT_EQ(scale(2, 0, 0, gain.c_str()), 1U);
     ASSERT_EQ(block_in_nv()[1], expected) << line;
-    ASSERT_EQ(happened("log 3 {*}cal_res={*}, >0xee, set cal_res as 0xee\\n"), cut == 1) << line;
+    ASSERT_EQ(happened("log 3 {*}cal_res={*}, >0xee, set cal_res as 0xee\\n\""), cut == 1) << line;
     rows++;
   }
   EXPECT_GT(rows, 1000U);

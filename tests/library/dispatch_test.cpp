@@ -134,7 +134,7 @@ TEST_P(Dispatch, AnUnknownChipHasNoOperation) {
     for (uint32_t id = 0; id < 256; id++) EXPECT_EQ(get(id), nullptr);
     EXPECT_EQ(PUBLIC(wifi_set_power)(155), 0U);
     EXPECT_EQ(PUBLIC(wifi_test_broadcast_loop)(0), 1U) << "success without action";
-    expect_contacts("log 6 wifi_set_power::funcname is null.\\n\n");
+    expect_contacts("log 6 [WIFI_ORVA_FAC_TEST] \"wifi_set_power::funcname is null.\\n\"\n");
   }
 }
 

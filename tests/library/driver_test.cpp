@@ -25,8 +25,8 @@ protected:
 TEST_P(Driver, APositiveIoctlResultIsSuccess) {
   fail("ioctl", 1, 1, -5);
   EXPECT_EQ(switch_off(), 1U);
-  expect_contacts("socket\nioctl 11 00000000\nclose\nsleep 1000\n"
-                  "log 3 wifi_set_pm_switch::pm_switch[0], ret[1].\\n\n");
+  expect_contacts("socket\nioctl {*} 0b000000 0 -> 5\nclose\npause 1000 us\n"
+                  "log 3 \"wifi_set_pm_switch::pm_switch[0], ret[1].\\n\"\n");
 }
 
 /// A caller takes descriptor 0 for a failure, so the library opens a second socket and closes 0.
@@ -39,7 +39,7 @@ TEST_P(Driver, DescriptorZeroIsExchangedAndClosed) {
   EXPECT_NE(descriptors[1], 0);
   EXPECT_EQ(phone_event(3)->kind, PHONE_IOCTL);
   EXPECT_EQ(phone_event(3)->number[0], descriptors[1]);
-  expect_contacts("socket\nsocket\nclose\nioctl 11 00000000\nclose\nsleep 1000\nlog 3 {*}ret[1].\\n\n");
+  expect_contacts("socket -> 0\nsocket\nclose 0\nioctl {*} 0b000000 0\nclose\npause 1000 us\nlog 3 {*}\n");
 }
 
 TEST_P(Driver, DescriptorZeroWithoutASecondSocketIsNoSocket) {
@@ -47,8 +47,10 @@ TEST_P(Driver, DescriptorZeroWithoutASecondSocketIsNoSocket) {
   fail("socket", 2);
   EXPECT_EQ(switch_off(), 0U);
   EXPECT_EQ(closed(), std::vector<int64_t>{0});
-  expect_contacts("socket\nsocket!\nclose\nlog 6 {chip}_wl_config_sockets_open[{*}]:socket failed:-1\\n\n"
-                  "log 6 socket create fail.\\n\nlog 3 wifi_set_pm_switch::pm_switch[0], ret[0].\\n\n");
+  expect_contacts(
+      "socket -> 0\nsocket -> -1 EMFILE\nclose 0\n"
+      "log 6 \"{chip}_wl_config_sockets_open[{*}]:socket failed:-1\\n\"\n"
+      "log 6 \"socket create fail.\\n\"\nlog 3 \"wifi_set_pm_switch::pm_switch[0], ret[0].\\n\"\n");
 }
 
 TEST_P(Driver, AFailedCloseIsReportedOnce) {
@@ -86,7 +88,8 @@ TEST_P(Shell, AnInterruptedWaitIsWaitedAgain) {
   fail("waitpid", 1, 1, ECHILD);
   EXPECT_EQ(run("true"), -1);
   EXPECT_EQ(phone_uses("waitpid"), 1U);
-  EXPECT_TRUE(happened(std::string("log 6 {chip}_system_call: execute error, ") + strerror(ECHILD) + "\\n"));
+  EXPECT_TRUE(
+      happened(std::string("log 6 \"{chip}_system_call: execute error, ") + strerror(ECHILD) + "\\n\""));
 }
 
 /// At most size - 1 bytes are read; no terminator is written.
@@ -124,7 +127,7 @@ TEST_P(Shell, OnlyALineWithTheInterfaceUpTakesItFromTheFramework) {
     forget();
     EXPECT_EQ(back_end<uint32_t(uint32_t)>("wifi_pt_power_test")(1), 1U);
     EXPECT_EQ(phone_uses("shell:svc wifi disable"), one.up ? 1U : 0U);
-    EXPECT_EQ(happened("log 4 wlan0 is not up, go through"), !one.up);
+    EXPECT_EQ(happened("log 4 \"wlan0 is not up, go through\""), !one.up);
     const std::string all = transcript();
     int lines = 0;
     for (size_t at = 0; (at = all.find("_is_wlan_up: ", at)) != all.npos; at++) lines++;
@@ -141,7 +144,7 @@ TEST_P(Shell, ABoundsCheckedResultCountsByItsLowHalf) {
   expect_contacts("");
   check(22);
   check(0xFFFFFFFF);
-  const std::string failed = "log 6 {chip}_check_securef_ret::securef_ret fail, pls check.\n";
+  const std::string failed = "log 6 \"{chip}_check_securef_ret::securef_ret fail, pls check.\"\n";
   expect_contacts(failed + failed);
 }
 

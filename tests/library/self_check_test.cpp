@@ -81,7 +81,7 @@ TEST_P(SelfCheck, ProbesJudgeTheirPartOfTheAnswer) {
       SCOPED_TRACE(std::string(each.function) + " answered " + std::to_string(judged.answer));
       answer(each.command, judged.answer);
       EXPECT_EQ(run(each.function), passes(judged, each.read) ? 1U : 0U);
-      EXPECT_TRUE(happened(std::string("log {*}: ") + judged.logged[each.read] + "\\n")) << transcript();
+      EXPECT_TRUE(happened(std::string("log {*}: ") + judged.logged[each.read] + "\\n\"")) << transcript();
     }
   }
 }
@@ -115,7 +115,7 @@ TEST_P(SelfCheck, ProbesFailWhenTheDriverRefusesWhateverItLeft) {
     EXPECT_EQ(run(each.function), 0U);
     answer(each.command, 5);
     EXPECT_EQ(run(each.function), 0U);
-    EXPECT_TRUE(happened("log {*}: 5\\n")) << transcript();
+    EXPECT_TRUE(happened("log {*}: 5\\n\"")) << transcript();
     phone_driver_answers_clear();
   }
 }

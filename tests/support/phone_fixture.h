@@ -5,26 +5,10 @@
 // are for what a transcript cannot show: rules over many inputs, exact arithmetic, memory around an output,
 // and oddities that need a reason.
 //
-// Expected contacts are written in one notation, everywhere: text, one contact with the phone a line, in
-// order.
+// Expected contacts are written in the notation of contacts.h:
 //
-//   socket              a socket was opened; "socket!" where that failed
-//   ioctl 11 00000000   driver command 11 with the first four bytes of its data; "ioctl! ..." where it was
-//   refused close sleep 1000          a pause in microseconds log 6 text          a log line with its
-//   priority; a line feed in the text is written \n sh command = 0      a shell command with its exit status
-//   popen command       a shell command whose output is read
-//   open path           and then: write bytes
-//   read 340 NAME       an NV item; "read 340 NAME!" where that failed
-//   write 340 NAME text an NV item with its text up to the first zero; "write 340 NAME! text" where that
-//   failed
-//
-// Two marks stand for what is not spelt out:
-//
-//   {chip}              the name of the chip under test: log 6 {chip}_system_call: execute error
-//   {*}                 any text within the line, also none
-//
-// expect_contacts("socket\nclose\n") compares all contacts since the last forget(), and forgets them.
-// happened("log 6 {*}failed{*}") is true if any of them matches this line.
+//   expect_contacts("socket\nclose\n")     compares all contacts since the last forget(), and forgets them
+//   happened("log 6 {*}failed{*}")         is true if any of them matches this line.
 #ifndef TESTS_SUPPORT_PHONE_FIXTURE_H
 #define TESTS_SUPPORT_PHONE_FIXTURE_H
 
@@ -90,7 +74,7 @@ protected:
   static void forget() { phone_events_clear(); }
   static std::vector<sent_command> sent();  // accepted and refused attempts
   static std::string sent_values();         // "11=0 2=7 4=1": id=value; a retry is listed again
-  static std::string transcript();          // in the notation above, nothing left out
+  std::string transcript() const;           // all but the questions which chip there is
   void expect_contacts(const std::string &expected) const;
   bool happened(const std::string &line) const;
 
