@@ -2,7 +2,6 @@
 // Dispatch: which back-end function serves an operation, and that arguments and results pass unchanged.
 #include <cstring>
 
-#include "tests/support/chips.h"
 #include "tests/support/phone_fixture.h"
 
 namespace {

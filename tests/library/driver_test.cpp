@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tests/support/chips.h"
 #include "tests/support/phone_fixture.h"
 
 namespace {

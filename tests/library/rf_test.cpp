@@ -6,7 +6,6 @@
 #include <cstring>
 #include <optional>
 
-#include "tests/support/chips.h"
 #include "tests/support/phone_fixture.h"
 
 namespace {

@@ -3,7 +3,6 @@
 // which bytes of its outputs it writes.
 #include <map>
 
-#include "tests/support/chips.h"
 #include "tests/support/margins.h"
 #include "tests/support/phone_fixture.h"
 

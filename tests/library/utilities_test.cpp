@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a station uses around the RF tests: which bytes of an answer reach the caller, and in which form.
-#include "tests/support/chips.h"
 #include "tests/support/margins.h"
 #include "tests/support/phone_fixture.h"
 

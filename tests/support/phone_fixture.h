@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "include/wifi_factory_test_orva.h"
+#include "tests/support/chips.h"
 #include "virtual_phone/phone.h"
 
 /// A driver command as the library sent it.
