@@ -9,6 +9,7 @@
 
 #include "include/calibration_types.h"
 #include "tests/golden/book.h"
+#include "tests/support/chips.h"
 #include "virtual_phone/phone.h"
 
 namespace golden {
@@ -916,7 +917,7 @@ constexpr subject subjects[] = {
 };
 
 void write_all(const std::filesystem::path &folder) {
-  for (const char *chip : {"vq2040", "vq2050", "vq2040a", "vq2070"}) {
+  for (const char *chip : chip_names) {
     std::filesystem::create_directories(folder / chip);
     for (const subject &subject : subjects) {
       book book(folder / chip / (std::string(subject.name) + ".txt"), chip);
