@@ -1,17 +1,7 @@
 include(CheckLinkerFlag)
 
 # The library itself: objects once (tests of internals link them), then the shared library.
-set(ORVA_SOURCES
-  api/dispatch.cpp
-  common/caldata.cpp common/calibration.cpp common/calibration_clean.cpp common/calibration_set.cpp
-  common/catalogue.cpp common/channel.cpp common/driver.cpp common/log.cpp common/nv_item.cpp common/probes.cpp
-  common/receive.cpp common/self_check.cpp common/settings.cpp common/shell.cpp common/station.cpp
-  common/test_mode.cpp common/transmit.cpp)
-foreach(chip vq2040 vq2050 vq2040a vq2070)
-  foreach(subject profile driver rf_test self_check calibration station)
-    list(APPEND ORVA_SOURCES chips/${chip}/${subject}.cpp)
-  endforeach()
-endforeach()
+file(GLOB ORVA_SOURCES CONFIGURE_DEPENDS api/*.cpp common/*.cpp chips/*/*.cpp)
 
 add_library(orva_objects OBJECT ${ORVA_SOURCES})
 target_include_directories(orva_objects PUBLIC ${PROJECT_SOURCE_DIR})
