@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "common/calibration.h"
+#include "common/driver_param.h"
 #include "include/vq2040.h"
 #include "include/vq2050.h"
 #include "include/vq2070.h"
@@ -25,7 +25,7 @@ TEST(Internals, AParameterThatTheDriverDoesNotNumberIsNotAsked) {
     if (chip->calibration == nullptr) continue;
     SCOPED_TRACE(chip->name);
     fit(*chip);
-    const orva::cal_row row = {0, 0, 0, 0, "unheard-of", "SOME_ITEM", 777};
+    const orva::cal_row row = {0, 0, 0, 0, "unheard-of", {777, "SOME_ITEM"}};
     char text[128] = {};
     EXPECT_EQ(orva::query_driver(*chip, row, text, sizeof text), 0);
     EXPECT_EQ(phone_uses("ioctl"), 0U);
@@ -44,11 +44,11 @@ TEST(Internals, ARefusedChainIsNotStored) {
     fit(orva::vq2050);
     for (const int32_t chain : {1, 2}) {
       EXPECT_EQ(set_chain(chain), 1U);
-      EXPECT_EQ(chip->state.core, chain);
+      EXPECT_EQ(chip->state.chain, chain);
     }
     for (const int32_t chain : {0, 3, -1}) {
       EXPECT_EQ(set_chain(chain), 0U);
-      EXPECT_EQ(chip->state.core, 2);
+      EXPECT_EQ(chip->state.chain, 2);
     }
   }
 }

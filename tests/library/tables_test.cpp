@@ -10,12 +10,12 @@
 #include <set>
 #include <string>
 
-#include "common/calibration.h"
+#include "common/catalogue.h"
 #include "common/channel.h"
 #include "common/driver.h"
 #include "common/receive.h"
 #include "common/settings.h"
-#include "common/test_mode.h"
+#include "common/testmode.h"
 #include "common/transmit.h"
 #include "tests/support/chips.h"
 #include "tests/support/profiles.h"
@@ -65,8 +65,8 @@ protected:
 TEST_P(Tables, EachMessageTakesOneValue) {
   EXPECT_NE(profile().channel_of, nullptr);
   for (const char *text :
-       {profile().mode.unknown, profile().die_id.boots_as, profile().station.roam_format_error,
-        profile().station.conn_info_copy_failure, profile().station.powermode_logged_as}) {
+       {profile().mode.unknown, profile().die_id.boots_as, profile().utilities.roam_format_error,
+        profile().utilities.conn_info_copy_failure, profile().utilities.powermode_logged_as}) {
     expect_message(text);
   }
 }
@@ -76,12 +76,12 @@ TEST_P(Tables, CommandIdsAreInRangeAndOnlyOnce) {
   std::set<int> seen;
   for (int id : {c.pmu_check, c.wakeup_io, c.pcie, c.conn_info, c.dyn_interval, c.selfcali_interval,
                  c.power_test, c.tas_antenna, c.bss_expire_age, c.calibration_query}) {
-    if (id == no_command) continue;
+    if (id == NO_COMMAND) continue;
     EXPECT_TRUE(id >= 26 && id <= 38) << id << ": the ids below mean the same on every chip";
     EXPECT_TRUE(seen.insert(id).second) << id << " has two meanings";
   }
   for (int id : {c.power_test, c.bss_expire_age}) {
-    if (id != no_command) { EXPECT_TRUE(GetParam().values.contains(static_cast<uint32_t>(id))) << id; }
+    if (id != NO_COMMAND) { EXPECT_TRUE(GetParam().values.contains(static_cast<uint32_t>(id))) << id; }
   }
 }
 
@@ -91,15 +91,15 @@ TEST_P(Tables, WhatAChipHasNotIsAbsentEverywhere) {
     EXPECT_EQ(there, lines.fail != 0);
     if (there) { EXPECT_EQ(lines.pass, lines.fail + 4) << "the two messages are four lines apart"; }
   };
-  agree(p.command.pmu_check != no_command, p.probe.pmu);
-  agree(p.command.wakeup_io != no_command, p.probe.wakeup_io);
-  agree(p.command.pcie != no_command, p.probe.pcie);
+  agree(p.command.pmu_check != NO_COMMAND, p.probe.pmu);
+  agree(p.command.wakeup_io != NO_COMMAND, p.probe.wakeup_io);
+  agree(p.command.pcie != NO_COMMAND, p.probe.pcie);
   agree(p.name != std::string("vq2040"), p.probe.pin);
-  EXPECT_EQ(p.command.selfcali_interval != no_command, p.state.selcal_disable_switch != nullptr);
-  EXPECT_EQ(p.command.selfcali_interval != no_command, p.test_mode.sets_selfcali_interval);
-  EXPECT_EQ(p.station.selcal_logged_as != nullptr, p.state.selcal_disable_switch != nullptr);
-  EXPECT_EQ(p.command.calibration_query != no_command, p.calibration != nullptr);
-  EXPECT_TRUE(!p.test_mode.sets_dyn_interval || p.command.dyn_interval != no_command);
+  EXPECT_EQ(p.command.selfcali_interval != NO_COMMAND, p.state.selcal_disable_switch != nullptr);
+  EXPECT_EQ(p.command.selfcali_interval != NO_COMMAND, p.testmode.sets_selfcali_interval);
+  EXPECT_EQ(p.utilities.selcal_logged_as != nullptr, p.state.selcal_disable_switch != nullptr);
+  EXPECT_EQ(p.command.calibration_query != NO_COMMAND, p.calibration != nullptr);
+  EXPECT_TRUE(!p.testmode.sets_dyn_interval || p.command.dyn_interval != NO_COMMAND);
 }
 
 // ---- The value sender's set -------------------------------------------------------------------------
@@ -171,9 +171,9 @@ TEST_P(Tables, ExchangedModesAndRates) {
 TEST_P(Tables, StepsAreThereOnceWithTheirMessage) {
   for (const auto *steps : {&profile().tx.steps, &profile().rx.steps}) {
     const bool transmit = steps == &profile().tx.steps;
-    std::set<const test_step *> seen;
+    std::set<const start_step *> seen;
     EXPECT_GE(steps->count, 4U);
-    for (const test_step *step : *steps) {
+    for (const start_step *step : *steps) {
       ASSERT_NE(step, nullptr);
       EXPECT_TRUE(seen.insert(step).second) << step->failure;
       EXPECT_NE(step->run, nullptr);
@@ -189,8 +189,8 @@ TEST_P(Tables, StepsAreThereOnceWithTheirMessage) {
 }
 
 TEST_P(Tables, WeldSteps) {
-  EXPECT_GE(profile().self_check.steps.count, 4U);
-  for (const weld_step *step : profile().self_check.steps) {
+  EXPECT_GE(profile().weld_steps.count, 4U);
+  for (const weld_step *step : profile().weld_steps) {
     ASSERT_NE(step, nullptr);
     EXPECT_NE(step->run, nullptr);
     if (step->failure != nullptr) expect_message(step->failure);
@@ -201,9 +201,9 @@ TEST_P(Tables, WeldSteps) {
 
 void expect_catalogue(const calibration &c, const list<cal_row> &rows, std::set<std::string> &params) {
   for (const cal_row &row : rows) {
-    ASSERT_TRUE(is_text(row.param) && is_text(row.nv_name));
+    ASSERT_TRUE(is_text(row.param) && is_text(row.item.name));
     EXPECT_TRUE(params.insert(row.param).second) << row.param << " is listed twice";
-    EXPECT_TRUE(row.group <= (c.has_group ? 1U : 0U)) << row.param;
+    EXPECT_TRUE(row.chain <= (c.has_group ? 1U : 0U)) << row.param;
     EXPECT_TRUE(row.mode == 0 || row.mode == 2) << row.param;
     EXPECT_TRUE(row.band <= 1 && row.bandwidth <= 3 && row.bandwidth != 2) << row.param;
     const std::string name = row.param;
@@ -211,12 +211,12 @@ void expect_catalogue(const calibration &c, const list<cal_row> &rows, std::set<
     EXPECT_EQ(row.bandwidth == 1, name.find("40") != name.npos) << name;
     EXPECT_EQ(row.bandwidth == 3, name.find("160") != name.npos) << name;
     EXPECT_EQ(row.band == 1, name.find("5g") != name.npos || name.starts_with("dpn")) << name;
-    EXPECT_EQ(name.back(), static_cast<char>('0' + row.group)) << "the last digit is the chain's";
+    EXPECT_EQ(name.back(), static_cast<char>('0' + row.chain)) << "the last digit is the chain's";
     bool stored = false;
     for (const nv_item &item : c.items) {
-      stored |= item.number == row.nv_number && strcmp(item.name, row.nv_name) == 0;
+      stored |= item.number == row.item.number && strcmp(item.name, row.item.name) == 0;
     }
-    EXPECT_TRUE(stored) << row.param << " is in item " << row.nv_number << ", which is not among the items";
+    EXPECT_TRUE(stored) << row.param << " is in item " << row.item.number << ", which is not among the items";
   }
 }
 
@@ -291,8 +291,8 @@ TEST(SharedTables, NoChipWritesAnothersState) {
          {static_cast<const void *>(&s.status), static_cast<const void *>(&s.mode),
           static_cast<const void *>(&s.mode_driver), static_cast<const void *>(&s.channel),
           static_cast<const void *>(&s.freq), static_cast<const void *>(&s.rate),
-          static_cast<const void *>(&s.band), static_cast<const void *>(&s.power),
-          static_cast<const void *>(&s.antenna), static_cast<const void *>(&s.core),
+          static_cast<const void *>(&s.bandwidth), static_cast<const void *>(&s.power),
+          static_cast<const void *>(&s.antenna), static_cast<const void *>(&s.chain),
           static_cast<const void *>(&s.tx), static_cast<const void *>(&s.rx),
           static_cast<const void *>(&s.mem_time), static_cast<const void *>(&s.chipcheck_result),
           static_cast<const void *>(s.running_test), static_cast<const void *>(s.selcal_disable_switch)}) {

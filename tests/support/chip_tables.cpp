@@ -9,10 +9,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "common/calibration.h"
+#include "common/catalogue.h"
 #include "common/channel.h"
 #include "common/receive.h"
-#include "common/self_check.h"
+#include "common/weld.h"
 #include "common/transmit.h"
 #include "tests/support/profiles.h"
 #include "virtual_phone/phone.h"
@@ -74,7 +74,7 @@ public:
     add(what, std::to_string(value));
   }
   void command(const std::string &what, uint8_t id) {
-    add(what, id == no_command ? "-" : std::to_string(id));
+    add(what, id == NO_COMMAND ? "-" : std::to_string(id));
   }
   const ordered_json &rows() const { return rows_; }
 
@@ -92,17 +92,17 @@ template <typename Row, typename Show> std::string joined(const list<Row> &rows,
 std::string pair(int64_t from, int64_t to) { return std::to_string(from) + "→" + std::to_string(to); }
 
 /// The name of a step; tables hold addresses only.
-std::string step_name(const test_step *step) {
-  const std::pair<const test_step *, const char *> names[] = {{&tx_power_save, "power save off"},
+std::string step_name(const start_step *step) {
+  const std::pair<const start_step *, const char *> names[] = {{&tx_power_save, "power save off"},
                                                               {&tx_mode, "mode"},
-                                                              {&tx_band, "bandwidth"},
+                                                              {&tx_bandwidth, "bandwidth"},
                                                               {&tx_channel, "channel"},
                                                               {&tx_chain, "chain"},
                                                               {&tx_rate, "rate"},
                                                               {&tx_power, "power"},
                                                               {&rx_power_save, "power save off"},
                                                               {&rx_mode, "mode"},
-                                                              {&rx_band, "bandwidth"},
+                                                              {&rx_bandwidth, "bandwidth"},
                                                               {&rx_channel, "channel"},
                                                               {&rx_chain, "chain"}};
   for (const auto &[known, name] : names) {
@@ -161,7 +161,7 @@ void add_rf_test(const chip &c, facts &out) {
   out.add("unknown mode", c.mode.unknown);
   out.add("channel number", c.channel_of == channel_by_band ? "bandwidth and band judged one by one"
                                                             : "one message for every pair without a row");
-  out.number("power units per driver step", c.power.divisor);
+  out.number("power units per driver step", c.power_divisor);
   out.add("rates with a code of their own",
           joined(c.tx.rate_codes, [](const rate_code &row) { return pair(row.rate, row.code); }));
   out.add("transmit start", joined(c.tx.steps, step_name));
@@ -170,14 +170,14 @@ void add_rf_test(const chip &c, facts &out) {
   out.add("stop does nothing when stopped", c.tx.stops_only_when_started);
   out.number("pause after switching on, µs", c.tx.final_pause_us);
   const char *const failures[] = {"not told", "told", "told when power save could not be switched off"};
-  out.add("test mode: refused country code", failures[static_cast<int>(c.test_mode.logs_country_failure)]);
-  out.add("test mode: sets self-calibration", c.test_mode.sets_selfcali_interval);
-  out.add("test mode: sets dynamic calibration", c.test_mode.sets_dyn_interval);
-  out.add("leaving test mode lowers both flags", c.test_mode.clears_flags_at_stop);
-  out.add("query logs a wrong type", c.query.logs_wrong_type);
+  out.add("test mode: refused country code", failures[static_cast<int>(c.testmode.logs_country_failure)]);
+  out.add("test mode: sets self-calibration", c.testmode.sets_selfcali_interval);
+  out.add("test mode: sets dynamic calibration", c.testmode.sets_dyn_interval);
+  out.add("leaving test mode lowers both flags", c.testmode.clears_flags_at_stop);
+  out.add("query logs a wrong type", c.query_logs_wrong_type);
   out.number("memory test time", c.state.mem_time);
   out.add("keeps a running-test flag", c.state.running_test != nullptr);
-  out.add("power mode logged as", c.station.powermode_logged_as);
+  out.add("power mode logged as", c.utilities.powermode_logged_as);
 }
 
 std::string lines(const probe_lines &l) {
@@ -196,12 +196,12 @@ void add_checks(const chip &c, facts &out) {
   out.add("die identifier logs each character", c.die_id.logs_characters);
   out.add("die identifier: retry logged as", c.die_id.boots_as);
   out.add("die identifier: line of its own when wlan0 stays down", c.die_id.names_boot_failure);
-  out.add("weld test", joined(c.self_check.steps, weld_name));
-  out.add("SDIO loop stops the WLAN service", c.self_check.sdio_loop_stops_wifi);
+  out.add("weld test", joined(c.weld_steps, weld_name));
+  out.add("SDIO loop stops the WLAN service", c.sdio_loop_stops_wifi);
 }
 
 std::string catalogue(const list<cal_row> &rows) {
-  return joined(rows, [](const cal_row &row) { return row.param + ("@" + std::to_string(row.nv_number)); });
+  return joined(rows, [](const cal_row &row) { return row.param + ("@" + std::to_string(row.item.number)); });
 }
 
 void add_calibration(const chip &c, facts &out) {
@@ -217,8 +217,7 @@ void add_calibration(const chip &c, facts &out) {
             return row.name + ("=" + std::to_string(row.number));
           }));
   const auto flag = [&](const char *what, bool yes) { out.add(what, there ? (yes ? "yes" : "no") : "-"); };
-  flag("two chains", k.has_group);
-  flag("cleans part of an item", k.keep_only != nullptr);
+  flag("two chains", k.has_chains);
   flag("offsets for exact channel centres only", k.centres_only);
   flag("leaves an item without entries alone", k.writes_nothing_without_entries);
   flag("checks bounds-checked calls", k.checks_secure_calls);
@@ -228,12 +227,12 @@ void add_calibration(const chip &c, facts &out) {
 
 void add_station(const chip &c, facts &out) {
   out.subject("station");
-  out.add("roam: command cannot be formatted", c.station.roam_format_error);
-  out.add("expire age: checks the format's result", c.station.checks_expire_age_format);
-  out.add("connection info: failed copy", c.station.conn_info_copy_failure);
-  out.add("connection info: a failed copy ends it", c.station.conn_info_copy_failure_ends);
-  out.number("UPC code without a socket", c.station.upc_without_socket);
-  out.add("self-calibration switch logged as", c.station.selcal_logged_as);
+  out.add("roam: command cannot be formatted", c.utilities.roam_format_error);
+  out.add("expire age: checks the format's result", c.utilities.checks_expire_age_format);
+  out.add("connection info: failed copy", c.utilities.conn_info_copy_failure);
+  out.add("connection info: a failed copy ends it", c.utilities.conn_info_copy_failure_ends);
+  out.number("UPC code without a socket", c.utilities.upc_without_socket);
+  out.add("self-calibration switch logged as", c.utilities.selcal_logged_as);
 }
 
 /// What an operation did to the phone: driver commands with their first word, shell commands, node writes.
@@ -288,6 +287,6 @@ ordered_json facts_of(uint32_t index) {
 
 int main() {
   nlohmann::ordered_json all;
-  for (uint32_t i = 0; i < orva::CHIPS; i++) all[orva::profiles[i]->name] = orva::facts_of(i);
+  for (uint32_t i = 0; i < ORVA_SUBCHIPS; i++) all[orva::profiles[i]->name] = orva::facts_of(i);
   std::cout << all.dump(2) << "\n";
 }
