@@ -7,7 +7,7 @@
 #include "phone_link.h"
 
 #include "platform.h"
-#include "radio.h"
+#include "radio_keys.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,6 +18,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <time.h>
 
@@ -233,9 +234,12 @@ int plan_in_shell(const std::string &command, unsigned nth, unsigned times, int 
   return write_file((shell_faults + std::to_string(number)).c_str(), text).empty() ? number : -1;
 }
 
-/** Behind the other system calls stands a real kernel, which does not fail on request. */
-bool is_platform_place(const std::string &place) {
-  return place.starts_with("nv_") || place.ends_with("_s") || place == "kevoOperaNVWR";
+/** Who makes a place fail. Nobody for the other system calls, which a real kernel answers. */
+std::optional<planner> planner_of(const std::string &place) {
+  if (place == "ioctl" || place.starts_with("ioctl:")) return planner::driver;
+  if (place.starts_with("shell:")) return planner::shell;
+  bool of_platform = place.starts_with("nv_") || place.ends_with("_s") || place == "kevoOperaNVWR";
+  return of_platform ? std::optional(planner::platform) : std::nullopt;
 }
 
 unsigned number_behind(const std::vector<std::string> &lines, size_t line, const std::string &mark) {
@@ -314,16 +318,22 @@ void clear_contacts() {
 
 void print_log(int least_priority) { phone_print_log(least_priority); }
 
+std::vector<fault_place> fault_places() {
+  std::vector<fault_place> all;
+  const char *value = "", *meaning = "";
+  for (size_t i = 0; auto *name = phone_fault_place(i, &value, &meaning); ++i)
+    if (planner_of(name)) all.push_back({name, value, meaning});
+  return all;
+}
+
 int plan_fault(const std::string &place, unsigned nth, unsigned times, int value) {
-  planned fault{planner::platform, -1};
-  if (place == "ioctl" || place.starts_with("ioctl:"))
-    fault = {planner::driver, plan_in_driver(place, nth, times, value)};
-  else if (place.starts_with("shell:"))
-    fault = {planner::shell, plan_in_shell(place.substr(6), nth, times, value)};
-  else if (is_platform_place(place))
-    fault.number = phone_fault(place.c_str(), nth, times, value);
-  if (fault.number < 0) return -1;
-  faults.push_back(fault);
+  auto by = planner_of(place);
+  if (!by) return -1;
+  int number = *by == planner::driver  ? plan_in_driver(place, nth, times, value)
+               : *by == planner::shell ? plan_in_shell(place.substr(6), nth, times, value)
+                                       : phone_fault(place.c_str(), nth, times, value);
+  if (number < 0) return -1;
+  faults.push_back({*by, number});
   return static_cast<int>(faults.size()) - 1;
 }
 

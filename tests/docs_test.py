@@ -165,7 +165,7 @@ def test_the_phones_build_has_the_sources_of_ours():
              if "orva_objects.dir" in entry["command"]}
     assert built and globbed("libwifi_factory_test_orva") == built
     console = {Path(entry["file"]) for entry in json.loads((BUILD / "compile_commands.json").read_text())
-               if re.search(r"(station_core|orva-station-phone)\.dir", entry["command"])}
+               if re.search(r"(station_core|orva-station-phone|virtual_phone_words)\.dir", entry["command"])}
     assert globbed("orva-station") == console
 
 
@@ -181,7 +181,7 @@ CHIP_LISTS = """
     kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
     script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
     station/functions.h station/options.cpp tests/dispatch_exports_test.py tests/phone_test.cpp
-    tests/phone_test.h tests/quality.cmake tests/rf_chip_tables.cpp tests/rf_tables_test.cpp virtual_phone/radio.c
+    tests/phone_test.h tests/quality.cmake tests/rf_chip_tables.cpp tests/rf_tables_test.cpp virtual_phone/radio_chips.c
 """.split()
 
 
