@@ -178,7 +178,7 @@ def test_the_phones_build_makes_the_reports_page_as_ours_does():
 # Every place that lists the chips one by one.
 CHIP_LISTS = """
     Doxyfile api/dispatch.cpp api/exports.map.txt cmake/Install.cmake cmake/Library.cmake docs/chip_differences.md
-    kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
+    kernel_phone/phone/driver_check.c platform/platform.h python/orva/phone.py
     script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
     station/functions.h station/options.cpp tests/dispatch_exports_test.py tests/phone_test.cpp
     tests/phone_test.h tests/quality.cmake tests/rf_chip_tables.cpp tests/rf_tables_test.cpp virtual_phone/radio_chips.c

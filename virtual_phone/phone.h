@@ -21,8 +21,7 @@ extern "C" {
 
 /* ---- The phone's description ------------------------------------------------------------------------- */
 
-/** A fresh phone: default description, no faults, empty trace, virtual clock at 0, empty NV store in memory.
- */
+/** A fresh phone: default description, no faults, empty trace, virtual clock at 0, empty NV in memory. */
 void phone_reset(void);
 
 /**
@@ -31,8 +30,7 @@ void phone_reset(void);
  */
 int phone_load(const char *path, char *error, size_t error_size);
 
-/** Sets one key ("chip", "radio.rssi", "check.pmu", …). Returns 0, or -1 with a message as phone_load does.
- */
+/** Sets one key ("chip", "radio.rssi", "check.pmu", …). Returns as phone_load does. */
 int phone_set(const char *key, const char *value, char *error, size_t error_size);
 
 /** Reads one key as text. Returns 0, or -1 for an unknown key or a text longer than value_size - 1. */
@@ -61,8 +59,8 @@ int64_t phone_now_us(void);
 
 enum phone_event_kind {
   PHONE_SOCKET,   /**< result: descriptor */
-  PHONE_IOCTL,    /**< number[0] descriptor, number[1] magic, number[2] command id; name: the interface; data:
-                     the    264-byte record as the library sent it, then as the driver left it (size 528) */
+  PHONE_IOCTL,    /**< number: descriptor, magic, command id; name: the interface; data: the 264-byte record
+                       as the library sent it, then as the driver left it (size 528) */
   PHONE_CLOSE,    /**< number[0] descriptor */
   PHONE_FORK,     /**< result: child, as the parent sees it */
   PHONE_EXEC,     /**< in the child; text: the shell command, result: its exit status */
@@ -75,8 +73,7 @@ enum phone_event_kind {
   PHONE_SLEEP,    /**< number[0]: microseconds asked for */
   PHONE_LOG,      /**< number[0] priority, name: tag, text: the message as formatted, with its line end */
   PHONE_SUBCHIP,  /**< result: the index */
-  PHONE_NV_READ,  /**< number[0] NV number, name: the item's name; data: the item; result: the service's code
-                   */
+  PHONE_NV_READ,  /**< number[0] and name: the item's; data: the item; result: the service's code */
   PHONE_NV_WRITE, /**< the same */
   PHONE_SECURE    /**< a bounds-checked function; name: which one. Kept only under phone_trace_secure(1) */
 };
@@ -107,8 +104,7 @@ size_t phone_event_count(void);
 const struct phone_event *phone_event(size_t i);
 void phone_events_clear(void);
 void phone_trace_secure(int on);
-/** Prints log lines of at least this priority to stderr as they come, in logcat's threadtime format; 0: none.
- */
+/** Prints log lines of at least this priority to stderr, in logcat's threadtime format; 0: none. */
 void phone_print_log(int least_priority);
 
 /* ---- Faults ------------------------------------------------------------------------------------------ */

@@ -19,7 +19,7 @@
 #define MAC      ONE(RADIO_BYTES, 0, 6)
 #define BLOCK    ONE(RADIO_BYTES, 0, RADIO_BLOCK_SIZE)
 #define DIE      ONE(RADIO_BYTES, 0, 2 * RADIO_DIE_WORDS)
-/* The number stands in the last byte of the room for the answer. */
+/* The number is in the last byte of the room for the answer. */
 #define PARAMETER ONE(RADIO_UNSIGNED, RADIO_BLOCK_SIZE - 1, 1)
 /* Association id and direction. */
 #define RESOURCE_UNIT                                                                                        \

@@ -118,7 +118,7 @@ static const struct radio_key *find_key(const char *name) {
   return NULL;
 }
 
-/* Texts are read left to right; each reader moves the pointer past what it took. */
+/* Each reader moves the pointer past what it read. */
 
 static int read_number(const char **text, int64_t *number) {
   const char *at = *text;
@@ -143,7 +143,7 @@ static int read_number(const char **text, int64_t *number) {
 
 static int is_filler(char c) { return c == ' ' || c == ':' || c == '-'; }
 
-/* Pairs of digits until something else comes; the number of bytes, or -EINVAL. */
+/* Reads pairs of digits up to any other character. Returns the number of bytes, or -EINVAL. */
 static int read_bytes(const char **text, uint8_t *bytes, size_t room) {
   const char *at = *text;
   size_t count = 0;

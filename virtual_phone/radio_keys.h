@@ -42,8 +42,7 @@ void radio_init(struct radio *radio);
 /** The i-th key; null past the last. */
 const struct radio_key *radio_key(size_t i);
 
-/** 0, -ENOENT for an unknown key, -EPERM for a read-only one, -EINVAL for a value that the key does not take.
- */
+/** 0, -ENOENT for an unknown key, -EPERM for a read-only one, -EINVAL for a value that it does not take. */
 int radio_set(struct radio *radio, const char *key, const char *value);
 /** 0, -ENOENT, or -ENOSPC if the text needs more than size. Callers bring the state up to date first. */
 int radio_get(const struct radio *radio, const char *key, char *text, size_t size);

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Factory test of the WLAN chip from Python.
 
 Bench starts a virtual phone in a process of its own, with the library under test on it:
