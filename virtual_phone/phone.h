@@ -102,7 +102,9 @@ struct phone_event {
 size_t phone_event_count(void);
 /** The i-th event since the last clear; null past the last. Valid until the next clear or reset. */
 const struct phone_event *phone_event(size_t i);
+/** Empties the trace and sets the counts of phone_uses to 0. */
 void phone_events_clear(void);
+/** Decides whether the trace holds bounds-checked functions too. Off after phone_reset. */
 void phone_trace_secure(int on);
 /** Prints log lines of at least this priority to stderr, in logcat's threadtime format; 0: none. */
 void phone_print_log(int least_priority);
