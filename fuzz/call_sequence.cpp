@@ -81,9 +81,10 @@ void with_pointers_not_read(input &from) {
 }
 
 void change_phone(input &from) {
-  static constexpr const char *places[] = {
-      "socket", "ioctl", "close",    "fork",      "execl",      "popen",    "fread",        "pclose",
-      "open",   "write", "memcpy_s", "strncpy_s", "snprintf_s", "sscanf_s", "kevoOperaNVWR"};
+  static constexpr const char *places[] = {"socket",   "ioctl",     "close",      "fork",     "execl",
+                                           "popen",    "fread",     "pclose",     "open",     "write",
+                                           "memcpy_s", "strncpy_s", "snprintf_s", "sscanf_s", "kevoOperaNVWR",
+                                           "memset_s", "sprintf_s"};
   char error[200] = "";
   const uint8_t choice = from.byte();
   if (choice % 4 == 0) {

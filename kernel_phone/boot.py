@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Boots the phone in QEMU, runs its plan and unpacks the results that come back over the serial line.
+# SPDX-License-Identifier: Apache-2.0
+"""Boots the phone in QEMU, runs its plan and unpacks the results that it sends over the serial line.
 
 QEMU ends with 0 even after a kernel panic, so only the phone's own marks on the serial line count.
 """
@@ -64,7 +65,7 @@ class Phone:
 
 
 def watch(phone, log):
-    """Follows the serial line; result: the packed results, or None where the phone never gave them whole."""
+    """Follows the serial line. Returns the packed results, or None if they are incomplete."""
     packed, inside, whole = [], False, False
     for line in phone.lines():
         if line == "ORVA-RESULTS-BEGIN":

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash disable=SC2154
 # Builds the driver module, the phone's programs and the initramfs that holds them.
 # Sourced by script/kernel-phone, which sets root, arch, cache, headers_dir and the functions die and say.
@@ -9,7 +10,7 @@ tools() { native || echo "$1-linux-gnu-"; }
 
 gnu_name() { if [[ $arch == arm64 ]]; then echo aarch64; else echo x86_64; fi; }
 
-# Runs a build step quietly; what it said is shown when it fails.
+# Runs a build step quietly and shows its output only if it fails.
 step() {
   local log=$cache/$arch/$1.log
   shift
@@ -24,13 +25,13 @@ build_module() {
   [[ $arch == amd64 ]] || kernel_arch=arm64
   cross=$(tools "$(gnu_name)")
   mkdir -p "$folder"
-  # The kernel's build wants all sources in one folder; unchanged files keep their time stamps, and so stay built.
+  # The kernel's build wants all sources in one folder. Unchanged files keep their time stamps and are not rebuilt.
   copy_changed "$folder" "$root"/kernel_phone/module/* "$root"/virtual_phone/radio*.[ch]
   step module make -C "$headers_dir" ARCH=$kernel_arch CROSS_COMPILE="$cross" KCFLAGS=-Werror M="$folder" modules
   "${cross}strip" --strip-debug -o "$cache/$arch/orva_wlan.ko" "$folder/orva_wlan.ko"
 }
 
-# Copies files into a folder where they differ from what is there.
+# Copies those files into a folder that differ from what is there.
 copy_changed() {
   local folder=$1 file
   shift
@@ -39,7 +40,7 @@ copy_changed() {
   done
 }
 
-# Where the console is built: for this machine, or for the phone where that is another one.
+# Build folder of the console for the phone, which is this machine's own if both have the same architecture.
 build_folder() { if native; then echo "$cache/host"; else echo "$cache/$arch/programs"; fi; }
 
 build_programs() {
@@ -50,7 +51,7 @@ build_programs() {
     -o "$cache/$arch/driver_check" "$root/kernel_phone/phone/driver_check.c"
 }
 
-# The station console on this machine, with the virtual phone: what the real kernel's record is compared with.
+# The console with the virtual phone, for this machine: its results are compared with the real kernel's.
 build_host() { build_console "$cache/host" orva-station; }
 
 build_console() {
@@ -60,7 +61,7 @@ build_console() {
   step "$target" ninja -C "$folder" wifi_factory_test_orva "$target"
 }
 
-# One of the things built for the phone, by its file name.
+# The path of a file built for the phone.
 built() { find "$(build_folder)" -name "$1" -type f; }
 
 library_folders() {
@@ -74,12 +75,12 @@ library_folders() {
   fi
 }
 
-# What a program asks the loader for: the loader itself and the libraries by name.
+# The loader and the libraries that a program needs.
 asks_for() {
   readelf -dl "$1" | sed -n -e 's/.*interpreter: \(.*\)\]/\1/p' -e 's/.*(NEEDED).*\[\(.*\)\]/\1/p'
 }
 
-# Copies a program's loader and libraries into the image, and what those need in turn.
+# Copies a program's loader and libraries into the image, with the libraries that those need.
 copy_needs() {
   local name source
   for name in $(asks_for "$1"); do
@@ -108,10 +109,10 @@ copy_busybox() {
     less od hexdump uname; do
     ln -s busybox "$image/bin/$name"
   done
-  # BusyBox's own shell prefers its applets to the programs on the path, and it has an svc of another kind.
+  # BusyBox's shell prefers its applets to the programs in PATH, and its svc is another program than ours.
   install -m 755 "$cache/$arch/kernel/bin/dash" "$image/bin/dash"
   copy_needs "$image/bin/dash"
-  # popen and the library's shell runner each have their own idea where the shell is.
+  # popen runs /bin/sh, the library /system/bin/sh.
   install -m 755 "$root/kernel_phone/phone/sh" "$image/bin/sh"
   install -m 755 "$root/kernel_phone/phone/sh" "$image/system/bin/sh"
 }
@@ -134,7 +135,7 @@ build_image() {
   copy_tcl
   install -m 755 "$root/kernel_phone/phone/init" "$image/init"
   install -m 755 "$root"/kernel_phone/phone/{netcfg,svc,wpa_cli_orva,run_plan} "$image/system/bin/"
-  install -m 644 "$root/kernel_phone/phone/welcome" "$image/etc/welcome"
+  install -m 644 "$root/kernel_phone/phone/welcome" "$root/chips/chips.txt" "$image/etc/"
   install -m 644 "$cache/$arch/orva_wlan.ko" "$image/system/lib/"
   install -m 755 "$cache/$arch/driver_check" "$image/system/bin/"
   local file
@@ -148,7 +149,7 @@ build_image() {
   pack "$image" "$cache/$arch/image.cpio.gz"
 }
 
-# Packs a folder as an initramfs that belongs to root.
+# Packs a folder as an initramfs owned by root.
 pack() {
   (cd "$1" && find . -print0 | LC_ALL=C sort -z | cpio --quiet --null -o -H newc -R 0:0 | gzip -6) >"$2"
 }

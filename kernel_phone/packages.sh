@@ -1,12 +1,13 @@
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash disable=SC2034,SC2154
-# Gets the kernel, its headers and the phone's programs from Debian, without installing or configuring any of them.
+# Downloads the kernel, its headers and the phone's programs from Debian, and unpacks without installing them.
 # Sourced by script/kernel-phone, which sets arch, cache and the functions skip and say.
 
-# What the console is built with.
+# The console's build dependencies.
 console_packages=(tcl-dev tcl8.6-dev libsqlite3-dev libedit-dev libtinyxml2-dev libtomlplusplus-dev libfmt-dev
   nlohmann-json3-dev)
 
-# apt with package lists of our own, so that the machine's architectures and lists stay as they are.
+# Gives apt package lists of its own, so that the machine's architectures and lists stay unchanged.
 apt_options=()
 prepare_apt() {
   local apt="$cache/$arch/apt" name
@@ -17,7 +18,7 @@ prepare_apt() {
   done
 }
 
-# What the build and the boot need of the machine itself.
+# Packages that this machine needs to build and to boot the phone.
 native_packages() {
   echo cmake ninja-build pkg-config g++ make bc cpio libelf1 python3
   case $arch in
@@ -43,7 +44,7 @@ install_native() {
     sudo -n true 2>/dev/null || skip "these packages are missing and only root can install them: ${missing[*]}"
     as_root=(sudo -n)
   fi
-  # Nothing that is installed may go for it: gcc-multilib, for one, does not bear a cross compiler beside it.
+  # Never remove an installed package: gcc-multilib, for one, conflicts with cross compilers.
   local install=(env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends --no-remove)
   say "installing ${missing[*]}"
   {
@@ -53,7 +54,7 @@ install_native() {
     skip "Debian's packages cannot be installed here: ${missing[*]} (see $cache/install.log)"
 }
 
-# The one dependency of a package that carries the kernel's version in its name.
+# The dependency of a package whose name carries the kernel's version.
 versioned_dependency() {
   apt-cache "${apt_options[@]}" depends "$1" 2>/dev/null | sed -n "s/^ *Depends: *\($2[^:]*\).*/\1/p" | head -n 1
 }
@@ -64,7 +65,7 @@ download() {
   (cd "$folder" && apt-get "${apt_options[@]}" download "$@")
 }
 
-# Unpacks packages into a folder, all or nothing: a folder is complete when its list of packages stands beside it.
+# Unpacks packages into a folder. FOLDER.packages lists them once the folder is complete.
 unpack() {
   local folder=$1
   shift
@@ -97,17 +98,17 @@ fetch_kernel() {
   local tree=$cache/$arch/kernel
   headers_dir=$tree/usr/src/$headers
   vmlinuz=$tree/boot/vmlinuz-$abi
-  # The package expects to lie in /usr/src.
+  # The package expects to be in /usr/src.
   echo "include $tree/usr/src/$common/Makefile" >"$headers_dir/Makefile"
 }
 
-# Libraries that a package names as needed, with their headers; the C and C++ libraries come with the compiler.
+# The libraries that a package depends on, without those of the compiler.
 libraries_of() {
   apt-cache "${apt_options[@]}" depends "$1" | sed -n 's/^ *Depends: *\([^<]*\)$/\1/p' |
     sed "s/:$arch\$//" | grep -E '^z?lib' | grep -vE '^(libc6|libgcc|libstdc|libcrypt)' || true
 }
 
-# The console's packages and all libraries that these need in turn.
+# The console's packages with all their libraries.
 sysroot_packages() {
   local waiting=("${console_packages[@]}") name
   declare -A known=()
@@ -125,7 +126,7 @@ fetch_sysroot() {
   [[ $arch != "$(dpkg --print-architecture)" ]] || return 0
   local name names=()
   for name in $(sysroot_packages); do
-    # One for all architectures has its name without any.
+    # A package for all architectures is named without one.
     [[ $name == nlohmann-json3-dev ]] || name=$name:$arch
     names+=("$name")
   done
@@ -136,7 +137,7 @@ update_lists() {
   apt-get "${apt_options[@]}" -o APT::Update::Error-Mode=any update >"$cache/$arch/apt/update.log" 2>&1
 }
 
-# Package lists are taken afresh once a day; a phone that was built from older ones still boots without a network.
+# Updates the package lists once a day. Without a network, older lists are good enough.
 refresh_lists() {
   local stamp=$cache/$arch/apt/fresh
   [[ -z $(find "$stamp" -mmin -1440 2>/dev/null) ]] || return 0

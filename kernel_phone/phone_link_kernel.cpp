@@ -1,13 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 /*
- * The console's link to a phone with a real kernel: the chip is set up through the driver's control files,
- * driver commands come from the driver's own account and shell commands from the shell's. Log, NV and
- * sub-chip are those of the virtual phone's platform half, which runs in this process. Pauses are real, and
- * nobody counts them.
+ * The console's link to a phone with a real kernel. The chip is set up through the driver's control files;
+ * driver commands are read from the driver's list and shell commands from the shell's. Log, NV and sub-chip
+ * are those of the virtual phone's platform half, which runs in this process. Pauses are real and not
+ * recorded.
  */
 #include "phone_link.h"
 
 #include "platform.h"
-#include "radio.h"
+#include "radio_keys.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <time.h>
 
@@ -33,20 +35,20 @@ constexpr auto services_folder = "/tmp/services/";
 constexpr auto shell_faults = "/tmp/shell_faults/";
 constexpr size_t message_size = 512, item_size = 104;
 
-/** An event with what its pointers point to. */
+/** An event and the memory that its pointers refer to. */
 struct kept_contact {
   contact event{};
   std::string text, data;
 };
 
-/** Commands print to the same place as the console: never into a line that it has written only in part. */
+/** Commands print to the console's output; line buffering keeps them out of a line written in part. */
 [[maybe_unused]] const int whole_lines = setvbuf(stdout, nullptr, _IOLBF, 0);
 
 std::deque<kept_contact> made;
 std::streamoff shell_read;
 int64_t uptime_at_reset;
 
-/** Faults in the order of their ids, and the number that each has where it was planned. */
+/** Faults in the order of their ids: who makes each fail, and its number there. */
 enum class planner { driver, shell, platform };
 struct planned {
   planner by;
@@ -61,7 +63,7 @@ template <class F> std::string message_of(F f) {
   return f(message) == 0 ? "" : *message ? message : "the phone refused and gave no reason";
 }
 
-/** A key as this process knows it. */
+/** A key's value in this process. */
 std::string value_of(const std::string &key) {
   char value[1024] = "";
   return phone_get(key.c_str(), value, sizeof value) == 0 ? value : "";
@@ -86,7 +88,7 @@ std::vector<std::string> read_lines(const char *path) {
   return lines;
 }
 
-/** "key = value", as the driver shows it; "" where the driver has no such key, or is gone. */
+/** A key's value in the driver; "" if the driver does not have the key or is not loaded. */
 std::string driver_value(const std::string &key) {
   for (auto &line : read_lines(radio_file))
     if (line.starts_with(key + " = ")) return line.substr(key.size() + 3);
@@ -149,7 +151,7 @@ void keep(kept_contact &&one) {
   event.size = data.size();
 }
 
-/** Moves the driver's account to a file of ours: the driver's own is read anew each time, and has an end. */
+/** Moves the driver's list, whose room is limited, to a file of our own. */
 void take_commands() {
   auto lines = read_lines(commands_file);
   if (lines.empty()) return;
@@ -175,7 +177,7 @@ std::string run(const std::string &command) {
   return std::system(command.c_str()) == 0 ? "" : "this failed: " + command;
 }
 
-/** What the driver heard would go with it. */
+/** Reads the list of commands first: it goes with the driver. */
 std::string remove_driver() {
   if (!driver_there()) return "";
   take_commands();
@@ -191,8 +193,7 @@ std::string insert_driver() {
   return message.empty() ? give_description() : message;
 }
 
-/** What a real kernel and real programs cannot be told stays as it is; a driver that is gone is told later.
- */
+/** Passes a key to the driver or to the phone's programs. A driver that is not loaded gets it when it is. */
 std::string give_key(const std::string &key, const std::string &value) {
   static constexpr const char *services[] = {"wifi.service", "supplicant.running"};
   if (key == "driver.loaded") return value == "true" ? insert_driver() : remove_driver();
@@ -202,7 +203,7 @@ std::string give_key(const std::string &key, const std::string &value) {
   return key == "subchip" ? "" : key + ": cannot be set in a phone with a real kernel";
 }
 
-/** The description as this process knows it goes to the driver and to the phone's programs. */
+/** Passes the whole description to the driver and to the phone's programs. */
 std::string give_description() {
   std::vector<std::string> all = {"wifi.service", "supplicant.running"};
   for (size_t i = 0; auto *key = radio_key(i); ++i)
@@ -213,7 +214,7 @@ std::string give_description() {
   return "";
 }
 
-/** What changed in the driver since: the interface, refusals that were used up. */
+/** Reads back what changed in the driver: the interface, refusals that were used up. */
 void take_description() {
   for (auto &line : read_lines(radio_file)) {
     auto at = line.find(" = ");
@@ -233,12 +234,15 @@ int plan_in_shell(const std::string &command, unsigned nth, unsigned times, int 
   return write_file((shell_faults + std::to_string(number)).c_str(), text).empty() ? number : -1;
 }
 
-/** Behind the other system calls stands a real kernel, which does not fail on request. */
-bool is_platform_place(const std::string &place) {
-  return place.starts_with("nv_") || place.ends_with("_s") || place == "kevoOperaNVWR";
+/** Who makes a place fail; nobody for most system calls, because a real kernel serves them. */
+std::optional<planner> planner_of(const std::string &place) {
+  if (place == "ioctl" || place.starts_with("ioctl:")) return planner::driver;
+  if (place.starts_with("shell:")) return planner::shell;
+  bool of_platform = place.starts_with("nv_") || place.ends_with("_s") || place == "kevoOperaNVWR";
+  return of_platform ? std::optional(planner::platform) : std::nullopt;
 }
 
-unsigned number_behind(const std::vector<std::string> &lines, size_t line, const std::string &mark) {
+unsigned number_after(const std::vector<std::string> &lines, size_t line, const std::string &mark) {
   auto at = line < lines.size() ? lines[line].rfind(mark) : std::string::npos;
   return at == std::string::npos ? 0
                                  : static_cast<unsigned>(std::stoul(lines[line].substr(at + mark.size())));
@@ -314,16 +318,22 @@ void clear_contacts() {
 
 void print_log(int least_priority) { phone_print_log(least_priority); }
 
+std::vector<fault_place> fault_places() {
+  std::vector<fault_place> all;
+  const char *value = "", *meaning = "";
+  for (size_t i = 0; auto *name = phone_fault_place(i, &value, &meaning); ++i)
+    if (planner_of(name)) all.push_back({name, value, meaning});
+  return all;
+}
+
 int plan_fault(const std::string &place, unsigned nth, unsigned times, int value) {
-  planned fault{planner::platform, -1};
-  if (place == "ioctl" || place.starts_with("ioctl:"))
-    fault = {planner::driver, plan_in_driver(place, nth, times, value)};
-  else if (place.starts_with("shell:"))
-    fault = {planner::shell, plan_in_shell(place.substr(6), nth, times, value)};
-  else if (is_platform_place(place))
-    fault.number = phone_fault(place.c_str(), nth, times, value);
-  if (fault.number < 0) return -1;
-  faults.push_back(fault);
+  auto by = planner_of(place);
+  if (!by) return -1;
+  int number = *by == planner::driver  ? plan_in_driver(place, nth, times, value)
+               : *by == planner::shell ? plan_in_shell(place.substr(6), nth, times, value)
+                                       : phone_fault(place.c_str(), nth, times, value);
+  if (number < 0) return -1;
+  faults.push_back({*by, number});
   return static_cast<int>(faults.size()) - 1;
 }
 
@@ -331,9 +341,9 @@ unsigned fault_fired(int id) {
   if (id < 0 || static_cast<size_t>(id) >= faults.size()) return 0;
   auto [by, number] = faults[static_cast<size_t>(id)];
   switch (by) {
-  case planner::driver: return number_behind(read_lines(faults_file), static_cast<size_t>(number), "fired=");
+  case planner::driver: return number_after(read_lines(faults_file), static_cast<size_t>(number), "fired=");
   case planner::shell:
-    return number_behind(read_lines((shell_faults + std::to_string(number)).c_str()), 0, " ");
+    return number_after(read_lines((shell_faults + std::to_string(number)).c_str()), 0, " ");
   case planner::platform: return phone_fault_fired(number);
   }
   return 0;

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Judges what a phone with a real kernel brought back.
+# SPDX-License-Identifier: Apache-2.0
+"""Judges the results of a phone with a real kernel.
 
 Each session must have passed. Where the virtual phone can run it too, the driver commands that the kernel's driver
 heard must equal, record by record, those of the virtual phone, and so must results, shell commands and log.
@@ -12,11 +13,11 @@ from itertools import zip_longest
 from pathlib import Path
 
 KERNEL_FAILURES = ("ORVA-BROKEN", "BUG:", "Oops", "WARNING:", "Call trace:", "Call Trace:")
-PACKET_COUNT = 10
+PACKET_COUNT = "packet_count"
 
 
 def lines_of(report):
-    """A report's lines, up to where it may have been cut off; what shell commands printed stands between them."""
+    """A report's lines, up to where it was cut off. Skips the output of shell commands in between."""
     for line in filter(lambda text: text.startswith("{"), report.splitlines()):
         try:
             yield json.loads(line)
@@ -30,10 +31,10 @@ def calls(report):
 
 
 def what_happened(call):
-    """What a call must do on either phone; how many packets came in depends on the time and is left out."""
+    """What a call must do on either phone. Without the results of a call that counts packets: they depend on time."""
     happened = {"function": call["function"], "arguments": call["arguments"],
                 "shell": [[shell["command"], shell["status"]] for shell in call["shell"]]}
-    if all(command["id"] != PACKET_COUNT for command in call["driver"]):
+    if all(command["name"] != PACKET_COUNT for command in call["driver"]):
         happened |= {"result": call["result"], "outputs": call["outputs"],
                      "log": [[line["priority"], line["tag"], line["text"]] for line in call["log"]]}
     return happened
@@ -45,7 +46,7 @@ def record_name(record):
 
 
 def record_difference(here, there):
-    """Where the kernel's driver and the virtual one first heard different things; "" where they never did."""
+    """The first driver command that differs between the kernel and the virtual phone; "" for none."""
     for place, (one, other) in enumerate(zip_longest(here, there), 1):
         if one != other:
             one, other = (record_name(record) if record else "nothing" for record in (one, other))
@@ -54,7 +55,7 @@ def record_difference(here, there):
 
 
 def call_difference(here, there):
-    """The first thing in which a session's calls differ; "" where they are alike."""
+    """The first difference between a session's calls on both phones; "" for none."""
     if len(here) != len(there):
         return f"{len(here)} calls on the real kernel, {len(there)} on the virtual phone"
     for number, (one, other) in enumerate(zip(map(what_happened, here), map(what_happened, there)), 1):
@@ -81,7 +82,7 @@ class Session:
         return end - begin
 
     def problem(self):
-        """Why it did not pass, or "". Tells how many records were compared on the way."""
+        """Why the session failed, or "". Sets compared to the number of records compared."""
         self.compared = None
         if self.read("status").strip() != "0":
             return f"exit status {self.read('status').strip() or 'missing'}: {self.first_complaint()}"

@@ -21,6 +21,16 @@ names first_words() {
   return all;
 }
 
+/** A place's name up to what the caller adds: "ioctl:ID" gives "ioctl:". */
+names fault_places() {
+  names all;
+  for (auto &place : phone_link::fault_places()) {
+    auto colon = place.name.find(':');
+    all.push_back(colon == std::string::npos ? place.name : place.name.substr(0, colon + 1));
+  }
+  return all;
+}
+
 names phone_keys() {
   names all;
   for (auto &[key, meaning] : phone_link::keys()) all.push_back(key);
@@ -64,9 +74,7 @@ names command_words(const session &s, const names &words) {
   if (first == "phone" && words.size() == 2 && words[1] != "load") return phone_keys();
   if (first == "nv" && second)
     return {"list", "show", "snapshot", "diff", "save", "load", "backup", "restore", "clear"};
-  if (first == "fault" && second)
-    return {"ioctl",  "socket", "fork",     "waitpid",   "popen",
-            "ioctl:", "shell:", "nv_read:", "nv_write:", "nv_lose:"};
+  if (first == "fault" && second) return fault_places();
   return {};
 }
 

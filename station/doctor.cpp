@@ -1,12 +1,13 @@
 #include "doctor.h"
 
 #include "causes.h"
+#include "observed.h"
 #include "phone_link.h"
 #include "platform.h"
 #include "platform_functions.h"
+#include "radio_chips.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -24,10 +25,9 @@ namespace station {
 namespace {
 
 constexpr unsigned long private_request = 0x89F2;
-constexpr uint32_t harmless_command = 24;  // reads the UPC code, with the interface up or down
+constexpr const char *harmless_command = "upc_code";  // works with the interface up or down
 constexpr uint32_t item_size = 104;
 constexpr uint32_t nv_number = 340;
-constexpr std::array<uint32_t, chip_names.size()> magics = {2040, 2050, 0x2040A, 2070};
 constexpr const char *node = "/sys/vq20x0_debug/bfgx_test";
 
 finding good(std::string what, std::string found) {
@@ -106,7 +106,7 @@ finding examine_request(int socket, unsigned chip) {
   struct {
     uint32_t magic, command;
     uint8_t data[256];
-  } record{magics[chip], harmless_command, {}};
+  } record{radio_chip_magic(chip), static_cast<uint32_t>(command_id(chip, harmless_command)), {}};
   ifreq request{};
   request.ifr_data = reinterpret_cast<char *>(&record);
   if (int error = ask(socket, private_request, request))
@@ -124,7 +124,7 @@ void examine_driver(unsigned chip, std::vector<finding> &all) {
   }
   all.push_back(good("socket", "opened"));
   all.push_back(examine_interface(opened));
-  all.push_back(chip < magics.size()
+  all.push_back(chip < RADIO_CHIPS
                     ? examine_request(opened, chip)
                     : unknown("private request", "the chip is unknown", "see the line \"chip\""));
   close(opened);

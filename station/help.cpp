@@ -3,6 +3,7 @@
 #include "functions.h"
 #include "interpreter.h"
 #include "options.h"
+#include "phone_link.h"
 #include "text.h"
 
 #include <algorithm>
@@ -40,8 +41,28 @@ std::string about_function(const function &f) {
   return text + fmt::format("Example\n  {}\n", f.example);
 }
 
+std::string fault_places() {
+  std::string text = "Places\n";
+  for (auto &place : phone_link::fault_places())
+    text += fmt::format("  {:<16}{}. VALUE: {}\n", place.name, place.meaning, place.value);
+  return text;
+}
+
+std::string contact_kinds() {
+  std::string text = "Contacts\n";
+  const char *meaning = "";
+  for (size_t kind = 0; auto *word = phone_event_word(kind, nullptr, &meaning); ++kind)
+    text += fmt::format("  {:<10}{}\n", word, meaning);
+  return text;
+}
+
 std::string about_command(const command_help &c) {
-  return fmt::format("{}\n  {}\nExample\n  {}\n", c.usage, c.help, c.example);
+  std::string_view name = c.name;
+  return fmt::format("{}\n  {}\n{}Example\n  {}\n", c.usage, c.help,
+                     name == "fault"   ? fault_places()
+                     : name == "trace" ? contact_kinds()
+                                       : "",
+                     c.example);
 }
 
 std::string about_word(const word_help &w) {

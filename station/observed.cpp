@@ -1,11 +1,10 @@
 #include "observed.h"
 
-#include "functions.h"
 #include "phone_link.h"
+#include "radio_decode.h"
 #include "text.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <map>
@@ -15,106 +14,7 @@
 namespace station {
 namespace {
 
-/** What a command's data area holds, on its way to the driver or back. */
-enum class layout { nothing, i32, u16, text, mac, die_id, ru, parameter, block, connection };
-
-struct command_row {
-  uint8_t chips;
-  uint32_t id;
-  const char *name;
-  layout sent;
-  layout answer;
-};
-
-using enum layout;
-constexpr uint8_t NEWER = VQ2050 | VQ2070;
-
-constexpr command_row rows[] = {
-    {ALL_CHIPS, 0, "channel", i32, nothing},
-    {ALL_CHIPS, 1, "power", i32, nothing},
-    {ALL_CHIPS, 2, "mode", i32, nothing},
-    {ALL_CHIPS, 3, "rate", i32, nothing},
-    {ALL_CHIPS, 4, "bandwidth", i32, nothing},
-    {ALL_CHIPS, 5, "transmit", i32, nothing},
-    {ALL_CHIPS, 6, "dbb_number", nothing, text},
-    {ALL_CHIPS, 7, "fem_status", nothing, i32},
-    {ALL_CHIPS, 8, "receive", i32, nothing},
-    {ALL_CHIPS, 9, "mac_filter", mac, nothing},
-    {ALL_CHIPS, 10, "packet_count", nothing, i32},
-    {ALL_CHIPS, 11, "power_save", i32, nothing},
-    {ALL_CHIPS, 12, "rssi", nothing, i32},
-    {ALL_CHIPS, 13, "chip_check", i32, i32},
-    {ALL_CHIPS, 14, "chip_check_result", nothing, i32},
-    {ALL_CHIPS, 16, "uart_loop", nothing, nothing},
-    {ALL_CHIPS, 17, "sdio_loop", nothing, nothing},
-    {VQ2040 | VQ2040A, 18, "cal_block_fetch", nothing, block},
-    {VQ2040, 19, "cal_block_push", block, nothing},
-    {ALL_CHIPS, 20, "efuse_status", nothing, i32},
-    {ALL_CHIPS, 21, "antenna", i32, nothing},
-    {ALL_CHIPS, 22, "die_id", nothing, die_id},
-    {ALL_CHIPS, 23, "country", text, nothing},
-    {ALL_CHIPS, 24, "upc_code", nothing, i32},
-    {VQ2040, 25, "connection_power", i32, nothing},
-    {NEWER | VQ2040A, 25, "pin_test", nothing, i32},
-    {VQ2040, 26, "bss_expire_age", i32, nothing},
-    {NEWER, 26, "pmu_check", nothing, i32},
-    {VQ2040A, 26, "cal_parameter", parameter, text},
-    {VQ2040, 27, "connection_info", nothing, connection},
-    {NEWER, 27, "mimo_chain", i32, nothing},
-    {VQ2040A, 27, "wakeup_io", nothing, i32},
-    {VQ2040A, 28, "cal_interval", text, nothing},
-    {NEWER, 29, "cal_parameter", parameter, text},
-    {VQ2040A, 29, "pmu_check", nothing, i32},
-    {NEWER, 30, "wakeup_io", nothing, i32},
-    {VQ2040A, 30, "power_test", i32, nothing},
-    {NEWER, 31, "pcie_test", nothing, i32},
-    {VQ2040A, 31, "self_calibration", i32, nothing},
-    {NEWER, 32, "bus_mode", u16, nothing},
-    {VQ2040A, 32, "bss_expire_age", i32, nothing},
-    {NEWER, 33, "cal_interval", text, nothing},
-    {VQ2040A, 33, "connection_info", nothing, connection},
-    {NEWER, 34, "power_test", i32, nothing},
-    {VQ2040A, 34, "tas_antenna", i32, nothing},
-    {NEWER, 35, "tas_antenna", i32, nothing},
-    {VQ2040A, 35, "broadcast_loop", i32, nothing},
-    {NEWER, 36, "self_calibration", i32, nothing},
-    {NEWER, 37, "bss_expire_age", i32, nothing},
-    {NEWER, 38, "connection_info", nothing, connection},
-    {VQ2070, 39, "ru_setting", ru, nothing},
-};
-
-constexpr size_t record_size = 264, data_offset = 8, item_size = 104;
-
-template <class T> T number_at(const char *data) {
-  T number;
-  memcpy(&number, data, sizeof number);
-  return number;
-}
-
-std::string terminated(const char *data, size_t room) { return std::string(data, strnlen(data, room)); }
-
-std::string data_text(layout form, const char *data) {
-  switch (form) {
-  case nothing: return "";
-  case i32: return std::to_string(number_at<int32_t>(data));
-  case u16: return std::to_string(number_at<uint16_t>(data));
-  case text: return terminated(data, item_size);
-  case mac: return hex(data, 6);
-  case die_id: return hex(data, 18);
-  case ru: return fmt::format("{:x}:{}", number_at<uint16_t>(data), number_at<uint16_t>(data + 2));
-  case parameter: return std::to_string(number_at<uint8_t>(data + item_size - 1));
-  case block: return hex(data, item_size);
-  case connection:
-    return fmt::format("{} {} {}", terminated(data + 1, 33), hex(data + 34, 6), number_at<int8_t>(data + 40));
-  }
-  return "";
-}
-
-const command_row *find_command(unsigned chip, uint32_t id) {
-  auto mine = [&](auto &row) { return row.id == id && (row.chips & (1u << chip)); };
-  auto row = std::ranges::find_if(rows, mine);
-  return row == std::end(rows) ? nullptr : row;
-}
+constexpr size_t record_size = RADIO_RECORD_SIZE;
 
 /** A refused request is made once more at once: both show as one command with two attempts. */
 bool repeats(const observed &seen, const contact &e, const contact *last) {
@@ -131,20 +31,20 @@ std::string record_text(const char *record) {
 void add_command(observed &seen, const contact &e, const contact *last, unsigned chip) {
   if (e.size < 2 * record_size) return;
   seen.records.push_back(record_text(static_cast<const char *>(e.data)));
-  auto *before = static_cast<const char *>(e.data) + data_offset;
+  auto *before = static_cast<const uint8_t *>(e.data) + RADIO_DATA_AT;
   bool taken = e.result >= 0;
   auto id = static_cast<uint32_t>(e.number[2]);
-  auto *row = find_command(chip, id);
-  auto answer = row && taken ? data_text(row->answer, before + record_size) : "";
+  radio_decoded decoded;
+  radio_decode(chip, id, before, taken ? before + record_size : nullptr, &decoded);
   if (repeats(seen, e, last)) {
     auto &command = seen.commands.back();
-    command.taken = taken, command.answer = answer, ++command.attempts;
+    command.taken = taken, command.answer = decoded.answer, ++command.attempts;
     return;
   }
   seen.commands.push_back({.id = id,
-                           .name = row ? row->name : fmt::format("command_{}", id),
-                           .sent = data_text(row ? row->sent : i32, before),
-                           .answer = answer,
+                           .name = decoded.form ? decoded.form->name : fmt::format("command_{}", id),
+                           .sent = decoded.sent,
+                           .answer = decoded.answer,
                            .taken = taken,
                            .attempts = 1,
                            .time_us = e.time_us});
@@ -182,8 +82,8 @@ void mend(observed &seen, const std::string &command) {
 
 void add_request_trouble(observed &seen, const contact &e, unsigned chip) {
   auto id = static_cast<uint32_t>(e.number[2]);
-  auto *row = find_command(chip, id);
-  auto what = fmt::format("driver command {}{}", id, row ? fmt::format(" {}", row->name) : "");
+  auto *form = radio_chip_command_form(chip, id);
+  auto what = fmt::format("driver command {}{}", id, form ? fmt::format(" {}", form->name) : "");
   mend(seen, what);
   if (e.result < 0) seen.troubles.push_back({what, trouble_kind::error, e.error});
 }
@@ -300,16 +200,12 @@ std::string nv_text(const std::string &bytes) {
   return is_text ? bytes.substr(0, end) : "0x" + hex(bytes.data(), bytes.size());
 }
 
-int command_id(unsigned chip, const std::string &name) {
-  for (auto &row : rows)
-    if (name == row.name && (row.chips & (1u << chip))) return static_cast<int>(row.id);
-  return -1;
-}
+int command_id(unsigned chip, const std::string &name) { return radio_command_id(chip, name.c_str()); }
 
 std::vector<std::string> command_names(unsigned chip) {
   std::vector<std::string> names;
-  for (auto &row : rows)
-    if (row.chips & (1u << chip)) names.emplace_back(row.name);
+  for (uint32_t id = 0; id < RADIO_COMMANDS; ++id)
+    if (auto *form = radio_chip_command_form(chip, id)) names.emplace_back(form->name);
   return names;
 }
 

@@ -49,7 +49,13 @@ void clear_contacts();
 /** Log lines to stderr from this priority on; 0 for none. */
 void print_log(int least_priority);
 
-/** An id to ask with, or -1 for an unknown place. */
+/** A place where a fault can be planned; capitals in its name stand for what the caller gives: "ioctl:ID". */
+struct fault_place {
+  std::string name, value, meaning; /**< value: what the fault's value means there */
+};
+/** All of them; none on a real phone. */
+std::vector<fault_place> fault_places();
+/** An id for fault_fired, or -1 for an unknown place. */
 int plan_fault(const std::string &place, unsigned nth, unsigned times, int value);
 unsigned fault_fired(int id);
 

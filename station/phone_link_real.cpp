@@ -47,6 +47,7 @@ void wait_us(int64_t microseconds) {
 std::vector<const contact *> contacts() { return {}; }
 void clear_contacts() {}
 void print_log(int) {}
+std::vector<fault_place> fault_places() { return {}; }
 int plan_fault(const std::string &, unsigned, unsigned, int) { return -1; }
 unsigned fault_fired(int) { return 0; }
 

@@ -92,6 +92,13 @@ std::vector<const contact *> contacts() {
 void clear_contacts() { phone_events_clear(); }
 void print_log(int least_priority) { phone_print_log(least_priority); }
 
+std::vector<fault_place> fault_places() {
+  std::vector<fault_place> all;
+  const char *value = "", *meaning = "";
+  while (auto *name = phone_fault_place(all.size(), &value, &meaning)) all.push_back({name, value, meaning});
+  return all;
+}
+
 int plan_fault(const std::string &place, unsigned nth, unsigned times, int value) {
   return phone_fault(place.c_str(), nth, times, value);
 }

@@ -1,10 +1,11 @@
 #include "player.h"
+#include "radio.h"
 #include "script.h"
 
 namespace station::player {
 namespace {
 
-constexpr size_t record_size = 264;
+constexpr size_t record_size = RADIO_RECORD_SIZE;
 
 std::string bytes_of(const json &c, const char *field, size_t size = 0) {
   auto bytes = unhex(c.value(field, ""));

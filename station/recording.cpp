@@ -2,6 +2,7 @@
 
 #include "causes.h"
 #include "player.h"
+#include "radio.h"
 #include "text.h"
 
 #include <algorithm>
@@ -17,10 +18,7 @@ namespace station {
 namespace {
 
 constexpr int format_version = 1;
-constexpr size_t record_size = 264;
-constexpr const char *kind_names[] = {"socket", "ioctl",   "close",   "fork",     "exec",  "wait",
-                                      "popen",  "fread",   "pclose",  "open",     "write", "sleep",
-                                      "log",    "subchip", "nv_read", "nv_write", "secure"};
+constexpr size_t record_size = RADIO_RECORD_SIZE;
 
 // ---- Writing ---------------------------------------------------------------------------------------------
 
@@ -33,17 +31,11 @@ std::string trimmed_hex(const char *bytes, size_t size) {
 class contact_writer {
 public:
   json write(const contact &e) {
-    json line = {{"type", "contact"}, {"kind", kind_names[e.kind]}, {"at_us", e.time_us}};
-    if (e.kind == PHONE_IOCTL) add_request(line, e);
-    if (e.kind == PHONE_CLOSE) line["on"] = place_of(e.number[0]);
-    if (e.kind == PHONE_SLEEP) line["us"] = e.number[0];
-    if (e.kind == PHONE_LOG) line["priority"] = e.number[0];
-    if (e.kind == PHONE_WAIT) line["status"] = e.number[0];
-    if (e.kind == PHONE_NV_READ || e.kind == PHONE_NV_WRITE) line["number"] = e.number[0];
-    if (e.kind == PHONE_SECURE) line["nth"] = uses[e.name];
-    if (*e.name) line["name"] = e.name;
-    if (*e.text) line["text"] = e.text;
-    if (e.kind != PHONE_IOCTL && e.size) line["data"] = hex(e.data, e.size);
+    const char *fields = "";
+    auto *word = phone_event_word(e.kind, &fields, nullptr);
+    json line = {{"type", "contact"}, {"kind", word}, {"at_us", e.time_us}};
+    for (auto &field : split(fields, ' '))
+      if (auto value = field_value(field, e); !field.empty() && !value.is_null()) line[field] = value;
     line["result"] = result_of(e);
     if (e.error) line["errno"] = e.error;
     return line;
@@ -59,13 +51,20 @@ public:
   }
 
 private:
-  void add_request(json &line, const contact &e) {
-    line["on"] = place_of(e.number[0]);
-    if (e.size < 2 * record_size) return;
-    auto *sent = static_cast<const char *>(e.data);
-    line["command"] = e.number[2];
-    line["sent"] = trimmed_hex(sent, record_size);
-    line["left"] = trimmed_hex(sent + record_size, record_size);
+  /** Null for a field without a value, and for a record that could not be read. */
+  json field_value(std::string_view field, const contact &e) {
+    auto *data = static_cast<const char *>(e.data);
+    bool has_record = e.size >= 2 * record_size;
+    auto unless_empty = [](const std::string &text) { return text.empty() ? json() : json(text); };
+    if (field == "on") return place_of(e.number[0]);
+    if (field == "nth") return uses[e.name];
+    if (field == "name") return unless_empty(e.name);
+    if (field == "text") return unless_empty(e.text);
+    if (field == "data") return unless_empty(hex(data, e.size));
+    if (field == "command") return has_record ? json(e.number[2]) : json();
+    if (field == "sent") return has_record ? json(trimmed_hex(data, record_size)) : json();
+    if (field == "left") return has_record ? json(trimmed_hex(data + record_size, record_size)) : json();
+    return e.number[0];
   }
 
   int64_t place_of(int64_t descriptor) {
@@ -297,9 +296,12 @@ std::string unhex(const std::string &digits) {
 }
 
 phone_event_kind contact_kind(const std::string &name) {
-  auto found = std::ranges::find(kind_names, name);
-  if (found != std::end(kind_names)) return static_cast<phone_event_kind>(found - kind_names);
-  throw usage_error{fmt::format("\"{}\" is no kind of contact: {}.", name, fmt::join(kind_names, ", "))};
+  std::vector<std::string> words;
+  for (int kind = 0; kind < PHONE_EVENT_KINDS; ++kind) {
+    words.emplace_back(phone_event_word(static_cast<size_t>(kind), nullptr, nullptr));
+    if (name == words.back()) return static_cast<phone_event_kind>(kind);
+  }
+  throw usage_error{fmt::format("\"{}\" is no kind of contact: {}.", name, fmt::join(words, ", "))};
 }
 
 std::shared_ptr<reporter> make_trace_reporter(const std::string &path) {

@@ -29,6 +29,14 @@ static void require(const std::string &message) {
   if (!message.empty()) throw usage_error{message};
 }
 
+static std::string no_such_place(const std::string &what) {
+  std::vector<std::string> names;
+  for (auto &place : phone_link::fault_places()) names.push_back(place.name);
+  if (names.empty()) return fmt::format("\"{}\": a real phone cannot be made to fail on purpose.", what);
+  return fmt::format("\"{}\" is no place where a fault can be planned: give one of {}.", what,
+                     fmt::join(names, ", "));
+}
+
 void session::load_library() {
   require(lib.load(options.library));
   progress = {};
@@ -140,12 +148,7 @@ void session::fail(const std::string &text, const place &where) {
 void session::plan_fault(const std::string &what, unsigned nth, unsigned times, int value,
                          const place &where) {
   int id = phone_link::plan_fault(what, nth, times, value);
-  if (id < 0)
-    throw usage_error{
-        fmt::format("\"{}\" is no place where a fault can be planned: give a function as ioctl, a driver "
-                    "command as ioctl:11, shell:ifconfig wlan0 up, nv_read:340, nv_write:340 or "
-                    "nv_lose:340.",
-                    what)};
+  if (id < 0) throw usage_error{no_such_place(what)};
   faults.push_back({what, id, where});
 }
 

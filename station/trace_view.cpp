@@ -10,10 +10,6 @@
 namespace station {
 namespace {
 
-constexpr const char *kind_names[] = {"socket", "ioctl",   "close",   "fork",     "exec",  "wait",
-                                      "popen",  "fread",   "pclose",  "open",     "write", "sleep",
-                                      "log",    "subchip", "nv_read", "nv_write", "secure"};
-
 std::string what(const contact &e) {
   switch (e.kind) {
   case PHONE_IOCTL: return fmt::format("fd {} command {}", e.number[0], e.number[2]);
@@ -33,8 +29,7 @@ std::string trace_text(size_t count) {
   auto all = phone_link::contacts();
   for (auto *e : std::span(all).first(std::min(count, all.size())))
     text += fmt::format("{:>12.6f}  {:<9}{} -> {}\n", static_cast<double>(e->time_us) / 1e6,
-                        static_cast<size_t>(e->kind) < std::size(kind_names) ? kind_names[e->kind] : "?",
-                        what(*e), e->result);
+                        phone_event_word(e->kind, nullptr, nullptr), what(*e), e->result);
   return text;
 }
 

@@ -1,13 +1,20 @@
-// Reads a phone's description: TOML whose tables and keys join to the phone's own keys ("radio.rssi"), and
+// SPDX-License-Identifier: Apache-2.0
+// Reads a phone's description: TOML whose tables and keys join to the phone's keys ("radio.rssi"), and
 // [[fault]] entries. A file is applied as a whole or not at all.
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
+#include "clock.h"
+#include "keys.h"
+#include "phone.h"
+#include "places.h"
 #include "state.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
-#include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace phone {
@@ -84,14 +91,10 @@ std::string add_fault(description &file, const toml::node &node) {
     if (!message.empty()) return message;
   }
   if (fault.place.empty()) return at(file, node, "fault: place is missing");
-  int id = phone_fault(fault.place.c_str(), 1, 1, 0);
-  if (id < 0) {
+  if (!find_fault_place(fault.place)) {
     return at(file, node,
-              "fault.place: '" + fault.place +
-                  "' is no place; a function's name, ioctl:ID, shell:COMMAND, nv_read:NUMBER, "
-                  "nv_write:NUMBER or nv_lose:NUMBER");
+              "fault.place: '" + fault.place + "' is no place; give one of " + fault_place_names());
   }
-  state().fault_count = static_cast<unsigned>(id);  // only asked whether there is such a place
   file.faults.push_back(fault);
   return "";
 }
@@ -113,7 +116,7 @@ std::string add_node(description &file, const std::string &key, const toml::node
   if (const auto *table = node.as_table()) return add_table(file, key + ".", *table);
   std::string text;
   if (!node_text(node, text)) return at(file, node, key + ": must be a text, a whole number, true or false");
-  std::string message = apply_key(file.radio, file.config, key, text);
+  std::string message = set_key(file.radio, file.config, key, text);
   return message.empty() ? "" : at(file, node, message);
 }
 

@@ -1,35 +1,13 @@
-// Faults on purpose: places have numbers, a fault waits for the n-th use of its place.
+// SPDX-License-Identifier: Apache-2.0
+#include "faults.h"
+
+#include "phone.h"
 #include "state.h"
 
-#include <charconv>
 #include <cstring>
-#include <optional>
 
 namespace phone {
 namespace {
-
-constexpr const char *function_names[fn_count] = {"socket",
-                                                  "ioctl",
-                                                  "close",
-                                                  "fork",
-                                                  "execl",
-                                                  "waitpid",
-                                                  "popen",
-                                                  "fread",
-                                                  "pclose",
-                                                  "open",
-                                                  "write",
-                                                  "memcpy_s",
-                                                  "memset_s",
-                                                  "strncpy_s",
-                                                  "snprintf_s",
-                                                  "sprintf_s",
-                                                  "sscanf_s",
-                                                  "kevoOperaNVWR",
-                                                  "sleep",
-                                                  "usleep",
-                                                  "get_orva_connectivity_subchip",
-                                                  "__android_log_print"};
 
 std::optional<unsigned> find_named(std::string_view name) {
   auto &shared = state();
@@ -39,6 +17,7 @@ std::optional<unsigned> find_named(std::string_view name) {
   return std::nullopt;
 }
 
+/// The number of a named place, which it gets at its first use or fault.
 std::optional<unsigned> intern(std::string_view name) {
   auto &shared = state();
   if (auto known = find_named(name)) return known;
@@ -50,37 +29,10 @@ std::optional<unsigned> intern(std::string_view name) {
   return first_named + at;
 }
 
-bool whole_number(std::string_view text, uint32_t &number) {
-  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc{} && end == text.data() + text.size();
-}
-
-std::optional<unsigned> ioctl_place(std::string_view command) {
-  uint32_t number = 0;
-  if (!whole_number(command, number) || first_ioctl + number >= first_named) return std::nullopt;
-  return first_ioctl + number;
-}
-
-std::optional<unsigned> function_place(std::string_view name) {
-  for (unsigned i = 0; i < fn_count; i++) {
-    if (name == function_names[i]) return i;
-  }
-  return std::nullopt;
-}
-
-bool is_nv_place(std::string_view name) {
-  uint32_t number = 0;
-  for (std::string_view what : {"nv_read:", "nv_write:", "nv_lose:"})
-    if (name.starts_with(what)) return whole_number(name.substr(what.size()), number);
-  return false;
-}
-
-/// The number of a place a caller named, where there can be such a place.
-std::optional<unsigned> named_place(std::string_view name) {
-  if (name.starts_with("ioctl:")) return ioctl_place(name.substr(6));
-  bool shell = name.starts_with("shell:") && name.size() > 6;
-  if (shell || is_nv_place(name)) return intern(name);
-  return function_place(name);
+/// The number of a function or of a driver command.
+std::optional<unsigned> fixed_place(std::string_view name) {
+  if (auto id = ioctl_id(name)) return first_ioctl + *id;
+  return find_function(name);
 }
 
 verdict use_place(unsigned place) {
@@ -105,7 +57,7 @@ verdict use(function place) { return use_place(place); }
 
 verdict use_ioctl(uint32_t command) {
   verdict any = use_place(fn_ioctl);
-  if (first_ioctl + command >= first_named) return any;
+  if (command >= first_named - first_ioctl) return any;
   verdict this_one = use_place(first_ioctl + command);
   return any.fails ? any : this_one;
 }
@@ -115,20 +67,35 @@ verdict use_named(std::string_view place) {
   return number ? use_place(*number) : verdict{false, 0};
 }
 
+int default_value(function place) { return fault_place_at(place)->default_value; }
+
+void reset_faults() {
+  state().fault_count = 0;
+  state().first_fault = 0;
+  state().named_count = 0;
+}
+
+void clear_uses() {
+  for (auto &uses : state().uses) uses = 0;
+}
+
 }  // namespace phone
 
 using namespace phone;
 
 int phone_fault(const char *place, unsigned nth, unsigned times, int value) {
   auto &shared = state();
-  auto number = named_place(place ? place : "");
-  bool cannot_fail = number && *number >= fn_can_fail && *number < fn_count;
-  if (!number || cannot_fail || nth == 0 || shared.fault_count == max_faults) return -1;
+  std::string_view name = place ? place : "";
+  auto *row = find_fault_place(name);
+  if (!row || nth == 0 || shared.fault_count == max_faults) return -1;
+  auto number = fixed_place(name);
+  if (!number) number = intern(name);
+  if (!number) return -1;
   fault &planned = shared.faults[shared.fault_count];
   planned.place = *number;
   planned.nth = nth;
   planned.times = times;
-  planned.value = value;
+  planned.value = value ? value : row->default_value;
   planned.seen = 0;
   planned.fired = 0;
   return static_cast<int>(shared.fault_count++);
@@ -151,7 +118,7 @@ void phone_faults_clear(void) { state().first_fault = state().fault_count; }
 
 unsigned phone_uses(const char *place) {
   std::string_view name = place ? place : "";
-  auto number = name.starts_with("ioctl:") ? ioctl_place(name.substr(6)) : function_place(name);
+  auto number = fixed_place(name);
   if (!number) number = find_named(name);
   return number ? state().uses[*number].load() : 0;
 }

@@ -1,7 +1,12 @@
-// What library calls opened and have yet to give back. Per process: a child's copy ends with the child.
-#include "state.h"
+// SPDX-License-Identifier: Apache-2.0
+// Kept per process: a child's copy ends with the child.
+#include "given.h"
+
+#include "phone.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <mutex>
 #include <vector>
 

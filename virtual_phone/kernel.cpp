@@ -1,11 +1,20 @@
-// What stands behind the system calls of a phone: these definitions come before libc's. They serve what
-// concerns the phone and pass everything else on.
+// SPDX-License-Identifier: Apache-2.0
+// Defines a phone's system calls ahead of libc: serves those that concern the phone, passes the others on.
 //
-// What concerns the phone is told from the call itself, never from who called (a sanitizer's runtime may
-// stand between): UDP sockets and the private request on them, the debug node, "/system/bin/sh", popen for
-// reading, the children and streams given out here. fork, sleep and usleep concern it always.
+// The arguments decide, never the caller, because a sanitizer's runtime may be in between. The phone serves
+// UDP sockets and the private request on them, the debug node, "/system/bin/sh", popen for reading, and the
+// children and streams given out here; and fork, sleep and usleep always.
+#include "clock.h"
+#include "faults.h"
+#include "given.h"
+#include "phone.h"
+#include "radio_driver.h"
+#include "script.h"
 #include "shell.h"
 #include "state.h"
+#include "trace.h"
+
+#include <algorithm>
 
 #include <cerrno>
 #include <cstdarg>
@@ -14,6 +23,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <net/if.h>
+#include <string>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -30,26 +40,26 @@ constexpr const char *shell_path = "/system/bin/sh";
 constexpr int give_descriptor_0 = -1000;
 constexpr uintptr_t first_page = 4096;
 
-/// The definition behind ours.
-template <typename Function> Function *behind(const char *name) {
+/// The next definition of a function, usually libc's.
+template <typename Function> Function *next_definition(const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
-#define BEHIND(function) static auto *const next = behind<decltype(function)>(#function)
+#define FIND_NEXT(function) static auto *const next = next_definition<decltype(function)>(#function)
 
 int libc_close(int descriptor) {
-  static auto *const next = behind<int(int)>("close");
+  static auto *const next = next_definition<int(int)>("close");
   return next(descriptor);
 }
 
 pid_t libc_waitpid(pid_t child, int *status) {
-  static auto *const next = behind<pid_t(pid_t, int *, int)>("waitpid");
+  static auto *const next = next_definition<pid_t(pid_t, int *, int)>("waitpid");
   pid_t result;
   do result = next(child, status, 0);
   while (result < 0 && errno == EINTR);
   return result;
 }
 
-/// Notes a failing use, sets errno and gives the call's own sign of failure.
+/// Records a failing use, sets errno and returns the call's sign of failure.
 template <typename Result> Result refuse(note what, int error, Result sign) {
   what.error = error;
   record(what);
@@ -62,16 +72,16 @@ verdict judge(function place, const struct phone_event *plan) {
   verdict judged = use(place);
   if (!plan) return judged;
   bool fails = plan->error || plan->result < 0 || (plan->kind == PHONE_POPEN && plan->result == 0);
-  return {fails, plan->error};
+  return {fails, plan->error ? plan->error : default_value(place)};
 }
 
-verdict judge(function place, phone_event_kind kind) { return judge(place, scripted(kind)); }
+verdict judge(function place, phone_event_kind kind) { return judge(place, phone_scripted(kind)); }
 
 // ---- Sockets ---------------------------------------------------------------------------------------------
 
 int spare_stdin = -1;
 
-/// A caller that closed its standard input gets descriptor 0 from the kernel; stands in for that.
+/// Acts as the kernel does for a caller that closed its standard input: the new descriptor is 0.
 int move_to_descriptor_0(int descriptor) {
   spare_stdin = fcntl(0, F_DUPFD_CLOEXEC, 100);
   dup2(descriptor, 0);
@@ -87,12 +97,12 @@ void give_stdin_back() {
 }
 
 int open_socket(int domain, int type, int protocol) {
-  BEHIND(socket);
-  auto *plan = scripted(PHONE_SOCKET);
+  FIND_NEXT(socket);
+  auto *plan = phone_scripted(PHONE_SOCKET);
   verdict judged = judge(fn_socket, plan);
   if (plan && !judged.fails && plan->result == 0) judged = {true, give_descriptor_0};
   if (judged.fails && judged.value != give_descriptor_0) {
-    return refuse({.kind = PHONE_SOCKET, .result = -1}, judged.or_else(EMFILE), -1);
+    return refuse({.kind = PHONE_SOCKET, .result = -1}, judged.value, -1);
   }
   int descriptor = next(domain, type, protocol);
   if (descriptor < 0 && (errno == EACCES || errno == EPERM)) descriptor = eventfd(0, EFD_CLOEXEC);
@@ -120,29 +130,29 @@ uint32_t number_at(const char *bytes) {
   return number;
 }
 
-/// The name as the kernel reads it: terminated, and cut at a colon.
+/// The name as the kernel reads it: always terminated, cut at a colon.
 std::string interface_name(const interface_request &request) {
   std::string name(request.name, strnlen(request.name, sizeof(request.name) - 1));
   return name.substr(0, name.find(':'));
 }
 
-/// As run_driver, from a script.
+/// Answers from a script; returns as run_driver does.
 int play_driver(const struct phone_event &plan, uint8_t *record) {
   auto *answer = static_cast<const uint8_t *>(plan.data) + RADIO_RECORD_SIZE;
   if (plan.size >= 2 * RADIO_RECORD_SIZE) memcpy(record, answer, RADIO_RECORD_SIZE);
   return plan.result < 0 ? -(plan.error ? plan.error : EIO) : static_cast<int>(plan.result);
 }
 
-/// 0 or more: what the call gives; negative: an errno.
+/// Returns the call's result, or an errno negated.
 int run_driver(const std::string &name, uint8_t *sent, verdict judged) {
-  if (judged.fails && judged.value >= 0) return -judged.or_else(EIO);
+  if (judged.fails && judged.value > 0) return -judged.value;
   if (name != "wlan0") return -ENODEV;
   int result = radio_command(&state().radio, sent, static_cast<uint64_t>(phone_now_us()));
   return result == 0 && judged.fails ? -judged.value : result;
 }
 
 int private_command(int descriptor, interface_request *request) {
-  auto *plan = scripted(PHONE_IOCTL);
+  auto *plan = phone_scripted(PHONE_IOCTL);
   if (is_wild(request) || is_wild(request->record)) {
     use(fn_ioctl);
     return refuse({.kind = PHONE_IOCTL, .result = -1, .number = {descriptor}}, EFAULT, -1);
@@ -167,7 +177,7 @@ int private_command(int descriptor, interface_request *request) {
   return -1;
 }
 
-/// Is wlan0 there, is it up: a look at the interface, no contact with the driver.
+/// SIOCGIFFLAGS of wlan0. Not traced: it does not reach the driver.
 int interface_flags(ifreq *request) {
   if (strcmp(request->ifr_name, "wlan0") != 0 || !state().radio.driver_loaded) {
     errno = ENODEV;
@@ -179,7 +189,7 @@ int interface_flags(ifreq *request) {
 
 // ---- Closing ---------------------------------------------------------------------------------------------
 
-/// As on Linux, a close that reports an error has closed the descriptor all the same.
+/// On Linux a close that reports an error has closed the descriptor, so a planned failure does too.
 int close_given(int descriptor) {
   verdict judged = judge(fn_close, PHONE_CLOSE);
   take_descriptor(descriptor);
@@ -188,7 +198,7 @@ int close_given(int descriptor) {
   if (descriptor == 0) give_stdin_back();
   if (judged.fails) {
     result = -1;
-    error = judged.or_else(EIO);
+    error = judged.value;
   }
   record({.kind = PHONE_CLOSE, .result = result, .error = error, .number = {descriptor}});
   if (error) errno = error;
@@ -197,11 +207,11 @@ int close_given(int descriptor) {
 
 // ---- Children --------------------------------------------------------------------------------------------
 
-/// The event is placed before the child exists, so that what the child does comes after it.
+/// Records the event before the child exists, so that the child's own events follow it.
 pid_t fork_traced() {
-  BEHIND(fork);
+  FIND_NEXT(fork);
   verdict judged = judge(fn_fork, PHONE_FORK);
-  if (judged.fails) return refuse({.kind = PHONE_FORK, .result = -1}, judged.or_else(EAGAIN), -1);
+  if (judged.fails) return refuse({.kind = PHONE_FORK, .result = -1}, judged.value, -1);
   size_t event = record({.kind = PHONE_FORK});
   pid_t child = next();
   if (child == 0) return 0;
@@ -213,11 +223,9 @@ pid_t fork_traced() {
 }
 
 int become_shell(const char *command) {
-  auto *plan = scripted(PHONE_EXEC);
+  auto *plan = phone_scripted(PHONE_EXEC);
   verdict judged = judge(fn_execl, plan);
-  if (judged.fails) {
-    return refuse({.kind = PHONE_EXEC, .result = -1, .text = command}, judged.or_else(ENOENT), -1);
-  }
+  if (judged.fails) return refuse({.kind = PHONE_EXEC, .result = -1, .text = command}, judged.value, -1);
   std::string output;
   int status = plan ? static_cast<int>(plan->result) : run_shell(command, output);
   record({.kind = PHONE_EXEC, .result = status, .text = command});
@@ -227,11 +235,11 @@ int become_shell(const char *command) {
 int execute(const char *path, const std::vector<char *> &arguments) {
   bool shell =
       path && strcmp(path, shell_path) == 0 && arguments.size() == 4 && strcmp(arguments[1], "-c") == 0;
-  static auto *const next = behind<int(const char *, char *const *)>("execv");
+  static auto *const next = next_definition<int(const char *, char *const *)>("execv");
   return shell ? become_shell(arguments[2]) : next(path, arguments.data());
 }
 
-/// A wait that fails for good means that there is no such child any more.
+/// After any error but EINTR the child is gone, as it is on Linux.
 pid_t fail_wait(pid_t child, int error, int64_t began) {
   if (error != EINTR) {
     int unused = 0;
@@ -242,11 +250,11 @@ pid_t fail_wait(pid_t child, int error, int64_t began) {
 }
 
 pid_t wait_traced(pid_t child, int *status, int options) {
-  BEHIND(waitpid);
+  FIND_NEXT(waitpid);
   int64_t began = phone_now_us();
-  auto *plan = scripted(PHONE_WAIT);
+  auto *plan = phone_scripted(PHONE_WAIT);
   verdict judged = judge(fn_waitpid, plan);
-  if (judged.fails) return fail_wait(child, judged.or_else(EINTR), began);
+  if (judged.fails) return fail_wait(child, judged.value, began);
   int seen = 0;
   pid_t result = next(child, &seen, options);
   int error = result < 0 ? errno : 0;
@@ -263,7 +271,7 @@ pid_t wait_traced(pid_t child, int *status, int options) {
 // ---- Streams ---------------------------------------------------------------------------------------------
 
 void write_all(int descriptor, std::string_view text) {
-  static auto *const next = behind<ssize_t(int, const void *, size_t)>("write");
+  static auto *const next = next_definition<ssize_t(int, const void *, size_t)>("write");
   while (!text.empty()) {
     ssize_t done = next(descriptor, text.data(), text.size());
     if (done <= 0) return;
@@ -272,11 +280,9 @@ void write_all(int descriptor, std::string_view text) {
 }
 
 FILE *open_stream(const char *command) {
-  static auto *const libc_fork = behind<pid_t()>("fork");
+  static auto *const libc_fork = next_definition<pid_t()>("fork");
   verdict judged = judge(fn_popen, PHONE_POPEN);
-  if (judged.fails) {
-    return refuse<FILE *>({.kind = PHONE_POPEN, .text = command}, judged.or_else(EMFILE), nullptr);
-  }
+  if (judged.fails) return refuse<FILE *>({.kind = PHONE_POPEN, .text = command}, judged.value, nullptr);
   int ends[2];
   if (pipe2(ends, O_CLOEXEC)) return refuse<FILE *>({.kind = PHONE_POPEN, .text = command}, errno, nullptr);
   record({.kind = PHONE_POPEN, .result = 1, .text = command});
@@ -300,10 +306,10 @@ size_t play_stream(const struct phone_event &plan, void *into, size_t room) {
 }
 
 size_t read_stream(void *into, size_t size, size_t count, FILE *stream) {
-  BEHIND(fread);
-  auto *plan = scripted(PHONE_FREAD);
+  FIND_NEXT(fread);
+  auto *plan = phone_scripted(PHONE_FREAD);
   verdict judged = judge(fn_fread, plan);
-  if (judged.fails) return refuse({.kind = PHONE_FREAD}, judged.or_else(EIO), size_t{0});
+  if (judged.fails) return refuse({.kind = PHONE_FREAD}, judged.value, size_t{0});
   size_t items =
       plan && size ? play_stream(*plan, into, size * count) / size : next(into, size, count, stream);
   record({.kind = PHONE_FREAD,
@@ -313,13 +319,13 @@ size_t read_stream(void *into, size_t size, size_t count, FILE *stream) {
 }
 
 int close_stream(FILE *stream, pid_t child) {
-  auto *plan = scripted(PHONE_PCLOSE);
+  auto *plan = phone_scripted(PHONE_PCLOSE);
   verdict judged = judge(fn_pclose, plan);
   take_stream(stream);
   fclose(stream);
   int status = -1;
   if (libc_waitpid(child, &status) != child) status = -1;
-  if (judged.fails) return refuse({.kind = PHONE_PCLOSE, .result = -1}, judged.or_else(ECHILD), -1);
+  if (judged.fails) return refuse({.kind = PHONE_PCLOSE, .result = -1}, judged.value, -1);
   if (plan) status = static_cast<int>(plan->result);
   record({.kind = PHONE_PCLOSE, .result = status});
   return status;
@@ -328,10 +334,10 @@ int close_stream(FILE *stream, pid_t child) {
 // ---- The debug node --------------------------------------------------------------------------------------
 
 int open_node() {
-  auto *plan = scripted(PHONE_OPEN);
+  auto *plan = phone_scripted(PHONE_OPEN);
   verdict judged = judge(fn_open, plan);
   note what{.kind = PHONE_OPEN, .result = -1, .text = node_path};
-  if (judged.fails) return refuse(what, judged.or_else(EACCES), -1);
+  if (judged.fails) return refuse(what, judged.value, -1);
   if (!plan && !state().config.node_present) return refuse(what, ENOENT, -1);
   int descriptor = eventfd(0, EFD_CLOEXEC);
   if (descriptor < 0) return refuse(what, errno, -1);
@@ -350,7 +356,7 @@ void keep_written(std::string_view bytes) {
 ssize_t write_node(const void *bytes, size_t size) {
   verdict judged = judge(fn_write, PHONE_WRITE);
   note what{.kind = PHONE_WRITE, .result = -1, .data = {static_cast<const char *>(bytes), size}};
-  if (judged.fails) return refuse(what, judged.or_else(EIO), ssize_t{-1});
+  if (judged.fails) return refuse(what, judged.value, ssize_t{-1});
   keep_written(what.data);
   what.result = static_cast<int64_t>(size);
   record(what);
@@ -361,12 +367,11 @@ bool is_node(const char *path) { return path && strcmp(path, node_path) == 0; }
 
 // ---- Time ------------------------------------------------------------------------------------------------
 
-bool sleep_virtually(function which, int64_t us) {
+/// Returns whether the virtual clock has taken the sleep.
+bool sleep_traced(function which, int64_t us) {
   use(which);
   record({.kind = PHONE_SLEEP, .number = {us}});
-  if (state().clock != PHONE_CLOCK_VIRTUAL) return false;
-  advance_clock(us);
-  return true;
+  return sleep_virtually(us);
 }
 
 }  // namespace
@@ -377,22 +382,22 @@ using namespace phone;
 extern "C" {
 
 int socket(int domain, int type, int protocol) noexcept {
-  BEHIND(socket);
-  bool phones = domain == AF_INET && (type & ~(SOCK_CLOEXEC | SOCK_NONBLOCK)) == SOCK_DGRAM;
-  return phones ? open_socket(domain, type, protocol) : next(domain, type, protocol);
+  FIND_NEXT(socket);
+  bool is_phones = domain == AF_INET && (type & ~(SOCK_CLOEXEC | SOCK_NONBLOCK)) == SOCK_DGRAM;
+  return is_phones ? open_socket(domain, type, protocol) : next(domain, type, protocol);
 }
 
 int ioctl(int descriptor, unsigned long request, ...) noexcept {
-  BEHIND(ioctl);
+  FIND_NEXT(ioctl);
   va_list arguments;
   va_start(arguments, request);
   void *argument = va_arg(arguments, void *);
   va_end(arguments);
   bool on_socket = descriptor_kind(descriptor) == given::socket;
   if (on_socket && request == SIOCGIFFLAGS) return interface_flags(static_cast<ifreq *>(argument));
-  bool phones = on_socket && request == private_request;
-  return phones ? private_command(descriptor, static_cast<interface_request *>(argument))
-                : next(descriptor, request, argument);
+  bool is_phones = on_socket && request == private_request;
+  return is_phones ? private_command(descriptor, static_cast<interface_request *>(argument))
+                   : next(descriptor, request, argument);
 }
 
 int close(int descriptor) {
@@ -422,29 +427,29 @@ int execv(const char *path, char *const arguments[]) noexcept {
 }
 
 pid_t waitpid(pid_t child, int *status, int options) {
-  BEHIND(waitpid);
+  FIND_NEXT(waitpid);
   return is_child(child) ? wait_traced(child, status, options) : next(child, status, options);
 }
 
 FILE *popen(const char *command, const char *mode) {
-  BEHIND(popen);
+  FIND_NEXT(popen);
   bool reading = command && mode && mode[0] == 'r';
   return reading ? open_stream(command) : next(command, mode);
 }
 
 size_t fread(void *into, size_t size, size_t count, FILE *stream) {
-  BEHIND(fread);
+  FIND_NEXT(fread);
   return stream_child(stream) ? read_stream(into, size, count, stream) : next(into, size, count, stream);
 }
 
 int pclose(FILE *stream) {
-  BEHIND(pclose);
+  FIND_NEXT(pclose);
   pid_t child = stream_child(stream);
   return child ? close_stream(stream, child) : next(stream);
 }
 
 int open(const char *path, int flags, ...) {
-  static auto *const next = behind<int(const char *, int, ...)>("open");
+  static auto *const next = next_definition<int(const char *, int, ...)>("open");
   va_list arguments;
   va_start(arguments, flags);
   mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(arguments, mode_t) : 0;
@@ -453,17 +458,17 @@ int open(const char *path, int flags, ...) {
 }
 
 ssize_t write(int descriptor, const void *bytes, size_t size) {
-  BEHIND(write);
+  FIND_NEXT(write);
   return descriptor_kind(descriptor) == given::node ? write_node(bytes, size) : next(descriptor, bytes, size);
 }
 
 unsigned sleep(unsigned seconds) {
-  BEHIND(sleep);
-  return sleep_virtually(fn_sleep, int64_t{seconds} * 1000000) ? 0 : next(seconds);
+  FIND_NEXT(sleep);
+  return sleep_traced(fn_sleep, int64_t{seconds} * 1000000) ? 0 : next(seconds);
 }
 
 int usleep(useconds_t us) {
-  BEHIND(usleep);
-  return sleep_virtually(fn_usleep, us) ? 0 : next(us);
+  FIND_NEXT(usleep);
+  return sleep_traced(fn_usleep, us) ? 0 : next(us);
 }
 }

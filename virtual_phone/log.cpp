@@ -1,5 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Android log: kept in the trace, and on request printed as `logcat -v threadtime` prints it.
+#include "faults.h"
+#include "phone.h"
 #include "state.h"
+#include "trace.h"
 
 #include "platform/platform.h"
 
@@ -26,8 +30,6 @@ void print_line(FILE *out, int priority, const char *tag, std::string_view line)
           gettid(), letter, tag, static_cast<int>(line.size()), line.data());
 }
 
-}  // namespace
-
 void print_log(int priority, const char *tag, std::string_view text) {
   if (text.ends_with('\n')) text.remove_suffix(1);
   for (size_t end; (end = text.find('\n')) != text.npos; text.remove_prefix(end + 1)) {
@@ -36,6 +38,7 @@ void print_log(int priority, const char *tag, std::string_view text) {
   print_line(stderr, priority, tag, text);
 }
 
+}  // namespace
 }  // namespace phone
 
 void phone_print_log(int least_priority) { phone::state().print_log = least_priority; }

@@ -1,12 +1,20 @@
-// The NV service: 104-byte items keyed by number and name, in memory or in an SQLite file that is the store
-// itself: every write is on disk before the call returns, every read asks the file.
+// SPDX-License-Identifier: Apache-2.0
+// The NV service: 104-byte items keyed by number and name, in memory or in an SQLite file. The file is the
+// store: a write is on disk before the call returns, a read asks the file.
+#include "nv.h"
+
+#include "faults.h"
+#include "phone.h"
+#include "script.h"
 #include "state.h"
+#include "trace.h"
 
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #ifdef PHONE_HAS_SQLITE
@@ -17,7 +25,7 @@ namespace phone {
 namespace {
 
 constexpr size_t item_size = sizeof(nv_item::bytes);
-enum { nv_ok = 0, nv_fault = -1, nv_bad_request = 1, nv_broken_store = 2 };
+enum { nv_ok = 0, nv_bad_request = 1, nv_broken_store = 2 };
 
 struct item_key {
   uint32_t number;
@@ -124,7 +132,7 @@ void close_file() {
   file = nullptr;
 }
 
-/// Another process's connection must not be used, nor closed.
+/// A parent's connection must be neither used nor closed.
 void leave_file() { file = nullptr; }
 
 bool prepare_file() {
@@ -183,7 +191,7 @@ std::string place_of(std::string what, uint32_t number) {
   return what;
 }
 
-/// A store may say that it wrote, and forget.
+/// Whether this write is reported as done and forgotten.
 bool loses(uint32_t number) { return use_named(place_of("nv_lose", number)).fails; }
 
 int serve(uint32_t op, item_key key, size_t size, void *buffer) {
@@ -230,9 +238,9 @@ int kevoOperaNVWR(uint32_t op, uint32_t nv_num, const char *nv_name, uint32_t si
   bool valid = op <= ORVA_NV_READ && valid_name(nv_name) && buf && size >= 1 && size <= item_size;
   verdict judged = judge(op, nv_num);
   auto kind = op == ORVA_NV_READ ? PHONE_NV_READ : PHONE_NV_WRITE;
-  auto *plan = scripted(kind);
+  auto *plan = phone_scripted(kind);
   int result = plan           ? play(*plan, size, buf)
-               : judged.fails ? judged.or_else(nv_fault)
+               : judged.fails ? judged.value
                : !valid       ? static_cast<int>(nv_bad_request)
                               : serve(op, {nv_num, nv_name}, size, buf);
   bool has_data = valid && (op == ORVA_NV_WRITE || result == nv_ok);

@@ -1,9 +1,10 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
- * The virtual phone's controls: what a test, the station console or a Python script uses to set a phone up,
- * make it fail on purpose and look at what the library did to it. Nothing of this exists on a real phone.
+ * The virtual phone's controls. A test, the console or a Python script sets a phone up with them, makes it
+ * fail on purpose and looks at what the library did to it. Nothing of this exists on a real phone.
  *
- * Plain C, callable from anything. All state lives in memory shared with forked children, so what a child
- * process does to the phone (a shell command that takes the interface down) is seen by its parent.
+ * Plain C, callable from any language. All state lives in memory shared with forked children: when a child
+ * process changes the phone (a shell command that takes the interface down), its parent sees it.
  */
 #ifndef VIRTUAL_PHONE_PHONE_H
 #define VIRTUAL_PHONE_PHONE_H
@@ -20,28 +21,27 @@ extern "C" {
 
 /* ---- The phone's description ------------------------------------------------------------------------- */
 
-/** A fresh phone: default description, no faults, empty trace, virtual clock at 0, NV store in memory and
- * empty. */
+/** A fresh phone: default description, no faults, empty trace, virtual clock at 0, empty NV in memory. */
 void phone_reset(void);
 
 /**
- * Applies a description file (TOML) to the phone as it stands.
- * Result 0; or -1 with a message in error that names file, line and key and says what would be right.
+ * Applies a description file (TOML) to the phone as it is now, as a whole or not at all.
+ * Returns 0, or -1 with a message in error that names file, line and key and says what would be right.
  */
 int phone_load(const char *path, char *error, size_t error_size);
 
-/** Sets one key ("chip", "radio.rssi", "check.pmu", …). Result 0, or -1 with a message as in phone_load. */
+/** Sets one key ("chip", "radio.rssi", "check.pmu", …). Returns as phone_load does. */
 int phone_set(const char *key, const char *value, char *error, size_t error_size);
 
-/** Reads one key as text. Result 0, or -1 for an unknown key. */
+/** Reads one key as text. Returns 0, or -1 for an unknown key or a text longer than value_size - 1. */
 int phone_get(const char *key, char *value, size_t value_size);
 
 /** The i-th key and its one-line explanation; null past the last. */
 const char *phone_key(size_t i, const char **meaning);
 
 /**
- * For a forked child: from here on its phone is a copy of its own, with an empty trace and an empty NV store
- * in memory. What it does to the phone its parent never sees.
+ * For a forked child: makes its phone a copy of its own, with an empty trace and an empty NV store in memory.
+ * Its parent sees nothing of what it does to this copy.
  */
 void phone_part(void);
 
@@ -49,7 +49,7 @@ void phone_part(void);
 
 enum phone_clock { PHONE_CLOCK_VIRTUAL = 0, PHONE_CLOCK_REAL = 1 };
 
-/** Virtual: sleep and usleep advance the clock at once. Real: they wait. Virtual after phone_reset. */
+/** Virtual, as after phone_reset: sleep and usleep advance the clock at once. Real: they wait. */
 void phone_set_clock(enum phone_clock clock);
 
 /** Microseconds since phone_reset, on the chosen clock. */
@@ -58,35 +58,43 @@ int64_t phone_now_us(void);
 /* ---- Trace: every contact with the phone, in order ---------------------------------------------------- */
 
 enum phone_event_kind {
-  PHONE_SOCKET, /**< result: descriptor */
-  PHONE_IOCTL,  /**< number[0] descriptor, number[1] magic, number[2] command id; data: the 264-byte record as
-                     the library sent it, followed by the 264 bytes as the driver left it (size 528) */
-  PHONE_CLOSE,  /**< number[0] descriptor */
-  PHONE_FORK,   /**< result: child, as the parent sees it */
-  PHONE_EXEC,   /**< in the child: text: the shell command, result: its exit status */
-  PHONE_WAIT,   /**< result: as waitpid's; number[0]: the wait status */
-  PHONE_POPEN,  /**< text: the command; result 1, or 0 where it failed */
-  PHONE_FREAD,  /**< result: bytes read; data: the bytes */
-  PHONE_PCLOSE, /**< result */
-  PHONE_OPEN,   /**< text: the path; result: descriptor */
-  PHONE_WRITE,  /**< data: the bytes; result */
-  PHONE_SLEEP,  /**< number[0]: microseconds asked for */
-  PHONE_LOG,    /**< number[0] priority, name: tag, text: the message as formatted, line end and all */
+  PHONE_SOCKET,   /**< result: descriptor */
+  PHONE_IOCTL,    /**< number: descriptor, magic, command id; name: the interface; data: the 264-byte record
+                       as the library sent it, then as the driver left it (size 528) */
+  PHONE_CLOSE,    /**< number[0] descriptor */
+  PHONE_FORK,     /**< result: child, as the parent sees it */
+  PHONE_EXEC,     /**< in the child; text: the shell command, result: its exit status */
+  PHONE_WAIT,     /**< result: as waitpid's; number[0]: the wait status */
+  PHONE_POPEN,    /**< text: the command; result: 1, or 0 if it failed */
+  PHONE_FREAD,    /**< result: bytes read; data: the bytes */
+  PHONE_PCLOSE,   /**< result: the wait status */
+  PHONE_OPEN,     /**< text: the path; result: descriptor */
+  PHONE_WRITE,    /**< data: the bytes; result: bytes written */
+  PHONE_SLEEP,    /**< number[0]: microseconds asked for */
+  PHONE_LOG,      /**< number[0] priority, name: tag, text: the message as formatted, with its line end */
   PHONE_SUBCHIP,  /**< result: the index */
-  PHONE_NV_READ,  /**< number[0] NV number, name: the item's name; data: the item; result: the code */
+  PHONE_NV_READ,  /**< number[0] and name: the item's; data: the item; result: the service's code */
   PHONE_NV_WRITE, /**< the same */
-  PHONE_SECURE /**< a bounds-checked function; name: which; result. Kept only while phone_trace_secure(1). */
+  PHONE_SECURE    /**< a bounds-checked function; name: which one. Kept only under phone_trace_secure(1) */
 };
+enum { PHONE_EVENT_KINDS = PHONE_SECURE + 1 };
+
+/**
+ * The word for a kind of event in recordings, as "nv_read"; null past the last.
+ * fields: the recorded fields besides result, in their order, separated by blanks ("number name data").
+ * meaning: what happened, in one line.
+ */
+const char *phone_event_word(size_t kind, const char **fields, const char **meaning);
 
 struct phone_event {
   enum phone_event_kind kind;
   int64_t time_us; /**< on the chosen clock, when it began */
   int64_t result;
-  int32_t error;   /**< errno, where it failed */
+  int32_t error;   /**< errno if it failed, else 0 */
   int32_t process; /**< pid of the process that did it */
   int64_t number[3];
-  const char *name; /**< never null; "" where there is none */
-  const char *text; /**< never null; "" where there is none */
+  const char *name; /**< never null */
+  const char *text; /**< never null */
   const void *data;
   size_t size;
 };
@@ -94,65 +102,66 @@ struct phone_event {
 size_t phone_event_count(void);
 /** The i-th event since the last clear; null past the last. Valid until the next clear or reset. */
 const struct phone_event *phone_event(size_t i);
+/** Empties the trace and sets the counts of phone_uses to 0. */
 void phone_events_clear(void);
+/** Decides whether the trace holds bounds-checked functions too. Off after phone_reset. */
 void phone_trace_secure(int on);
-/** Prints each log line to stderr as it comes, in logcat's threadtime format; 0 for none, else the least
- * priority. */
+/** Prints log lines of at least this priority to stderr, in logcat's threadtime format; 0: none. */
 void phone_print_log(int least_priority);
 
 /* ---- Faults ------------------------------------------------------------------------------------------ */
 
 /**
+ * The i-th place where a fault can be planned, null past the last. In a name like "ioctl:ID" the part in
+ * capitals is the caller's: "ioctl:11".
+ * value: what the value of phone_fault means there. meaning: what fails.
+ */
+const char *phone_fault_place(size_t i, const char **value, const char **meaning);
+
+/**
  * Plans a fault: the n-th use (1 = the next one) of a place fails, and so do the `times - 1` uses after it
- * (times 0: every one from there on).
+ * (times 0: every one from there on). phone_fault_place lists the places and what value means there; 0 is
+ * each place's default.
  *
- * Places: a function's name ("socket", "ioctl", "close", "fork", "execl", "waitpid", "popen", "fread",
- * "pclose", "open", "write", "memcpy_s", "memset_s", "strncpy_s", "snprintf_s", "sprintf_s", "sscanf_s",
- * "kevoOperaNVWR"); one driver command, "ioctl:11"; one shell command, "shell:ifconfig wlan0 up" (it does
- * nothing and exits with `value`); NV by direction and item, "nv_read:340", "nv_write:340"; "nv_lose:340" is
- * a write that is reported as done and stores nothing.
- *
- * value: what failing means. For system calls the errno (0: a fitting default); for "shell:" the exit status
- * (0: 1); for NV the service's code (0: -1); for bounds-checked functions the result (0: a fitting default);
- * for "socket" a value of -1000 makes that use return descriptor 0 instead of failing; for "ioctl" a value
- * below 0 makes that use succeed with the result -value instead of 0.
- *
- * Result: an id for phone_fault_fired, or -1 for an unknown place.
+ * Returns an id for phone_fault_fired, or -1 for an unknown place, nth 0, or more than 4096 faults.
  */
 int phone_fault(const char *place, unsigned nth, unsigned times, int value);
 
 /** How often the fault with this id has fired. */
 unsigned phone_fault_fired(int id);
 
-/** Faults planned since the last reset that never fired: a test that ends with one of them proved nothing. */
+/** Faults planned since the last reset that never fired. A test that ends with one of them proved nothing. */
 unsigned phone_faults_unfired(void);
+/** Forgets all plans; those that never fired still count as unfired. */
 void phone_faults_clear(void);
 
-/** Uses of a place so far (since reset or clear of the trace), failing ones included. */
+/** Uses of a place since the last reset or clear of the trace, failing ones included. Counts "sleep",
+ * "usleep", "get_orva_connectivity_subchip" and "__android_log_print" too, which cannot fail. */
 unsigned phone_uses(const char *place);
 
 /* ---- Radio and NV, for tests to look at and to set ---------------------------------------------------- */
 
 /**
- * The next answers of one driver command: bytes put at offset 8 of the record, overriding the radio's own.
- * They are also left in the record of a command that the key driver.refuse has refused, but not by a planned
- * fault.
+ * Fixes the answer of one driver command: bytes at offset 8 of the record, in place of the radio's own. A
+ * command refused by the key driver.refuse leaves them in the record too, one that fails by a planned fault
+ * does not. Returns 0, or -1 for an id of 40 and above or more than 256 bytes.
  */
 int phone_driver_answer(uint32_t command, const void *bytes, size_t size);
-/** Back to the radio's own answers. */
+/** Returns to the radio's own answers. */
 void phone_driver_answers_clear(void);
 
-/** Is wlan0 up? */
+/** Whether wlan0 is up. */
 int phone_interface_up(void);
 /** Descriptors, children and streams that library calls opened and did not give back. */
 unsigned phone_left_open(void);
 
-/** Stores NV in an SQLite file from now on; null: in memory. Result 0, or -1 with a message. */
+/** Keeps NV in an SQLite file from now on; null: in memory. Returns 0, or -1 with a message. */
 int phone_nv_open(const char *path, char *error, size_t error_size);
-/** Direct access, not traced, no faults. 104 bytes; an item never written reads as zeros. Result 0 or -1. */
+/** Direct access to an item of 104 bytes, without trace or faults. An item never written reads as zeros.
+ * Returns 0 or -1. */
 int phone_nv_get(uint32_t number, const char *name, void *item);
 int phone_nv_put(uint32_t number, const char *name, const void *item);
-/** The i-th stored item in order of number and name: 1, or 0 past the last. */
+/** The i-th stored item in order of number and name. Returns 1, or 0 past the last. */
 int phone_nv_at(size_t i, uint32_t *number, char *name, size_t name_size, void *item);
 void phone_nv_clear(void);
 

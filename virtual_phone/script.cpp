@@ -1,52 +1,48 @@
-// Planned outcomes. The plan is written before any child exists; only how far it is used is shared with
-// children.
+// SPDX-License-Identifier: Apache-2.0
+// The plan is made before a child exists, so only the count of contacts used is shared with children.
 #include "script.h"
 
-#include "state.h"
+#include "shared_memory.h"
 
+#include <array>
+#include <atomic>
 #include <deque>
 #include <string>
 
-#include <sys/mman.h>
+using namespace phone;
 
-namespace phone {
 namespace {
 
-constexpr size_t kinds = PHONE_SECURE + 1;
+constexpr size_t kinds = PHONE_EVENT_KINDS;
 
 struct planned {
   std::string name, text, data;
   struct phone_event event;
 };
 
-/// Made when first asked for: the phone clears it before this file's variables are.
+/// Made at the first call: the phone clears the plan before this file's variables are initialised.
 std::deque<planned> &plan(size_t kind) {
   static std::array<std::deque<planned>, kinds> all;
   return all[kind];
 }
 
-std::atomic<size_t> *places() {
+std::atomic<size_t> &used(size_t kind) {
   static auto *const shared =
-      static_cast<std::atomic<size_t> *>(mmap(nullptr, kinds * sizeof(std::atomic<size_t>),
-                                              PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-  return shared;
+      static_cast<std::atomic<size_t> *>(map_shared(kinds * sizeof(std::atomic<size_t>)));
+  return shared[kind];
 }
 
 }  // namespace
 
-const struct phone_event *scripted(phone_event_kind kind) {
+const struct phone_event *phone_scripted(enum phone_event_kind kind) {
   auto &line = plan(kind);
   if (line.empty()) return nullptr;
-  size_t at = places()[kind]++;
+  size_t at = used(kind)++;
   return at < line.size() ? &line[at].event : nullptr;
 }
 
-}  // namespace phone
-
-using namespace phone;
-
 void phone_script(const struct phone_event *event) {
-  if (places() == MAP_FAILED || static_cast<size_t>(event->kind) >= kinds) return;
+  if (static_cast<size_t>(event->kind) >= kinds) return;
   auto &kept =
       plan(event->kind)
           .emplace_back(planned{
@@ -59,7 +55,7 @@ void phone_script(const struct phone_event *event) {
 
 void phone_script_clear(void) {
   for (size_t kind = 0; kind < kinds; kind++) {
-    if (!plan(kind).empty()) places()[kind] = 0;
+    if (!plan(kind).empty()) used(kind) = 0;
     plan(kind).clear();
   }
 }

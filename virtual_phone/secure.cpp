@@ -1,5 +1,8 @@
-// The bounds-checked functions. A planned fault does what a refusal of that function does to its destination.
+// SPDX-License-Identifier: Apache-2.0
+// The bounds-checked functions. A planned fault leaves the destination as the function's own refusal does.
+#include "faults.h"
 #include "state.h"
+#include "trace.h"
 
 #include "platform/platform.h"
 
@@ -22,7 +25,7 @@ void empty(char *text, size_t size) {
 
 int copy_memory(void *dest, size_t dest_max, const void *src, size_t count, verdict judged) {
   if (!dest || dest_max == 0) return EINVAL;
-  int refusal = judged.fails ? judged.or_else(EINVAL) : !src ? EINVAL : count > dest_max ? ERANGE : 0;
+  int refusal = judged.fails ? judged.value : !src ? EINVAL : count > dest_max ? ERANGE : 0;
   if (refusal) {
     memset(dest, 0, dest_max);
   } else {
@@ -32,7 +35,7 @@ int copy_memory(void *dest, size_t dest_max, const void *src, size_t count, verd
 }
 
 int set_memory(void *dest, size_t dest_max, int c, size_t count, verdict judged) {
-  if (judged.fails) return judged.or_else(EINVAL);
+  if (judged.fails) return judged.value;
   if (!dest || dest_max == 0) return EINVAL;
   if (count > dest_max) return ERANGE;
   memset(dest, c, count);
@@ -42,7 +45,7 @@ int set_memory(void *dest, size_t dest_max, int c, size_t count, verdict judged)
 int copy_text(char *dest, size_t dest_max, const char *src, size_t count, verdict judged) {
   if (!dest || dest_max == 0) return EINVAL;
   size_t length = src ? strnlen(src, count) : 0;
-  int refusal = judged.fails ? judged.or_else(EINVAL) : !src ? EINVAL : length >= dest_max ? ERANGE : 0;
+  int refusal = judged.fails ? judged.value : !src ? EINVAL : length >= dest_max ? ERANGE : 0;
   if (refusal) {
     dest[0] = 0;
     return refusal;
@@ -52,12 +55,12 @@ int copy_text(char *dest, size_t dest_max, const char *src, size_t count, verdic
   return 0;
 }
 
-/// Prints at most count characters; what has no room at all in dest leaves an empty text.
+/// Prints at most count characters. A text that does not fit in dest leaves it empty.
 __attribute__((format(printf, 4, 0))) int print(char *dest, size_t dest_max, size_t count, const char *fmt,
                                                 va_list arguments, verdict judged) {
   if (judged.fails || !dest || dest_max == 0) {
     empty(dest, dest_max);
-    return judged.fails ? judged.or_else(-1) : -1;
+    return judged.fails ? judged.value : -1;
   }
   size_t room = count < dest_max ? count + 1 : dest_max;
   int length = vsnprintf(dest, room, fmt, arguments);
@@ -101,7 +104,7 @@ int sprintf_s(char *dest, size_t dest_max, const char *fmt, ...) {
 
 int sscanf_s(const char *buf, const char *fmt, ...) {
   verdict judged = use(fn_sscanf_s);
-  if (judged.fails || !buf) return traced("sscanf_s", judged.or_else(-1));
+  if (judged.fails || !buf) return traced("sscanf_s", judged.fails ? judged.value : -1);
   va_list arguments;
   va_start(arguments, fmt);
   int result = vsscanf(buf, fmt, arguments);

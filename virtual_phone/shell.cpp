@@ -1,12 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "shell.h"
 
+#include "faults.h"
+#include "phone.h"
+#include "radio_driver.h"
+#include "radio_keys.h"
 #include "state.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -34,7 +42,7 @@ int ifconfig(const words &line, const std::string &, std::string &output) {
   return line.size() == 2 ? 0 : usage_error;
 }
 
-/// The framework takes the interface down when it lets go of it, and up when it takes it.
+/// The framework takes the interface up when it takes control of it, and down when it releases it.
 int svc(const words &line, const std::string &, std::string &output) {
   bool enable = line.size() == 3 && line[2] == "enable";
   bool disable = line.size() == 3 && line[2] == "disable";
@@ -149,7 +157,7 @@ auto find_program(std::string_view name) {
 
 // ---- Command lines ---------------------------------------------------------------------------------------
 
-/// Splits a line into the words of each program of its pipeline. Nothing for what this shell cannot do:
+/// Splits a line into the words of each program of its pipeline. Returns nothing for lines beyond this shell:
 /// lists, redirections, substitutions, an open quotation.
 class splitter {
 public:
@@ -187,8 +195,8 @@ private:
     return true;
   }
 
-  bool add(char c, const char *beyond_us) {
-    if (strchr(beyond_us, c)) return false;
+  bool add(char c, const char *unsupported) {
+    if (strchr(unsupported, c)) return false;
     word_ += c;
     in_word_ = true;
     return true;
@@ -224,7 +232,7 @@ int run_pipeline(const std::vector<words> &pipeline, std::string &output) {
   return status;
 }
 
-bool is_ours(const std::optional<std::vector<words>> &pipeline) {
+bool is_known(const std::optional<std::vector<words>> &pipeline) {
   if (!pipeline) return false;
   for (auto &line : *pipeline) {
     if (!line.empty() && !find_program(line[0])) return false;
@@ -232,7 +240,7 @@ bool is_ours(const std::optional<std::vector<words>> &pipeline) {
   return true;
 }
 
-/// Through a grandchild, so that the status is known here.
+/// Runs the line in a child of its own, so that its status can be traced.
 int run_on_host(const std::string &command, std::string &output) {
   int ends[2];
   if (pipe(ends)) return not_found;
@@ -256,9 +264,9 @@ int run_on_host(const std::string &command, std::string &output) {
 
 int run_shell(const std::string &command, std::string &output) {
   verdict judged = use_named("shell:" + command);
-  if (judged.fails) return judged.or_else(1) & 255;
+  if (judged.fails) return judged.value & 255;
   auto pipeline = splitter().split(command);
-  if (is_ours(pipeline)) return run_pipeline(*pipeline, output);
+  if (is_known(pipeline)) return run_pipeline(*pipeline, output);
   if (state().config.host_shell) return run_on_host(command, output);
   return pipeline ? run_pipeline(*pipeline, output) : static_cast<int>(syntax_error);
 }

@@ -1,4 +1,5 @@
-// The phone's shell: the programs a WLAN test needs, acting on the phone's state. Internal.
+// SPDX-License-Identifier: Apache-2.0
+// The phone's shell: the programs that a WLAN test needs, acting on the phone's state.
 #ifndef VIRTUAL_PHONE_SHELL_H
 #define VIRTUAL_PHONE_SHELL_H
 
@@ -6,8 +7,8 @@
 
 namespace phone {
 
-/// Runs one command line as `sh -c` does; its exit status, and in output what it printed. A planned fault for
-/// the command ("shell:…") gives its status in place of running it.
+/// Runs one command line as `sh -c` does. Returns its exit status and puts what it printed into output. If a
+/// fault is planned for the command ("shell:…"), nothing runs and the fault's value is the status.
 int run_shell(const std::string &command, std::string &output);
 
 }  // namespace phone

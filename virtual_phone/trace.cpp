@@ -1,10 +1,14 @@
-// Every contact with the phone, kept in memory shared with children: a fixed-size row per event, and a heap
-// of bytes that only grows until the trace is cleared. The mappings are large and cost only what is touched.
+// SPDX-License-Identifier: Apache-2.0
+// A fixed-size row per event, and a heap of bytes that only grows until the trace is cleared. Both mappings
+// are large and cost only the pages that are touched.
+#include "trace.h"
+
+#include "faults.h"
+#include "shared_memory.h"
 #include "state.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
+#include <atomic>
 #include <cstring>
 #include <new>
 
@@ -19,23 +23,10 @@ constexpr size_t max_bytes = size_t{1} << 30;
 constexpr size_t worth_returning = size_t{16} << 20;
 
 struct trace_memory {
-  shared_state shared;
   std::atomic<size_t> count, used;
   struct phone_event *events;
   char *bytes;
 };
-
-/// Fresh memory for this process and its children; in place of what is at `at`, where that is not null.
-void *map_shared(size_t size, void *at = nullptr) {
-  int flags = MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE | (at ? MAP_FIXED : 0);
-  void *memory = mmap(at, size, PROT_READ | PROT_WRITE, flags, -1, 0);
-  if (memory == MAP_FAILED) {
-    perror("virtual phone: no memory for its state");
-    _exit(2);
-  }
-  madvise(memory, size, MADV_DONTDUMP);
-  return memory;
-}
 
 trace_memory &memory() {
   static trace_memory *const mapped = [] {
@@ -45,12 +36,6 @@ trace_memory &memory() {
     return trace;
   }();
   return *mapped;
-}
-
-/// The same bytes at the same place, seen by this process and its children only.
-void part(void *start, size_t size) {
-  std::string bytes(static_cast<char *>(start), size);
-  memcpy(map_shared(size, start), bytes.data(), size);
 }
 
 const char *keep(trace_memory &trace, std::string_view bytes) {
@@ -68,8 +53,6 @@ void return_pages(void *start, size_t used) {
 }
 
 }  // namespace
-
-shared_state &state() { return memory().shared; }
 
 size_t record(const note &what) {
   auto &trace = memory();
@@ -95,34 +78,32 @@ void amend(size_t event, int64_t result, int error) {
   memory().events[event].error = error;
 }
 
-}  // namespace phone
-
-size_t phone_event_count(void) {
-  size_t count = phone::memory().count;
-  return count < phone::max_events ? count : phone::max_events;
-}
-
-const struct phone_event *phone_event(size_t i) {
-  return i < phone_event_count() ? &phone::memory().events[i] : nullptr;
-}
-
-void phone_part(void) {
-  auto &trace = phone::memory();
-  phone::part(&trace, sizeof trace);
-  phone::map_shared(phone::max_events * sizeof(struct phone_event), trace.events);
-  phone::map_shared(phone::max_bytes, trace.bytes);
+void part_trace() {
+  auto &trace = memory();
+  part_shared(&trace, sizeof(trace));
+  map_shared(max_events * sizeof(struct phone_event), trace.events);
+  map_shared(max_bytes, trace.bytes);
   trace.count = 0;
   trace.used = 0;
-  phone::part_nv();
+}
+
+}  // namespace phone
+
+using namespace phone;
+
+size_t phone_event_count(void) { return std::min(memory().count.load(), max_events); }
+
+const struct phone_event *phone_event(size_t i) {
+  return i < phone_event_count() ? &memory().events[i] : nullptr;
 }
 
 void phone_events_clear(void) {
-  auto &trace = phone::memory();
-  phone::return_pages(trace.events, phone_event_count() * sizeof(struct phone_event));
-  phone::return_pages(trace.bytes, std::min(trace.used.load(), phone::max_bytes));
+  auto &trace = memory();
+  return_pages(trace.events, phone_event_count() * sizeof(struct phone_event));
+  return_pages(trace.bytes, std::min(trace.used.load(), max_bytes));
   trace.count = 0;
   trace.used = 0;
-  for (auto &uses : trace.shared.uses) uses = 0;
+  clear_uses();
 }
 
-void phone_trace_secure(int on) { phone::state().trace_secure = on; }
+void phone_trace_secure(int on) { state().trace_secure = on; }

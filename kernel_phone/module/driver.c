@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The WLAN driver of a phone with a real kernel: wlan0, its private request, the debug node, and files under
- * /proc through which a person or a session describes the chip, makes it fail and reads what the driver was
- * told.
+ * The WLAN driver of a phone with a real kernel: wlan0, its private request, the debug node, and control
+ * files under /proc that describe the chip, make it fail and list the commands that the driver received.
  *
- * Every entry holds the RTNL, the kernel's lock for network devices: nothing else is needed against two at
- * once.
+ * Every entry point holds the RTNL, the kernel's lock for network devices, so the state needs no other lock.
  */
 #define pr_fmt(fmt) KBUILD_MODNAME ": " fmt
 
@@ -22,7 +20,9 @@
 #include <linux/uaccess.h>
 #include <linux/vmalloc.h>
 
-#include "radio.h"
+#include "radio_chips.h"
+#include "radio_driver.h"
+#include "radio_keys.h"
 
 enum {
   PRIVATE_REQUEST = SIOCDEVPRIVATE + 2,
@@ -33,7 +33,7 @@ enum {
   FENCE_BYTE = 0xA5,
 };
 
-/* A driver command: when, how it ended, the record as it came and as it went back. */
+/* A driver command: time, result, the record as received and as returned. */
 struct heard {
   u64 time_us;
   s32 result;
@@ -41,15 +41,14 @@ struct heard {
   u8 left[RADIO_RECORD_SIZE];
 };
 
-/* A use of a place that fails on purpose: the nth and the times - 1 after it, or all after it where times is
- * 0. */
+/* A planned fault: the nth use of a place fails, and so do the times - 1 uses after it (times 0: all). */
 struct fault {
   char place[16];
   unsigned int nth, times, seen, fired;
   int error;
 };
 
-/* The driver's copy of a record, with room on both sides in which a stray write would show. */
+/* The driver's copy of a record, between fences that show a stray write. */
 static struct {
   u8 before[FENCE];
   u8 bytes[RADIO_RECORD_SIZE];
@@ -70,7 +69,7 @@ static u64 now_us(void) { return ktime_to_us(ktime_sub(ktime_get(), began)); }
 
 /* ---- Faults ------------------------------------------------------------------------------------------- */
 
-/* The error with which this use of a place has to fail, or 0. */
+/* The error of this use of a place, or 0. */
 static int fault_at(const char *place) {
   int error = 0;
   unsigned int i;
@@ -176,7 +175,7 @@ static int wlan_stop(struct net_device *dev) {
   return radio_interface(&radio, 0, now_us());
 }
 
-/* There is no air: what the phone's network stack sends is dropped. */
+/* There is no radio link, so packets of the phone's network stack are dropped. */
 static netdev_tx_t wlan_transmit(struct sk_buff *packet, struct net_device *dev) {
   dev->stats.tx_dropped++;
   dev_kfree_skb(packet);
@@ -233,7 +232,7 @@ static int forget_commands(char *line) {
   return 0;
 }
 
-/* Hands each line to take, up to the first that it refuses. */
+/* Passes each line to take, up to the first that it refuses. */
 static ssize_t take_lines(const char __user *from, size_t size, const char *what, int (*take)(char *line)) {
   char *text = memdup_user_nul(from, size), *rest = text, *line;
   int error = 0;
@@ -293,7 +292,7 @@ static int show_faults(struct seq_file *file, void *unused) {
   return 0;
 }
 
-/* A record in hexadecimal, without the zeros at its end. */
+/* A record in hexadecimal, without trailing zeros. */
 static void show_record(struct seq_file *file, const u8 *record) {
   size_t i, size = RADIO_RECORD_SIZE;
 
@@ -302,7 +301,7 @@ static void show_record(struct seq_file *file, const u8 *record) {
   for (i = 0; i < size; i++) seq_printf(file, "%02x", record[i]);
 }
 
-/* One line each: microseconds, result, the record as it came and as it went back. */
+/* One line each: microseconds, result, the record as received and as returned. */
 static int show_commands(struct seq_file *file, void *unused) {
   unsigned int i;
 

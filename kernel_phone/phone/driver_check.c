@@ -1,8 +1,8 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Holds the driver to its contract, from the side of whoever calls it. Shows above all that it touches the 40
- * bytes of a request and the 264 bytes of a record and nothing beyond: both lie against a page that nobody
- * may read or write, at both of their ends in turn, and every command is sent so. Usage: driver_check CHIP,
- * with wlan0 up. Prints a line per check; exit status 0 when all held.
+ * Checks the driver's contract from a caller's side, above all that it touches the 40 bytes of a request and
+ * the 264 bytes of a record and nothing beyond: every command is sent with both next to an inaccessible page,
+ * at either end. Usage: driver_check CHIP, with wlan0 up. Prints a line per check; exit status 0 if all held.
  */
 #define _GNU_SOURCE
 #include <errno.h>
@@ -32,7 +32,7 @@ static void check(int held, const char *what) {
   printf("%-6s %s\n", held ? "held" : "BROKEN", what);
 }
 
-/* One page that may be used between two that may not; the object lies at its end or at its beginning. */
+/* An object at the beginning or end of a page between two inaccessible pages. */
 static unsigned char *guarded(size_t size, int at_end) {
   size_t page = (size_t)sysconf(_SC_PAGESIZE);
   unsigned char *pages = mmap(NULL, 3 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -44,7 +44,7 @@ static unsigned char *guarded(size_t size, int at_end) {
   return pages + page + (at_end ? page - size : 0);
 }
 
-/* The rest of the object's page still holds what it was filled with. */
+/* Whether the rest of the object's page still has its fill pattern. */
 static int rest_untouched(const unsigned char *object, size_t size) {
   uintptr_t page = (uintptr_t)sysconf(_SC_PAGESIZE);
   const unsigned char *begin = (const unsigned char *)((uintptr_t)object & ~(page - 1));
@@ -65,7 +65,7 @@ static void write_record(unsigned char *record, uint32_t magic, uint32_t command
   memcpy(record + 4, &command, sizeof command);
 }
 
-/* 0, or the error with which the driver refused. */
+/* 0, or the errno of a refused request. */
 static int send_request(const unsigned char *request) {
   return ioctl(driver, PRIVATE_REQUEST, request) < 0 ? errno : 0;
 }
@@ -76,7 +76,7 @@ static int send_record(unsigned char *request, unsigned char *record, uint32_t m
   return send_request(request);
 }
 
-/* Lines of the driver's own account: how many commands reached it. */
+/* The number of commands that reached the driver, one line each in its own list. */
 static int commands_heard(void) {
   FILE *account = fopen("/proc/orva_commands", "r");
   int lines = 0, c;
@@ -104,7 +104,7 @@ static void every_command(uint32_t magic, int at_end) {
   check(accepted > 20 && !faulted && !spilt && !changed, what);
 }
 
-/* A record of which any byte cannot be read or written is refused before the driver acts on it. */
+/* The driver must not act on a record with a byte that cannot be read or written. */
 static void cut_records(uint32_t magic) {
   unsigned char *record = guarded(RECORD_SIZE, 1), *request = guarded(REQUEST_SIZE, 1);
   int refused = 0, heard = commands_heard();
@@ -140,7 +140,7 @@ static void wrong_records(uint32_t magic) {
   check(send_request(request) == EOPNOTSUPP, "an interface without the private request gives EOPNOTSUPP");
 }
 
-/* Whoever may not administer the network may not talk to the driver either. */
+/* The driver requires the right to administer the network. */
 static void ordinary_user(uint32_t magic) {
   unsigned char record[RECORD_SIZE], request[REQUEST_SIZE];
   int status = 0;
@@ -156,7 +156,7 @@ static void take_interface(int up) {
   check(flags == 0 && ioctl(driver, SIOCSIFFLAGS, &request) == 0, up ? "wlan0 comes up" : "wlan0 goes down");
 }
 
-/* The weld test goes on asking while the interface is down; a radio test must not begin there. */
+/* The weld test sends commands while the interface is down; a radio test must not start then. */
 static void interface_down(uint32_t magic) {
   static const struct {
     uint32_t command;

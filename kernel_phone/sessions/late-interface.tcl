@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # wlan0 does not come up at the first attempt.
 
 step "Test mode stays off"

@@ -1,4 +1,5 @@
-# The driver refuses: what that costs, on any chip.
+# SPDX-License-Identifier: Apache-2.0
+# What a driver that refuses commands costs, on any chip.
 
 step "Entering test mode passes over a refused step"
 phone set driver.refuse 11

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Factory test of the WLAN chip from Python.
 
 Bench starts a virtual phone in a process of its own, with the library under test on it:
@@ -28,6 +29,7 @@ from orva.phone import (
     DriverCommand,
     Event,
     EventKind,
+    FaultPlace,
     Key,
     LogLine,
     NvItem,
@@ -46,6 +48,7 @@ __all__ = [
     "DriverCommand",
     "Event",
     "EventKind",
+    "FaultPlace",
     "Key",
     "Library",
     "LogLine",

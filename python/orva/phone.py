@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The virtual phone's controls: set a phone up, make it fail on purpose, look at what the library did to it."""
 
 from __future__ import annotations
@@ -20,11 +21,11 @@ _MESSAGE_SIZE = 1000
 
 
 class PhoneError(ValueError):
-    """The phone did not take what it was given; the message says what would be right."""
+    """The phone refused an argument; the message says what would be right."""
 
 
 class Clock(enum.IntEnum):
-    """How sleeps pass: VIRTUAL advances the clock at once, REAL waits."""
+    """What a sleep does: VIRTUAL advances the clock at once, REAL waits."""
 
     VIRTUAL = 0
     REAL = 1
@@ -39,7 +40,7 @@ class Priority(enum.IntEnum):
 
 
 class EventKind(enum.IntEnum):
-    """What kind of contact with the phone it was."""
+    """Kinds of contact with the phone; their names in lower case are the words of recordings."""
 
     SOCKET = 0
     IOCTL = 1
@@ -62,7 +63,7 @@ class EventKind(enum.IntEnum):
 
 @dataclass(frozen=True)
 class Event:
-    """One contact with the phone; which fields mean something depends on the kind, see phone.h."""
+    """One contact with the phone. The kind decides which fields are used, see phone.h."""
 
     kind: EventKind
     time_us: int
@@ -77,7 +78,7 @@ class Event:
 
 @dataclass(frozen=True)
 class DriverCommand:
-    """One driver command: its id, the data area as it was sent and as the driver left it (256 bytes each)."""
+    """One driver command: its id, and the data area as sent and as the driver left it (256 bytes each)."""
 
     id: int
     magic: int
@@ -123,6 +124,17 @@ class Key:
     meaning: str
 
 
+@dataclass(frozen=True)
+class FaultPlace:
+    """A place where a fault can be planned. Capitals in its name are the caller's part: "ioctl:ID"."""
+
+    name: str
+    #: What the value of fault() means there.
+    value: str
+    #: What fails.
+    meaning: str
+
+
 class _CEvent(ctypes.Structure):
     _fields_ = [
         ("kind", c_int),
@@ -162,9 +174,11 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "phone_now_us": (c_int64, ()),
     "phone_event_count": (c_size_t, ()),
     "phone_event": (POINTER(_CEvent), (c_size_t,)),
+    "phone_event_word": (c_char_p, (c_size_t, POINTER(c_char_p), POINTER(c_char_p))),
     "phone_events_clear": (None, ()),
     "phone_trace_secure": (None, (c_int,)),
     "phone_print_log": (None, (c_int,)),
+    "phone_fault_place": (c_char_p, (c_size_t, POINTER(c_char_p), POINTER(c_char_p))),
     "phone_fault": (c_int, (c_char_p, c_uint, c_uint, c_int)),
     "phone_fault_fired": (c_uint, (c_int,)),
     "phone_faults_unfired": (c_uint, ()),
@@ -184,10 +198,10 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
 
 
 class VirtualPhone:
-    """The virtual phone of this process. It must have been loaded ahead of libc, which Bench sees to."""
+    """The virtual phone of this process. It must be loaded ahead of libc; Bench starts such a process."""
 
     def __init__(self) -> None:
-        """Raises RuntimeError where this process has no virtual phone."""
+        """Raises RuntimeError if this process has no virtual phone."""
         self._c = ctypes.CDLL(None)
         for name, (result, arguments) in SIGNATURES.items():
             function = getattr(self._c, name, None)
@@ -243,7 +257,7 @@ class VirtualPhone:
         return now
 
     def wait(self, seconds: float) -> None:
-        """Lets time pass on the phone's clock, as a station does between two calls; traced as a pause."""
+        """Lets time pass on the phone's clock, as a station does between two calls. Traced as a pause."""
         usleep = self._c.usleep
         usleep.argtypes = (c_uint32,)
         if not 0 <= seconds <= 4000:
@@ -261,7 +275,7 @@ class VirtualPhone:
         self._c.phone_events_clear()
 
     def trace_secure(self, on: bool) -> None:
-        """Should the trace hold bounds-checked functions too?"""
+        """Decides whether the trace holds bounds-checked functions too."""
         self._c.phone_trace_secure(on)
 
     def print_log(self, least_priority: int) -> None:
@@ -299,13 +313,28 @@ class VirtualPhone:
     def fault(self, place: str, nth: int = 1, times: int = 1, value: int = 0) -> int:
         """Plans a fault: the nth use of a place fails, and so do the times - 1 after it (times 0: all of them).
 
-        place: a function's name ("socket"), "ioctl:11", "shell:ifconfig wlan0 up", "nv_read:340", "nv_write:340".
-        value: errno, exit status or code of the failure; 0 for a fitting default. Gives an id for fault_fired().
+        place: one of fault_places(), such as "socket", "ioctl:11" or "shell:ifconfig wlan0 up". value: what
+        fault_places() says for the place, 0 for its default. Returns an id for fault_fired().
         """
         identity: int = self._c.phone_fault(place.encode(), nth, times, value)
         if identity < 0:
-            raise PhoneError(f"no place {place!r}, or times {nth}, {times} that make no sense")
+            places = ", ".join(known.name for known in self.fault_places())
+            raise PhoneError(f"nth {nth} must be 1 or more, and the place {place!r} one of {places}")
         return identity
+
+    def fault_places(self) -> list[FaultPlace]:
+        """Every place where a fault can be planned."""
+        places: list[FaultPlace] = []
+        value, meaning = c_char_p(), c_char_p()
+        while (name := self._c.phone_fault_place(len(places), ctypes.byref(value), ctypes.byref(meaning))) is not None:
+            places.append(FaultPlace(name.decode(), (value.value or b"").decode(), (meaning.value or b"").decode()))
+        return places
+
+    def event_fields(self, kind: EventKind) -> list[str]:
+        """The fields that recordings hold for this kind of event besides its result."""
+        fields = c_char_p()
+        self._c.phone_event_word(kind, ctypes.byref(fields), None)
+        return (fields.value or b"").decode().split()
 
     def fault_fired(self, identity: int) -> int:
         """How often this fault has fired."""
@@ -313,12 +342,12 @@ class VirtualPhone:
         return fired
 
     def faults_unfired(self) -> int:
-        """Faults planned since the last reset that never fired: a test that ends with one proved nothing."""
+        """Faults planned since the last reset that never fired. A test that ends with one proved nothing."""
         unfired: int = self._c.phone_faults_unfired()
         return unfired
 
     def faults_clear(self) -> None:
-        """Forgets all planned faults."""
+        """Forgets all planned faults; those that never fired still count as unfired."""
         self._c.phone_faults_clear()
 
     def uses(self, place: str) -> int:
@@ -329,16 +358,16 @@ class VirtualPhone:
     # ---- Radio and NV
 
     def driver_answer(self, command: int, answer: bytes) -> None:
-        """The next answers of one driver command, instead of the radio's own."""
+        """Fixes the answer of one driver command, in place of the radio's own."""
         if self._c.phone_driver_answer(command, answer, len(answer)) != 0:
             raise PhoneError(f"no driver command {command} with an answer of {len(answer)} bytes")
 
     def driver_answers_clear(self) -> None:
-        """Back to the radio's own answers."""
+        """Returns to the radio's own answers."""
         self._c.phone_driver_answers_clear()
 
     def interface_up(self) -> bool:
-        """Is wlan0 up?"""
+        """Whether wlan0 is up."""
         return bool(self._c.phone_interface_up())
 
     def left_open(self) -> int:

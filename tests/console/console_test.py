@@ -266,6 +266,15 @@ def test_a_fault_that_never_came_fails_the_session(session):
     assert session("fault ioctl:25 1\nwifi_set_power 1 -> 1\n")[0] == 0
 
 
+def test_every_place_in_the_help_takes_a_fault(session):
+    places = re.findall(r"^  (\S+) +\S.*", station("help", "fault").stdout.partition("Places\n")[2].partition("Example")[0], re.M)
+    assert {"socket", "nv_lose:NUMBER", "shell:COMMAND"} <= set(places)
+    given = [re.sub("(ID|NUMBER|COMMAND)$", "11", place) for place in places]
+    status, reported = session("".join(f"fault {place} 1000\n" for place in given) + "wifi_set_power 1 -> 1\n")
+    unfired = [line["what"] for line in reported if line["type"] == "expectation"]
+    assert (status, unfired) == (1, [f"fault {place}" for place in given])
+
+
 def test_scripts_see_values_and_time_passes(session):
     status, reported = session(
         """

@@ -77,10 +77,37 @@ def test_every_public_function_has_a_documented_method():
         assert getattr(Library, name).__doc__, name
 
 
-def test_the_event_kinds_are_those_of_the_header():
+def test_the_event_kinds_are_those_of_the_header_and_of_the_trace_format(bench):
     body = re.search(r"enum phone_event_kind \{(.*?)\};", (ROOT / "virtual_phone/phone.h").read_text(), re.S).group(1)
     names = re.findall(r"\bPHONE_(\w+)", re.sub(r"/\*.*?\*/", "", body, flags=re.S))
     assert [kind.name for kind in EventKind] == names
+    described = {}
+    for words, text in re.findall(r"^\| (`[a-z_`, ]+`) \| (.*) \|$", kinds_in_the_docs(), re.M):
+        # A field of the format is named before the colon that explains it.
+        fields = re.sub(r":[^;]*", "", text)
+        for word in re.findall(r"`(\w+)`", words):
+            described[word] = sorted(set(re.findall(r"`(\w+)`", fields)) - {"result"})
+    assert described == {kind.name.lower(): sorted(bench.phone.event_fields(kind)) for kind in EventKind}
+
+
+def kinds_in_the_docs():
+    return (ROOT / "docs/trace.md").read_text().partition("| kind | more fields |")[2]
+
+
+def test_the_fault_places_are_those_of_the_documentation(bench):
+    places = bench.phone.fault_places()
+    table = (ROOT / "virtual_phone/README.md").read_text().partition("| place | what fails | value |")[2].partition("\n\n")[0]
+    rows = re.findall(r"^\| `([^`]+)` \| (.*) \| (.*) \|$", table, re.M)
+    assert rows == [(place.name, place.meaning, place.value) for place in places]
+    # The sweep fails each function at each of its uses, the fuzzer at random ones.
+    for other in ("tests/fault_sweep.cpp", "fuzz/call_sequence.cpp"):
+        text = (ROOT / other).read_text()
+        functions = {place.name for place in places if ":" not in place.name} - SPARED.get(other, set())
+        assert not {name for name in functions if f'"{name}"' not in text}, other
+
+
+# A fuzzer's fault may last for ever, and a wait that is interrupted for ever never ends.
+SPARED = {"fuzz/call_sequence.cpp": {"waitpid"}}
 
 
 @pytest.mark.parametrize("chip", CHIPS)
@@ -152,7 +179,7 @@ def test_calibration_through_nv(library, phone, tmp_path):
         (lambda bench: bench.library.wifi_nvram_calibrate_get(0), (ValueError, "size: 0 is not in 1..65535")),
         (lambda bench: bench.library.wifi_start_roam("02\0;reboot"), (ValueError, "target: .* NUL")),
         (lambda bench: bench.phone.set("radio.rsi", 1), (PhoneError, "did you mean radio.rssi")),
-        (lambda bench: bench.phone.fault("ioctls"), (PhoneError, "ioctls")),
+        (lambda bench: bench.phone.fault("ioctls"), (PhoneError, "'ioctls' one of socket, .*nv_lose:NUMBER")),
         (lambda bench: bench.phone.get("radio.rsi"), (KeyError, "radio.rsi")),
         (lambda bench: bench.phone.nv_put(340, "X", bytes(105)), (ValueError, "105 bytes")),
         (lambda bench: bench.phone.load("/nowhere.toml"), (PhoneError, "/nowhere.toml: cannot be read")),

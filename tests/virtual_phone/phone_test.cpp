@@ -3,7 +3,7 @@
 // are written out here a second time, so that the phone's own tables are checked.
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
-#include "virtual_phone/radio.h"
+#include "virtual_phone/radio_decode.h"
 
 #include <gtest/gtest.h>
 
@@ -144,16 +144,21 @@ protected:
   /// A request that this command takes: empty, or what it needs to be whole.
   driver_record well_formed(uint32_t command) const {
     driver_record record{facts.magic, command, {}};
-    std::string kind = radio_command_name(radio_chip(), command);
-    if (kind == "country code") memcpy(record.data.data(), "99", 3);
-    if (kind == "dynamic calibration") memcpy(record.data.data(), "11", 3);
-    if (kind == "calibration parameter") record.data[103] = 1;
-    if (kind == "RU setting") record.data[2] = 2;
+    std::string name = name_of(command);
+    if (name == "country") memcpy(record.data.data(), "99", 3);
+    if (name == "cal_interval") memcpy(record.data.data(), "11", 3);
+    if (name == "cal_parameter") record.data[103] = 1;
+    if (name == "ru_setting") record.data[2] = 2;
     if (command == 5 || command == 8) record.data[0] = 1;
     return record;
   }
 
   uint32_t radio_chip() const { return static_cast<uint32_t>(&facts - chips); }
+
+  std::string name_of(uint32_t command) const {
+    auto *form = radio_chip_command_form(radio_chip(), command);
+    return form ? form->name : "";
+  }
 
   const chip_facts &facts = chips[static_cast<size_t>(
       std::find_if(std::begin(chips), std::end(chips), [](auto &c) { return c.name == GetParam().name; }) -
@@ -163,7 +168,9 @@ protected:
 TEST_P(Chip, KnowsItsCommandsAndNoOthers) {
   for (uint32_t command = 0; command < 48; command++) {
     bool known = std::count(facts.commands.begin(), facts.commands.end(), command);
-    EXPECT_EQ(radio_command_name(radio_chip(), command) != nullptr, known) << command;
+    EXPECT_EQ(!name_of(command).empty(), known) << command;
+    int found = radio_command_id(radio_chip(), name_of(command).c_str());
+    EXPECT_EQ(found, known ? static_cast<int>(command) : -1);
     driver_record record{facts.magic, command, {}};
     if (known) record = well_formed(command);
     EXPECT_EQ(issue(record), known ? 0 : -EOPNOTSUPP) << command;
@@ -181,23 +188,12 @@ TEST_P(Chip, RefusesAnotherChipsMagic) {
 
 TEST_P(Chip, NeedsTheInterfaceForRadioWorkOnly) {
   set("interface.up", "false");
-  const std::set<std::string> need_up = {"channel",
-                                         "driver mode",
-                                         "mode",
-                                         "rate",
-                                         "bandwidth",
-                                         "transmit on/off",
-                                         "receive on/off",
-                                         "hardware MAC address",
-                                         "received packets",
-                                         "RSSI",
-                                         "country code",
-                                         "MIMO chain",
-                                         "RU setting",
-                                         "dynamic calibration"};
+  const std::set<std::string> need_up = {"channel",    "mode",       "rate",         "bandwidth", "transmit",
+                                         "receive",    "mac_filter", "packet_count", "rssi",      "country",
+                                         "mimo_chain", "ru_setting", "cal_interval"};
   for (uint32_t command : facts.commands) {
     driver_record record = well_formed(command);
-    int expected = need_up.count(radio_command_name(radio_chip(), command)) ? -ENETDOWN : 0;
+    int expected = need_up.count(name_of(command)) ? -ENETDOWN : 0;
     EXPECT_EQ(issue(record), expected) << command;
   }
   EXPECT_EQ(give(5, 0), 0) << "a test can be ended with the interface down";
@@ -275,6 +271,51 @@ TEST_P(Chip, GivesCalibrationParametersByItsOwnNumbers) {
     const char *answer = reinterpret_cast<char *>(record.data.data());
     EXPECT_STREQ(answer, known ? "1,2,3" : "");
   }
+}
+
+TEST_P(Chip, ItsCommandsAreDecoded) {
+  // By name, because the ids differ: data as sent or answered (hexadecimal, from an offset on), and as text.
+  const struct {
+    const char *name;
+    bool answered;
+    size_t at;
+    const char *bytes, *text;
+  } cases[] = {{"channel", false, 0, "\xFF\xFF\xFF\xFF", "-1"},
+               {"rssi", true, 0, "\xCC\xFF\xFF\xFF", "-52"},
+               {"bus_mode", false, 0, "\xFF\xFF\x01", "65535"},
+               {"country", false, 0, "DE and more", "DE and more"},
+               {"mac_filter", false, 0, "\x02\x0A\x1B\x2C\x3D\x4E\xFF", "020A1B2C3D4E"},
+               {"cal_parameter", false, 103, "\xC8", "200"},
+               {"ru_setting", false, 0, "\xFF\x0A\x02", "aff:2"},
+               {"connection_info", true, 1, "lab", "lab 000000000000 0"},
+               {"connection_info", true, 40, "\xD1", " 000000000000 -47"}};
+  for (auto &c : cases) {
+    int id = radio_command_id(radio_chip(), c.name);
+    if (id < 0) continue;
+    uint8_t before[256] = {}, after[256] = {};
+    memcpy((c.answered ? after : before) + c.at, c.bytes, strlen(c.bytes));
+    radio_decoded decoded;
+    radio_decode(radio_chip(), static_cast<uint32_t>(id), before, after, &decoded);
+    EXPECT_STREQ(decoded.form->name, c.name);
+    EXPECT_STREQ(c.answered ? decoded.answer : decoded.sent, c.text) << c.name;
+    EXPECT_STREQ(c.answered ? decoded.sent : decoded.answer, "") << c.name;
+  }
+}
+
+TEST(Decoding, OfACommandThatIsRefusedOrUnknown) {
+  uint8_t data[256] = {7};
+  radio_decoded decoded;
+  radio_decode(RADIO_VQ2050, 20, data, nullptr, &decoded);
+  EXPECT_STREQ(decoded.form->name, "efuse_status");
+  EXPECT_STREQ(decoded.sent, "");
+  EXPECT_STREQ(decoded.answer, "") << "a refused command has no answer";
+  radio_decode(RADIO_VQ2050, 15, data, data, &decoded);
+  EXPECT_EQ(decoded.form, nullptr);
+  EXPECT_STREQ(decoded.sent, "7");
+  EXPECT_STREQ(decoded.answer, "");
+  radio_decode(RADIO_CHIPS, 0, data, data, &decoded);
+  EXPECT_EQ(decoded.form, nullptr) << "nobody knows this chip";
+  EXPECT_EQ(radio_command_id(RADIO_VQ2040, "mimo_chain"), -1);
 }
 
 TEST_F(Phone, TheOldestChipKeepsARawBlock) {
@@ -536,6 +577,57 @@ TEST_F(Phone, AFailedCloseHasClosed) {
   int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
   EXPECT_EQ(close(descriptor), -1);
   EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
+}
+
+TEST_F(Phone, EveryListedPlaceTakesAFault) {
+  std::set<std::string> places;
+  const char *value = nullptr, *meaning = nullptr;
+  for (size_t i = 0; const char *name = phone_fault_place(i, &value, &meaning); i++) {
+    EXPECT_TRUE(*value && *meaning) << name;
+    places.insert(name);
+    std::string place = name;
+    for (auto [capitals, given] : {std::pair{"ID", "11"}, {"COMMAND", "true"}, {"NUMBER", "340"}}) {
+      if (place.ends_with(std::string(":") + capitals))
+        place.replace(place.find(':') + 1, strlen(capitals), given);
+    }
+    int id = phone_fault(place.c_str(), 1, 1, 0);
+    EXPECT_GE(id, 0) << place;
+    EXPECT_EQ(phone_fault((place + " ").c_str(), 1, 1, 0), place.starts_with("shell:") ? id + 1 : -1);
+    phone_reset();
+  }
+  EXPECT_EQ(phone_fault_place(places.size(), nullptr, nullptr), nullptr) << "a place is listed twice";
+  EXPECT_TRUE(places.count("nv_lose:NUMBER") && places.count("sscanf_s"));
+}
+
+TEST_F(Phone, APlannedZeroIsThePlacesDefault) {
+  char item[104] = "lost", read_back[104];
+  phone_fault("nv_lose:340", 1, 1, 0);
+  EXPECT_EQ(kevoOperaNVWR(0, 340, "WINVRAM", 104, item), 0);
+  EXPECT_EQ(phone_nv_get(340, "WINVRAM", read_back), 0);
+  EXPECT_EQ(read_back[0], 0) << "reported as done, not stored";
+  for (const char *place : {"kevoOperaNVWR", "nv_read:340"}) {
+    phone_fault(place, 1, 1, 0);
+    EXPECT_EQ(kevoOperaNVWR(1, 340, "WINVRAM", 104, item), -1) << place;
+  }
+  phone_fault("shell:true", 1, 1, 0);
+  EXPECT_EQ(shell("true"), 1);
+  phone_fault("fork", 1, 1, 0);
+  errno = 0;
+  EXPECT_EQ(fork(), -1);
+  EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST(PhoneTrace, EveryKindHasAWordOfItsOwn) {
+  std::set<std::string> words;
+  const char *fields = nullptr, *meaning = nullptr;
+  for (size_t kind = 0; const char *word = phone_event_word(kind, &fields, &meaning); kind++) {
+    words.insert(word);
+    EXPECT_NE(fields, nullptr) << word;
+    EXPECT_TRUE(*meaning) << word;
+  }
+  EXPECT_EQ(words.size(), static_cast<size_t>(PHONE_EVENT_KINDS));
+  EXPECT_STREQ(phone_event_word(PHONE_SECURE, &fields, nullptr), "secure");
+  EXPECT_STREQ(fields, "nth name");
 }
 
 TEST(PhoneFaults, UnfiredOnesAreCountedEvenWhenCleared) {

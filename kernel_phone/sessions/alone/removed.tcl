@@ -1,4 +1,5 @@
-# The driver module is taken out between two calls, and put back.
+# SPDX-License-Identifier: Apache-2.0
+# The driver module is removed between two calls, and loaded again.
 
 step "A transmit test runs"
 wifi_start_testmode -> 1

@@ -1,6 +1,7 @@
 #!/bin/busybox sh
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=dash
-# Takes the driver module out once wlan0 has gone down, and once more when it has come up again.
+# Removes the driver module when wlan0 has gone down, and again when it has come up.
 wait_for() {
   until [ "$(cat /sys/class/net/wlan0/flags 2>/dev/null)" = "$1" ]; do usleep 20000; done
 }

@@ -1,4 +1,5 @@
-# The driver module is taken out in the middle of a call, by vanishes.sh, which waits for the moment.
+# SPDX-License-Identifier: Apache-2.0
+# vanishes.sh removes the driver module in the middle of a call.
 
 step "While test mode waits for the WLAN service to let go"
 wifi_start_testmode -> 0
