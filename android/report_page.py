@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes the report's page into a header, as station/report/page.cmake does: prints it.
+"""Makes the report's page into a header, as console/output/page/page.cmake does: prints it.
 
-Usage: report_page.py FILE... with the files of station/report, in any order.
+Usage: report_page.py FILE... with the files of console/output/page, in any order.
 """
 
 import re

@@ -4,7 +4,7 @@
  * sub-chip are those of the virtual phone's platform half, which runs in this process. Pauses are real, and
  * nobody counts them.
  */
-#include "phone_link.h"
+#include "console/phone/phone_link.h"
 
 #include "platform.h"
 #include "radio.h"

@@ -170,9 +170,9 @@ def test_the_phones_build_has_the_sources_of_ours():
 
 
 def test_the_phones_build_makes_the_reports_page_as_ours_does():
-    sources = (ROOT / "station" / "report").iterdir()
+    sources = (ROOT / "console" / "output" / "page").iterdir()
     made = run(["/usr/bin/python3", ROOT / "android" / "report_page.py", *sources], check=True)
-    assert made.stdout == (BUILD / "station" / "report" / "report_page.h").read_text()
+    assert made.stdout == (BUILD / "console" / "output" / "page" / "report_page.h").read_text()
 
 
 # Every place that lists the chips one by one.
@@ -180,7 +180,7 @@ CHIP_LISTS = """
     Doxyfile api/dispatch.cpp api/exports.map.txt cmake/Install.cmake cmake/Library.cmake docs/chip_differences.md
     kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
     script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
-    station/functions.h station/options.cpp tests/dispatch_exports_test.py tests/phone_test.cpp
+    console/prompt/options.cpp console/run/functions.h tests/dispatch_exports_test.py tests/phone_test.cpp
     tests/phone_test.h tests/quality.cmake tests/rf_chip_tables.cpp tests/rf_tables_test.cpp virtual_phone/radio.c
 """.split()
 

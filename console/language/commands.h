@@ -1,0 +1,25 @@
+/* The session language's own commands, as one table. */
+#ifndef STATION_COMMANDS_H
+#define STATION_COMMANDS_H
+
+#include "console/language/interpreter.h"
+
+#include <span>
+
+namespace station {
+
+struct command {
+  command_help help;
+  size_t least;
+  size_t most;
+  std::string (*run)(interpreter &in, const std::vector<std::string> &words);
+};
+
+std::span<const command> commands();
+
+/** One command of these words, none of them looked into. */
+std::string to_list(const std::vector<std::string> &words);
+
+}  // namespace station
+
+#endif

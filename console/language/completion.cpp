@@ -1,0 +1,100 @@
+#include "console/language/completion.h"
+
+#include "console/language/interpreter.h"
+#include "console/phone/phone_link.h"
+#include "console/text/text.h"
+
+#include <algorithm>
+
+namespace station {
+namespace {
+
+using names = std::vector<std::string>;
+
+constexpr const char *tcl_words[] = {"append", "break",  "continue", "dict",    "expr",   "for",  "foreach",
+                                     "format", "if",     "incr",     "lappend", "lindex", "list", "llength",
+                                     "proc",   "return", "set",      "while",   "exit"};
+
+names first_words() {
+  auto all = all_command_names();
+  all.insert(all.end(), std::begin(tcl_words), std::end(tcl_words));
+  return all;
+}
+
+names phone_keys() {
+  names all;
+  for (auto &[key, meaning] : phone_link::keys()) all.push_back(key);
+  return all;
+}
+
+/** The argument that the n-th word behind the function's name is for; null behind the last. */
+const argument *nth_input(const function &f, size_t n) {
+  for (auto &a : f.arguments)
+    if (!a.is_output() && n-- == 0) return &a;
+  return nullptr;
+}
+
+names function_words(const function &f, const names &words) {
+  auto arrow = std::ranges::find(words, "->");
+  names all;
+  if (arrow != words.end()) {
+    bool name_comes = (words.end() - arrow) % 2 == 0;
+    for (auto &a : f.arguments)
+      if (name_comes && a.is_output()) all.emplace_back(a.name);
+    return all;
+  }
+  if (auto *a = nth_input(f, words.size() - 1)) {
+    for (auto &k : a->known) all.emplace_back(k.value);
+    if (a->kind == argument_kind::ignored) all = {"null", "scratch"};
+  }
+  if (words.size() - 1 >= f.least_inputs()) all.emplace_back("->");
+  return all;
+}
+
+names command_words(const session &s, const names &words) {
+  auto &first = words[0];
+  bool second = words.size() == 1;
+  if (first == "help" || first == "has" || first == "preview") return second ? all_command_names() : names{};
+  if (first == "chip") return second ? names(chip_names.begin(), chip_names.end()) : names{};
+  if (first == "expect" && second) return {"log", "no", "driver", "shell", "phone"};
+  if (first == "expect" && words[1] == "phone" && words.size() == 2) return phone_keys();
+  if (first == "expect" && words[1] == "driver") return command_names(s.chip());
+  if (first == "seen" && second) return {"driver", "shell", "log", "pauses"};
+  if (first == "phone" && second) return {"set", "get", "load", "keys"};
+  if (first == "phone" && words.size() == 2 && words[1] != "load") return phone_keys();
+  if (first == "nv" && second)
+    return {"list", "show", "snapshot", "diff", "save", "load", "backup", "restore", "clear"};
+  if (first == "fault" && second)
+    return {"ioctl",  "socket", "fork",     "waitpid",   "popen",
+            "ioctl:", "shell:", "nv_read:", "nv_write:", "nv_lose:"};
+  return {};
+}
+
+/** The words before the last one; a brace or bracket begins a command of its own. */
+names words_before(const std::string &line) {
+  names words;
+  auto from = line.find_last_of("[;");
+  for (auto &word : split(line.substr(from == line.npos ? 0 : from + 1), ' '))
+    if (!word.empty()) words.push_back(word);
+  return words;
+}
+
+}  // namespace
+
+names completions(const session &s, const std::string &line) {
+  auto cut = line.find_last_of(" [{;");
+  auto begun = cut == line.npos ? line : line.substr(cut + 1);
+  auto words = words_before(line.substr(0, line.size() - begun.size()));
+  names all;
+  if (words.empty())
+    all = first_words();
+  else if (auto *f = find_function(words[0]))
+    all = function_words(*f, words);
+  else
+    all = command_words(s, words);
+  std::erase_if(all, [&](auto &name) { return !name.starts_with(begun); });
+  std::ranges::sort(all);
+  return all;
+}
+
+}  // namespace station

@@ -1,0 +1,96 @@
+#include "console/language/help.h"
+
+#include "console/language/interpreter.h"
+#include "console/prompt/options.h"
+#include "console/run/functions.h"
+#include "console/text/text.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace station {
+namespace {
+
+std::string argument_line(const argument &a) {
+  auto line = fmt::format("  {:<12}{}", a.is_output() ? a.name : upper(a.name), a.help);
+  if (*a.unit) line += fmt::format(" [{}]", a.unit);
+  if (*a.range) line += fmt::format("; usual {}", fmt::join(split(a.range, ','), ", "));
+  if (*a.hard_range) line += fmt::format("; at most {}", a.hard_range);
+  if (a.fallback) line += fmt::format("; left out: {}", a.fallback);
+  for (auto &k : a.known)
+    if (*k.meaning) line += fmt::format("\n  {:<12}  {} = {}", "", k.value, k.meaning);
+  return line + "\n";
+}
+
+std::string arguments_text(const function &f, bool outputs) {
+  std::string text;
+  for (auto &a : f.arguments)
+    if (a.is_output() == outputs) text += argument_line(a);
+  return text.empty() ? "" : (outputs ? "Outputs\n" : "Arguments\n") + text;
+}
+
+std::string about_function(const function &f) {
+  auto text = fmt::format("{}\n  {}\n", usage(f), f.help);
+  text += arguments_text(f, false) + arguments_text(f, true);
+  text += fmt::format("Result\n  {}\n", f.result_help);
+  for (auto &m : f.meanings) text += fmt::format("  {} = {}\n", m.value, m.text);
+  text += fmt::format("Chips\n  {}\n", chip_list(f.chips));
+  for (auto &n : f.notes) text += fmt::format("  {}: {}\n", chip_list(n.chips), n.text);
+  return text + fmt::format("Example\n  {}\n", f.example);
+}
+
+std::string about_command(const command_help &c) {
+  return fmt::format("{}\n  {}\nExample\n  {}\n", c.usage, c.help, c.example);
+}
+
+std::string about_word(const word_help &w) {
+  return fmt::format("orva-station {}\n  {}, from the command line\n", w.usage, w.help);
+}
+
+}  // namespace
+
+std::string help_list() {
+  std::string text, group;
+  for (auto &f : functions()) {
+    if (group != f.group) text += fmt::format("{}{}\n", text.empty() ? "" : "\n", group = f.group);
+    text += fmt::format("  {:<38}{}{}\n", f.name, f.help,
+                        f.chips == ALL_CHIPS ? "" : " [" + chip_list(f.chips) + "]");
+  }
+  return text;
+}
+
+std::string help_overview() {
+  auto text = help_list() + "\nSession language: Tcl, with each function as a command, and\n";
+  for (auto &c : command_list()) text += fmt::format("  {:<10}{}\n", c.name, c.help);
+  return text + "\nhelp NAME explains one of them. A call may say what it expects: wifi_set_power 155 -> 1\n";
+}
+
+std::string help_about(const std::string &name) {
+  if (auto *f = find_function(name)) return about_function(*f);
+  auto command = std::ranges::find(command_list(), name, &command_help::name);
+  if (command != command_list().end()) return about_command(*command);
+  auto word = std::ranges::find(command_line_words(), name, &word_help::name);
+  if (word != command_line_words().end()) return about_word(*word);
+  throw usage_error{fmt::format("There is no function or command \"{}\".{}", name,
+                                did_you_mean(name, all_command_names()))};
+}
+
+std::string help_command_line() {
+  std::string text = "Usage: orva-station [OPTIONS] and one of\n";
+  auto line = [](std::string_view usage, const char *help) {
+    constexpr std::string_view options = "[OPTIONS] ";
+    if (usage.starts_with(options)) usage.remove_prefix(options.size());
+    return fmt::format("  {:<30}  {}\n", usage, help);
+  };
+  text += line("FUNCTION [ARGUMENT...]", "call one function");
+  for (auto &w : command_line_words()) text += line(w.usage, w.help);
+  text += line("nothing", "the prompt: the same calls, and the session language") + "\nOptions:\n";
+  for (auto &o : options())
+    text +=
+        fmt::format("  {:<18}{}\n",
+                    fmt::format("--{}{}{}", o.name, *o.value && *o.value != '[' ? " " : "", o.value), o.help);
+  return text + "\n" + exit_status_help + "\n";
+}
+
+}  // namespace station

@@ -1,0 +1,23 @@
+/* How a session is shown: a table for people, lines of JSON for programs. */
+#ifndef STATION_OUTPUT_H
+#define STATION_OUTPUT_H
+
+#include "console/run/session.h"
+
+#include <cstdio>
+
+namespace station {
+
+enum class detail { quiet, brief, full };
+
+std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour);
+std::shared_ptr<reporter> make_json_reporter(FILE *to);
+/** Throws usage_error where the file cannot be written. */
+std::shared_ptr<reporter> make_junit_reporter(const std::string &path);
+
+/** "wifi_set_power 155" */
+std::string call_text(const call_step &step);
+
+}  // namespace station
+
+#endif

@@ -1,0 +1,70 @@
+/* One call of a public function: its arguments from words, its buffers with guards, its outputs as text. */
+#ifndef STATION_CALL_H
+#define STATION_CALL_H
+
+#include "console/phone/library.h"
+#include "console/run/functions.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace station {
+
+struct output {
+  const argument *what;
+  std::string value;
+};
+
+struct call_result {
+  returned result;
+  /** The result as text: a number, or a function's name. */
+  std::string value;
+  judgement means;
+  std::vector<output> outputs;
+  /** Buffers that the function wrote outside of, each as a sentence. */
+  std::vector<std::string> overruns;
+};
+
+class prepared_call {
+public:
+  /** Takes the words behind the function's name; throws usage_error where they do not fit. */
+  prepared_call(const function &f, const std::vector<std::string> &words);
+  prepared_call(const prepared_call &) = delete;
+  prepared_call &operator=(const prepared_call &) = delete;
+  ~prepared_call();
+
+  /** The library must have the function. */
+  call_result run(const library &lib);
+
+  struct given {
+    const argument *what;
+    std::string value;
+  };
+  /** Every input with the value that is used for it. */
+  const std::vector<given> &inputs() const { return input_values; }
+  /** Values outside what makes sense, each as a sentence. */
+  const std::vector<std::string> &remarks() const { return remark_lines; }
+
+private:
+  class buffer;
+  void take_input(const argument &a, const std::string &word, slot &s);
+  void make_output(const argument &a, slot &s);
+  buffer &add_buffer(const argument &a, size_t size);
+
+  const function &called;
+  std::vector<slot> slots;
+  std::vector<given> input_values;
+  std::vector<std::string> remark_lines;
+  std::vector<std::unique_ptr<buffer>> buffers;
+};
+
+/** A call, command or option that cannot be understood; the message names the input and what would be right.
+ */
+struct usage_error {
+  std::string message;
+};
+
+}  // namespace station
+
+#endif
