@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/language/commands.h"
 #include "console/language/help.h"
 #include "console/language/interpreter.h"
@@ -21,7 +22,7 @@
 #include <tuple>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 namespace {
 
 enum exit_status { PASSED = 0, FAILED = 1, MISUSED = 2 };
@@ -211,15 +212,15 @@ exit_status run(const command_line &line) {
 }
 
 }  // namespace
-}  // namespace station
+}  // namespace console
 
 int main(int count, char **arguments) {
   Tcl_FindExecutable(arguments[0]);
   setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // who reads from a pipe sees each line when it is there
-  int status = station::MISUSED;
+  int status = console::MISUSED;
   try {
-    status = station::run(station::parse_command_line(count, arguments));
-  } catch (const station::usage_error &e) {
+    status = console::run(console::parse_command_line(count, arguments));
+  } catch (const console::usage_error &e) {
     fflush(stdout);
     fmt::print(stderr, "orva-station: {}\n", e.message);
   }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /*
  * The console's link to a phone with a real kernel: the chip is set up through the driver's control files,
  * driver commands come from the driver's own account and shell commands from the shell's. Log, NV and
@@ -21,7 +22,7 @@
 #include <sstream>
 #include <time.h>
 
-namespace station::phone_link {
+namespace console::phone_link {
 namespace {
 
 constexpr auto radio_file = "/proc/orva_radio";
@@ -364,4 +365,4 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &) { ret
 unsigned chip() { return get_orva_connectivity_subchip(); }
 bool interface_up() { return get("interface.up") == "true"; }
 
-}  // namespace station::phone_link
+}  // namespace console::phone_link

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/language/commands.h"
 
 #include "console/language/help.h"
@@ -14,7 +15,7 @@
 #include <fmt/ranges.h>
 #include <tcl.h>
 
-namespace station {
+namespace console {
 namespace {
 
 using words_t = const std::vector<std::string> &;
@@ -316,4 +317,4 @@ const std::vector<command_help> &command_list() {
   return all;
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The session language's own commands, as one table. */
-#ifndef STATION_COMMANDS_H
-#define STATION_COMMANDS_H
+#ifndef CONSOLE_COMMANDS_H
+#define CONSOLE_COMMANDS_H
 
 #include "console/language/interpreter.h"
 
 #include <span>
 
-namespace station {
+namespace console {
 
 struct command {
   command_help help;
@@ -20,6 +21,6 @@ std::span<const command> commands();
 /** One command of these words, none of them looked into. */
 std::string to_list(const std::vector<std::string> &words);
 
-}  // namespace station
+}  // namespace console
 
 #endif

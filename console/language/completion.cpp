@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/language/completion.h"
 
 #include "console/language/interpreter.h"
@@ -6,7 +7,7 @@
 
 #include <algorithm>
 
-namespace station {
+namespace console {
 namespace {
 
 using names = std::vector<std::string>;
@@ -97,4 +98,4 @@ names completions(const session &s, const std::string &line) {
   return all;
 }
 
-}  // namespace station
+}  // namespace console

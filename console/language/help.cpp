@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/language/help.h"
 
 #include "console/language/interpreter.h"
@@ -9,7 +10,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-namespace station {
+namespace console {
 namespace {
 
 std::string argument_line(const argument &a) {
@@ -93,4 +94,4 @@ std::string help_command_line() {
   return text + "\n" + exit_status_help + "\n";
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Help texts, all made from the tables of functions and commands. */
-#ifndef STATION_HELP_H
-#define STATION_HELP_H
+#ifndef CONSOLE_HELP_H
+#define CONSOLE_HELP_H
 
 #include <string>
 
-namespace station {
+namespace console {
 
 inline constexpr const char *exit_status_help =
     "Exit status: 0 every expectation held; 1 one failed, or a call without expectation failed; 2 wrong usage.";
@@ -17,6 +18,6 @@ std::string help_about(const std::string &name);
 /** The command line and its options. */
 std::string help_command_line();
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/language/interpreter.h"
 
 #include "console/language/commands.h"
@@ -15,7 +16,7 @@
 #include <fstream>
 #include <tcl.h>
 
-namespace station {
+namespace console {
 namespace {
 
 std::vector<std::string> words_of(int count, Tcl_Obj *const objects[]) {
@@ -39,7 +40,7 @@ template <class F> int answer(Tcl_Interp *tcl, F f) {
 }
 
 interpreter &owner(Tcl_Interp *tcl) {
-  return *static_cast<interpreter *>(Tcl_GetAssocData(tcl, "station", nullptr));
+  return *static_cast<interpreter *>(Tcl_GetAssocData(tcl, "console", nullptr));
 }
 
 int on_function(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[]) {
@@ -124,7 +125,7 @@ interpreter::interpreter(session &s)
     : running(s), tcl(Tcl_CreateInterp()), stop(std::make_unique<async_stop>()) {
   Tcl_MakeSafe(tcl);
   for (auto *name : hidden) Tcl_HideCommand(tcl, name, name);
-  Tcl_SetAssocData(tcl, "station", nullptr, this);
+  Tcl_SetAssocData(tcl, "console", nullptr, this);
   for (auto &f : functions())
     Tcl_CreateObjCommand(tcl, f.name, on_function, const_cast<function *>(&f), nullptr);
   for (auto &c : commands())
@@ -192,4 +193,4 @@ bool interpreter::run_file(const std::string &path) {
   return false;
 }
 
-}  // namespace station
+}  // namespace console

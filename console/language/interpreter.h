@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 /*
  * The session language: Tcl without its doors to the outside (no files, programs or sockets), with one
  * command for each public function and a few for what is expected. Scripts, the prompt and one-shot calls
  * share it.
  */
-#ifndef STATION_INTERPRETER_H
-#define STATION_INTERPRETER_H
+#ifndef CONSOLE_INTERPRETER_H
+#define CONSOLE_INTERPRETER_H
 
 #include "console/run/session.h"
 
@@ -15,7 +16,7 @@
 struct Tcl_Interp;
 struct Tcl_Obj;
 
-namespace station {
+namespace console {
 
 struct command_help {
   const char *name;
@@ -59,6 +60,6 @@ private:
   std::string script;
 };
 
-}  // namespace station
+}  // namespace console
 
 #endif

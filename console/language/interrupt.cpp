@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/language/interrupt.h"
 
 #include "console/language/interpreter.h"
 
-namespace station {
+namespace console {
 
 volatile std::sig_atomic_t interrupted;
 
@@ -17,4 +18,4 @@ interrupt_guard::interrupt_guard() {
 
 interrupt_guard::~interrupt_guard() { sigaction(SIGINT, &before, nullptr); }
 
-}  // namespace station
+}  // namespace console

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 // Ctrl-C ends what runs, not the console.
-#ifndef STATION_INTERRUPT_H
-#define STATION_INTERRUPT_H
+#ifndef CONSOLE_INTERRUPT_H
+#define CONSOLE_INTERRUPT_H
 
 #include <csignal>
 
-namespace station {
+namespace console {
 
 /** Ctrl-C was pressed since this was last set to 0. */
 extern volatile std::sig_atomic_t interrupted;
@@ -21,6 +22,6 @@ private:
   struct sigaction before;
 };
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The part of the session language that is written in itself. */
-#ifndef STATION_SWEEP_H
-#define STATION_SWEEP_H
+#ifndef CONSOLE_SWEEP_H
+#define CONSOLE_SWEEP_H
 
-namespace station {
+namespace console {
 
 /* sweep {channel {2412 2437} power {100 155}} { body }: the body for every combination, the last name
  * fastest. */
@@ -33,6 +34,6 @@ proc sweep {names body} {
 }
 )";
 
-}  // namespace station
+}  // namespace console
 
 #endif

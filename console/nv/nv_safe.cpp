@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/nv/nv_safe.h"
 
 #include "console/language/interpreter.h"
@@ -13,7 +14,7 @@
 #include <iostream>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 namespace {
 
 using items_t = std::vector<phone_link::nv_item>;
@@ -214,4 +215,4 @@ std::string run_nv(words_t words, session &s, const interpreter *in) {
   return std::string(trim_end(found->run(s, word)));
 }
 
-}  // namespace station
+}  // namespace console

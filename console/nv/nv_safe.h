@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Work on an NV store that lasts: look first, ask, write, read back. */
-#ifndef STATION_NV_SAFE_H
-#define STATION_NV_SAFE_H
+#ifndef CONSOLE_NV_SAFE_H
+#define CONSOLE_NV_SAFE_H
 
 #include "console/run/session.h"
 
 #include <functional>
 
-namespace station {
+namespace console {
 
 class interpreter;
 
@@ -29,6 +30,6 @@ std::vector<expectation> read_back();
  * what it shows. */
 std::string run_nv(const std::vector<std::string> &words, session &s, const interpreter *in);
 
-}  // namespace station
+}  // namespace console
 
 #endif

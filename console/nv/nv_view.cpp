@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/nv/nv_view.h"
 
 #include "console/phone/observed.h"
@@ -11,7 +12,7 @@
 #include <optional>
 #include <sstream>
 
-namespace station {
+namespace console {
 namespace {
 
 constexpr size_t item_size = 104;
@@ -147,4 +148,4 @@ std::string nv_save(const std::string &path) {
   return fmt::format("{} saved to {}.\n", counted(items.size(), "NV item"), path);
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The NV store as text: to look at, to save, to load. */
-#ifndef STATION_NV_VIEW_H
-#define STATION_NV_VIEW_H
+#ifndef CONSOLE_NV_VIEW_H
+#define CONSOLE_NV_VIEW_H
 
 #include "console/phone/phone_link.h"
 
@@ -9,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 /** What a store holds, value by value: item and parameter -> "10,-300,5000", or a block's bytes but zeros. */
 using nv_values = std::map<std::pair<std::string, std::string>, std::string>;
@@ -37,6 +38,6 @@ std::string nv_save(const std::string &path);
 /** From here on nv_diff tells what has changed since. */
 void nv_snapshot();
 
-}  // namespace station
+}  // namespace console
 
 #endif

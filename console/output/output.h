@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 /* How a session is shown: a table for people, lines of JSON for programs. */
-#ifndef STATION_OUTPUT_H
-#define STATION_OUTPUT_H
+#ifndef CONSOLE_OUTPUT_H
+#define CONSOLE_OUTPUT_H
 
 #include "console/run/session.h"
 
 #include <cstdio>
 
-namespace station {
+namespace console {
 
 enum class detail { quiet, brief, full };
 
@@ -18,6 +19,6 @@ std::shared_ptr<reporter> make_junit_reporter(const std::string &path);
 /** "wifi_set_power 155" */
 std::string call_text(const call_step &step);
 
-}  // namespace station
+}  // namespace console
 
 #endif

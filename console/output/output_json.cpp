@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 
 #include "console/phone/causes.h"
@@ -6,7 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-namespace station {
+namespace console {
 namespace {
 
 using json = nlohmann::ordered_json;
@@ -128,4 +129,4 @@ private:
 
 std::shared_ptr<reporter> make_json_reporter(FILE *to) { return std::make_shared<json_reporter>(to); }
 
-}  // namespace station
+}  // namespace console

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 
 #include "console/phone/causes.h"
@@ -7,7 +8,7 @@
 #include <fmt/format.h>
 #include <tinyxml2.h>
 
-namespace station {
+namespace console {
 namespace {
 
 using tinyxml2::XMLElement;
@@ -111,4 +112,4 @@ std::shared_ptr<reporter> make_junit_reporter(const std::string &path) {
   return std::make_shared<junit_reporter>(path);
 }
 
-}  // namespace station
+}  // namespace console

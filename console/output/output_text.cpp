@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 #include "console/phone/causes.h"
 #include "console/text/text.h"
@@ -9,7 +10,7 @@
 #include <fmt/ranges.h>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 namespace {
 
 constexpr const char *GREEN = "32", *RED = "1;31", *YELLOW = "33", *BOLD = "1", *DIM = "2";
@@ -123,7 +124,7 @@ private:
 
   /** For a terminal. Who reads from a pipe gets each line whole. */
   std::string fold(const std::string &text, size_t indent) const {
-    return terminal ? station::fold(text, width, indent) : text;
+    return terminal ? console::fold(text, width, indent) : text;
   }
 
   void clear_bar() {
@@ -271,4 +272,4 @@ std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool col
   return std::make_shared<text_reporter>(to, how_much, colour);
 }
 
-}  // namespace station
+}  // namespace console

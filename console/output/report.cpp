@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/output/report.h"
 
 #include "console/output/output.h"
@@ -13,7 +14,7 @@
 #include <nlohmann/json.hpp>
 #include <random>
 
-namespace station {
+namespace console {
 namespace {
 
 using json = nlohmann::ordered_json;
@@ -207,4 +208,4 @@ std::shared_ptr<reporter> make_report_reporter(const std::string &path, const se
   return std::make_shared<report_reporter>(path, with);
 }
 
-}  // namespace station
+}  // namespace console

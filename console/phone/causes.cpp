@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/causes.h"
 
 #include <algorithm>
@@ -6,7 +7,7 @@
 #include <fmt/format.h>
 #include <set>
 
-namespace station {
+namespace console {
 namespace {
 
 struct error_row {
@@ -125,4 +126,4 @@ std::vector<likely_cause> likely_causes(const call_step &step) {
   return causes;
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,14 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Why something was refused, and what helps: one table for the check before a session and for a call that
  * fails. */
-#ifndef STATION_CAUSES_H
-#define STATION_CAUSES_H
+#ifndef CONSOLE_CAUSES_H
+#define CONSOLE_CAUSES_H
 
 #include "console/run/session.h"
 
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 struct cause {
   std::string name; /**< "ENODEV", "exit status 127", "code 2" */
@@ -32,6 +33,6 @@ struct likely_cause : cause {
 /** Of a call that failed: each kind of trouble that it met, at most three. None for a call that did not. */
 std::vector<likely_cause> likely_causes(const call_step &step);
 
-}  // namespace station
+}  // namespace console
 
 #endif

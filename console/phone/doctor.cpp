@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/doctor.h"
 
 #include "console/phone/causes.h"
@@ -20,7 +21,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 namespace {
 
 constexpr unsigned long private_request = 0x89F2;
@@ -291,4 +292,4 @@ bool tell(const std::vector<finding> &findings, bool json) {
   return absent == 0;
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,13 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Before a session: what the phone has of all that a test needs, and what helps where it is missing. */
-#ifndef STATION_DOCTOR_H
-#define STATION_DOCTOR_H
+#ifndef CONSOLE_DOCTOR_H
+#define CONSOLE_DOCTOR_H
 
 #include "console/run/session.h"
 
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 enum class presence { ok, missing, unknown };
 
@@ -26,6 +27,6 @@ std::vector<finding> examine(const settings &with, bool write);
 /** Prints the findings, as JSON lines where wanted; true where nothing is missing. */
 bool tell(const std::vector<finding> &findings, bool json);
 
-}  // namespace station
+}  // namespace console
 
 #endif

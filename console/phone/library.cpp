@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/library.h"
 
 #include <dlfcn.h>
 #include <fmt/format.h>
 
-namespace station {
+namespace console {
 
 std::string library::load(const std::string &path) {
   unload();
@@ -24,4 +25,4 @@ std::string library::name_of(const void *address) {
   return dladdr(address, &info) && info.dli_sname ? info.dli_sname : "";
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The library under test, loaded at run time so that its absence can be told in words. */
-#ifndef STATION_LIBRARY_H
-#define STATION_LIBRARY_H
+#ifndef CONSOLE_LIBRARY_H
+#define CONSOLE_LIBRARY_H
 
 #include <string>
 
-namespace station {
+namespace console {
 
 class library {
 public:
@@ -21,6 +22,6 @@ private:
   void *handle = nullptr;
 };
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/observed.h"
 
 #include "console/phone/phone_link.h"
@@ -12,7 +13,7 @@
 #include <numeric>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 namespace {
 
 /** What a command's data area holds, on its way to the driver or back. */
@@ -313,4 +314,4 @@ std::vector<std::string> command_names(unsigned chip) {
   return names;
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 /* What a call did to the phone, told in words: driver commands by name, shell commands, pauses, log, NV. */
-#ifndef STATION_OBSERVED_H
-#define STATION_OBSERVED_H
+#ifndef CONSOLE_OBSERVED_H
+#define CONSOLE_OBSERVED_H
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 struct driver_command {
   uint32_t id;
@@ -93,6 +94,6 @@ int command_id(unsigned chip, const std::string &name);
 /** Every command name of a chip. */
 std::vector<std::string> command_names(unsigned chip);
 
-}  // namespace station
+}  // namespace console
 
 #endif

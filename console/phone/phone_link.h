@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 /*
  * What the console asks of the phone besides the library's functions. Three implementations: for the virtual
  * phone, for the phone with a real kernel (kernel_phone/), and for a phone that is really there, of which the
  * console sees nothing but the library's answers.
  */
-#ifndef STATION_PHONE_LINK_H
-#define STATION_PHONE_LINK_H
+#ifndef CONSOLE_PHONE_LINK_H
+#define CONSOLE_PHONE_LINK_H
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wshadow"  // struct and function phone_event share their name, as C allows
@@ -18,11 +19,11 @@
 #include <utility>
 #include <vector>
 
-namespace station {
+namespace console {
 using contact = struct phone_event;
 }
 
-namespace station::phone_link {
+namespace console::phone_link {
 
 /** False where a real phone is tested: then nothing can be set up, watched or made to fail. */
 bool is_virtual();
@@ -73,6 +74,6 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &act);
 unsigned chip();
 bool interface_up();
 
-}  // namespace station::phone_link
+}  // namespace console::phone_link
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/phone_link.h"
 
 #include "platform.h"
@@ -5,7 +6,7 @@
 #include <chrono>
 #include <unistd.h>
 
-namespace station::phone_link {
+namespace console::phone_link {
 namespace {
 
 const std::string not_here = "this console tests a real phone: only orva-station has a virtual one to set up";
@@ -76,4 +77,4 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &) { ret
 unsigned chip() { return get_orva_connectivity_subchip(); }
 bool interface_up() { return false; }
 
-}  // namespace station::phone_link
+}  // namespace console::phone_link

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/phone_link.h"
 
 #include "platform.h"
@@ -6,7 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace station::phone_link {
+namespace console::phone_link {
 namespace {
 
 constexpr size_t message_size = 512;
@@ -140,4 +141,4 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &act) {
 unsigned chip() { return get_orva_connectivity_subchip(); }
 bool interface_up() { return phone_interface_up() != 0; }
 
-}  // namespace station::phone_link
+}  // namespace console::phone_link

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/platform_functions.h"
 
 #include <algorithm>
@@ -9,7 +10,7 @@
 #include <link.h>
 #include <regex>
 
-namespace station {
+namespace console {
 namespace {
 
 /** A library's file, read with care: it is one that did not load. */
@@ -99,4 +100,4 @@ std::vector<std::string> undefined_functions(const std::string &message) {
   return all.empty() ? std::vector{refused.function} : all;
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Which functions of a library that would not load the phone does not have. */
-#ifndef STATION_PLATFORM_FUNCTIONS_H
-#define STATION_PLATFORM_FUNCTIONS_H
+#ifndef CONSOLE_PLATFORM_FUNCTIONS_H
+#define CONSOLE_PLATFORM_FUNCTIONS_H
 
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 /**
  * A loader's message names one undefined function: that one, and all others that the library of the message
@@ -13,6 +14,6 @@ namespace station {
  */
 std::vector<std::string> undefined_functions(const std::string &message);
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/phone/trace_view.h"
 
 #include "console/phone/phone_link.h"
@@ -7,7 +8,7 @@
 #include <fmt/format.h>
 #include <span>
 
-namespace station {
+namespace console {
 namespace {
 
 constexpr const char *kind_names[] = {"socket", "ioctl",   "close",   "fork",     "exec",  "wait",
@@ -46,4 +47,4 @@ std::string log_text(int least_priority) {
   return text;
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/prompt/generate.h"
 
 #include "console/language/help.h"
@@ -10,7 +11,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-namespace station {
+namespace console {
 namespace {
 
 std::string replaced(std::string text, const std::string &from, const std::string &to) {
@@ -289,4 +290,4 @@ std::string generate(const std::string &what) {
   return found->make();
 }
 
-}  // namespace station
+}  // namespace console

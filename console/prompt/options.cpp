@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/prompt/options.h"
 
 #include "console/text/text.h"
@@ -7,7 +8,7 @@
 #include <getopt.h>
 #include <map>
 
-namespace station {
+namespace console {
 namespace {
 
 void set_chip(command_line &line, const std::string &name) {
@@ -165,4 +166,4 @@ command_line parse_command_line(int count, char **arguments) {
   return line;
 }
 
-}  // namespace station
+}  // namespace console

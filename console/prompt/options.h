@@ -1,13 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The command line. */
-#ifndef STATION_OPTIONS_H
-#define STATION_OPTIONS_H
+#ifndef CONSOLE_OPTIONS_H
+#define CONSOLE_OPTIONS_H
 
 #include "console/output/output.h"
 #include "console/run/session.h"
 
 #include <span>
 
-namespace station {
+namespace console {
 
 struct command_line {
   settings with;
@@ -55,6 +56,6 @@ int log_priority(const std::string &name);
 /** Throws usage_error for anything it does not understand. */
 command_line parse_command_line(int count, char **arguments);
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/prompt/prompt.h"
 
 #include "console/language/completion.h"
@@ -18,7 +19,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 namespace {
 
 const session *completing;  // the line editor hands no context to its callbacks
@@ -145,4 +146,4 @@ bool run_prompt(session &s) {
   return understood || source.is_terminal();
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The interactive console. */
-#ifndef STATION_PROMPT_H
-#define STATION_PROMPT_H
+#ifndef CONSOLE_PROMPT_H
+#define CONSOLE_PROMPT_H
 
 #include "console/run/session.h"
 
-namespace station {
+namespace console {
 
 /**
  * Reads and runs commands until the end of the input or "exit".
@@ -12,6 +13,6 @@ namespace station {
  */
 bool run_prompt(session &s);
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/record/player.h"
 #include "script.h"
 
-namespace station::player {
+namespace console::player {
 namespace {
 
 constexpr size_t record_size = 264;
@@ -44,4 +45,4 @@ void plan(const recorded_call &call) {
                   c.at("result").get<int>());
 }
 
-}  // namespace station::player
+}  // namespace console::player

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/record/recording.h"
 
 #include "console/phone/causes.h"
@@ -13,7 +14,7 @@
 #include <map>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 namespace {
 
 constexpr int format_version = 1;
@@ -309,4 +310,4 @@ std::shared_ptr<reporter> make_trace_reporter(const std::string &path) {
   return std::make_shared<trace_reporter>(path);
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 /* A session written down: every call and every contact with the phone, as JSON lines. docs/trace.md has the
  * format. */
-#ifndef STATION_RECORDING_H
-#define STATION_RECORDING_H
+#ifndef CONSOLE_RECORDING_H
+#define CONSOLE_RECORDING_H
 
 #include "console/phone/phone_link.h"
 #include "console/run/session.h"
@@ -10,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 using json = nlohmann::ordered_json;
 
@@ -53,6 +54,6 @@ phone_event_kind contact_kind(const std::string &name);
 
 std::shared_ptr<reporter> make_trace_reporter(const std::string &path);
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/record/replay.h"
 
 #include "console/record/player.h"
@@ -7,7 +8,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 
-namespace station {
+namespace console {
 namespace {
 
 /** What a call did and gave, as lines to compare; the outcome is the last. */
@@ -116,4 +117,4 @@ bool diff_recordings(const std::string &first, const std::string &second) {
   return true;
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/run/call.h"
 
 #include "console/text/text.h"
@@ -8,7 +9,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-namespace station {
+namespace console {
 
 /** Room for the library to write to, between two guards that must stay as they are. */
 class prepared_call::buffer {
@@ -184,4 +185,4 @@ call_result prepared_call::run(const library &lib) {
   return r;
 }
 
-}  // namespace station
+}  // namespace console

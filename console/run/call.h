@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 /* One call of a public function: its arguments from words, its buffers with guards, its outputs as text. */
-#ifndef STATION_CALL_H
-#define STATION_CALL_H
+#ifndef CONSOLE_CALL_H
+#define CONSOLE_CALL_H
 
 #include "console/phone/library.h"
 #include "console/run/functions.h"
@@ -9,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 struct output {
   const argument *what;
@@ -65,6 +66,6 @@ struct usage_error {
   std::string message;
 };
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/run/expectations.h"
 
 #include "console/phone/phone_link.h"
@@ -8,7 +9,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-namespace station {
+namespace console {
 namespace {
 
 bool is_number(const function &f, const std::string &name) {
@@ -138,4 +139,4 @@ expectation expect_log(const call_step &step, const std::string &pattern, bool p
   return {present ? "log" : "no log", pattern, got, found.empty() != present};
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 /* What may be expected of a call, and whether it came. */
-#ifndef STATION_EXPECTATIONS_H
-#define STATION_EXPECTATIONS_H
+#ifndef CONSOLE_EXPECTATIONS_H
+#define CONSOLE_EXPECTATIONS_H
 
 #include "console/run/session.h"
 
-namespace station {
+namespace console {
 
 struct wanted {
   std::string name; /**< "result", or an output's name */
@@ -29,6 +30,6 @@ expectation expect_log(const call_step &step, const std::string &pattern, bool p
 /** What the virtual phone's description or state has come to. */
 expectation expect_phone(const std::string &key, const std::string &limits);
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/run/functions.h"
 
 #include "console/text/text.h"
@@ -10,7 +11,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace station {
+namespace console {
 namespace {
 
 template <class T> T from_slot(const slot &s) {
@@ -819,4 +820,4 @@ std::string usage(const function &f) {
   return line;
 }
 
-}  // namespace station
+}  // namespace console

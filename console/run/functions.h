@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 /*
  * What the console knows about each public function: one table that the parser, the calls, the help, the
  * completion and the machine-readable output are all made from, so that none of them can tell another story.
  */
-#ifndef STATION_FUNCTIONS_H
-#define STATION_FUNCTIONS_H
+#ifndef CONSOLE_FUNCTIONS_H
+#define CONSOLE_FUNCTIONS_H
 
 #include <array>
 #include <cstdint>
@@ -12,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace station {
+namespace console {
 
 inline constexpr std::array<const char *, 4> chip_names = {"vq2040", "vq2050", "vq2040a", "vq2070"};
 
@@ -124,6 +125,6 @@ std::string chip_list(uint8_t chips);
 /** "wifi_set_power POWER", "wifi_start_rx [MAC]" */
 std::string usage(const function &f);
 
-}  // namespace station
+}  // namespace console
 
 #endif

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/run/session.h"
 
 #include "console/nv/nv_safe.h"
@@ -10,7 +11,7 @@
 #include <fmt/ranges.h>
 #include <iterator>
 
-namespace station {
+namespace console {
 
 std::string place::text() const { return file.empty() ? "" : fmt::format("{}:{}", file, line); }
 
@@ -162,4 +163,4 @@ const char *session::chip_name() const {
   return chip() < chip_names.size() ? chip_names[chip()] : "unknown chip";
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 /* One session: the phone, the library, the calls made, and which expectations held. */
-#ifndef STATION_SESSION_H
-#define STATION_SESSION_H
+#ifndef CONSOLE_SESSION_H
+#define CONSOLE_SESSION_H
 
 #include "console/phone/observed.h"
 #include "console/run/call.h"
@@ -10,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace station {
+namespace console {
 
 /** Where in a script something happened; no file for a one-shot call. */
 struct place {
@@ -158,6 +159,6 @@ private:
   std::vector<planned> faults;
 };
 
-}  // namespace station
+}  // namespace console
 
 #endif

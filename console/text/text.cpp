@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/text/text.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 #include <tcl.h>
 #include <unistd.h>
 
-namespace station {
+namespace console {
 
 std::string upper(std::string_view text) {
   std::string result(text);
@@ -132,4 +133,4 @@ std::string hex(const void *bytes, size_t size) {
   return fmt::format("{:02X}", fmt::join(first, first + size, ""));
 }
 
-}  // namespace station
+}  // namespace console

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Small text helpers. */
-#ifndef STATION_TEXT_H
-#define STATION_TEXT_H
+#ifndef CONSOLE_TEXT_H
+#define CONSOLE_TEXT_H
 
 #include <cstdint>
 #include <optional>
@@ -8,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace station {
+namespace console {
 
 std::string upper(std::string_view text);
 std::vector<std::string> split(std::string_view text, char separator);
@@ -37,6 +38,6 @@ bool glob(const std::string &pattern, const std::string &text);
 /** Bytes as upper-case hexadecimal digits. */
 std::string hex(const void *bytes, size_t size);
 
-}  // namespace station
+}  // namespace console
 
 #endif

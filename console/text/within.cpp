@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/text/within.h"
 
 #include "console/text/text.h"
@@ -7,7 +8,7 @@
 #include <fmt/format.h>
 #include <optional>
 
-namespace station {
+namespace console {
 namespace {
 
 struct range {
@@ -72,4 +73,4 @@ bool within(const std::string &limits, const std::string &value) {
   return false;
 }
 
-}  // namespace station
+}  // namespace console

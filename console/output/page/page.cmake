@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The report's page becomes a header of three texts, made anew when one of its sources changes.
 set(sources page.html page.css model.js dom.js time_axis.js calibration.js steps.js log.js page.js)
 list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
