@@ -1,18 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
+// The program: what the command line begins with decides what is done.
+#include "console/doctor/doctor.h"
+#include "console/language/command_line_words.h"
 #include "console/language/commands.h"
 #include "console/language/help.h"
 #include "console/language/interpreter.h"
 #include "console/language/interrupt.h"
-#include "console/nv/nv_safe.h"
+#include "console/language/nv_commands.h"
 #include "console/output/report.h"
-#include "console/phone/doctor.h"
-#include "console/phone/phone_link.h"
+#include "console/phone/chips.h"
 #include "console/prompt/generate.h"
 #include "console/prompt/options.h"
 #include "console/prompt/prompt.h"
 #include "console/record/recording.h"
 #include "console/record/replay.h"
+#include "console/text/tcl_list.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -41,7 +45,7 @@ reporters make_reporters(const command_line &line) {
 
 std::vector<settings> chips_to_test(const command_line &line) {
   if (!line.all_chips) return {line.with};
-  std::vector<settings> all(chip_names.size(), line.with);
+  std::vector<settings> all(chip_count, line.with);
   for (unsigned i = 0; i < all.size(); ++i) all[i].chip = i;
   return all;
 }
@@ -72,7 +76,7 @@ exit_status run_sessions(const command_line &line) {
 /** What a word may have been meant for that is neither a function nor one of the command line's words. */
 std::string no_such_word(const std::string &word) {
   if (word.ends_with(".tcl")) return fmt::format("To run a session: orva-station run {}", word);
-  if (std::ranges::find(command_list(), word, &command_help::name) != command_list().end())
+  if (find_command(word))
     return fmt::format("\"{}\" is a command of sessions and of the prompt; see orva-station help {}.", word,
                        word);
   std::vector<std::string> names;
@@ -107,7 +111,7 @@ exit_status run_nv_command(const command_line &line) {
   std::vector<std::string> words(line.words.begin() + 1, line.words.end());
   session s(line.with, "", {});
   s.start();
-  auto text = run_nv(words.empty() ? std::vector<std::string>{""} : words, s, nullptr);
+  auto text = run_nv(words, s, [](const std::string &path) { return path; });
   if (!text.empty()) fmt::print("{}\n", text);
   return s.so_far().passed() ? PASSED : FAILED;
 }
@@ -122,7 +126,7 @@ exit_status run_preview(const command_line &line) {
     session s(with, "", {});
     s.start();
     interpreter in(s);
-    auto seen = preview(s, fmt::format("{}", fmt::join(words, " ")), [&] { in.eval(to_list(words)); });
+    auto seen = s.preview(fmt::format("{}", fmt::join(words, " ")), [&] { in.eval(to_list(words)); });
     fmt::print("{}: {}Nothing was changed.\n", s.chip_name(), seen.text);
     good &= seen.good;
   }
@@ -142,8 +146,8 @@ exit_status run_interactive(const command_line &line) {
 exit_status run_help(const command_line &line) {
   if (line.words.size() > 2)
     throw usage_error{"help: name one function, as in: orva-station help wifi_set_power"};
-  auto text =
-      line.words.size() == 2 ? help_about(line.words[1]) : help_command_line() + "\n" + help_overview();
+  auto text = line.words.size() == 2 ? help_about(line.words[1], command_list())
+                                     : command_line_help() + "\n" + help_overview(command_list());
   fmt::print("{}", fold(text, page_width()));
   return PASSED;
 }
@@ -177,17 +181,18 @@ exit_status run_generate(const command_line &line) {
   return PASSED;
 }
 
-/** The words of command_line_words, and what does them; any other is a function. */
+/** What does each of command_line_words. */
 const std::map<std::string, exit_status (*)(const command_line &)> runners = {
-    {"", run_interactive},      {"run", run_sessions}, {"nv", run_nv_command}, {"preview", run_preview},
-    {"generate", run_generate}, {"list", run_list},    {"help", run_help},     {"doctor", run_doctor},
-    {"replay", run_replay},     {"diff", run_diff},
+    {"run", run_sessions},      {"nv", run_nv_command}, {"preview", run_preview},
+    {"generate", run_generate}, {"list", run_list},     {"help", run_help},
+    {"doctor", run_doctor},     {"replay", run_replay}, {"diff", run_diff},
 };
 
 /** An option that would be ignored is a mistake: a page that was asked for would never come. */
 void refuse_idle_options(const command_line &line) {
   auto word = line.words.empty() ? "" : line.words[0];
-  bool one_call = !word.empty() && !runners.contains(word), runs = one_call || word.empty() || word == "run";
+  bool one_call = !word.empty() && !find_command_line_word(word),
+       runs = one_call || word.empty() || word == "run";
   const std::tuple<const char *, bool, bool, const char *> rules[] = {
       {"--expect", !line.expect.empty(), one_call, "a single call; in a session it stands behind ->"},
       {"--write", line.write, word == "doctor", "doctor"},
@@ -202,13 +207,14 @@ void refuse_idle_options(const command_line &line) {
 }
 
 exit_status run(const command_line &line) {
-  if (line.help) return fmt::print("{}", fold(help_command_line(), page_width())), PASSED;
+  if (line.help) return fmt::print("{}", fold(command_line_help(), page_width())), PASSED;
   if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), PASSED;
   refuse_idle_options(line);
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
-  auto found = runners.find(line.words.empty() ? "" : line.words[0]);
-  return found == runners.end() ? run_call(line) : found->second(line);
+  if (line.words.empty()) return run_interactive(line);
+  auto *word = find_command_line_word(line.words[0]);
+  return word ? runners.at(word->name)(line) : run_call(line);
 }
 
 }  // namespace

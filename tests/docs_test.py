@@ -180,7 +180,7 @@ CHIP_LISTS = """
     Doxyfile api/dispatch.cpp api/exports.map.txt cmake/Install.cmake cmake/Library.cmake docs/chip_differences.md
     kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
     script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
-    console/prompt/options.cpp console/run/functions.h tests/dispatch_exports_test.py tests/phone_test.cpp
+    console/phone/chips.h tests/dispatch_exports_test.py tests/phone_test.cpp
     tests/phone_test.h tests/quality.cmake tests/rf_chip_tables.cpp tests/rf_tables_test.cpp virtual_phone/radio.c
 """.split()
 

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/language/completion.h"
 
-#include "console/language/interpreter.h"
+#include "console/language/commands.h"
+#include "console/phone/chips.h"
+#include "console/phone/fault_places.h"
+#include "console/phone/log_priority.h"
 #include "console/phone/phone_link.h"
 #include "console/text/text.h"
 
@@ -52,22 +55,24 @@ names function_words(const function &f, const names &words) {
   return all;
 }
 
+/** For the second word of a command. */
+names second_words(const std::string &command) {
+  if (command == "help" || command == "has" || command == "preview") return all_command_names();
+  if (command == "chip") return chip_names();
+  if (command == "log") return log_priority_names();
+  names all;
+  if (command == "fault")
+    for (auto &place : fault_places) all.emplace_back(place.begins);
+  if (command == "expect") return {"log", "no", "driver", "shell", "phone"};
+  auto *found = find_command(command);
+  return found && !found->words.empty() ? names_of(found->words) : all;
+}
+
 names command_words(const session &s, const names &words) {
-  auto &first = words[0];
-  bool second = words.size() == 1;
-  if (first == "help" || first == "has" || first == "preview") return second ? all_command_names() : names{};
-  if (first == "chip") return second ? names(chip_names.begin(), chip_names.end()) : names{};
-  if (first == "expect" && second) return {"log", "no", "driver", "shell", "phone"};
-  if (first == "expect" && words[1] == "phone" && words.size() == 2) return phone_keys();
-  if (first == "expect" && words[1] == "driver") return command_names(s.chip());
-  if (first == "seen" && second) return {"driver", "shell", "log", "pauses"};
-  if (first == "phone" && second) return {"set", "get", "load", "keys"};
-  if (first == "phone" && words.size() == 2 && words[1] != "load") return phone_keys();
-  if (first == "nv" && second)
-    return {"list", "show", "snapshot", "diff", "save", "load", "backup", "restore", "clear"};
-  if (first == "fault" && second)
-    return {"ioctl",  "socket", "fork",     "waitpid",   "popen",
-            "ioctl:", "shell:", "nv_read:", "nv_write:", "nv_lose:"};
+  if (words.size() == 1) return second_words(words[0]);
+  bool phone = words[0] == "phone" || (words[0] == "expect" && words[1] == "phone");
+  if (phone && words.size() == 2 && words[1] != "load") return phone_keys();
+  if (words[0] == "expect" && words[1] == "driver") return command_names(s.chip());
   return {};
 }
 

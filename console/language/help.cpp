@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/language/help.h"
 
-#include "console/language/interpreter.h"
-#include "console/prompt/options.h"
+#include "console/language/command_line_words.h"
 #include "console/run/functions.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -45,7 +45,7 @@ std::string about_command(const command_help &c) {
   return fmt::format("{}\n  {}\nExample\n  {}\n", c.usage, c.help, c.example);
 }
 
-std::string about_word(const word_help &w) {
+std::string about_word(const command_line_word &w) {
   return fmt::format("orva-station {}\n  {}, from the command line\n", w.usage, w.help);
 }
 
@@ -61,37 +61,22 @@ std::string help_list() {
   return text;
 }
 
-std::string help_overview() {
+std::string help_overview(const std::vector<command_help> &commands) {
   auto text = help_list() + "\nSession language: Tcl, with each function as a command, and\n";
-  for (auto &c : command_list()) text += fmt::format("  {:<10}{}\n", c.name, c.help);
+  for (auto &c : commands) text += fmt::format("  {:<10}{}\n", c.name, c.help);
   return text + "\nhelp NAME explains one of them. A call may say what it expects: wifi_set_power 155 -> 1\n";
 }
 
-std::string help_about(const std::string &name) {
+std::string help_about(const std::string &name, const std::vector<command_help> &commands) {
   if (auto *f = find_function(name)) return about_function(*f);
-  auto command = std::ranges::find(command_list(), name, &command_help::name);
-  if (command != command_list().end()) return about_command(*command);
-  auto word = std::ranges::find(command_line_words(), name, &word_help::name);
-  if (word != command_line_words().end()) return about_word(*word);
-  throw usage_error{fmt::format("There is no function or command \"{}\".{}", name,
-                                did_you_mean(name, all_command_names()))};
-}
-
-std::string help_command_line() {
-  std::string text = "Usage: orva-station [OPTIONS] and one of\n";
-  auto line = [](std::string_view usage, const char *help) {
-    constexpr std::string_view options = "[OPTIONS] ";
-    if (usage.starts_with(options)) usage.remove_prefix(options.size());
-    return fmt::format("  {:<30}  {}\n", usage, help);
-  };
-  text += line("FUNCTION [ARGUMENT...]", "call one function");
-  for (auto &w : command_line_words()) text += line(w.usage, w.help);
-  text += line("nothing", "the prompt: the same calls, and the session language") + "\nOptions:\n";
-  for (auto &o : options())
-    text +=
-        fmt::format("  {:<18}{}\n",
-                    fmt::format("--{}{}{}", o.name, *o.value && *o.value != '[' ? " " : "", o.value), o.help);
-  return text + "\n" + exit_status_help + "\n";
+  auto command = std::ranges::find(commands, name, &command_help::name);
+  if (command != commands.end()) return about_command(*command);
+  if (auto *word = find_command_line_word(name)) return about_word(*word);
+  std::vector<std::string> names;
+  for (auto &f : functions()) names.emplace_back(f.name);
+  for (auto &c : commands) names.emplace_back(c.name);
+  throw usage_error{
+      fmt::format("There is no function or command \"{}\".{}", name, did_you_mean(name, names))};
 }
 
 }  // namespace console

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/language/interpreter.h"
 
-#include "console/language/commands.h"
+#include "console/language/command_line_words.h"
 #include "console/language/sweep.h"
-#include "console/prompt/options.h"
 #include "console/run/functions.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -69,7 +69,7 @@ int on_unknown(ClientData, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[])
   return answer(tcl, [&]() -> std::string {
     auto words = words_of(count, objects);
     auto name = words.empty() ? "" : words[0];
-    if (std::ranges::find(command_line_words(), name, &word_help::name) != command_line_words().end())
+    if (find_command_line_word(name))
       throw usage_error{fmt::format("\"{0}\" is for the command line: orva-station {0} ...", name)};
     if (std::ranges::find(out_of_reach, name) != std::end(out_of_reach))
       throw usage_error{fmt::format("\"{}\": a session reaches no files, programs or sockets.", name)};
@@ -91,13 +91,6 @@ std::string dict_value(Tcl_Interp *tcl, Tcl_Obj *dict, const char *name) {
 }
 
 }  // namespace
-
-std::vector<std::string> all_command_names() {
-  std::vector<std::string> names;
-  for (auto &f : functions()) names.emplace_back(f.name);
-  for (auto &c : command_list()) names.emplace_back(c.name);
-  return names;
-}
 
 /** Tcl asks between two commands whether it was interrupted. */
 struct interpreter::async_stop {

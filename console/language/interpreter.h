@@ -7,50 +7,35 @@
 #ifndef CONSOLE_INTERPRETER_H
 #define CONSOLE_INTERPRETER_H
 
-#include "console/run/session.h"
+#include "console/language/commands.h"
 
 #include <memory>
 #include <string>
-#include <vector>
 
 struct Tcl_Interp;
-struct Tcl_Obj;
 
 namespace console {
 
-struct command_help {
-  const char *name;
-  const char *usage;
-  const char *help;
-  const char *example;
-};
-/** The commands besides the public functions. */
-const std::vector<command_help> &command_list();
-/** Functions and commands, for completion and for guesses at what was meant. */
-std::vector<std::string> all_command_names();
-
-class interpreter {
+class interpreter : public script_context {
 public:
   explicit interpreter(session &s);
-  ~interpreter();
+  virtual ~interpreter();
   interpreter(const interpreter &) = delete;
   interpreter &operator=(const interpreter &) = delete;
 
-  /** Throws usage_error for a script that cannot be read. */
+  /** Throws usage_error for a script that cannot be read or holds no command. */
   static void check_file(const std::string &path);
-  /** Runs a script to its end or first error, which is reported; false then. */
+  /** Runs a script. An error ends it, is reported to the session, and gives false. */
   bool run_file(const std::string &path);
-  /** Evaluates one command; gives its value, or throws usage_error with what went wrong. */
-  std::string eval(const std::string &command);
-  /** Ends the command that runs, from a signal handler. */
+  /** Ends the command that runs. Safe to call from a signal handler. */
   static void interrupt();
-  /** Is it a whole command, or does a brace wait for its partner? */
+  /** Is the text a whole command, with every brace and quote closed? */
   static bool complete(const std::string &text);
 
-  session &current() { return running; }
-  place where() const;
-  /** A path as a script means it: relative to the script. */
-  std::string beside_script(const std::string &path) const;
+  session &current() override { return running; }
+  place where() const override;
+  std::string beside_script(const std::string &path) const override;
+  std::string eval(const std::string &command) override;
 
 private:
   session &running;

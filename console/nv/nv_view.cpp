@@ -2,8 +2,8 @@
 #include "console/nv/nv_view.h"
 
 #include "console/phone/observed.h"
-#include "console/run/call.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <cerrno>
 #include <cstring>
@@ -15,7 +15,7 @@
 namespace console {
 namespace {
 
-constexpr size_t item_size = 104;
+using phone_link::nv_item_size;
 
 std::string bytes_of_hex(const std::string &digits, const std::string &where) {
   std::string bytes;
@@ -37,8 +37,8 @@ phone_link::nv_item parse_item(const std::string &line, const std::string &where
     throw usage_error{fmt::format("{}: \"{}\": an NV line is NUMBER NAME CONTENTS.", where, line)};
   auto content = line.substr(std::min(line.size(), words[0].size() + words[1].size() + 2));
   if (content.starts_with("0x")) content = bytes_of_hex(content.substr(2), where);
-  if (content.size() > item_size)
-    throw usage_error{fmt::format("{}: {} bytes; an item holds {}.", where, content.size(), item_size)};
+  if (content.size() > nv_item_size)
+    throw usage_error{fmt::format("{}: {} bytes; an item holds {}.", where, content.size(), nv_item_size)};
   return {static_cast<uint32_t>(*number), words[1], content};
 }
 

@@ -3,9 +3,10 @@
 #ifndef CONSOLE_OUTPUT_H
 #define CONSOLE_OUTPUT_H
 
-#include "console/run/session.h"
+#include "console/run/reporter.h"
 
 #include <cstdio>
+#include <memory>
 
 namespace console {
 

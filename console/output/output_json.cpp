@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 
-#include "console/phone/causes.h"
 #include "console/text/text.h"
 
 #include <fmt/format.h>
@@ -14,6 +13,7 @@ using json = nlohmann::ordered_json;
 
 const char *verdict_name(outcome o) {
   static constexpr const char *names[] = {"good", "bad", "plain"};
+  static_assert(std::size(names) == static_cast<size_t>(outcome::plain) + 1);
   return names[static_cast<size_t>(o)];
 }
 
@@ -84,7 +84,7 @@ public:
     for (auto &i : step.inputs) arguments[i.what->name] = value_json(i.value, i.what->is_number());
     for (auto &o : step.result.outputs) outputs[o.what->name] = value_json(o.value, o.what->is_number());
     for (auto &e : step.expectations) wants.push_back(to_json(e));
-    for (auto &c : likely_causes(step)) causes.push_back(to_json(c));
+    for (auto &c : step.causes()) causes.push_back(to_json(c));
     json line = {
         {"function", step.called->name},
         {"arguments", arguments},

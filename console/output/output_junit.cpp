@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 
-#include "console/phone/causes.h"
+#include "console/text/usage_error.h"
 
 #include <cerrno>
 #include <cstring>
@@ -92,7 +92,7 @@ private:
 
   static std::string causes(const call_step &step) {
     std::string text;
-    for (auto &c : likely_causes(step)) text += c.text() + "\n";
+    for (auto &c : step.causes()) text += c.text() + "\n";
     return text;
   }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
-#include "console/phone/causes.h"
+#include "console/phone/log_priority.h"
 #include "console/text/text.h"
 
 #include <algorithm>
@@ -200,13 +200,10 @@ private:
 
   /** What the library itself logged as an error, closest to the cause. */
   void reasons(const call_step &step) {
-    constexpr int error_priority = 6;
-    bool errors =
-        std::ranges::any_of(step.seen.log, [](auto &line) { return line.priority >= error_priority; });
+    bool errors = std::ranges::any_of(step.seen.log, [](auto &line) { return line.priority >= LOG_ERROR; });
     for (auto &line : step.seen.log)
-      if (!errors || line.priority >= error_priority)
-        print("{}\n", fold("        log      " + line.text, 17));
-    for (auto &c : likely_causes(step)) print("{}\n", fold("        cause    " + c.text(), 17));
+      if (!errors || line.priority >= LOG_ERROR) print("{}\n", fold("        log      " + line.text, 17));
+    for (auto &c : step.causes()) print("{}\n", fold("        cause    " + c.text(), 17));
   }
 
   void details(const call_step &step) {

@@ -3,6 +3,7 @@
 
 #include "console/output/output.h"
 #include "console/phone/phone_link.h"
+#include "console/text/usage_error.h"
 #include "report_page.h"
 
 #include <cerrno>

@@ -4,7 +4,8 @@
 #ifndef CONSOLE_REPORT_H
 #define CONSOLE_REPORT_H
 
-#include "console/run/session.h"
+#include "console/phone/settings.h"
+#include "console/run/reporter.h"
 
 #include <memory>
 #include <string>

@@ -115,12 +115,11 @@ cause cause_of(const trouble &t) {
 
 std::string likely_cause::text() const { return fmt::format("{}: {}: {}. Cure: {}.", what, name, why, cure); }
 
-std::vector<likely_cause> likely_causes(const call_step &step) {
+std::vector<likely_cause> likely_causes(const observed &seen) {
   constexpr size_t enough = 3;
   std::vector<likely_cause> causes;
-  if (!step.failed()) return causes;
   std::set<std::pair<trouble_kind, int64_t>> told;
-  for (auto &t : step.seen.troubles)
+  for (auto &t : seen.troubles)
     if (causes.size() < enough && told.insert({t.kind, t.number}).second)
       causes.push_back({cause_of(t), t.what});
   return causes;

@@ -4,7 +4,7 @@
 #ifndef CONSOLE_CAUSES_H
 #define CONSOLE_CAUSES_H
 
-#include "console/run/session.h"
+#include "console/phone/observed.h"
 
 #include <string>
 #include <vector>
@@ -31,7 +31,7 @@ struct likely_cause : cause {
 };
 
 /** Of a call that failed: each kind of trouble that it met, at most three. None for a call that did not. */
-std::vector<likely_cause> likely_causes(const call_step &step);
+std::vector<likely_cause> likely_causes(const observed &seen);
 
 }  // namespace console
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/phone/observed.h"
 
+#include "console/phone/chips.h"
 #include "console/phone/phone_link.h"
-#include "console/run/functions.h"
 #include "console/text/text.h"
 
 #include <algorithm>

@@ -54,10 +54,13 @@ void print_log(int least_priority);
 int plan_fault(const std::string &place, unsigned nth, unsigned times, int value);
 unsigned fault_fired(int id);
 
+/** Bytes of a driver record and of an NV item. */
+inline constexpr size_t record_size = 264, nv_item_size = 104;
+
 struct nv_item {
   uint32_t number;
   std::string name;
-  std::string bytes; /**< 104 of them */
+  std::string bytes; /**< nv_item_size of them as read */
 };
 std::vector<nv_item> nv_items();
 bool put_nv(const nv_item &item);

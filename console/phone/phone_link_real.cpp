@@ -10,7 +10,6 @@ namespace console::phone_link {
 namespace {
 
 const std::string not_here = "this console tests a real phone: only orva-station has a virtual one to set up";
-constexpr size_t item_size = 104;
 
 /** Every item that some chip keeps its calibration in: the service cannot be asked what it holds. */
 constexpr std::pair<uint32_t, const char *> kept[] = {
@@ -54,8 +53,8 @@ unsigned fault_fired(int) { return 0; }
 std::vector<nv_item> nv_items() {
   std::vector<nv_item> all;
   for (auto &[number, name] : kept) {
-    std::string bytes(item_size, '\0');
-    bool read = kevoOperaNVWR(ORVA_NV_READ, number, name, item_size, bytes.data()) == 0;
+    std::string bytes(nv_item_size, '\0');
+    bool read = kevoOperaNVWR(ORVA_NV_READ, number, name, nv_item_size, bytes.data()) == 0;
     if (read && bytes.find_first_not_of('\0') != bytes.npos) all.push_back({number, name, bytes});
   }
   return all;
@@ -63,8 +62,8 @@ std::vector<nv_item> nv_items() {
 
 bool put_nv(const nv_item &item) {
   auto bytes = item.bytes;
-  bytes.resize(item_size);
-  return kevoOperaNVWR(ORVA_NV_WRITE, item.number, item.name.c_str(), item_size, bytes.data()) == 0;
+  bytes.resize(nv_item_size);
+  return kevoOperaNVWR(ORVA_NV_WRITE, item.number, item.name.c_str(), nv_item_size, bytes.data()) == 0;
 }
 
 void clear_nv() {

@@ -11,7 +11,6 @@ namespace console::phone_link {
 namespace {
 
 constexpr size_t message_size = 512;
-constexpr size_t item_size = 104;
 
 template <class F> std::string message_of(F f) {
   char message[message_size] = "";
@@ -101,10 +100,10 @@ unsigned fault_fired(int id) { return phone_fault_fired(id); }
 std::vector<nv_item> nv_items() {
   std::vector<nv_item> all;
   nv_item item;
-  char name[64], bytes[item_size];
+  char name[64], bytes[nv_item_size];
   while (phone_nv_at(all.size(), &item.number, name, sizeof name, bytes) == 1) {
     item.name = name;
-    item.bytes.assign(bytes, item_size);
+    item.bytes.assign(bytes, nv_item_size);
     all.push_back(item);
   }
   return all;
@@ -112,7 +111,7 @@ std::vector<nv_item> nv_items() {
 
 bool put_nv(const nv_item &item) {
   auto bytes = item.bytes;
-  bytes.resize(item_size);
+  bytes.resize(nv_item_size);
   return phone_nv_put(item.number, item.name.c_str(), bytes.data()) == 0;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/phone/trace_view.h"
 
+#include "console/phone/contact_kind.h"
+#include "console/phone/log_priority.h"
 #include "console/phone/phone_link.h"
 #include "console/text/text.h"
 
@@ -10,10 +12,6 @@
 
 namespace console {
 namespace {
-
-constexpr const char *kind_names[] = {"socket", "ioctl",   "close",   "fork",     "exec",  "wait",
-                                      "popen",  "fread",   "pclose",  "open",     "write", "sleep",
-                                      "log",    "subchip", "nv_read", "nv_write", "secure"};
 
 std::string what(const contact &e) {
   switch (e.kind) {
@@ -34,8 +32,7 @@ std::string trace_text(size_t count) {
   auto all = phone_link::contacts();
   for (auto *e : std::span(all).first(std::min(count, all.size())))
     text += fmt::format("{:>12.6f}  {:<9}{} -> {}\n", static_cast<double>(e->time_us) / 1e6,
-                        static_cast<size_t>(e->kind) < std::size(kind_names) ? kind_names[e->kind] : "?",
-                        what(*e), e->result);
+                        contact_name(e->kind), what(*e), e->result);
   return text;
 }
 
@@ -43,7 +40,7 @@ std::string log_text(int least_priority) {
   std::string text;
   for (auto *e : phone_link::contacts())
     if (e->kind == PHONE_LOG && e->number[0] >= least_priority)
-      text += fmt::format("{}/{}: {}\n", "??VDIWEF"[e->number[0] & 7], e -> name, trim_end(e->text));
+      text += fmt::format("{}/{}: {}\n", log_letter(e->number[0]), e->name, trim_end(e->text));
   return text;
 }
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/prompt/generate.h"
 
-#include "console/language/help.h"
-#include "console/language/interpreter.h"
+#include "console/language/command_line_words.h"
+#include "console/language/commands.h"
 #include "console/prompt/options.h"
 #include "console/run/functions.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -94,8 +95,8 @@ std::string option_names() {
 std::string bash_values(bool optional) {
   std::string rows;
   for (auto &o : options())
-    if (*o.value && (*o.value == '[') == optional)
-      rows += fmt::format("  [--{}]={}\n", o.name, quoted(*o.known ? o.known : " "));
+    if (o.takes_value() && o.value_is_optional() == optional)
+      rows += fmt::format("  [--{}]={}\n", o.name, quoted(o.known.empty() ? " " : o.known));
   return rows;
 }
 
@@ -108,7 +109,7 @@ std::string bash_arguments() {
         rows += fmt::format("  ['{} {}']={}\n", f.name, i + 1, quoted(words));
   }
   for (auto &w : command_line_words())
-    if (*w.known) rows += fmt::format("  ['{} 1']={}\n", w.name, quoted(w.known));
+    if (!w.known.empty()) rows += fmt::format("  ['{} 1']={}\n", w.name, quoted(w.known));
   return rows;
 }
 
@@ -153,10 +154,9 @@ std::string described(const std::string &word, const std::string &meaning) {
 
 std::string zsh_option(const option_help &o) {
   auto help = replaced(replaced(replaced(o.help, "[", "("), "]", ")"), ":", "\\:");
-  if (!*o.value) return fmt::format("--{}[{}]", o.name, help);
-  bool optional = *o.value == '[';
-  std::string known = o.known;
-  auto values = known == "FILE" ? "_files" : known.empty() ? " " : "(" + known + ")";
+  if (!o.takes_value()) return fmt::format("--{}[{}]", o.name, help);
+  bool optional = o.value_is_optional();
+  auto values = o.known == "FILE" ? "_files" : o.known.empty() ? " " : "(" + o.known + ")";
   return fmt::format("--{}{}[{}]:{}{}:{}", o.name, optional ? "=-" : "=", help, optional ? ":" : "",
                      upper(o.name), values);
 }
@@ -177,7 +177,7 @@ std::string zsh_arguments() {
     }
   }
   for (auto &w : command_line_words())
-    if (*w.known) add(w.name, 1, split(w.known, ' '));
+    if (!w.known.empty()) add(w.name, 1, split(w.known, ' '));
   return rows;
 }
 
@@ -267,8 +267,7 @@ std::string man() {
       "\n";
   for (auto &w : command_line_words()) text += tagged(w.name, w.help);
   text += ".SH OPTIONS\n";
-  for (auto &o : options())
-    text += tagged(fmt::format("--{}{}{}", o.name, *o.value && *o.value != '[' ? " " : "", o.value), o.help);
+  for (auto &o : options()) text += tagged(o.usage(), o.help);
   text += ".SH FUNCTIONS\n" + man_functions();
   text += ".SH SESSION LANGUAGE\nTcl, with each function as a command, and\n";
   for (auto &c : command_list()) text += tagged(c.usage, c.help);
@@ -276,10 +275,12 @@ std::string man() {
 }
 
 struct product {
-  const char *name;
+  std::string_view name;
   std::string (*make)();
 };
 constexpr product products[] = {{"bash", bash}, {"zsh", zsh}, {"man", man}};
+static_assert(std::ranges::equal(products, generated_names, {}, &product::name),
+              "what can be generated is what the command line offers");
 
 }  // namespace
 

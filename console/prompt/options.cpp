@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/prompt/options.h"
 
+#include "console/language/command_line_words.h"
+#include "console/phone/chips.h"
+#include "console/phone/log_priority.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <getopt.h>
-#include <map>
 
 namespace console {
 namespace {
@@ -16,8 +20,8 @@ void set_chip(command_line &line, const std::string &name) {
   if ((line.all_chips = name == "all")) return;
   auto chip = chip_index(name);
   if (!chip)
-    throw usage_error{fmt::format(
-        "--chip {}: there is no such chip: give vq2040, vq2050, vq2040a, vq2070, 0 to 3, or all.", name)};
+    throw usage_error{fmt::format("--chip {}: there is no such chip: give {}, 0 to {}, or all.", name,
+                                  fmt::join(chip_names(), ", "), chip_count - 1)};
   line.with.chip = *chip;
 }
 
@@ -25,6 +29,19 @@ void set_clock(command_line &line, const std::string &name) {
   if (name != "real" && name != "virtual")
     throw usage_error{fmt::format("--clock {}: give real or virtual.", name)};
   line.with.real_clock = name == "real";
+}
+
+std::string chip_help() {
+  auto names = chip_names();
+  names[0] += " (default)";
+  return fmt::format("{}, 0 to {}, or all for one session after the other", fmt::join(names, ", "),
+                     chip_count - 1);
+}
+
+std::string log_help() {
+  auto names = log_priority_names();
+  names[0] += " (default)";
+  return fmt::format("the phone's log on stderr, from {} on", either(names));
 }
 
 struct known_option {
@@ -35,17 +52,13 @@ struct known_option {
 using text = const std::string &;
 
 const known_option known_options[] = {
-    {{"chip", "NAME",
-      "vq2040 (default), vq2050, vq2040a, vq2070, 0 to 3, or all for one session after the other",
-      "vq2040 vq2050 vq2040a vq2070 all"},
-     set_chip},
+    {{"chip", "NAME", chip_help(), fmt::format("{} all", fmt::join(chip_names(), " "))}, set_chip},
     {{"phone", "FILE", "description of the virtual phone", "FILE"},
      [](command_line &line, text value) { line.with.phone_file = value; }},
     {{"clock", "CLOCK", "virtual (default): pauses cost no time; real: they are waited for", "virtual real"},
      set_clock},
-    {{"log", "[=PRIORITY]", "the phone's log on stderr, from debug (default), info, warn or error on",
-      "debug info warn error"},
-     [](command_line &line, text value) { line.with.log_priority = log_priority(value); }},
+    {{"log", "[=PRIORITY]", log_help(), fmt::format("{}", fmt::join(log_priority_names(), " "))},
+     [](command_line &line, text value) { line.with.log_priority = parse_log_priority(value); }},
     {{"nv", "FILE", "keeps NV in this file instead of in memory", "FILE"},
      [](command_line &line, text value) { line.with.nv_file = value; }},
     {{"yes", "", "changes a lasting NV store (--nv, or a phone's own) without asking"},
@@ -73,28 +86,15 @@ const known_option known_options[] = {
     {{"version", "", "tells the version"}, [](command_line &line, text) { line.version = true; }},
 };
 
-constexpr word_help words[] = {
-    {"run", "[OPTIONS] run SESSION.tcl...", "run sessions", "FILE"},
-    {"preview", "[OPTIONS] preview FUNCTION [ARGUMENT...]", "tell what a call would change in NV",
-     "FUNCTION"},
-    {"nv", "[OPTIONS] nv WORD [NUMBER|FILE]", "list, show, diff, save, load, backup, restore or clear NV",
-     "list show diff save load backup restore clear"},
-    {"doctor", "[OPTIONS] doctor", "tell what is missing for a session, and what helps"},
-    {"replay", "[OPTIONS] replay FILE", "run a recording's calls again, the phone answering as then", "FILE"},
-    {"diff", "diff FILE FILE", "tell where two recordings part", "FILE"},
-    {"list", "list", "name every function"},
-    {"help", "help [FUNCTION]", "explain one, or tell all there is", "FUNCTION"},
-    {"generate", "generate bash|zsh|man", "print a shell's completion, or the page of the manual",
-     "bash zsh man"},
-};
-
 /** The option table as getopt_long reads it; the places in the table are the ids, behind all characters. */
 constexpr int first_id = 256;
 
 std::vector<option> getopt_table() {
   std::vector<option> all;
   for (auto &o : known_options) {
-    int has = !*o.help.value ? no_argument : *o.help.value == '[' ? optional_argument : required_argument;
+    int has = !o.help.takes_value()        ? no_argument
+              : o.help.value_is_optional() ? optional_argument
+                                           : required_argument;
     all.push_back({o.help.name, has, nullptr, first_id + static_cast<int>(all.size())});
   }
   all.push_back({});
@@ -113,7 +113,7 @@ void refuse_late_options(const std::vector<std::string> &given) {
     for (auto &o : known_options) {
       auto name = fmt::format("--{}", o.help.name);
       if (given[i] != name && !given[i].starts_with(name + "=")) continue;
-      bool value_behind = given[i] == name && *o.help.value && *o.help.value != '[';
+      bool value_behind = given[i] == name && o.help.takes_value() && !o.help.value_is_optional();
       throw usage_error{
           fmt::format("{0} stands behind {1}: options come first, as in: orva-station {0}{2} {1}", given[i],
                       given[0], value_behind ? fmt::format(" {}", o.help.value) : "")};
@@ -121,8 +121,6 @@ void refuse_late_options(const std::vector<std::string> &given) {
 }
 
 }  // namespace
-
-std::span<const word_help> command_line_words() { return words; }
 
 const std::vector<option_help> &options() {
   static const std::vector<option_help> all = [] {
@@ -133,13 +131,22 @@ const std::vector<option_help> &options() {
   return all;
 }
 
-int log_priority(const std::string &name) {
-  static const std::map<std::string, int> priorities = {
-      {"", 3},  {"verbose", 2}, {"debug", 3}, {"info", 4}, {"warn", 5}, {"error", 6},
-      {"V", 2}, {"D", 3},       {"I", 4},     {"W", 5},    {"E", 6}};
-  auto found = priorities.find(name);
-  if (found != priorities.end()) return found->second;
-  throw usage_error{fmt::format("There is no log priority \"{}\": give debug, info, warn or error.", name)};
+std::string option_help::usage() const {
+  return fmt::format("--{}{}{}", name, takes_value() && !value_is_optional() ? " " : "", value);
+}
+
+std::string command_line_help() {
+  std::string text = "Usage: orva-station [OPTIONS] and one of\n";
+  auto line = [](std::string_view usage, std::string_view help) {
+    constexpr std::string_view prefix = "[OPTIONS] ";
+    if (usage.starts_with(prefix)) usage.remove_prefix(prefix.size());
+    return fmt::format("  {:<30}  {}\n", usage, help);
+  };
+  text += line("FUNCTION [ARGUMENT...]", "call one function");
+  for (auto &w : command_line_words()) text += line(w.usage, w.help);
+  text += line("nothing", "the prompt: calls and the session language, line by line") + "\nOptions:\n";
+  for (auto &o : options()) text += fmt::format("  {:<18}{}\n", o.usage(), o.help);
+  return text + "\n" + exit_status_help + "\n";
 }
 
 command_line parse_command_line(int count, char **arguments) {

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The command line. */
+// The command line: its options, and the words that follow them.
 #ifndef CONSOLE_OPTIONS_H
 #define CONSOLE_OPTIONS_H
 
 #include "console/output/output.h"
-#include "console/run/session.h"
+#include "console/phone/settings.h"
 
-#include <span>
+#include <string>
+#include <vector>
 
 namespace console {
 
@@ -15,43 +16,40 @@ struct command_line {
   bool all_chips = false;
   bool json = false;
   detail how_much = detail::full;
-  /** What a one-shot call should give: "RESULT ?NAME LIMITS ...?" */
+  /** What a one-shot call is expected to give: "RESULT ?NAME LIMITS ...?" */
   std::string expect;
   std::string junit_file;
   std::string report_file;
   std::string trace_file;
-  /** doctor may write an NV item back as it was read. */
+  /** doctor also tests writing to NV. */
   bool write = false;
   bool help = false;
   bool version = false;
-  /** What is not an option: a function and its arguments, or one of command_line_words and its own. */
+  /** What follows the options: a function or a command, and its arguments. */
   std::vector<std::string> words;
 };
 
-/** One option as its users read it: the parser, the help, the completion and the man page are made from
- * these. */
+/** One option. The parser, help, completion and the manual page are made from these. */
 struct option_help {
   const char *name;
-  /** What stands behind it: "" nothing, "NAME" a value, "[=NAME]" one that may be left out. */
+  /** What follows: "" nothing, "NAME" a value, "[=NAME]" one that may be left out. */
   const char *value;
-  const char *help;
-  /** Values that can be told beforehand, separated by spaces; "FILE" where it is any file. */
-  const char *known = "";
+  std::string help;
+  /** The values to offer, separated by spaces; "FILE" for any file. */
+  std::string known = "";
+
+  bool takes_value() const { return *value != 0; }
+  bool value_is_optional() const { return *value == '['; }
+  /** "--chip NAME", "--log[=PRIORITY]" */
+  std::string usage() const;
 };
 const std::vector<option_help> &options();
 
-/** What the command line may begin with besides a function, for the help, the completion and the man page. */
-struct word_help {
-  const char *name;
-  const char *usage;
-  const char *help;
-  /** As above, for the word behind it; "FUNCTION" where a function's name comes. */
-  const char *known = "";
-};
-std::span<const word_help> command_line_words();
+inline constexpr const char *exit_status_help =
+    "Exit status: 0 every expectation held; 1 one failed, or a call without expectation failed; 2 wrong usage.";
 
-/** A priority by name, "" for debug; throws usage_error. */
-int log_priority(const std::string &name);
+/** The command line and its options. */
+std::string command_line_help();
 
 /** Throws usage_error for anything it does not understand. */
 command_line parse_command_line(int count, char **arguments);

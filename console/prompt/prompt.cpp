@@ -5,6 +5,7 @@
 #include "console/language/interpreter.h"
 #include "console/language/interrupt.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/record/player.h"
+
+#include "console/phone/contact_kind.h"
 #include "script.h"
 
 namespace console::player {
 namespace {
 
-constexpr size_t record_size = 264;
+using phone_link::record_size;
 
 std::string bytes_of(const json &c, const char *field, size_t size = 0) {
   auto bytes = unhex(c.value(field, ""));

@@ -2,8 +2,11 @@
 #include "console/record/recording.h"
 
 #include "console/phone/causes.h"
+#include "console/phone/contact_kind.h"
 #include "console/record/player.h"
+#include "console/run/functions.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,10 +21,7 @@ namespace console {
 namespace {
 
 constexpr int format_version = 1;
-constexpr size_t record_size = 264;
-constexpr const char *kind_names[] = {"socket", "ioctl",   "close",   "fork",     "exec",  "wait",
-                                      "popen",  "fread",   "pclose",  "open",     "write", "sleep",
-                                      "log",    "subchip", "nv_read", "nv_write", "secure"};
+using phone_link::record_size;
 
 // ---- Writing ---------------------------------------------------------------------------------------------
 
@@ -34,7 +34,7 @@ std::string trimmed_hex(const char *bytes, size_t size) {
 class contact_writer {
 public:
   json write(const contact &e) {
-    json line = {{"type", "contact"}, {"kind", kind_names[e.kind]}, {"at_us", e.time_us}};
+    json line = {{"type", "contact"}, {"kind", contact_name(e.kind)}, {"at_us", e.time_us}};
     if (e.kind == PHONE_IOCTL) add_request(line, e);
     if (e.kind == PHONE_CLOSE) line["on"] = place_of(e.number[0]);
     if (e.kind == PHONE_SLEEP) line["us"] = e.number[0];
@@ -295,12 +295,6 @@ std::string unhex(const std::string &digits) {
     bytes.push_back(static_cast<char>(*number));
   }
   return bytes;
-}
-
-phone_event_kind contact_kind(const std::string &name) {
-  auto found = std::ranges::find(kind_names, name);
-  if (found != std::end(kind_names)) return static_cast<phone_event_kind>(found - kind_names);
-  throw usage_error{fmt::format("\"{}\" is no kind of contact: {}.", name, fmt::join(kind_names, ", "))};
 }
 
 std::shared_ptr<reporter> make_trace_reporter(const std::string &path) {

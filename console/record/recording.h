@@ -5,8 +5,9 @@
 #define CONSOLE_RECORDING_H
 
 #include "console/phone/phone_link.h"
-#include "console/run/session.h"
+#include "console/run/reporter.h"
 
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -49,9 +50,6 @@ json outputs_json(const call_result &result);
 
 /** The bytes of hexadecimal digits; throws usage_error. */
 std::string unhex(const std::string &digits);
-/** Throws usage_error for a name that is none. */
-phone_event_kind contact_kind(const std::string &name);
-
 std::shared_ptr<reporter> make_trace_reporter(const std::string &path);
 
 }  // namespace console

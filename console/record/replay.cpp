@@ -3,7 +3,9 @@
 
 #include "console/record/player.h"
 #include "console/record/recording.h"
+#include "console/run/functions.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -63,10 +65,8 @@ recorded_call run_again(const recorded_call &then, const library &lib) {
 }
 
 void load_for(const recorded_call &call, const settings &with, library &lib) {
-  auto message = lib.load(with.library);
-  if (!message.empty()) throw usage_error{message};
-  for (unsigned chip = 0; chip < chip_names.size(); ++chip)
-    if (call.chip == chip_names[chip]) phone_link::set("chip", chip_names[chip]);
+  require(lib.load(with.library));
+  phone_link::set("chip", call.chip);  // an unknown chip's name changes nothing
 }
 
 void require_function(const library &lib, const recorded_call &call, const settings &with) {

@@ -3,7 +3,7 @@
 #ifndef CONSOLE_REPLAY_H
 #define CONSOLE_REPLAY_H
 
-#include "console/run/session.h"
+#include "console/phone/settings.h"
 
 #include <string>
 

@@ -2,6 +2,7 @@
 #include "console/run/call.h"
 
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 #include "console/text/within.h"
 
 #include <algorithm>

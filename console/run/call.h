@@ -60,12 +60,6 @@ private:
   std::vector<std::unique_ptr<buffer>> buffers;
 };
 
-/** A call, command or option that cannot be understood; the message names the input and what would be right.
- */
-struct usage_error {
-  std::string message;
-};
-
 }  // namespace console
 
 #endif

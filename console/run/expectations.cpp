@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/run/expectations.h"
 
+#include "console/phone/chips.h"
 #include "console/phone/phone_link.h"
 #include "console/text/text.h"
+#include "console/text/usage_error.h"
 #include "console/text/within.h"
 
 #include <algorithm>
@@ -53,7 +55,7 @@ wanted_command parse_command(std::string text, unsigned chip) {
   auto id = number ? *number : command_id(chip, name);
   if (id < 0)
     throw usage_error{fmt::format("expect driver: \"{}\" is no driver command of {}: give its id or name.{}",
-                                  name, chip < chip_names.size() ? chip_names[chip] : "this chip",
+                                  name, chip < chip_count ? chip_name(chip) : "this chip",
                                   did_you_mean(name, command_names(chip)))};
   return {static_cast<uint32_t>(id), equals == text.npos ? "*" : text.substr(equals + 1), !refused};
 }
@@ -92,6 +94,10 @@ std::vector<expectation> judge_result(const call_result &result, const std::vect
   }
   for (auto &overrun : result.overruns) all.push_back({"buffers", "untouched outside", overrun, false});
   return all;
+}
+
+expectation not_kept(const nv_change &change) {
+  return {fmt::format("read back {} {}", change.item, change.parameter), change.before, change.after, false};
 }
 
 expectation expect_driver(const call_step &step, const std::vector<std::string> &wants, unsigned chip) {

@@ -3,7 +3,8 @@
 #ifndef CONSOLE_EXPECTATIONS_H
 #define CONSOLE_EXPECTATIONS_H
 
-#include "console/run/session.h"
+#include "console/nv/nv_view.h"
+#include "console/run/reporter.h"
 
 namespace console {
 
@@ -19,6 +20,9 @@ struct wanted {
 std::vector<wanted> take_wanted(const function &f, std::vector<std::string> &words);
 
 std::vector<expectation> judge_result(const call_result &result, const std::vector<wanted> &wants);
+
+/** A value that was written to NV and reads as another. */
+expectation not_kept(const nv_change &change);
 
 /** {11=0 mode=7 12 27=1!}: exactly these driver commands in this order; "!" for a refused one. */
 expectation expect_driver(const call_step &step, const std::vector<std::string> &wants, unsigned chip);

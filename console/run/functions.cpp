@@ -769,12 +769,6 @@ constexpr function table[] = {
 
 }  // namespace
 
-std::optional<unsigned> chip_index(std::string_view text) {
-  for (unsigned i = 0; i < chip_names.size(); ++i)
-    if (text == chip_names[i] || text == std::to_string(i)) return i;
-  return std::nullopt;
-}
-
 size_t function::most_inputs() const {
   return static_cast<size_t>(std::ranges::count_if(arguments, [](auto &a) { return !a.is_output(); }));
 }
@@ -803,13 +797,6 @@ judgement judge(const function &f, const returned &result) {
   if (result.number == (one ? 1 : 0)) return {outcome::good, "success"};
   if (result.number == (one ? 0 : 1)) return {outcome::bad, "failure"};
   return {outcome::bad, "a code that is neither success nor failure"};
-}
-
-std::string chip_list(uint8_t chips) {
-  std::string list;
-  for (unsigned i = 0; i < chip_names.size(); ++i)
-    if (chips & (1u << i)) list += (list.empty() ? "" : ", ") + std::string(chip_names[i]);
-  return list;
 }
 
 std::string usage(const function &f) {

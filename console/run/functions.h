@@ -6,22 +6,14 @@
 #ifndef CONSOLE_FUNCTIONS_H
 #define CONSOLE_FUNCTIONS_H
 
-#include <array>
+#include "console/phone/chips.h"
+
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
 namespace console {
-
-inline constexpr std::array<const char *, 4> chip_names = {"vq2040", "vq2050", "vq2040a", "vq2070"};
-
-/** Sets of chips, one bit for each sub-chip index. */
-enum : uint8_t { VQ2040 = 1, VQ2050 = 2, VQ2040A = 4, VQ2070 = 8, ALL_CHIPS = 15 };
-
-/** The sub-chip index for a name or a number 0 to 3. */
-std::optional<unsigned> chip_index(std::string_view text);
 
 enum class argument_kind {
   number,  /**< 32 bits, signed or not */
@@ -120,8 +112,6 @@ struct judgement {
 /** What a result means to a person. */
 judgement judge(const function &f, const returned &result);
 
-/** "vq2050, vq2070" */
-std::string chip_list(uint8_t chips);
 /** "wifi_set_power POWER", "wifi_start_rx [MAC]" */
 std::string usage(const function &f);
 

@@ -1,33 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/run/session.h"
 
-#include "console/nv/nv_safe.h"
+#include "console/phone/chips.h"
+#include "console/phone/fault_places.h"
+#include "console/phone/log_priority.h"
 #include "console/phone/phone_link.h"
 #include "console/run/expectations.h"
+#include "console/text/usage_error.h"
 
-#include <algorithm>
 #include <chrono>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <iterator>
 
 namespace console {
-
-std::string place::text() const { return file.empty() ? "" : fmt::format("{}:{}", file, line); }
-
-bool call_step::held() const { return std::ranges::all_of(expectations, &expectation::held); }
-
-bool call_step::failed() const {
-  return expectations.empty() ? result.means.verdict == outcome::bad : !held();
-}
 
 session::session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to)
     : options(with), reporters(std::move(to)) {
   summary.info = {.name = std::move(name), .chip = "", .real_clock = with.real_clock};
-}
-
-static void require(const std::string &message) {
-  if (!message.empty()) throw usage_error{message};
 }
 
 void session::load_library() {
@@ -35,22 +24,12 @@ void session::load_library() {
   progress = {};
 }
 
-/** After a call that succeeded. Taking wlan0 down stops whatever ran. */
+/** Updates the test state after a call that succeeded. Taking wlan0 down stops every test. */
 void session::follow(const std::string &name) {
   if (name == "wifi_start_testmode") progress.test_mode = true;
   if (name == "wifi_stop_testmode" || name == "wifi_test_weld") progress = {};
   if (name == "wifi_start_tx" || name == "wifi_stop_tx") progress.transmit = name == "wifi_start_tx";
   if (name == "wifi_start_rx" || name == "wifi_stop_rx") progress.receive = name == "wifi_start_rx";
-}
-
-void prepare_phone(const settings &with) {
-  phone_link::reset();
-  if (!with.phone_file.empty()) require(phone_link::load(with.phone_file));
-  if (with.chip_given || (phone_link::is_virtual() && with.phone_file.empty()))
-    require(phone_link::set("chip", chip_names[with.chip]));
-  if (!with.nv_file.empty()) require(phone_link::open_nv(with.nv_file));
-  phone_link::use_real_clock(with.real_clock);
-  phone_link::print_log(with.log_priority);
 }
 
 void session::start() {
@@ -69,12 +48,40 @@ session_summary session::finish() {
   return summary;
 }
 
-void session::count(const expectation &e) { ++(e.held ? summary.held : summary.failed); }
-
 static int64_t real_us() {
   return std::chrono::duration_cast<std::chrono::microseconds>(
              std::chrono::steady_clock::now().time_since_epoch())
       .count();
+}
+
+call_step session::perform(const function &f, prepared_call &prepared, const place &where) {
+  phone_link::clear_contacts();
+  auto start = phone_link::now_us(), real_start = real_us();
+  auto result = prepared.run(lib);
+  auto contacts_made = phone_link::contacts().size();
+  call_step step{.called = &f,
+                 .inputs = prepared.inputs(),
+                 .remarks = prepared.remarks(),
+                 .result = std::move(result),
+                 .seen = {},
+                 .expectations = {},
+                 .where = where,
+                 .start_us = start,
+                 .phone_us = phone_link::now_us() - start,
+                 .own_us = real_us() - real_start,
+                 .contacts_made = contacts_made};
+  step.seen = observe(chip(), start, start + step.phone_us);
+  return step;
+}
+
+void session::count(const expectation &e) { ++(e.held ? summary.held : summary.failed); }
+
+void session::count(const call_step &step) {
+  ++summary.calls;
+  summary.ledger += step.seen.ledger;
+  summary.calls_us += step.phone_us;
+  summary.own_us += step.own_us;
+  for (auto &e : step.expectations) count(e);
 }
 
 static std::string call_text(const function &f, const std::vector<std::string> &words) {
@@ -87,31 +94,12 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   prepared_call prepared(f, arguments);
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
-  if (f.writes_nv) ask_before_writing(*this, call_text(f, words), [&] { call(f, words, where); });
-  phone_link::clear_contacts();
-  auto start = phone_link::now_us(), real_start = real_us();
-  auto result = prepared.run(lib);
-  auto contacts_made = phone_link::contacts().size();
-  last_step = std::make_unique<call_step>(call_step{.called = &f,
-                                                    .inputs = prepared.inputs(),
-                                                    .remarks = prepared.remarks(),
-                                                    .result = std::move(result),
-                                                    .seen = {},
-                                                    .expectations = {},
-                                                    .where = where,
-                                                    .start_us = start,
-                                                    .phone_us = phone_link::now_us() - start,
-                                                    .own_us = real_us() - real_start,
-                                                    .contacts_made = contacts_made});
-  last_step->seen = observe(chip(), start, start + last_step->phone_us);
+  if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where); });
+  last_step = std::make_unique<call_step>(perform(f, prepared, where));
   last_step->expectations = judge_result(last_step->result, wants);
-  std::ranges::move(read_back(), std::back_inserter(last_step->expectations));
-  ++summary.calls;
-  summary.ledger += last_step->seen.ledger;
-  summary.calls_us += last_step->phone_us;
-  summary.own_us += last_step->own_us;
+  for (auto &change : unkept_writes()) last_step->expectations.push_back(not_kept(change));
   if (last_step->result.means.verdict == outcome::good) follow(f.name);
-  for (auto &e : last_step->expectations) count(e);
+  count(*last_step);
   for (auto &r : reporters) r->call(*last_step);
   return *last_step;
 }
@@ -143,24 +131,48 @@ void session::plan_fault(const std::string &what, unsigned nth, unsigned times, 
   int id = phone_link::plan_fault(what, nth, times, value);
   if (id < 0)
     throw usage_error{
-        fmt::format("\"{}\" is no place where a fault can be planned: give a function as ioctl, a driver "
-                    "command as ioctl:11, shell:ifconfig wlan0 up, nv_read:340, nv_write:340 or "
-                    "nv_lose:340.",
-                    what)};
+        fmt::format("\"{}\" is no place where a fault can be planned: give {}.", what, fault_places_text())};
   faults.push_back({what, id, where});
 }
 
 void session::change_chip(unsigned chip) {
-  require(phone_link::set("chip", chip_names[chip]));
+  require(phone_link::set("chip", chips[chip].name));
   load_library();
   summary.info.chip = chip_name();
   for (auto &r : reporters) r->chip_changed(summary.info);
 }
 
+/** The last call's result in words, with the log's errors if it failed. */
+static std::string result_text(const call_step &step) {
+  auto &result = step.result;
+  auto text = fmt::format(" -> {}  {}", result.value, result.means.meaning);
+  bool bad = result.means.verdict == outcome::bad;
+  for (auto &line : step.seen.log)
+    if (bad && line.priority >= LOG_ERROR) text += "\n  log: " + line.text;
+  return text;
+}
+
+/** Runs in the copied phone's process, whose reporters would write to the same files as ours. */
+trial session::try_out(const std::function<void()> &act) {
+  reporters.clear();
+  act();
+  bool good = summary.failed == 0 && (!last() || last()->result.means.verdict != outcome::bad);
+  return {good, last() ? result_text(*last()) : ""};
+}
+
+foresight session::preview(const std::string &what, const std::function<void()> &act) {
+  return preview_nv(what, [&] { return try_out(act); });
+}
+
+void session::ask_before_writing(const std::string &what, const std::function<void()> &act) {
+  if (options.yes || allowed || !confirm_writing(what, [&] { return try_out(act); })) return;
+  allowed = !summary.info.name.empty();  // a script is asked about once, the prompt each time
+}
+
 unsigned session::chip() const { return phone_link::chip(); }
 
 const char *session::chip_name() const {
-  return chip() < chip_names.size() ? chip_names[chip()] : "unknown chip";
+  return chip() < chip_count ? console::chip_name(chip()) : "unknown chip";
 }
 
 }  // namespace console

@@ -77,13 +77,16 @@ std::vector<std::string> nearest(std::string_view wrong, const std::vector<std::
   return result;
 }
 
+std::string either(std::vector<std::string> names) {
+  if (names.empty()) return "";
+  auto last = names.back();
+  names.pop_back();
+  return names.empty() ? last : fmt::format("{} or {}", fmt::join(names, ", "), last);
+}
+
 std::string did_you_mean(std::string_view wrong, const std::vector<std::string> &names) {
   auto near = nearest(wrong, names);
-  if (near.empty()) return "";
-  auto last = near.back();
-  near.pop_back();
-  return near.empty() ? fmt::format(" Did you mean {}?", last)
-                      : fmt::format(" Did you mean {} or {}?", fmt::join(near, ", "), last);
+  return near.empty() ? "" : fmt::format(" Did you mean {}?", either(near));
 }
 
 std::string counted(size_t number, std::string_view what) {

@@ -24,6 +24,9 @@ std::vector<std::string> nearest(std::string_view wrong, const std::vector<std::
 /** " Did you mean a, b or c?", or "" where nothing is near. */
 std::string did_you_mean(std::string_view wrong, const std::vector<std::string> &names);
 
+/** "a, b or c"; "" for none. */
+std::string either(std::vector<std::string> names);
+
 /** "1 NV item", "2 NV items". */
 std::string counted(size_t number, std::string_view what);
 

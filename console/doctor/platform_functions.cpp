@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "console/phone/platform_functions.h"
+#include "console/doctor/platform_functions.h"
 
 #include <algorithm>
 #include <cstring>

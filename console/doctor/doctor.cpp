@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "console/phone/doctor.h"
+#include "console/doctor/doctor.h"
 
+#include "console/doctor/platform_functions.h"
 #include "console/phone/causes.h"
+#include "console/phone/chips.h"
+#include "console/phone/library.h"
 #include "console/phone/phone_link.h"
-#include "console/phone/platform_functions.h"
+#include "console/phone/shell_probe.h"
+#include "console/run/functions.h"
 #include "platform.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -18,17 +21,16 @@
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace console {
 namespace {
 
+using phone_link::nv_item_size;
+
 constexpr unsigned long private_request = 0x89F2;
 constexpr uint32_t harmless_command = 24;  // reads the UPC code, with the interface up or down
-constexpr uint32_t item_size = 104;
 constexpr uint32_t nv_number = 340;
-constexpr std::array<uint32_t, chip_names.size()> magics = {2040, 2050, 0x2040A, 2070};
 constexpr const char *node = "/sys/vq20x0_debug/bfgx_test";
 
 finding good(std::string what, std::string found) {
@@ -83,7 +85,7 @@ void examine_library(const std::string &path, std::vector<finding> &all) {
 // ---- Chip and driver -------------------------------------------------------------------------------------
 
 finding examine_chip(unsigned chip) {
-  if (chip < chip_names.size()) return good("chip", chip_names[chip]);
+  if (chip < chip_count) return good("chip", chips[chip].name);
   return missing("chip",
                  {fmt::format("the phone reports index {}", chip), "the library knows 0 to 3 only",
                   "see which chip is fitted, and what the phone's get_orva_connectivity_subchip reports"});
@@ -107,12 +109,12 @@ finding examine_request(int socket, unsigned chip) {
   struct {
     uint32_t magic, command;
     uint8_t data[256];
-  } record{magics[chip], harmless_command, {}};
+  } record{chips[chip].magic, harmless_command, {}};
   ifreq request{};
   request.ifr_data = reinterpret_cast<char *>(&record);
   if (int error = ask(socket, private_request, request))
     return missing("private request", cause_of_error(error));
-  return good("private request", fmt::format("the driver answers as a {}", chip_names[chip]));
+  return good("private request", fmt::format("the driver answers as a {}", chips[chip].name));
 }
 
 void examine_driver(unsigned chip, std::vector<finding> &all) {
@@ -125,42 +127,13 @@ void examine_driver(unsigned chip, std::vector<finding> &all) {
   }
   all.push_back(good("socket", "opened"));
   all.push_back(examine_interface(opened));
-  all.push_back(chip < magics.size()
+  all.push_back(chip < chip_count
                     ? examine_request(opened, chip)
                     : unknown("private request", "the chip is unknown", "see the line \"chip\""));
   close(opened);
 }
 
 // ---- Shell -----------------------------------------------------------------------------------------------
-
-struct run_result {
-  int error;  /**< errno where no shell came to run */
-  int status; /**< the command's */
-};
-
-[[noreturn]] void become_shell(const char *command, int tell_error) {
-  int nothing = open("/dev/null", O_RDWR);
-  for (int descriptor : {0, 1, 2}) dup2(nothing, descriptor);
-  execl("/system/bin/sh", "sh", "-c", command, nullptr);
-  int error = errno;
-  if (send(tell_error, &error, sizeof error, 0) < 0) _exit(1);
-  _exit(127);
-}
-
-/** The child tells by the socket why its exec failed; an exec that succeeds closes it. */
-run_result run_command(const char *command) {
-  int ends[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends)) return {errno, 0};
-  pid_t child = fork();
-  int error = child < 0 ? errno : 0;
-  if (child == 0) become_shell(command, ends[1]);
-  close(ends[1]);
-  if (child > 0 && recv(ends[0], &error, sizeof error, 0) < 0) error = errno;
-  close(ends[0]);
-  int status = 0;
-  if (child > 0 && waitpid(child, &status, 0) < 0) return {errno, 0};
-  return {error, WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)};
-}
 
 struct program {
   const char *name;
@@ -176,21 +149,21 @@ constexpr program programs[] = {
 };
 
 finding examine_program(const program &p) {
-  auto done = run_command(p.harmless);
+  auto done = run_in_shell(p.harmless);
   if (done.error) return missing(p.name, cause_of_error(done.error));
   bool runs = done.status != 126 && done.status != 127;
   return runs && (done.status == 0 || !p.must_succeed) ? good(p.name, "runs")
                                                        : missing(p.name, cause_of_status(done.status));
 }
 
-finding examine_shell_itself(const run_result &done) {
+finding examine_shell_itself(const shell_result &done) {
   constexpr const char *what = "/system/bin/sh";
   if (done.error) return missing(what, cause_of_error(done.error));
   return done.status ? missing(what, cause_of_status(done.status)) : good(what, "runs");
 }
 
 void examine_shell(std::vector<finding> &all) {
-  auto tried = run_command("true");
+  auto tried = run_in_shell("true");
   all.push_back(examine_shell_itself(tried));
   for (auto &p : programs)
     all.push_back(tried.error ? unknown(p.name, "no shell to run it", "see the line \"/system/bin/sh\"")
@@ -200,21 +173,21 @@ void examine_shell(std::vector<finding> &all) {
 // ---- NV, permissions -------------------------------------------------------------------------------------
 
 /** An item never written reads as zeros; to write those would make one. */
-finding examine_nv_writing(const char *name, char (&item)[item_size], bool write) {
+finding examine_nv_writing(const char *name, char (&item)[nv_item_size], bool write) {
   constexpr const char *what = "NV writing";
   if (!write) return unknown(what, "this would write", "doctor --write writes an item back as it was read");
   if (std::ranges::all_of(item, [](char byte) { return byte == 0; }))
     return unknown(
         what, fmt::format("item {} {} is empty, and writing would not leave it as it was", nv_number, name),
         "calibrate the unit first");
-  int code = kevoOperaNVWR(ORVA_NV_WRITE, nv_number, name, item_size, item);
+  int code = kevoOperaNVWR(ORVA_NV_WRITE, nv_number, name, nv_item_size, item);
   return code ? missing(what, cause_of_nv(code)) : good(what, "the same bytes written back");
 }
 
 void examine_nv(unsigned chip, bool write, std::vector<finding> &all) {
-  const char *name = chip % 2 ? "WIC0_2G5G_OFDM" : "WINVRAM";
-  char item[item_size] = {};
-  int code = kevoOperaNVWR(ORVA_NV_READ, nv_number, name, item_size, item);
+  const char *name = chips[chip % chip_count].nv_name;  // reads zeros under any other name
+  char item[nv_item_size] = {};
+  int code = kevoOperaNVWR(ORVA_NV_READ, nv_number, name, nv_item_size, item);
   all.push_back(code ? missing("NV reading", cause_of_nv(code))
                      : good("NV reading", fmt::format("item {} {}", nv_number, name)));
   all.push_back(code ? unknown("NV writing", "nothing was read that could be written back",
@@ -236,7 +209,7 @@ void examine_permissions(unsigned chip, std::vector<finding> &all) {
   else
     all.push_back(may_administer_network() ? good("permissions", "CAP_NET_ADMIN")
                                            : missing("permissions", cause_of_error(EPERM)));
-  if (chip != 0) return;
+  if (chip >= chip_count || !chips[chip].has_test_node) return;
   int opened = open(node, O_WRONLY);
   all.push_back(opened < 0 ? missing(node, cause_of_error(errno)) : good(node, "may be written"));
   if (opened >= 0) close(opened);
@@ -245,6 +218,7 @@ void examine_permissions(unsigned chip, std::vector<finding> &all) {
 // ---- Telling ---------------------------------------------------------------------------------------------
 
 constexpr const char *presence_names[] = {"ok", "missing", "unknown"};
+static_assert(std::size(presence_names) == static_cast<size_t>(presence::unknown) + 1);
 
 const char *name_of(presence state) { return presence_names[static_cast<size_t>(state)]; }
 

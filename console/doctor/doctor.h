@@ -3,7 +3,7 @@
 #ifndef CONSOLE_DOCTOR_H
 #define CONSOLE_DOCTOR_H
 
-#include "console/run/session.h"
+#include "console/phone/settings.h"
 
 #include <string>
 #include <vector>
