@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The program: what the command line begins with decides what is done.
+// The program: the first word of the command line decides what it does.
 #include "console/doctor/doctor.h"
 #include "console/language/command_line_words.h"
 #include "console/language/commands.h"
@@ -12,8 +12,8 @@
 #include "console/prompt/generate.h"
 #include "console/prompt/options.h"
 #include "console/prompt/prompt.h"
-#include "console/record/recording.h"
 #include "console/record/replay.h"
+#include "console/record/trace_reporter.h"
 #include "console/text/tcl_list.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -21,7 +21,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <map>
+#include <system_error>
 #include <tcl.h>
 #include <tuple>
 #include <unistd.h>
@@ -73,7 +73,7 @@ exit_status run_sessions(const command_line &line) {
   return verdict(all);
 }
 
-/** What a word may have been meant for that is neither a function nor one of the command line's words. */
+/** The message for a first word that is unknown, with a guess at what was meant. */
 std::string no_such_word(const std::string &word) {
   if (word.ends_with(".tcl")) return fmt::format("To run a session: orva-station run {}", word);
   if (find_command(word))
@@ -181,14 +181,20 @@ exit_status run_generate(const command_line &line) {
   return PASSED;
 }
 
-/** What does each of command_line_words. */
-const std::map<std::string, exit_status (*)(const command_line &)> runners = {
-    {"run", run_sessions},      {"nv", run_nv_command}, {"preview", run_preview},
-    {"generate", run_generate}, {"list", run_list},     {"help", run_help},
-    {"doctor", run_doctor},     {"replay", run_replay}, {"diff", run_diff},
+struct runner {
+  std::string_view name;
+  exit_status (*run)(const command_line &);
 };
 
-/** An option that would be ignored is a mistake: a page that was asked for would never come. */
+constexpr runner runners[] = {
+    {"run", run_sessions},  {"preview", run_preview}, {"nv", run_nv_command},
+    {"doctor", run_doctor}, {"replay", run_replay},   {"diff", run_diff},
+    {"list", run_list},     {"help", run_help},       {"generate", run_generate},
+};
+static_assert(std::ranges::equal(runners, command_line_names, {}, &runner::name),
+              "each word of the command line has its runner");
+
+/** Rejects an option without effect: the user would wait for a report that is never written. */
 void refuse_idle_options(const command_line &line) {
   auto word = line.words.empty() ? "" : line.words[0];
   bool one_call = !word.empty() && !find_command_line_word(word),
@@ -213,8 +219,8 @@ exit_status run(const command_line &line) {
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
   if (line.words.empty()) return run_interactive(line);
-  auto *word = find_command_line_word(line.words[0]);
-  return word ? runners.at(word->name)(line) : run_call(line);
+  auto word = std::ranges::find(runners, line.words[0], &runner::name);
+  return word == std::end(runners) ? run_call(line) : word->run(line);
 }
 
 }  // namespace
@@ -222,13 +228,15 @@ exit_status run(const command_line &line) {
 
 int main(int count, char **arguments) {
   Tcl_FindExecutable(arguments[0]);
-  setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // who reads from a pipe sees each line when it is there
+  setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader of a pipe gets each line at once
   int status = console::MISUSED;
   try {
     status = console::run(console::parse_command_line(count, arguments));
   } catch (const console::usage_error &e) {
     fflush(stdout);
     fmt::print(stderr, "orva-station: {}\n", e.message);
+  } catch (const std::system_error &e) {
+    fmt::print(stderr, "orva-station: the output cannot be written: {}.\n", e.code().message());
   }
   Tcl_Finalize();
   return status;

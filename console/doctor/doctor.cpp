@@ -29,7 +29,7 @@ namespace {
 using phone_link::nv_item_size;
 
 constexpr unsigned long private_request = 0x89F2;
-constexpr uint32_t harmless_command = 24;  // reads the UPC code, with the interface up or down
+constexpr uint32_t harmless_command = 24;  // reads the UPC code; works with the interface up or down
 constexpr uint32_t nv_number = 340;
 constexpr const char *node = "/sys/vq20x0_debug/bfgx_test";
 
@@ -91,7 +91,7 @@ finding examine_chip(unsigned chip) {
                   "see which chip is fitted, and what the phone's get_orva_connectivity_subchip reports"});
 }
 
-/** An interface request for wlan0: 0, or the errno. */
+/** Makes an interface request for wlan0. Returns 0, or the errno. */
 int ask(int socket, unsigned long request, ifreq &with) {
   strncpy(with.ifr_name, "wlan0", IFNAMSIZ);
   return ioctl(socket, request, &with) < 0 ? errno : 0;
@@ -137,7 +137,7 @@ void examine_driver(unsigned chip, std::vector<finding> &all) {
 
 struct program {
   const char *name;
-  const char *harmless; /**< changes nothing; says by a status of 126 or 127 that it could not be run */
+  const char *harmless; /**< changes nothing; a status of 126 or 127 means that it could not be run */
   bool must_succeed;
 };
 
@@ -172,7 +172,7 @@ void examine_shell(std::vector<finding> &all) {
 
 // ---- NV, permissions -------------------------------------------------------------------------------------
 
-/** An item never written reads as zeros; to write those would make one. */
+/** Skips an item of zeros: it may not exist yet, and writing would create it. */
 finding examine_nv_writing(const char *name, char (&item)[nv_item_size], bool write) {
   constexpr const char *what = "NV writing";
   if (!write) return unknown(what, "this would write", "doctor --write writes an item back as it was read");
@@ -215,7 +215,7 @@ void examine_permissions(unsigned chip, std::vector<finding> &all) {
   if (opened >= 0) close(opened);
 }
 
-// ---- Telling ---------------------------------------------------------------------------------------------
+// ---- Printing --------------------------------------------------------------------------------------------
 
 constexpr const char *presence_names[] = {"ok", "missing", "unknown"};
 static_assert(std::size(presence_names) == static_cast<size_t>(presence::unknown) + 1);

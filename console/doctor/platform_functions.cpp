@@ -13,7 +13,7 @@
 namespace console {
 namespace {
 
-/** A library's file, read with care: it is one that did not load. */
+/** An ELF file. It may be damaged, so every offset is checked. */
 class library_file {
 public:
   explicit library_file(const std::string &path) {
@@ -63,7 +63,7 @@ private:
     return all;
   }
 
-  /** A name in the string table that belongs to a table. */
+  /** A name from the string table of `table`. */
   std::string name(const ElfW(Shdr) & table, size_t offset) const {
     auto from = section(table.sh_link).sh_offset + offset;
     return from < bytes.size() ? bytes.substr(from, bytes.find('\0', from) - from) : "";
@@ -78,7 +78,7 @@ struct refusal {
   std::string function;
 };
 
-/** In the words of the loaders that we know. */
+/** Parses the messages of glibc's and Android's loaders. */
 refusal understand(const std::string &message) {
   static const std::regex ours("(/[^ :]+): undefined symbol: (\\w+)");
   static const std::regex phones("cannot locate symbol \"(\\w+)\" referenced by \"([^\"]+)\"");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Which functions of a library that would not load the phone does not have. */
+// Finds the platform functions that keep a library from loading.
 #ifndef CONSOLE_PLATFORM_FUNCTIONS_H
 #define CONSOLE_PLATFORM_FUNCTIONS_H
 
@@ -9,8 +9,8 @@
 namespace console {
 
 /**
- * A loader's message names one undefined function: that one, and all others that the library of the message
- * needs and nothing loaded defines. Empty where the message tells of something else.
+ * A loader's message names one undefined function. Returns that one and all others that the library in the
+ * message needs and nothing loaded defines. Empty if the message is about something else.
  */
 std::vector<std::string> undefined_functions(const std::string &message);
 

@@ -10,6 +10,9 @@
 
 namespace console {
 
+inline constexpr std::array<std::string_view, 9> command_line_names = {
+    "run", "preview", "nv", "doctor", "replay", "diff", "list", "help", "generate"};
+
 struct command_line_word {
   std::string name;
   std::string usage;

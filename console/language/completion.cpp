@@ -31,7 +31,7 @@ names phone_keys() {
   return all;
 }
 
-/** The argument that the n-th word behind the function's name is for; null behind the last. */
+/** The function's n-th input, counted from 0; null after the last. */
 const argument *nth_input(const function &f, size_t n) {
   for (auto &a : f.arguments)
     if (!a.is_output() && n-- == 0) return &a;
@@ -76,7 +76,7 @@ names command_words(const session &s, const names &words) {
   return {};
 }
 
-/** The words before the last one; a brace or bracket begins a command of its own. */
+/** The words of the command that the line ends in; a bracket or semicolon begins a new one. */
 names words_before(const std::string &line) {
   names words;
   auto from = line.find_last_of("[;");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* What could come next on a line of the session language. */
+// Completion of a line of the session language.
 #ifndef CONSOLE_COMPLETION_H
 #define CONSOLE_COMPLETION_H
 
@@ -10,7 +10,7 @@
 
 namespace console {
 
-/** Words that may stand at the end of this line, each beginning with the word that is being typed. */
+/** The words that can complete the last word of this line. */
 std::vector<std::string> completions(const session &s, const std::string &line);
 
 }  // namespace console

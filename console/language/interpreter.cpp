@@ -25,7 +25,7 @@ std::vector<std::string> words_of(int count, Tcl_Obj *const objects[]) {
   return words;
 }
 
-/** Runs f for Tcl: its text is the command's value, what it throws is the command's error. */
+/** Runs f for Tcl. The text it returns is the command's value, a usage_error the command's error. */
 template <class F> int answer(Tcl_Interp *tcl, F f) {
   int status = TCL_OK;
   std::string text;
@@ -61,7 +61,7 @@ int on_command(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objec
   });
 }
 
-/** What Tcl users know, and a safe interpreter does not have. */
+/** Commands of Tcl that a safe interpreter lacks; named to explain why. */
 constexpr std::string_view out_of_reach[] = {"cd",   "exec", "exit", "fconfigure", "file",  "glob",
                                              "load", "open", "pwd",  "socket",     "source"};
 
@@ -78,7 +78,7 @@ int on_unknown(ClientData, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[])
   });
 }
 
-/** Commands that Tcl itself counts as safe and that would stop the clock or wait for nothing. */
+/** Commands that Tcl counts as safe, but that would wait outside the phone's clock. */
 constexpr const char *hidden[] = {"after", "vwait", "update", "interp", "fileevent", "chan", "gets", "read"};
 
 std::string dict_value(Tcl_Interp *tcl, Tcl_Obj *dict, const char *name) {
@@ -92,7 +92,7 @@ std::string dict_value(Tcl_Interp *tcl, Tcl_Obj *dict, const char *name) {
 
 }  // namespace
 
-/** Tcl asks between two commands whether it was interrupted. */
+/** Tcl checks between two commands whether it was interrupted. */
 struct interpreter::async_stop {
   Tcl_AsyncHandler handler;
   static inline Tcl_AsyncHandler current;
@@ -140,7 +140,7 @@ std::string interpreter::eval(const std::string &command) {
   return text;
 }
 
-/** The line of the script that runs now, seen from a command: the innermost frame that stands in a file. */
+/** The line of the script that runs now: that of the innermost frame with a file. */
 place interpreter::where() const {
   place found;
   if (script.empty() || Tcl_EvalEx(tcl, "info frame", -1, 0) != TCL_OK) return found;

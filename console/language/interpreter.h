@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-/*
- * The session language: Tcl without its doors to the outside (no files, programs or sockets), with one
- * command for each public function and a few for what is expected. Scripts, the prompt and one-shot calls
- * share it.
- */
+// The session language: Tcl without files, programs and sockets, with a command for each public function and
+// the table of commands.h. Scripts, the prompt and one-shot calls share it.
 #ifndef CONSOLE_INTERPRETER_H
 #define CONSOLE_INTERPRETER_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Ctrl-C ends what runs, not the console.
+// Ctrl-C ends the running script, not the console.
 #ifndef CONSOLE_INTERRUPT_H
 #define CONSOLE_INTERRUPT_H
 
@@ -7,10 +7,10 @@
 
 namespace console {
 
-/** Ctrl-C was pressed since this was last set to 0. */
+/** Set when Ctrl-C is pressed. */
 extern volatile std::sig_atomic_t interrupted;
 
-/** While one of these lives, Ctrl-C ends the script that runs. */
+/** While it exists, Ctrl-C ends the running script. */
 class interrupt_guard {
 public:
   interrupt_guard();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The part of the session language that is written in itself. */
+// The command of the session language that is written in Tcl.
 #ifndef CONSOLE_SWEEP_H
 #define CONSOLE_SWEEP_H
 

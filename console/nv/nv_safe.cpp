@@ -41,8 +41,7 @@ std::string change_table(const std::vector<nv_change> &changes) {
 
 std::string item_key(const phone_link::nv_item &item) { return fmt::format("{} {}", item.number, item.name); }
 
-/** Runs in the copied phone's process. The first character gives its parent the outcome: + good, - bad, ! an
- * error. */
+/** Runs in the copied phone's process. The first character is the outcome: + good, - bad, ! a usage_error. */
 std::string foresee(const std::string &what, const std::function<trial()> &act) {
   auto before = nv_values_of(phone_link::nv_items());
   try {
@@ -63,7 +62,7 @@ bool has_key_of(const items_t &items, const phone_link::nv_item &item) {
   return std::ranges::any_of(items, [&](auto &other) { return item_key(other) == item_key(item); });
 }
 
-/** What of these items the store does not hold as written. */
+/** The values of these items that the store does not hold as written. */
 std::vector<nv_change> unkept(const items_t &written) {
   items_t now;
   for (auto &item : phone_link::nv_items())

@@ -29,7 +29,7 @@ std::string bytes_of_hex(const std::string &digits, const std::string &where) {
   return bytes;
 }
 
-/** "340 WIC0_2G5G_OFDM pa2ga0=1,2,3;" or with 0x… for bytes that are no text. */
+/** Parses "340 WIC0_2G5G_OFDM pa2ga0=1,2,3;". Contents that are not text are hexadecimal: 0x… */
 phone_link::nv_item parse_item(const std::string &line, const std::string &where) {
   auto words = split(line, ' ');
   auto number = words.empty() ? std::nullopt : parse_number(words[0]);

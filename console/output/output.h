@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* How a session is shown: a table for people, lines of JSON for programs. */
+// Reporters: a table for people, JSON lines for programs, JUnit for CI.
 #ifndef CONSOLE_OUTPUT_H
 #define CONSOLE_OUTPUT_H
 
@@ -14,7 +14,7 @@ enum class detail { quiet, brief, full };
 
 std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour);
 std::shared_ptr<reporter> make_json_reporter(FILE *to);
-/** Throws usage_error where the file cannot be written. */
+/** Throws usage_error if the file cannot be written. */
 std::shared_ptr<reporter> make_junit_reporter(const std::string &path);
 
 /** "wifi_set_power 155" */

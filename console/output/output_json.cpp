@@ -17,7 +17,7 @@ const char *verdict_name(outcome o) {
   return names[static_cast<size_t>(o)];
 }
 
-/** A number as a number, so that a program need not convert it. */
+/** A JSON number if the value is one, else a string. */
 json value_json(const std::string &value, bool numeric) {
   auto number = numeric ? parse_number(value) : std::nullopt;
   return number ? json(*number) : json(value);
@@ -54,7 +54,7 @@ json to_json(const observed &seen) {
           {"log", log},       {"nv", nv},       {"records", seen.records}, {"time", to_json(seen.ledger)}};
 }
 
-/** In the words that the doctor's lines have. */
+/** With the same field names as the doctor's findings. */
 json to_json(const likely_cause &c) {
   return {{"what", c.what}, {"found", c.name}, {"cause", c.why}, {"cure", c.cure}};
 }

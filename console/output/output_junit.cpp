@@ -13,7 +13,7 @@ namespace {
 
 using tinyxml2::XMLElement;
 
-/** One test case for each call and each expectation that stands for itself; a file that CI systems read. */
+/** A test case for each call and for each expectation outside a call. */
 class junit_reporter : public reporter {
 public:
   explicit junit_reporter(std::string to) : path(std::move(to)) {

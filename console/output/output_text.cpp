@@ -116,13 +116,13 @@ public:
   }
 
 private:
-  /** The session's heading, before the first line that needs it. */
+  /** Prints the session's heading before its first line. With --quiet there may be none. */
   void head() {
     if (!session_heading.empty()) print("{}\n", session_heading);
     session_heading.clear();
   }
 
-  /** For a terminal. Who reads from a pipe gets each line whole. */
+  /** Folds lines for a terminal only, so that a program reading a pipe gets whole lines. */
   std::string fold(const std::string &text, size_t indent) const {
     return terminal ? console::fold(text, width, indent) : text;
   }
@@ -132,7 +132,8 @@ private:
     bar_shown = false;
   }
 
-  /** Where the time went, without what took none: driver, shell and library on the virtual clock. */
+  /** Where the time went. Columns of zeros are left out: on the virtual clock only pauses and waits take
+   * time. */
   void ledger(const std::vector<session_summary> &all, size_t name) {
     const struct {
       const char *title;
@@ -175,7 +176,7 @@ private:
     return step.result.means.verdict == outcome::bad ? paint(YELLOW, "   !") : "   -";
   }
 
-  /** The call and what it gave; outputs that find no room go on below. */
+  /** The call with its result and outputs. Outputs that do not fit go to the next line. */
   std::string call_line(const call_step &step) const {
     constexpr size_t indent = 8;
     auto &r = step.result;
@@ -198,7 +199,7 @@ private:
           where.file.empty() ? "" : paint(DIM, "  [" + where.text() + "]"));
   }
 
-  /** What the library itself logged as an error, closest to the cause. */
+  /** Why a call failed: the library's log, errors only if there are any, then likely causes. */
   void reasons(const call_step &step) {
     bool errors = std::ranges::any_of(step.seen.log, [](auto &line) { return line.priority >= LOG_ERROR; });
     for (auto &line : step.seen.log)
@@ -227,7 +228,7 @@ private:
                                  duration(time.shell_us), duration(time.library_us))));
   }
 
-  /** Items one after the other behind a heading, broken at the page's width. */
+  /** A heading and its items, wrapped at the page's width. */
   void wrap(const std::string &before, const std::string &heading, const std::vector<std::string> &items) {
     if (items.empty()) return;
     print("{}  {:<11}", before, heading);

@@ -20,7 +20,7 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-/** What is written to it, as text. */
+/** A stream whose output can be read back as text. */
 class memory_file {
 public:
   memory_file() : file(open_memstream(&bytes, &size)) {
@@ -44,7 +44,7 @@ private:
   FILE *file;
 };
 
-/** JSON that may stand in a page: "<" only occurs in its strings, and could end the element that holds it. */
+/** Escapes "<" in JSON, where it occurs in strings only, so that it cannot end the page's script element. */
 std::string inert(std::string_view text) {
   std::string safe;
   safe.reserve(text.size());
@@ -56,7 +56,7 @@ std::string inert(std::string_view text) {
   return safe;
 }
 
-/** Puts values in the places of the page, {{NAME}}; what is put in is not looked at again. */
+/** Replaces each {{NAME}} of the page. Inserted text is not searched again. */
 std::string fill(std::string_view page, const std::map<std::string_view, std::string_view> &values) {
   std::string filled;
   for (size_t at = 0; at < page.size();) {
@@ -70,7 +70,7 @@ std::string fill(std::string_view page, const std::map<std::string_view, std::st
   return filled;
 }
 
-/** Only a script that knows it runs in the page. */
+/** The nonce of the page's content security policy: scripts without it do not run. */
 std::string random_word() {
   std::random_device source;
   return fmt::format("{:08x}{:08x}{:08x}{:08x}", source(), source(), source(), source());
@@ -81,8 +81,7 @@ std::string local_time() {
                      fmt::localtime(std::chrono::system_clock::to_time_t(std::chrono::system_clock::now())));
 }
 
-/** A call's contacts in their order, a letter each; driver commands, shell commands and NV accesses are told
- * in the call's own event. */
+/** The order of a call's contacts, one letter for each. Their details are in the call's own event. */
 json contact_order() {
   static const std::map<phone_event_kind, char> letters = {
       {PHONE_IOCTL, 'd'},   {PHONE_EXEC, 's'},     {PHONE_POPEN, 's'}, {PHONE_SLEEP, 'p'},
@@ -96,7 +95,7 @@ json contact_order() {
   return {{"type", "order"}, {"order", order}, {"pauses", pauses}};
 }
 
-/** Units of a call's inputs and outputs, by name. */
+/** Units of a call's inputs and outputs by name. */
 json units(const call_step &step) {
   json all = json::object();
   auto add = [&](const argument &a) {
@@ -114,7 +113,7 @@ json nv_state() {
   return {{"type", "nv_state"}, {"items", items}};
 }
 
-/** How the phone is set up; what its parts come to in the session is told by the calls. */
+/** How the phone is set up. The state.* keys change during the session and are left out. */
 json phone_keys() {
   json keys = json::object();
   for (auto &[key, meaning] : phone_link::keys())
@@ -130,7 +129,7 @@ public:
     if (!file) throw usage_error{fmt::format("--report {}: {}.", path, strerror(errno))};
     add({{"type", "report"}, {"made", local_time()}});
   }
-  /** A session that came to no end has its page as well. */
+  /** An aborted session gets its page too. */
   ~report_reporter() override {
     if (file) write();
   }
@@ -177,7 +176,7 @@ private:
     fmt::print(text.stream(), "{}\n", event.dump(-1, ' ', false, json::error_handler_t::replace));
   }
 
-  /** NV changes by calls, and by the script between them. */
+  /** Adds the NV store if it changed; calls and the script itself can change it. */
   void look_at_nv() {
     auto now = nv_state();
     if (now != last_nv) add(now);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The report: one page that needs nothing but a browser, with all of a session's events and a script that
- * draws them. */
+// The report: a self-contained HTML page with all events of a run and the script that draws them.
 #ifndef CONSOLE_REPORT_H
 #define CONSOLE_REPORT_H
 
@@ -12,7 +11,7 @@
 
 namespace console {
 
-/** Writes the page when all sessions are done; throws usage_error where the file cannot be written. */
+/** The page is written when all sessions are done. Throws usage_error if the file cannot be written. */
 std::shared_ptr<reporter> make_report_reporter(const std::string &path, const settings &with);
 
 }  // namespace console

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Why something was refused, and what helps: one table for the check before a session and for a call that
- * fails. */
+// Why the phone refused something, and what helps. Shared by the doctor and by failed calls.
 #ifndef CONSOLE_CAUSES_H
 #define CONSOLE_CAUSES_H
 
@@ -17,11 +16,11 @@ struct cause {
   std::string cure;
 };
 
-/** Of a system call, by its errno. */
+/** For the errno of a system call. */
 cause cause_of_error(int error);
-/** Of a shell command, by its exit status. */
+/** For the exit status of a shell command. */
 cause cause_of_status(int64_t status);
-/** Of an NV access, by the service's code. */
+/** For the NV service's code. */
 cause cause_of_nv(int64_t code);
 cause cause_of(const trouble &t);
 
@@ -30,7 +29,7 @@ struct likely_cause : cause {
   std::string text() const;
 };
 
-/** Of a call that failed: each kind of trouble that it met, at most three. None for a call that did not. */
+/** The causes of a failed call: one for each kind of trouble it met, at most three. */
 std::vector<likely_cause> likely_causes(const observed &seen);
 
 }  // namespace console

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The library under test, loaded at run time so that its absence can be told in words. */
+// The library under test, loaded at run time so that its absence can be reported.
 #ifndef CONSOLE_LIBRARY_H
 #define CONSOLE_LIBRARY_H
 
@@ -9,13 +9,13 @@ namespace console {
 
 class library {
 public:
-  /** Loads the library; "" or what is wrong. A second load starts with fresh test state. */
+  /** Returns "" or what is wrong. Loading again resets the test state. */
   std::string load(const std::string &path);
   void unload();
   ~library() { unload(); }
-  /** An exported function, null where there is none. */
+  /** An exported function; null if there is none by this name. */
   void *symbol(const char *name) const;
-  /** Name of the function at an address; "" where it is unknown. */
+  /** The name of the function at an address; "" if unknown. */
   static std::string name_of(const void *address);
 
 private:

@@ -117,7 +117,7 @@ const command_row *find_command(unsigned chip, uint32_t id) {
   return row == std::end(rows) ? nullptr : row;
 }
 
-/** A refused request is made once more at once: both show as one command with two attempts. */
+/** The library retries a refused request at once. Both are shown as one command with two attempts. */
 bool repeats(const observed &seen, const contact &e, const contact *last) {
   return !seen.commands.empty() && last && last->result < 0 && last->number[2] == e.number[2] &&
          last->number[0] == e.number[0] && seen.commands.back().attempts == 1;
@@ -176,7 +176,7 @@ void add(observed &seen, const contact &e, std::string &path) {
   }
 }
 
-/** Refusals that a second attempt mended are no trouble. */
+/** Drops the refusal that a successful retry made up for. */
 void mend(observed &seen, const std::string &command) {
   std::erase_if(seen.troubles, [&](auto &t) { return t.what == command; });
 }
@@ -222,7 +222,7 @@ int64_t &account(time_ledger &ledger, phone_event_kind kind) {
   }
 }
 
-/** Contacts tell when they began: each has the time until the caller's next one. */
+/** A contact records when it began, so each is charged the time until the caller's next contact. */
 time_ledger keep_ledger(const std::vector<const contact *> &contacts, int64_t start_us, int64_t end_us) {
   time_ledger ledger;
   auto since = start_us;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* What a call did to the phone, told in words: driver commands by name, shell commands, pauses, log, NV. */
+// What a call did to the phone: driver commands by name, shell commands, pauses, log, NV.
 #ifndef CONSOLE_OBSERVED_H
 #define CONSOLE_OBSERVED_H
 
@@ -12,8 +12,8 @@ namespace console {
 struct driver_command {
   uint32_t id;
   std::string name;
-  std::string sent;   /**< "" where the command carries nothing */
-  std::string answer; /**< "" where it gives nothing, or was refused */
+  std::string sent;   /**< "" for a command that carries nothing */
+  std::string answer; /**< "" if there is none or the command was refused */
   bool taken;
   int attempts;
   int64_t time_us;
@@ -43,7 +43,7 @@ struct nv_access {
 
 enum class trouble_kind { error, status, nv_code };
 
-/** Something that the phone refused: with an errno, a command's exit status, or the NV service's code. */
+/** Something that the phone refused. */
 struct trouble {
   std::string what; /**< "12 rssi", "ifconfig wlan0 up", "NV read 340" */
   trouble_kind kind;
@@ -52,10 +52,10 @@ struct trouble {
 
 /** Where a call's time on the phone went. */
 struct time_ledger {
-  int64_t pauses_us = 0;  /**< sleeps that the library makes on purpose */
+  int64_t pauses_us = 0;  /**< sleeps of the library */
   int64_t driver_us = 0;  /**< sockets and requests */
   int64_t shell_us = 0;   /**< commands, from fork to their end */
-  int64_t library_us = 0; /**< all the rest: the library, its log and NV */
+  int64_t library_us = 0; /**< the rest: the library itself, its log and NV */
 
   time_ledger &operator+=(const time_ledger &other);
 };
@@ -67,10 +67,9 @@ struct observed {
   std::vector<int64_t> pauses_us;
   std::vector<log_line> log;
   std::vector<nv_access> nv;
-  /** Each driver request as sent, repeated ones too: the record in hexadecimal, without the zeros at its end.
-   */
+  /** Every driver request as sent, retries included: the record in hexadecimal without trailing zeros. */
   std::vector<std::string> records;
-  /** Driver commands count only where the second attempt was refused as well. */
+  /** A driver command is here only if its retry was refused too. */
   std::vector<trouble> troubles;
 
   time_ledger ledger;
@@ -78,7 +77,7 @@ struct observed {
   int64_t total_pause_us() const;
 };
 
-/** Everything since the contacts were cleared, of a call that ran from start to end on the phone's clock. */
+/** Collects the contacts since they were last cleared, of a call between these times on the phone's clock. */
 observed observe(unsigned chip, int64_t start_us, int64_t end_us);
 
 /** "power=15", "rssi: -55", "mimo_chain=1 refused" */
@@ -86,10 +85,10 @@ std::string describe(const driver_command &command);
 /** "2 s", "1 ms x 3" */
 std::string describe_pauses(const std::vector<int64_t> &pauses_us);
 std::string duration(int64_t microseconds);
-/** A text item as it stands, anything else in hexadecimal. */
+/** Text as it is, anything else in hexadecimal. */
 std::string nv_text(const std::string &bytes);
 
-/** The command that a chip knows by this name; -1 for none. */
+/** The chip's command with this name; -1 if there is none. */
 int command_id(unsigned chip, const std::string &name);
 /** Every command name of a chip. */
 std::vector<std::string> command_names(unsigned chip);

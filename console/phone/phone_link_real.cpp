@@ -11,7 +11,7 @@ namespace {
 
 const std::string not_here = "this console tests a real phone: only orva-station has a virtual one to set up";
 
-/** Every item that some chip keeps its calibration in: the service cannot be asked what it holds. */
+/** Every calibration item of any chip. The NV service has no way to list what it holds. */
 constexpr std::pair<uint32_t, const char *> kept[] = {
     {340, "WIC0_2G5G_OFDM"}, {340, "WINVRAM"},        {363, "NV_UNUSED"},      {367, "WITXCCK"},
     {368, "WIC0_5GLOW"},     {368, "WIC1_2G5G_OFDM"}, {369, "WIC0_5GLOW"},     {370, "WIC1_5GLOW"},

@@ -19,7 +19,7 @@ template <class F> std::string message_of(F f) {
 
 std::string nv_file;  // "" while NV is in memory
 
-/** What the child tells is read to the end before it is waited for: it may be more than a pipe holds. */
+/** Reads to the end before waiting for the child, which may write more than a pipe holds. */
 std::string read_all(int from) {
   std::string text;
   char piece[4096];
@@ -122,7 +122,7 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &act) {
   int ends[2];
   auto items = nv_items();
   if (pipe(ends) != 0) return std::nullopt;
-  pid_t child = _Fork();  // fork itself belongs to the phone
+  pid_t child = _Fork();  // fork() is the virtual phone's
   if (child == 0) {
     phone_part();
     nv_file.clear();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The last call's contacts with the phone, one a line, and its log. */
+// The last call's contacts with the phone and its log, as text.
 #ifndef CONSOLE_TRACE_VIEW_H
 #define CONSOLE_TRACE_VIEW_H
 
@@ -7,9 +7,9 @@
 
 namespace console {
 
-/** The first contacts of the last call, so many. */
+/** The first `count` contacts of the last call. */
 std::string trace_text(size_t count);
-/** Log lines of the last call from this priority on, as logcat's brief format shows them. */
+/** Log lines of the last call of at least this priority, in logcat's brief format. */
 std::string log_text(int least_priority);
 
 }  // namespace console

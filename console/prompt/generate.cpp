@@ -91,7 +91,7 @@ std::string option_names() {
   return fmt::format("{}", fmt::join(names, " "));
 }
 
-/** A value that nothing is known of still takes its place. */
+/** A row for each option with a value; " " if there is nothing to offer. */
 std::string bash_values(bool optional) {
   std::string rows;
   for (auto &o : options())
@@ -122,7 +122,7 @@ std::string bash() {
                      bash_values(false), bash_values(true), bash_arguments(), bash_function + 1);
 }
 
-// ---- zsh: with what each word means ----------------------------------------------------------------------
+// ---- zsh: words with their meanings ----------------------------------------------------------------------
 
 constexpr const char *zsh_function = R"(
 _orva_station() {
@@ -194,13 +194,13 @@ std::string zsh() {
 
 // ---- The man page ----------------------------------------------------------------------------------------
 
-/** Text as troff prints it unchanged. */
+/** Escapes text for troff. */
 std::string troff(const std::string &text) {
   auto safe = replaced(replaced(text, "\\", "\\e"), "-", "\\-");
   return safe.starts_with('.') || safe.starts_with('\'') ? "\\&" + safe : safe;
 }
 
-/** Text in lines of at most 80 characters, none of which begins as a request does. */
+/** Wraps text at 80 characters; no line looks like a troff request. */
 std::string paragraph(const std::string &text) {
   std::string lines, line;
   for (auto &word : split(text, ' ')) {
@@ -217,7 +217,7 @@ std::string tagged(const std::string &tag, const std::string &text) {
   return fmt::format(".TP\n.B {}\n{}\n", troff(tag), paragraph(text));
 }
 
-/** A tag with a text whose lines begin a row each. */
+/** A tagged paragraph with a row for each argument, result and note. */
 std::string man_function(const function &f) {
   auto text = fmt::format(".TP\n.B {}\n{}\n", troff(usage(f)), paragraph(f.help));
   auto line = [&](const std::string &words) { text += fmt::format(".br\n{}\n", paragraph(words)); };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Shell completion and the man page, made from the tables of functions, commands and options. */
+// Shell completion and the manual page, made from the tables of functions, commands and options.
 #ifndef CONSOLE_GENERATE_H
 #define CONSOLE_GENERATE_H
 
@@ -7,7 +7,7 @@
 
 namespace console {
 
-/** "bash", "zsh" or "man"; throws usage_error for anything else. */
+/** Takes one of generated_names; throws usage_error for anything else. */
 std::string generate(const std::string &what);
 
 }  // namespace console

@@ -55,18 +55,18 @@ const known_option known_options[] = {
     {{"chip", "NAME", chip_help(), fmt::format("{} all", fmt::join(chip_names(), " "))}, set_chip},
     {{"phone", "FILE", "description of the virtual phone", "FILE"},
      [](command_line &line, text value) { line.with.phone_file = value; }},
-    {{"clock", "CLOCK", "virtual (default): pauses cost no time; real: they are waited for", "virtual real"},
+    {{"clock", "CLOCK", "virtual (default): pauses take no time; real: the console waits", "virtual real"},
      set_clock},
     {{"log", "[=PRIORITY]", log_help(), fmt::format("{}", fmt::join(log_priority_names(), " "))},
      [](command_line &line, text value) { line.with.log_priority = parse_log_priority(value); }},
-    {{"nv", "FILE", "keeps NV in this file instead of in memory", "FILE"},
+    {{"nv", "FILE", "keep NV in this file instead of in memory", "FILE"},
      [](command_line &line, text value) { line.with.nv_file = value; }},
-    {{"yes", "", "changes a lasting NV store (--nv, or a phone's own) without asking"},
+    {{"yes", "", "change a lasting NV store (--nv, or a phone's own) without asking"},
      [](command_line &line, text) { line.with.yes = true; }},
     {{"library", "FILE", "the library under test", "FILE"},
      [](command_line &line, text value) { line.with.library = value; }},
     {{"expect", "LIMITS",
-      "what a single call should give: its result, then outputs and limits, as \"1 rssi -70..-40\""},
+      "what a single call must give: its result, then outputs and limits, as \"1 rssi -70..-40\""},
      [](command_line &line, text value) { line.expect = value; }},
     {{"junit", "FILE", "a report of the run for CI systems", "FILE"},
      [](command_line &line, text value) { line.junit_file = value; }},
@@ -74,19 +74,19 @@ const known_option known_options[] = {
      [](command_line &line, text value) { line.report_file = value; }},
     {{"trace", "FILE", "a recording of every contact with the phone, for replay and diff", "FILE"},
      [](command_line &line, text value) { line.trace_file = value; }},
-    {{"json", "", "one JSON object a line instead of the table"},
+    {{"json", "", "one JSON object per line instead of the table"},
      [](command_line &line, text) { line.json = true; }},
     {{"brief", "", "one line for each call, without driver commands and pauses"},
      [](command_line &line, text) { line.how_much = detail::brief; }},
-    {{"quiet", "", "only what failed, the notes behind that, and the summary"},
+    {{"quiet", "", "only what failed, the notes that follow it, and the summary"},
      [](command_line &line, text) { line.how_much = detail::quiet; }},
-    {{"write", "", "doctor: also tries to write to NV, an item as it was read"},
+    {{"write", "", "doctor: also test writing to NV, by writing an item back as it was read"},
      [](command_line &line, text) { line.write = true; }},
-    {{"help", "", "tells this"}, [](command_line &line, text) { line.help = true; }},
-    {{"version", "", "tells the version"}, [](command_line &line, text) { line.version = true; }},
+    {{"help", "", "show this help"}, [](command_line &line, text) { line.help = true; }},
+    {{"version", "", "show the version"}, [](command_line &line, text) { line.version = true; }},
 };
 
-/** The option table as getopt_long reads it; the places in the table are the ids, behind all characters. */
+/** The option table for getopt_long. Ids are indexes, moved above the range of characters. */
 constexpr int first_id = 256;
 
 std::vector<option> getopt_table() {
@@ -107,7 +107,7 @@ std::vector<std::string> option_names() {
   return names;
 }
 
-/** Behind the first word all are arguments, for a negative number looks like an option. */
+/** Options must come first: after the first word, "-99" is an argument. */
 void refuse_late_options(const std::vector<std::string> &given) {
   for (size_t i = 1; i < given.size(); ++i)
     for (auto &o : known_options) {

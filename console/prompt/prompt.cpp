@@ -23,7 +23,7 @@
 namespace console {
 namespace {
 
-const session *completing;  // the line editor hands no context to its callbacks
+const session *completing;  // the line editor's callbacks have no context argument
 
 std::string prompt_text(const session &s) {
   auto &state = s.state();
@@ -43,7 +43,7 @@ char **complete_word(const char *, int, int end) {
   return found.empty() ? nullptr : rl_completion_matches(word.c_str() + word.find_last_of(" [{;") + 1, give);
 }
 
-/** Waits for a key with Ctrl-C let in; without a window in which it would go unheard. */
+/** Waits for a key or Ctrl-C. SIGINT is unblocked during ppoll only, so that none is missed. */
 int read_key(FILE *from) {
   sigset_t none;
   sigemptyset(&none);
@@ -56,7 +56,7 @@ int read_key(FILE *from) {
   return EOF;
 }
 
-/** Edits one line; nothing at the end of the input, or after Ctrl-C. */
+/** Edits one line; nothing at the end of the input or after Ctrl-C. */
 std::optional<std::string> edit_line(const std::string &prompt) {
   sigset_t control_c, before;
   sigemptyset(&control_c);
@@ -73,7 +73,7 @@ std::string history_path() {
   return home ? fmt::format("{}/.orva_station_history", home) : "";
 }
 
-/** Where lines come from: a terminal with editing, or a pipe. */
+/** Reads lines from a terminal, with editing, or from a pipe. */
 class line_source {
 public:
   explicit line_source(const session &s) : terminal(isatty(STDIN_FILENO)) {
@@ -101,7 +101,7 @@ public:
     return typed;
   }
 
-  /** Lines until a whole command stands there. */
+  /** Reads lines until they make a whole command. */
   std::optional<std::string> command(const session &s) {
     auto text = next(prompt_text(s));
     while (text && !interrupted && !interpreter::complete(*text + "\n")) {
@@ -116,7 +116,7 @@ private:
   bool terminal;
 };
 
-/** What a line gave, where nothing else has shown it. */
+/** Runs a line and prints its value, unless a reporter has shown something. */
 void run_line(interpreter &in, const std::string &line) {
   auto &summary = in.current().so_far();
   auto before = summary.calls + summary.held + summary.failed;

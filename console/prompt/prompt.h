@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The interactive console. */
+// The interactive prompt.
 #ifndef CONSOLE_PROMPT_H
 #define CONSOLE_PROMPT_H
 
@@ -7,10 +7,8 @@
 
 namespace console {
 
-/**
- * Reads and runs commands until the end of the input or "exit".
- * False where a pipe held something that was not understood.
- */
+/** Reads and runs commands until the end of the input or "exit". False if a command from a pipe was not
+ * understood. */
 bool run_prompt(session &s);
 
 }  // namespace console

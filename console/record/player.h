@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* The phone plays a recording: only the virtual phone can. */
+// Makes the virtual phone answer as recorded. Other phones cannot.
 #ifndef CONSOLE_PLAYER_H
 #define CONSOLE_PLAYER_H
 
@@ -8,9 +8,9 @@
 namespace console::player {
 
 bool available();
-/** From here on failures of the bounds-checked functions count as contacts. */
+/** Counts failures of bounds-checked functions as contacts from now on. */
 void watch_all();
-/** The coming call meets a phone that answers as it did then. */
+/** Prepares the phone's answers for the next call. */
 void plan(const recorded_call &call);
 
 }  // namespace console::player

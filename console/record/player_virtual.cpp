@@ -2,6 +2,7 @@
 #include "console/record/player.h"
 
 #include "console/phone/contact_kind.h"
+#include "console/phone/phone_link.h"
 #include "script.h"
 
 namespace console::player {

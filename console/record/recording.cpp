@@ -3,7 +3,6 @@
 
 #include "console/phone/causes.h"
 #include "console/phone/contact_kind.h"
-#include "console/record/player.h"
 #include "console/run/functions.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -15,133 +14,11 @@
 #include <fmt/ranges.h>
 #include <fstream>
 #include <map>
-#include <unistd.h>
 
 namespace console {
 namespace {
 
-constexpr int format_version = 1;
-using phone_link::record_size;
-
-// ---- Writing ---------------------------------------------------------------------------------------------
-
-std::string trimmed_hex(const char *bytes, size_t size) {
-  while (size > 0 && bytes[size - 1] == 0) --size;
-  return hex(bytes, size);
-}
-
-/** Numbers descriptors in the order in which a call got them; children only count. */
-class contact_writer {
-public:
-  json write(const contact &e) {
-    json line = {{"type", "contact"}, {"kind", contact_name(e.kind)}, {"at_us", e.time_us}};
-    if (e.kind == PHONE_IOCTL) add_request(line, e);
-    if (e.kind == PHONE_CLOSE) line["on"] = place_of(e.number[0]);
-    if (e.kind == PHONE_SLEEP) line["us"] = e.number[0];
-    if (e.kind == PHONE_LOG) line["priority"] = e.number[0];
-    if (e.kind == PHONE_WAIT) line["status"] = e.number[0];
-    if (e.kind == PHONE_NV_READ || e.kind == PHONE_NV_WRITE) line["number"] = e.number[0];
-    if (e.kind == PHONE_SECURE) line["nth"] = uses[e.name];
-    if (*e.name) line["name"] = e.name;
-    if (*e.text) line["text"] = e.text;
-    if (e.kind != PHONE_IOCTL && e.size) line["data"] = hex(e.data, e.size);
-    line["result"] = result_of(e);
-    if (e.error) line["errno"] = e.error;
-    return line;
-  }
-
-  /** Of the bounds-checked functions only those that failed are worth a line. */
-  bool is_worth_a_line(const contact &e) {
-    if (e.kind != PHONE_SECURE) return true;
-    ++uses[e.name];
-    bool prints =
-        std::string_view(e.name).find("print") != std::string_view::npos || e.name == std::string("sscanf_s");
-    return prints ? e.result < 0 : e.result != 0;
-  }
-
-private:
-  void add_request(json &line, const contact &e) {
-    line["on"] = place_of(e.number[0]);
-    if (e.size < 2 * record_size) return;
-    auto *sent = static_cast<const char *>(e.data);
-    line["command"] = e.number[2];
-    line["sent"] = trimmed_hex(sent, record_size);
-    line["left"] = trimmed_hex(sent + record_size, record_size);
-  }
-
-  int64_t place_of(int64_t descriptor) {
-    auto found = descriptors.find(descriptor);
-    return found == descriptors.end() ? -1 : found->second;
-  }
-
-  int64_t result_of(const contact &e) {
-    bool gives_descriptor = e.kind == PHONE_SOCKET || e.kind == PHONE_OPEN;
-    if (gives_descriptor && e.result >= 0) descriptors[e.result] = ++given;
-    if (gives_descriptor && e.result > 0) return given;
-    return (e.kind == PHONE_FORK || e.kind == PHONE_WAIT) && e.result > 0 ? 1 : e.result;
-  }
-
-  std::map<int64_t, int64_t> descriptors;
-  int64_t given = 0;
-  std::map<std::string, int> uses;
-};
-
-/** What a child does and what its parent does meanwhile come in any order. */
-std::vector<const contact *> in_order(const std::vector<const contact *> &all) {
-  std::vector<const contact *> ordered;
-  for (auto *e : all) {
-    if (e->process != getpid()) continue;
-    ordered.push_back(e);
-    if (e->kind == PHONE_FORK && e->result > 0)
-      std::ranges::copy_if(all, std::back_inserter(ordered),
-                           [&](auto *c) { return c->process == e->result; });
-  }
-  return ordered;
-}
-
-class trace_reporter : public reporter {
-public:
-  explicit trace_reporter(const std::string &file) : path(file), out(file) {
-    if (!out) throw usage_error{fmt::format("--trace {}: cannot be written: {}.", path, strerror(errno))};
-    write({{"type", "trace"}, {"version", format_version}});
-  }
-  void begin(const session_info &info) override {
-    player::watch_all();
-    write({{"type", "session"}, {"session", info.name}, {"chip", info.chip}});
-  }
-  void chip_changed(const session_info &info) override { write({{"type", "chip"}, {"chip", info.chip}}); }
-  void call(const call_step &step) override {
-    std::vector<std::string> words;
-    for (auto &input : step.inputs) words.push_back(input.value);
-    json line = {{"type", "call"}, {"function", step.called->name}, {"arguments", words}};
-    if (!step.where.file.empty()) line["at"] = step.where.text();
-    write(line);
-    auto contacts = phone_link::contacts();
-    contacts.resize(std::min(contacts.size(), step.contacts_made));
-    for (auto &contact : contact_lines(contacts)) write(contact);
-    write({{"type", "result"}, {"result", step.result.value}, {"outputs", outputs_json(step.result)}});
-    ++calls;
-  }
-  void all_done(const std::vector<session_summary> &) override {
-    write({{"type", "end"}, {"calls", calls}});
-    out.close();
-    if (!out) throw usage_error{fmt::format("--trace {}: could not be written to its end.", path)};
-  }
-
-private:
-  void write(const json &line) {
-    out << line.dump(-1, ' ', true, json::error_handler_t::replace) << "\n";
-    out.flush();
-  }
-
-  std::string path;
-  std::ofstream out;
-  size_t calls = 0;
-};
-
-// ---- Reading ---------------------------------------------------------------------------------------------
-
-/** Takes a recording line by line; each type of line has its place. */
+/** Reads a recording line by line and rejects a line in the wrong place. */
 class recording_reader {
 public:
   explicit recording_reader(const std::string &path) { all.path = path; }
@@ -195,9 +72,9 @@ private:
 
   void take_trace(const json &j) {
     auto version = j.at("version").get<int>();
-    if (version != format_version)
-      throw usage_error{
-          fmt::format("the format's version is {}; this console reads version {}.", version, format_version)};
+    if (version != recording_version)
+      throw usage_error{fmt::format("the format's version is {}; this console reads version {}.", version,
+                                    recording_version)};
   }
 
   void take_chip(const json &j) {
@@ -251,14 +128,6 @@ std::string outcome_text(const json &c) {
 
 }  // namespace
 
-std::vector<json> contact_lines(const std::vector<const contact *> &contacts) {
-  contact_writer writer;
-  std::vector<json> lines;
-  for (auto *e : in_order(contacts))
-    if (writer.is_worth_a_line(*e)) lines.push_back(writer.write(*e));
-  return lines;
-}
-
 recording read_recording(const std::string &path) {
   std::ifstream in(path);
   if (!in) throw usage_error{fmt::format("{}: cannot be read: {}.", path, strerror(errno))};
@@ -281,12 +150,6 @@ std::string call_text(const recorded_call &call) {
                      fmt::join(call.arguments, " "));
 }
 
-json outputs_json(const call_result &result) {
-  json outputs = json::object();
-  for (auto &o : result.outputs) outputs[o.what->name] = o.value;
-  return outputs;
-}
-
 std::string unhex(const std::string &digits) {
   std::string bytes;
   for (size_t i = 0; i < digits.size(); i += 2) {
@@ -295,13 +158,6 @@ std::string unhex(const std::string &digits) {
     bytes.push_back(static_cast<char>(*number));
   }
   return bytes;
-}
-
-std::shared_ptr<reporter> make_trace_reporter(const std::string &path) {
-  if (!phone_link::is_virtual())
-    throw usage_error{
-        "--trace: a real phone is not watched by this console, which sees the library's answers only."};
-  return std::make_shared<trace_reporter>(path);
 }
 
 }  // namespace console

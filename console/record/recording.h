@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-/* A session written down: every call and every contact with the phone, as JSON lines. docs/trace.md has the
- * format. */
+// A recording: every call and every contact with the phone, as JSON lines. docs/trace.md describes the
+// format.
 #ifndef CONSOLE_RECORDING_H
 #define CONSOLE_RECORDING_H
 
-#include "console/phone/phone_link.h"
-#include "console/run/reporter.h"
-
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -16,10 +12,12 @@ namespace console {
 
 using json = nlohmann::ordered_json;
 
+inline constexpr int recording_version = 1;
+
 struct recorded_call {
   int line = 0; /**< in the file */
   std::string chip;
-  bool fresh = false; /**< the library was loaded anew before this call */
+  bool fresh = false; /**< the library was newly loaded before this call */
   std::string function;
   std::vector<std::string> arguments;
   std::vector<json> contacts;
@@ -32,26 +30,16 @@ struct recording {
   std::vector<recorded_call> calls;
 };
 
-/** Throws usage_error that names file and line, and says what would be right. */
+/** Throws usage_error with file and line. */
 recording read_recording(const std::string &path);
 
-/**
- * A call's contacts as they are written: descriptors and children by their order, what a child did right
- * behind its fork, so that two runs of the same give the same.
- */
-std::vector<json> contact_lines(const std::vector<const contact *> &contacts);
-
-/** "driver command 12: sent …" */
+/** A contact in one line. */
 std::string describe_contact(const json &contact);
 /** "wifi_set_power 155" */
 std::string call_text(const recorded_call &call);
 
-json outputs_json(const call_result &result);
-
-/** The bytes of hexadecimal digits; throws usage_error. */
+/** Hexadecimal digits to bytes; throws usage_error. */
 std::string unhex(const std::string &digits);
-std::shared_ptr<reporter> make_trace_reporter(const std::string &path);
-
 }  // namespace console
 
 #endif

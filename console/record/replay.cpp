@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/record/replay.h"
 
+#include "console/phone/phone_link.h"
+#include "console/record/contact_lines.h"
 #include "console/record/player.h"
 #include "console/record/recording.h"
 #include "console/run/functions.h"
@@ -13,7 +15,7 @@
 namespace console {
 namespace {
 
-/** What a call did and gave, as lines to compare; the outcome is the last. */
+/** A call's contacts without times, then its outcome: the lines to compare. */
 std::vector<json> story(const recorded_call &call) {
   auto all = call.contacts;
   for (auto &c : all) c.erase("at_us");
@@ -29,7 +31,7 @@ std::string line_text(const std::vector<json> &all, size_t i) {
                      outputs.empty() ? "" : ", outputs ", outputs.empty() ? "" : outputs.dump());
 }
 
-/** The first place where two stories part, with what came just before; "" where they do not. */
+/** The first difference with a few lines of context; "" if there is none. */
 std::string parting(const std::vector<json> &expected, const std::vector<json> &came) {
   constexpr size_t context = 3;
   auto size = std::min(expected.size(), came.size());
@@ -66,7 +68,7 @@ recorded_call run_again(const recorded_call &then, const library &lib) {
 
 void load_for(const recorded_call &call, const settings &with, library &lib) {
   require(lib.load(with.library));
-  phone_link::set("chip", call.chip);  // an unknown chip's name changes nothing
+  phone_link::set("chip", call.chip);  // an unknown name leaves the phone as it is
 }
 
 void require_function(const library &lib, const recorded_call &call, const settings &with) {

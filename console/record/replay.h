@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Recordings compared: with what the library does today, and with one another. */
+// Compares a recording with what the library does now, or with another recording.
 #ifndef CONSOLE_REPLAY_H
 #define CONSOLE_REPLAY_H
 
@@ -9,11 +9,11 @@
 
 namespace console {
 
-/** Runs a recording's calls against the library, the phone answering as it did then; prints where they part
- * first. True where nothing differs. */
+/** Repeats the calls on a phone that answers as recorded. Prints the first difference; true if there is none.
+ */
 bool replay(const std::string &path, const settings &with);
 
-/** Prints where two recordings part first, times apart; true where nothing differs. */
+/** Prints the first difference, times ignored; true if there is none. */
 bool diff_recordings(const std::string &first, const std::string &second);
 
 }  // namespace console

@@ -12,7 +12,7 @@
 
 namespace console {
 
-/** Room for the library to write to, between two guards that must stay as they are. */
+/** A buffer between two guards, which reveal writes outside it. */
 class prepared_call::buffer {
 public:
   const argument *what;
@@ -43,7 +43,8 @@ private:
 
 namespace {
 
-constexpr size_t least_text_room = 256;  // a short address is read up to its twelfth character
+constexpr size_t least_text_room =
+    256;  // the library reads an address up to its twelfth character, however short it is
 
 std::string range_text(const argument &a, const char *range) {
   auto text = fmt::format("{}", fmt::join(split(range, ','), ", "));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* One call of a public function: its arguments from words, its buffers with guards, its outputs as text. */
+// One call of a public function: arguments from words, guarded buffers, outputs as text.
 #ifndef CONSOLE_CALL_H
 #define CONSOLE_CALL_H
 
@@ -23,13 +23,13 @@ struct call_result {
   std::string value;
   judgement means;
   std::vector<output> outputs;
-  /** Buffers that the function wrote outside of, each as a sentence. */
+  /** A sentence for each buffer that the function wrote outside of. */
   std::vector<std::string> overruns;
 };
 
 class prepared_call {
 public:
-  /** Takes the words behind the function's name; throws usage_error where they do not fit. */
+  /** The words are the arguments; throws usage_error if they do not fit. */
   prepared_call(const function &f, const std::vector<std::string> &words);
   prepared_call(const prepared_call &) = delete;
   prepared_call &operator=(const prepared_call &) = delete;
@@ -42,9 +42,9 @@ public:
     const argument *what;
     std::string value;
   };
-  /** Every input with the value that is used for it. */
+  /** Every input with the value used, given or default. */
   const std::vector<given> &inputs() const { return input_values; }
-  /** Values outside what makes sense, each as a sentence. */
+  /** A sentence for each value outside its usual range. */
   const std::vector<std::string> &remarks() const { return remark_lines; }
 
 private:

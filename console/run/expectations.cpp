@@ -60,7 +60,7 @@ wanted_command parse_command(std::string text, unsigned chip) {
   return {static_cast<uint32_t>(id), equals == text.npos ? "*" : text.substr(equals + 1), !refused};
 }
 
-/** As it was asked for, by its id or by its name. */
+/** The command by its id or by its name, as the expectation gave it. */
 std::string short_form(const driver_command &c, bool by_id) {
   auto id = std::to_string(c.id);
   return fmt::format("{}{}{}{}", by_id || c.name.empty() ? id : c.name, c.value().empty() ? "" : "=",

@@ -119,10 +119,11 @@ constexpr argument ru_args[] = {{.name = "en_set",
                                  .help = "association id, three hexadecimal digits, or null for 1",
                                  .fallback = "null"}};
 constexpr argument powermode_args[] = {
-    {.name = "mode", .kind = number, .help = "1; with any other nothing is sent", .range = "1"},
+    {.name = "mode", .kind = number, .help = "1; anything else sends nothing", .range = "1"},
     {.name = "value", .kind = number, .help = "power save", .range = "0..1", .known = known_switch}};
-constexpr argument pt_args[] = {
-    {.name = "mode", .kind = number, .help = "passed to the driver; vq2040 tells only 0 from others"}};
+constexpr argument pt_args[] = {{.name = "mode",
+                                 .kind = number,
+                                 .help = "passed to the driver; vq2040 only distinguishes 0 from the rest"}};
 constexpr argument unused_args[] = {unread};
 constexpr argument chipcheck_args[] = {{.name = "first",
                                         .kind = ignored,
@@ -192,7 +193,7 @@ constexpr argument tas_args[] = {
 constexpr argument roam_args[] = {
     {.name = "target",
      .kind = text,
-     .help = "BSSID, up to 81 characters; part of a shell command as it stands"}};
+     .help = "BSSID, up to 81 characters; inserted into a shell command unchanged"}};
 constexpr argument age_args[] = {{.name = "age",
                                   .kind = number,
                                   .help = "how long scan results stay valid",
@@ -234,7 +235,7 @@ constexpr chip_note rx_notes[] = {
     {VQ2050 | VQ2070, "sends the chain as well (command 27)"},
     {VQ2070, "sends the RU setting once after wifi_ru_set; pauses 5 ms at the end"}};
 constexpr chip_note query_notes[] = {
-    {VQ2050 | VQ2070, "item 13 also marks a running test, which the next chip check tells the firmware"}};
+    {VQ2050 | VQ2070, "reading item 13 makes the next chip check report a running test to the firmware"}};
 constexpr chip_note testmode_notes[] = {
     {VQ2050 | VQ2070, "sends self-calibration (36) and dynamic calibration interval (33) too"},
     {VQ2040A, "sends self-calibration (31) too"}};
@@ -332,7 +333,7 @@ constexpr function table[] = {
     {.name = "wifi_setmimo_channel",
      .op = 5,
      .group = RF_SET,
-     .help = "Chooses the MIMO chain.",
+     .help = "Selects the MIMO chain.",
      .chips = VQ2040 | VQ2050 | VQ2070,
      .result = one_is_good,
      .result_help = "1 success, 0 another chain or chip",
@@ -344,7 +345,7 @@ constexpr function table[] = {
     {.name = "wifi_set_antenna",
      .op = 8,
      .group = RF_SET,
-     .help = "Chooses the antenna, at once.",
+     .help = "Selects the antenna; sent at once.",
      .chips = ALL_CHIPS,
      .result = one_is_good,
      .result_help = ONE,

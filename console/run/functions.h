@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-/*
- * What the console knows about each public function: one table that the parser, the calls, the help, the
- * completion and the machine-readable output are all made from, so that none of them can tell another story.
- */
+// What the console knows about each public function: one table, from which calls, help, completion, the
+// manual page and the machine-readable output are made.
 #ifndef CONSOLE_FUNCTIONS_H
 #define CONSOLE_FUNCTIONS_H
 
@@ -20,7 +18,7 @@ enum class argument_kind {
   text,    /**< NUL-terminated, or null */
   flags,   /**< four numbers behind one pointer */
   ignored, /**< a pointer that no back end reads: null or a scratch buffer */
-  out_i32, /**< results through a pointer, never typed in by the user */
+  out_i32, /**< from here on outputs: results through a pointer */
   out_u32,
   out_u8,
   out_i8,
@@ -40,12 +38,12 @@ struct argument {
   argument_kind kind;
   const char *help;
   const char *unit = "";
-  /** Values that make sense, in the language of expectations; others are passed on with a remark. */
+  /** The usual values, as limits of an expectation; others are passed on with a remark. */
   const char *range = "";
-  /** Values outside this are refused by the console, because it could not give room for them. */
+  /** The console rejects values outside this: it sizes a buffer by them. */
   const char *hard_range = "";
   std::span<const known_value> known = {};
-  /** Used where the user leaves the argument out; null when it must be given. */
+  /** The default; null for an argument that must be given. */
   const char *fallback = nullptr;
   uint32_t room = 0;
 
@@ -68,13 +66,13 @@ struct chip_note {
   const char *text;
 };
 
-/** An argument as it is handed over: the low half of `number`, or `pointer`. */
+/** An argument as passed: the low half of `number`, or `pointer`. */
 struct slot {
   int64_t number = 0;
   void *pointer = nullptr;
 };
 
-/** What came back: the number (signed or not, as declared), or a back-end function. */
+/** A result: the number (signed or not, as declared), or a back-end function. */
 struct returned {
   int64_t number = 0;
   void *pointer = nullptr;
@@ -84,7 +82,7 @@ using caller = returned (*)(void *function, const slot *slots);
 
 struct function {
   const char *name;
-  int op; /**< row of the dispatch table; -1 where there is none */
+  int op; /**< row of the dispatch table; -1 for none */
   const char *group;
   const char *help;
   uint8_t chips;
@@ -109,7 +107,7 @@ struct judgement {
   outcome verdict;
   std::string meaning;
 };
-/** What a result means to a person. */
+/** What a result means. */
 judgement judge(const function &f, const returned &result);
 
 /** "wifi_set_power POWER", "wifi_start_rx [MAC]" */

@@ -48,7 +48,7 @@ std::optional<int64_t> parse_number(std::string_view text) {
   return negative ? -number : number;
 }
 
-/** Insertions, deletions, changes and swaps of neighbours that lead from a to b. */
+/** The number of insertions, deletions, changes and swaps of neighbours from a to b. */
 static size_t distance(std::string_view a, std::string_view b) {
   std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
   for (size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
@@ -100,7 +100,7 @@ size_t page_width() {
   return known ? std::clamp<size_t>(window.ws_col, least, most) : most;
 }
 
-/** Where the last column begins that leaves room to go on below it. */
+/** The start of the last column that leaves enough width for continuation lines. */
 static size_t last_column(std::string_view line, size_t width) {
   size_t column = line.find_first_not_of(' ');
   for (size_t at = 1; at < std::min(line.size(), width * 3 / 5); ++at)

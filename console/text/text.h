@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/* Small text helpers. */
+// Text helpers.
 #ifndef CONSOLE_TEXT_H
 #define CONSOLE_TEXT_H
 
@@ -13,15 +13,15 @@ namespace console {
 
 std::string upper(std::string_view text);
 std::vector<std::string> split(std::string_view text, char separator);
-/** Without the line ends and blanks behind it. */
+/** Without trailing blanks and line ends. */
 std::string_view trim_end(std::string_view text);
 
-/** A decimal number, signed, or 0x and hexadecimal digits; nothing before, between or behind. */
+/** A signed decimal or 0x-hexadecimal number; nothing if there is anything else in the text. */
 std::optional<int64_t> parse_number(std::string_view text);
 
-/** Up to three names that somebody who typed `wrong` may have meant, the nearest first. */
+/** Up to three names similar to `wrong`, the nearest first. */
 std::vector<std::string> nearest(std::string_view wrong, const std::vector<std::string> &names);
-/** " Did you mean a, b or c?", or "" where nothing is near. */
+/** " Did you mean a, b or c?", or "" if no name is similar. */
 std::string did_you_mean(std::string_view wrong, const std::vector<std::string> &names);
 
 /** "a, b or c"; "" for none. */
@@ -30,12 +30,12 @@ std::string either(std::vector<std::string> names);
 /** "1 NV item", "2 NV items". */
 std::string counted(size_t number, std::string_view what);
 
-/** How wide a page on standard output is: as its terminal, and never too wide to read. */
+/** The width of standard output's terminal, within what is readable. */
 size_t page_width();
-/** Breaks what is wider at spaces. It goes on below its last column, or, with an indent, behind that. */
+/** Wraps wide lines at spaces. Continuation lines align with the last column, or are indented by `indent`. */
 std::string fold(std::string_view text, size_t width, size_t indent = 0);
 
-/** Does text match a glob of *, ? and [...]? */
+/** True if the text matches a glob of *, ? and [...]. */
 bool glob(const std::string &pattern, const std::string &text);
 
 /** Bytes as upper-case hexadecimal digits. */

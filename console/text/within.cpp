@@ -16,7 +16,7 @@ struct range {
   double high = HUGE_VAL;
 };
 
-/** Whole numbers as everywhere, and decimal fractions. */
+/** Whole numbers as parse_number reads them, and decimal fractions. */
 std::optional<double> parse_value(const std::string &text) {
   if (auto whole = parse_number(text)) return static_cast<double>(*whole);
   double value = 0;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-/*
- * What an expectation allows: "5", "-70..-40", "10..", "..0", a comma list of these, "*" for anything, or a
- * text with *, ? and [...] where a text is expected.
- */
+// Limits of an expectation: "5", "-70..-40", "10..", "..0", a comma list of these, "*" for anything, or for
+// texts a glob of *, ? and [...].
 #ifndef CONSOLE_WITHIN_H
 #define CONSOLE_WITHIN_H
 
@@ -10,10 +8,10 @@
 
 namespace console {
 
-/** Is it a limit that a number can meet? "" if so, else what is wrong with it. */
+/** "" if these are valid limits for a number, else what is wrong with them. */
 std::string limits_error(const std::string &limits);
 
-/** Does a value, number or text, lie within? */
+/** True if the value, a number or a text, meets one of the limits. */
 bool within(const std::string &limits, const std::string &value);
 
 }  // namespace console
