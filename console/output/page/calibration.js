@@ -1,4 +1,5 @@
-/* Calibration and NV: what a store held at two moments, parameter by parameter, as curves and as numbers. */
+// SPDX-License-Identifier: Apache-2.0
+// Calibration and NV: the store at two moments, parameter by parameter, as curves and as numbers.
 
 const subBands = ["5180–5320 MHz", "5500–5640 MHz", "5660–5720 MHz", "5745–5825 MHz"];
 const families = [
@@ -8,7 +9,7 @@ const families = [
   {is: /^dpn160c[01]$/, kind: "offsets", values: 2, labels: ["5250", "5570"], of: "MHz"},
 ];
 
-/** Groups of the block's code pairs; a calibration touches the second byte of each. */
+/** Groups of the block's code pairs. Calibration changes the second byte of each pair. */
 const blockGroups = [["2.4 GHz 11b", 0, 1], ["2.4 GHz 11g", 2, 6], ["2.4 GHz 11n 20M", 7, 12], ["2.4 GHz 11n 40M", 13, 20],
   ["5 GHz 11a", 21, 25], ["5 GHz 11n 20M", 26, 31], ["5 GHz 11n 40M", 32, 38], ["5 GHz 11ac 80M", 39, 44]];
 
@@ -16,7 +17,7 @@ function bytesOf(text) {
   return text.slice(2).match(/../g)?.map(b => parseInt(b, 16)) ?? [];
 }
 
-/** What the driver holds of itself, by number; a parameter that NV does not have starts from there. */
+/** The driver's own values by number: the starting values of parameters that NV does not have. */
 const twoChainNumbers = ["pa2gccka0", "pa2ga0", "pa2g40a0", "pa5ga0", "pa2gccka1", "pa2ga1", "pa2g40a1", "pa5ga1", "pa5glowa0", "pa5glowa1"];
 const oneChainNumbers = ["", "pa2gccka0", "pa2ga0", "pa2g40a0", "pa5ga0", "pa5glowa0"];
 
@@ -27,7 +28,7 @@ function driverValues(session) {
   return values;
 }
 
-/** "pa2ga0=1,2,3;" or a block's groups, each with the item it stands in. */
+/** The parameters of a text item, or the groups of a block, each with its item. */
 function parametersOf(state) {
   const all = new Map();
   const put = (item, name, value) => all.set(`${item.number} ${item.name} ${name}`, {item, name, value});
@@ -48,7 +49,7 @@ function familyOf(name) {
   return families.find(f => f.is.test(name)) ?? null;
 }
 
-/** The numbers of a value text, null where they are not those of the family. */
+/** The numbers of a value, or null if they do not fit the family. */
 function numbersOf(family, parameter) {
   if (!parameter) return null;
   const numbers = parameter.value.split(",").map(Number);
@@ -82,7 +83,7 @@ function line(points, kind) {
   return svg("polyline", {class: kind, points: points.map(p => p.map(n => n.toFixed(1)).join(",")).join(" ")});
 }
 
-/** The curve at both moments, below it what changed along it. */
+/** The curve at both moments, and below it the difference. */
 function drawCurve({before, after}, width) {
   const xs = Array.from({length: 33}, (_, i) => i * curveSteps / 32);
   const x = scale(0, curveSteps, plotLeft, width - 8);
@@ -224,7 +225,7 @@ function momentText(session, i) {
   return `${wrote ? "after" : "set by the script after"} call ${call.number}, ${callText(call)}${last}`;
 }
 
-/** Start and end; where the end holds nothing, the fullest moment, and the first that holds anything. */
+/** Start and end. If the store is empty at the end, the moment with the most data; if at the start, the first with any. */
 function momentsToCompare(session) {
   const sizes = session.nv.map(state => parametersOf(state).size), last = sizes.length - 1;
   if (sizes[last] > 0) return [0, last];

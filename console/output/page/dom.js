@@ -1,4 +1,5 @@
-/* Making elements. What the phone, a script or a log says only ever becomes text, never markup. */
+// SPDX-License-Identifier: Apache-2.0
+// Creates elements. Data from the phone, a script or a log only becomes text, never markup.
 
 function fillElement(node, attributes, children) {
   for (const [name, value] of Object.entries(attributes)) {
@@ -34,7 +35,7 @@ function definitions(pairs, attributes = {}) {
     el("div", {}, el("dt", {}, name), el("dd", {}, value))));
 }
 
-/** Drawings are made for the width that they get, so that their words keep their size; made again when it changes. */
+/** Redraws a drawing whenever its width changes, so that its text keeps its size. */
 const drawings = [];
 
 function widthOf(host) {
@@ -44,7 +45,7 @@ function widthOf(host) {
 
 function drawing(host, draw) {
   const entry = {width: 0, redraw(width = widthOf(host)) {
-    if (!(width > 0) || width === entry.width) return;  // none while it is not in the page
+    if (!(width > 0) || width === entry.width) return;  // it has no width until it is in the page
     entry.width = width;
     host.replaceChildren(draw(width));
   }};
@@ -54,7 +55,7 @@ function drawing(host, draw) {
   return entry;
 }
 
-/** Round values for an axis, about as many as wanted. */
+/** About `wanted` round values for an axis. */
 function ticks(from, to, wanted) {
   const rough = (to - from) / wanted, power = 10 ** Math.floor(Math.log10(rough));
   const step = [1, 2, 5, 10].map(f => f * power).find(s => s >= rough) ?? rough;

@@ -1,4 +1,5 @@
-/* The log: by priority, by text, by what failed. What is filtered out stays on paper. */
+// SPDX-License-Identifier: Apache-2.0
+// The log with filters by priority, text and failure. Printing ignores the filters.
 
 const priorities = [["V", "verbose", 2], ["D", "debug", 3], ["I", "info", 4], ["W", "warn", 5], ["E", "error", 6], ["F", "fatal", 7]];
 

@@ -1,6 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+// Turns the events, one JSON object per line, into sessions: parts, calls, pauses, NV at each moment, failures.
 "use strict";
-
-/* The events, one JSON object a line, become sessions: parts, calls, pauses, NV at each moment, failures. */
 
 function newSession(event, index) {
   return {
@@ -22,7 +22,7 @@ function judge(session, item, expectations) {
     if (!e.held) session.failures.push({item, expectation: e});
 }
 
-/** Contacts of a call in their order. A request that was refused and repeated is one command with two attempts. */
+/** A call's contacts in order. A refused and retried request is one command with two attempts. */
 function contactsInOrder(call, order) {
   const next = {d: 0, s: 0, p: 0, n: 0, f: 0}, list = [];
   let repeats = 0;
@@ -70,7 +70,7 @@ function readEvents(text) {
   return report;
 }
 
-/** "pass", "fail", "none" where nothing was expected, "cut" where there is no end. A single call judges itself. */
+/** "pass", "fail", "none" if nothing was expected, "cut" if the end is missing. A one-shot call is judged by its result. */
 function sessionVerdict(session) {
   if (!session.end) return "cut";
   if (session.end.broken || session.failures.length > 0 || !session.end.passed) return "fail";
@@ -90,7 +90,7 @@ const verdictWords = {pass: "PASS", fail: "FAIL", none: "NO VERDICT", cut: "INCO
 
 function callText(call) {
   const words = Object.values(call.arguments).map(v => v === "" ? "{}" : String(v));
-  while (["null", "scratch"].includes(words.at(-1))) words.pop();  // what is given where nothing is
+  while (["null", "scratch"].includes(words.at(-1))) words.pop();  // defaults
   return [call.function, ...words].join(" ");
 }
 
@@ -98,7 +98,7 @@ function place(item) {
   return item.file ? `${item.file}:${item.line}` : "";
 }
 
-/** What a query gave through the session, each once: as a call's output, or else as the driver's own answer. */
+/** The values that queries gave during the session, each once: a call's output, or else the driver's answer. */
 function answersOf(session, name) {
   const outputs = session.calls.flatMap(c => c.outputs[name] ? [c.outputs[name]] : []);
   const answers = session.calls.flatMap(c => c.driver).filter(d => d.name === name && d.answer !== "").map(d => d.answer);

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The report's page becomes a header of three texts, made anew when one of its sources changes.
+# Makes a header with the report page's three texts, and again when one of its sources changes.
 set(sources page.html page.css model.js dom.js time_axis.js calibration.js steps.js log.js page.js)
 list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources})

@@ -1,4 +1,5 @@
-/* The page: the verdict over all, what failed, then one session at a time; on paper all of them. */
+// SPDX-License-Identifier: Apache-2.0
+// The page: overall verdict, failures, then one session at a time; in print all of them.
 
 const report = readEvents(document.getElementById("events").textContent);
 const views = [];
@@ -33,7 +34,7 @@ function showVerdict() {
 
 /* ---- What failed ------------------------------------------------------------------------------------------------- */
 
-/** The library's own errors of a call, closest to the cause, or where it logged none whatever it logged. */
+/** The errors that the library logged in a call or, without errors, all its log lines. */
 function reasons(call) {
   const lines = call?.log ?? [], errors = lines.filter(l => l.priority >= 6);
   return (errors.length ? errors : lines).slice(-3).map(l => el("code", {class: "reason"}, l.text));
@@ -49,7 +50,7 @@ function failureText({item, expectation: e, error}) {
 
 function failureCard(session, failure, i) {
   const many = report.sessions.length > 1, call = failure.item.call;
-  const told = call && session.failures[i - 1]?.item.call === call;  // one reason for all that a call failed
+  const told = call && session.failures[i - 1]?.item.call === call;  // a call's failures share one reason
   return el("li", {}, el("p", {}, failureText(failure)), told ? "" : [reasons(call), causeLines(call)],
     el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(failure.item), " ", el("a", {href: `#${failure.item.id}`, class: "tolog"}, "Show the step")));
 }
@@ -97,7 +98,7 @@ function buildView(session) {
       el("h2", {id: `${id}-${name}-title`}, title), fill(session))));
 }
 
-/** Sessions are drawn when they are first looked at: a sweep over all chips has a hundred thousand lines. */
+/** Draws a session when it is first shown: a sweep over all chips has a hundred thousand lines. */
 function view(index) {
   if (!views[index]) {
     views[index] = buildView(report.sessions[index]);
@@ -116,7 +117,7 @@ function showSession(index) {
     .flat().filter(Boolean).map(a => el("li", {}, a))));
 }
 
-/** Follows a link into a session that may not be shown, or to a line that a filter hides. */
+/** Follows a link into a session that is not shown yet, or to a line that a filter hides. */
 function follow() {
   const id = location.hash.slice(1), index = /^s(\d+)(-|$)/.exec(id)?.[1];
   if (index === undefined || !report.sessions[index]) return;
@@ -127,7 +128,7 @@ function follow() {
   target?.scrollIntoView({block: target.matches("section, .view") ? "start" : "center"});
 }
 
-/* ---- On paper ---------------------------------------------------------------------------------------------------- */
+/* ---- Printing ---------------------------------------------------------------------------------------------------- */
 
 const paperWidth = 680, paperFigureWidth = 320;
 

@@ -1,8 +1,9 @@
-/* Each step with its limits, value and time, and below a call what it did to the phone. */
+// SPDX-License-Identifier: Apache-2.0
+// Each step with its limits, value and time; below a call, what it did to the phone.
 
 const columns = ["Verdict", "Step", "Limits", "Value", "Time"];
 
-/** Tables keep their meaning where a narrow screen lays their cells out anew: the roles are said. */
+/** Explicit table roles, which survive the cell layout for narrow screens. */
 function table(kind, caption, heads, rows) {
   return el("table", {class: kind, role: "table"}, el("caption", {class: "unseen"}, caption),
     el("thead", {role: "rowgroup"}, el("tr", {role: "row"}, heads.map(h => el("th", {scope: "col", role: "columnheader"}, h)))),
@@ -40,7 +41,7 @@ function logLink(call, session) {
   return call.log.length > 0 && el("a", {href: `#s${session.index}-log-${call.number}`, class: "tolog"}, plural(call.log.length, "log line"));
 }
 
-/** A row for the result, one for each output, one for whatever else the call was expected to keep. */
+/** A row for the result, one for each output, and one for each other expectation of the call. */
 function callRows(call, session) {
   const name = [el("code", {class: "call"}, callText(call)), el("span", {class: "where"}, place(call), " ", logLink(call, session))];
   const label = what => what === "result" ? name : el("span", {class: "sub"}, what);

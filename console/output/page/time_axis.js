@@ -1,4 +1,5 @@
-/* One session on the phone's clock: steps, calls, driver commands, shell commands, required pauses, waits. */
+// SPDX-License-Identifier: Apache-2.0
+// One session on the phone's clock: steps, calls, driver commands, shell commands, pauses, waits.
 
 const laneNames = ["step", "call", "driver", "shell", "pause", "wait"];
 const laneTitles = {step: "Steps", call: "Calls", driver: "Driver", shell: "Shell", pause: "Pauses", wait: "Waits"};
@@ -22,7 +23,7 @@ function partSpans(session) {
   return spans;
 }
 
-/** Gaps between calls: the session itself let time pass. */
+/** Gaps between calls, in which the session itself waited. */
 function waitSpans(session) {
   const spans = [];
   let since = 0;
@@ -47,7 +48,7 @@ function timeMarks(session) {
   };
 }
 
-/** Marks that would lie on each other become one that tells how many it stands for. */
+/** Merges overlapping marks into one with their number. */
 function gather(marks, x) {
   const groups = [];
   for (const m of marks) {
@@ -111,7 +112,7 @@ function drawAxis(marks, view, width) {
     drawGrid(view, x, left, width, bottom), lanes.map(lane));
 }
 
-/** Moves and zooms what is seen of the whole, never out of it. */
+/** Moves and zooms the visible part within the whole. */
 function moved(view, whole, shift, zoom) {
   const length = Math.min(Math.max((view.to - view.from) * zoom, 100), whole.to);
   const middle = (view.from + view.to) / 2 + shift * (view.to - view.from);
