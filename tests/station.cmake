@@ -20,3 +20,7 @@ add_test(NAME station_doctor
   COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/station_doctor_test.py)
 set_tests_properties(station_doctor PROPERTIES ENVIRONMENT
   "ORVA_STATION=$<TARGET_FILE:orva-station>;ORVA_CARELESS=$<TARGET_FILE:station_careless>;PYTHONDONTWRITEBYTECODE=1")
+
+add_test(NAME console_rooms
+  COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/console_rooms_test.py)
+set_tests_properties(console_rooms PROPERTIES ENVIRONMENT "PYTHONDONTWRITEBYTECODE=1")

@@ -63,9 +63,9 @@ names second_words(const std::string &command) {
   names all;
   if (command == "fault")
     for (auto &place : fault_places) all.emplace_back(place.begins);
-  if (command == "expect") return {"log", "no", "driver", "shell", "phone"};
-  auto *found = find_command(command);
-  return found && !found->words.empty() ? names_of(found->words) : all;
+  if (auto *found = find_command(command))
+    for (auto &name : names_of(found->words)) all.push_back(split(name, ' ')[0]);
+  return all;
 }
 
 names command_words(const session &s, const names &words) {
