@@ -1,9 +1,9 @@
 #include "api/dispatch.h"
 
-#include "chips/vq2040/vq2040.h"
-#include "chips/vq2040a/vq2040a.h"
-#include "chips/vq2050/vq2050.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2040.h"
+#include "include/vq2040a.h"
+#include "include/vq2050.h"
+#include "include/vq2070.h"
 #include "platform/platform.h"
 
 namespace orva {

@@ -2,7 +2,7 @@
 #ifndef ORVA_DISPATCH_H
 #define ORVA_DISPATCH_H
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 
 namespace orva {
 

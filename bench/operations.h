@@ -3,9 +3,9 @@
 #ifndef BENCH_OPERATIONS_H
 #define BENCH_OPERATIONS_H
 
-#include "chips/vq2050/vq2050.h"
+#include "include/vq2050.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
-#include "wifi_factory_test_orva.h"
 
 namespace bench {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bench/compare.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2070.h"
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
 

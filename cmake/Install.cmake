@@ -9,15 +9,10 @@ set(orva_headers ${CMAKE_INSTALL_INCLUDEDIR}/${orva_package})
 set(orva_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/${orva_package})
 set(orva_share ${CMAKE_INSTALL_DATADIR}/${orva_package})
 
-# The headers keep their folders, because they include one another by these paths.
-install(FILES api/wifi_factory_test_orva.h DESTINATION ${orva_headers})
-install(FILES common/calibration_types.h DESTINATION ${orva_headers}/common)
+install(DIRECTORY include/ DESTINATION ${orva_headers} FILES_MATCHING PATTERN "*.h")
 install(FILES platform/platform.h DESTINATION ${orva_headers}/platform)
-foreach(chip ${ORVA_CHIPS})
-  install(FILES chips/${chip}/${chip}.h DESTINATION ${orva_headers}/chips/${chip})
-endforeach()
 
-target_include_directories(wifi_factory_test_orva INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
+target_include_directories(wifi_factory_test_orva INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                                             $<INSTALL_INTERFACE:${orva_headers}>)
 install(TARGETS wifi_factory_test_orva EXPORT ${orva_package})
 

@@ -2,7 +2,7 @@
 #ifndef ORVA_CALDATA_H
 #define ORVA_CALDATA_H
 
-#include "common/calibration_types.h"
+#include "include/calibration_types.h"
 #include "common/chip.h"
 
 namespace orva {

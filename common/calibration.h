@@ -2,7 +2,7 @@
 #ifndef ORVA_CALIBRATION_H
 #define ORVA_CALIBRATION_H
 
-#include "common/calibration_types.h"
+#include "include/calibration_types.h"
 #include "common/chip.h"
 
 namespace orva {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "api/wifi_factory_test_orva.h"
-#include "chips/vq2040/vq2040.h"
+#include "include/wifi_factory_test_orva.h"
+#include "include/vq2040.h"
 #include "fuzz/library.h"
 #include "virtual_phone/phone.h"
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "chips/vq2040a/profile.h"
 #include "common/calibration.h"
 #include "common/nv_item.h"

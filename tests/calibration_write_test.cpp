@@ -2,7 +2,7 @@
 // what the item holds afterwards, and what is lost when NV or the driver fails.
 #include "tests/calibration_test.h"
 
-#include "common/calibration_types.h"
+#include "include/calibration_types.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,11 +1,11 @@
 /* A caller in plain C99: every header together, every public entry point called once on each chip, linked as
  * any program would link the library. Results are those of a phone in good order. */
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 
-#include "chips/vq2040/vq2040.h"
-#include "chips/vq2040a/vq2040a.h"
-#include "chips/vq2050/vq2050.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2040.h"
+#include "include/vq2040a.h"
+#include "include/vq2050.h"
+#include "include/vq2070.h"
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
 

@@ -3,7 +3,6 @@
 //   fault_sweep --session CHIP    runs the public operations once, for faults that come from outside
 #include "tests/fault_sweep.h"
 
-#include <dlfcn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,6 +22,9 @@
 
 namespace sweep {
 
+using support::bench;
+using support::store_calibration;
+
 void outputs::clear() {
   text.fill(margin_byte);
   for (auto &one : small) one.fill(margin_byte);
@@ -40,104 +42,16 @@ bool outputs::intact(size_t text_size, std::array<size_t, 3> small_sizes) const 
 
 namespace {
 
-// ---- The library and the phone -----------------------------------------------------------------------
-
-/// The library, freshly loaded on a phone just switched on.
-class bench {
-public:
-  explicit bench(const std::string &chip) : chip_(chip) {
-    phone_reset();
-    set("chip", chip);
-    handle_ = dlopen("libwifi_factory_test_orva.so", RTLD_NOW | RTLD_LOCAL);
-    if (handle_ == nullptr) {
-      fprintf(stderr, "fault_sweep: %s\n", dlerror());
-      _exit(2);
-    }
-  }
-  ~bench() { dlclose(handle_); }
-  bench(const bench &) = delete;
-  bench &operator=(const bench &) = delete;
-
-  static void set(const std::string &key, const std::string &value) {
-    char error[200] = "";
-    if (phone_set(key.c_str(), value.c_str(), error, sizeof error) == 0) return;
-    fprintf(stderr, "fault_sweep: %s\n", error);
-    _exit(2);
-  }
-  void *find(const operation &op) const {
-    return find(op.back_end ? chip_ + "_" + op.name : std::string(op.name));
-  }
-  void prepare(before needs) const;
-  std::vector<int32_t> settings() const;
-
-private:
-  void *find(const std::string &name) const { return dlsym(handle_, name.c_str()); }
-  template <typename... Arguments> void call(const char *name, Arguments... arguments) const {
-    reinterpret_cast<uint32_t (*)(Arguments...)>(find(name))(arguments...);
-  }
-  void enter_test_mode() const {
-    call("wifi_start_testmode");
-    call("wifi_set_mode", 4);
-    call("wifi_set_band", 0);
-    call("wifi_set_channel", 2412);
-    call("wifi_set_rate", 6500);
-    call("wifi_set_power", 155);
-    call("wifi_setmimo_channel", 1);
-  }
-
-  std::string chip_;
-  void *handle_;
-};
-
-struct stored {
-  uint32_t number;
-  const char *name, *text;
-};
-constexpr stored calibration[] = {
-    {340, "WIC0_2G5G_OFDM", "pa2ga0=-190,6100,-800;pa5ga0=1,2,3,4,5,6,7,8,9,10,11,12;"},
-    {367, "WITXCCK", "pa2gccka0=-190,6100,-800;pa2gccka1=1,2,3;"},
-    {368, "WIC1_2G5G_OFDM", "pa2ga1=1,2,3;pa5ga1=1,2,3,4,5,6,7,8,9,10,11,12;"},
-    {369, "WIC0_5GLOW", "pa5glowa0=1,2,3,4,5,6,7,8,9,10,11,12;"},
-    {387, "WIC1_5G160M", "dpn160c1=4,5;"},
-    {396, "WIC0_2GMU_OFDM", "mf2ga0=1,2,3,4,5,6,7,8,9,10,11,12,13;"},
-};
-
-void store_calibration() {
-  char item[104] = {};
-  memset(item, 0x41, sizeof item);
-  phone_nv_put(340, "WINVRAM", item);
-  for (const stored &row : calibration) {
-    memset(item, 0, sizeof item);
-    memcpy(item, row.text, strlen(row.text));
-    phone_nv_put(row.number, row.name, item);
-  }
-}
-
-void bench::prepare(before needs) const {
-  switch (needs) {
-  case before::nothing:
-  case before::open_socket: return;
-  case before::calibrated: store_calibration(); return;
-  case before::settings: call("wifi_set_channel", 2437); return;
-  case before::test_mode: break;
-  case before::transmitting:
-    enter_test_mode();
-    call("wifi_start_tx");
-    return;
-  case before::ru_test: call("wifi_ru_set", 2, "0a5"); break;
-  case before::receiving:
-    enter_test_mode();
-    call("wifi_start_rx", static_cast<const char *>(nullptr), static_cast<const char *>(nullptr));
-    return;
-  }
-  enter_test_mode();
-}
-
-std::vector<int32_t> bench::settings() const {
+/// What the library says of its settings.
+std::vector<int32_t> settings_of(const bench &bench) {
   std::vector<int32_t> all;
-  auto *query = reinterpret_cast<int32_t (*)(int32_t)>(find("wifi_query_setting"));
+  auto *query = reinterpret_cast<int32_t (*)(int32_t)>(bench.find("wifi_query_setting"));
   for (const int32_t item : {1, 2, 3, 5, 7, 9, 10, 11}) all.push_back(query(item));
   return all;
+}
+
+void *find(const bench &bench, const operation &op) {
+  return bench.find(op.back_end ? bench.chip() + "_" + op.name : std::string(op.name));
 }
 
 // ---- The faults --------------------------------------------------------------------------------------
@@ -260,7 +174,7 @@ run run_once(const bench &bench, const operation &op, const std::string &chip, c
   run seen = {};
   const int id =
       fault == nullptr ? -1 : phone_fault(fault->place.c_str(), fault->nth, fault->times, fault->value);
-  seen.result = op.call(bench.find(op), out);
+  seen.result = op.call(find(bench, op), out);
   seen.fired = id >= 0 && phone_fault_fired(id) > 0;
   seen.written = written_items();
   phone_faults_clear();
@@ -319,7 +233,7 @@ public:
   sweeper(const std::string &chip, bool list) : chip_(chip), list_(list) {}
   bool has(const operation &op) const {
     return (op.only.empty() || std::find(op.only.begin(), op.only.end(), chip_) != op.only.end()) &&
-           bench(chip_).find(op) != nullptr;
+           find(bench(chip_), op) != nullptr;
   }
   void sweep(const operation &op);
   int report() const;
@@ -375,7 +289,7 @@ void sweeper::try_fault(const operation &op, const planned &fault) {
   bench bench(chip_);
   bench.prepare(op.needs);
   run seen = run_once(bench, op, chip_, &fault);
-  seen.settings = bench.settings();
+  seen.settings = settings_of(bench);
   std::string wrong = seen.fired ? judge(op, fault, seen) : "the fault never fired";
   // What was lost in NV stays lost; another phone's items are as good for the next call.
   phone_nv_clear();
@@ -395,10 +309,10 @@ void sweeper::sweep(const operation &op) {
   {
     bench bench(chip_);
     bench.prepare(op.needs);
-    first_settings_ = bench.settings();
+    first_settings_ = settings_of(bench);
     first_nv_ = read_nv();
     good_ = run_once(bench, op, chip_, nullptr);
-    good_.settings = bench.settings();
+    good_.settings = settings_of(bench);
   }
   operations_++;
   names_.insert(op.back_end ? chip_ + "_" + op.name : std::string(op.name));
@@ -443,7 +357,7 @@ int run_session(const std::string &chip) {
     if (op.back_end) continue;
     outputs out;
     out.clear();
-    const int64_t result = op.call(bench.find(op), out);
+    const int64_t result = op.call(find(bench, op), out);
     const bool told = op.good.empty() || is_one_of(result, op.good) || is_one_of(result, op.bad);
     if (!told || phone_left_open() != 0 || !out.intact(op.text_size, op.small_sizes)) {
       printf("FAILED %s: result %lld, %u left open\n", op.name, static_cast<long long>(result),

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/bench.h"
+
 namespace sweep {
 
 /// Room for what operations write, behind each a margin that nothing may touch.
@@ -26,8 +28,7 @@ struct outputs {
   bool intact(size_t text_size, std::array<size_t, 3> small_sizes) const;
 };
 
-/// What has to be true of the phone and the library before the operation.
-enum class before { nothing, settings, open_socket, test_mode, transmitting, receiving, ru_test, calibrated };
+using support::before;
 
 using call_operation = std::function<int64_t(void *function, outputs &)>;
 

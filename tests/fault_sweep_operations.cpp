@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "common/calibration_types.h"
+#include "include/calibration_types.h"
 
 namespace sweep {
 namespace {

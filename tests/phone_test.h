@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 struct chip_case {

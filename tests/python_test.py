@@ -59,7 +59,7 @@ def in_python(signatures):
 @pytest.mark.parametrize(
     "header, module, bytes_behind_void",
     [
-        ("api/wifi_factory_test_orva.h", library_module, []),
+        ("include/wifi_factory_test_orva.h", library_module, []),
         # Where C has void * for bytes, Python gives bytes.
         ("virtual_phone/phone.h", phone_module, [("phone_driver_answer", 1), ("phone_nv_get", 2), ("phone_nv_put", 2), ("phone_nv_at", 4)]),
     ],

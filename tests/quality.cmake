@@ -1,5 +1,5 @@
 # Proof beyond the functional tests: the fault sweep, the footprint, the exported interface, short fuzzing runs.
-add_executable(fault_sweep fault_sweep.cpp fault_sweep_operations.cpp)
+add_executable(fault_sweep fault_sweep.cpp fault_sweep_operations.cpp support/bench.cpp)
 target_link_libraries(fault_sweep PRIVATE virtual_phone ${CMAKE_DL_LIBS})
 target_compile_definitions(fault_sweep PRIVATE EXPORTS="${PROJECT_SOURCE_DIR}/api/exports.map.txt")
 add_dependencies(fault_sweep wifi_factory_test_orva)
@@ -10,6 +10,16 @@ foreach(chip vq2040 vq2050 vq2040a vq2070)
   add_test(NAME fault_sweep.${chip} COMMAND fault_sweep ${chip})
   set_tests_properties(fault_sweep.${chip} PROPERTIES TIMEOUT 1500)
 endforeach()
+
+# What the library does, written down; a change of behaviour shows as a difference.
+add_executable(transcript golden/transcript.cpp golden/book.cpp support/bench.cpp)
+target_link_libraries(transcript PRIVATE virtual_phone ${CMAKE_DL_LIBS})
+add_dependencies(transcript wifi_factory_test_orva)
+target_include_directories(transcript PRIVATE ${PROJECT_SOURCE_DIR})
+set_target_properties(transcript PROPERTIES BUILD_RPATH "$<TARGET_FILE_DIR:wifi_factory_test_orva>")
+target_link_options(transcript PRIVATE -Wl,--disable-new-dtags)
+add_test(NAME golden COMMAND ${PROJECT_SOURCE_DIR}/script/golden --transcript $<TARGET_FILE:transcript> --check)
+set_tests_properties(golden PROPERTIES TIMEOUT 1500)
 
 add_executable(quality_test quality_test.cpp)
 target_link_libraries(quality_test PRIVATE orva_objects virtual_phone GTest::gtest_main m)

@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "chips/vq2040/profile.h"
-#include "chips/vq2040/vq2040.h"
+#include "include/vq2040.h"
 #include "chips/vq2040a/profile.h"
-#include "chips/vq2040a/vq2040a.h"
+#include "include/vq2040a.h"
 #include "chips/vq2050/profile.h"
-#include "chips/vq2050/vq2050.h"
+#include "include/vq2050.h"
 #include "chips/vq2070/profile.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2070.h"
 #include "common/calibration.h"
 #include "common/shell.h"
 #include "virtual_phone/phone.h"

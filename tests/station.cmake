@@ -6,7 +6,7 @@ find_program(PYTEST NAMES pytest-3 pytest REQUIRED)
 
 # A library that writes outside its caller's buffers.
 add_library(station_careless MODULE station_careless.c)
-target_include_directories(station_careless PRIVATE ${PROJECT_SOURCE_DIR}/api)
+target_include_directories(station_careless PRIVATE ${PROJECT_SOURCE_DIR}/include)
 
 add_test(NAME station COMMAND ${PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/station_test.py)
 set_tests_properties(station PROPERTIES ENVIRONMENT

@@ -318,7 +318,7 @@ def test_a_library_without_the_function_is_told():
 
 
 def declared():
-    header = (ROOT / "api/wifi_factory_test_orva.h").read_text()
+    header = (ROOT / "include/wifi_factory_test_orva.h").read_text()
     return re.findall(r"^\w+ (\w+)\(", header, re.M)
 
 

@@ -4,7 +4,7 @@
 #include <string.h>
 
 #include "chips/vq2040/profile.h"
-#include "chips/vq2040/vq2040.h"
+#include "include/vq2040.h"
 #include "common/caldata.h"
 #include "common/driver.h"
 #include "common/log.h"

@@ -1,5 +1,5 @@
 #include "chips/vq2040/profile.h"
-#include "chips/vq2040/vq2040.h"
+#include "include/vq2040.h"
 #include "common/channel.h"
 #include "common/receive.h"
 #include "common/settings.h"

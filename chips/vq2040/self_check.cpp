@@ -1,6 +1,6 @@
 #include "common/self_check.h"
 #include "chips/vq2040/profile.h"
-#include "chips/vq2040/vq2040.h"
+#include "include/vq2040.h"
 #include "common/probes.h"
 
 using namespace orva;

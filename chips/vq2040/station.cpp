@@ -1,6 +1,6 @@
 #include "common/station.h"
 #include "chips/vq2040/profile.h"
-#include "chips/vq2040/vq2040.h"
+#include "include/vq2040.h"
 
 using namespace orva;
 

@@ -1,6 +1,6 @@
 #include "common/calibration.h"
 #include "chips/vq2040a/profile.h"
-#include "chips/vq2040a/vq2040a.h"
+#include "include/vq2040a.h"
 #include "common/calibration_clean.h"
 #include "common/nv_item.h"
 #include <string.h>

@@ -1,6 +1,6 @@
 #include "common/driver.h"
 #include "chips/vq2040a/profile.h"
-#include "chips/vq2040a/vq2040a.h"
+#include "include/vq2040a.h"
 #include "common/shell.h"
 
 using namespace orva;

@@ -1,5 +1,5 @@
 #include "chips/vq2040a/profile.h"
-#include "chips/vq2040a/vq2040a.h"
+#include "include/vq2040a.h"
 #include "common/channel.h"
 #include "common/log.h"
 #include "common/receive.h"

@@ -1,6 +1,6 @@
 #include "common/self_check.h"
 #include "chips/vq2040a/profile.h"
-#include "chips/vq2040a/vq2040a.h"
+#include "include/vq2040a.h"
 #include "common/probes.h"
 
 using namespace orva;

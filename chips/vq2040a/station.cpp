@@ -1,6 +1,6 @@
 #include "common/station.h"
 #include "chips/vq2040a/profile.h"
-#include "chips/vq2040a/vq2040a.h"
+#include "include/vq2040a.h"
 #include "common/driver.h"
 
 using namespace orva;

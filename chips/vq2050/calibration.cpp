@@ -1,6 +1,6 @@
 #include "common/calibration.h"
 #include "chips/vq2050/profile.h"
-#include "chips/vq2050/vq2050.h"
+#include "include/vq2050.h"
 #include "common/caldata.h"
 #include "common/calibration_clean.h"
 #include "common/catalogue.h"

@@ -1,5 +1,5 @@
 #include "chips/vq2050/profile.h"
-#include "chips/vq2050/vq2050.h"
+#include "include/vq2050.h"
 #include "common/channel.h"
 #include "common/log.h"
 #include "common/receive.h"

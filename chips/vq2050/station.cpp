@@ -1,6 +1,6 @@
 #include "common/station.h"
 #include "chips/vq2050/profile.h"
-#include "chips/vq2050/vq2050.h"
+#include "include/vq2050.h"
 
 using namespace orva;
 

@@ -1,6 +1,6 @@
 #include "common/calibration.h"
 #include "chips/vq2070/profile.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2070.h"
 #include "common/caldata.h"
 #include "common/calibration_clean.h"
 #include "common/catalogue.h"

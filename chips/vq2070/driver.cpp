@@ -1,6 +1,6 @@
 #include "common/driver.h"
 #include "chips/vq2070/profile.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2070.h"
 #include "common/log.h"
 #include "common/receive.h"
 #include "common/shell.h"

@@ -1,5 +1,5 @@
 #include "chips/vq2070/profile.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2070.h"
 #include "common/channel.h"
 #include "common/receive.h"
 #include "common/settings.h"

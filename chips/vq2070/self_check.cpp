@@ -1,6 +1,6 @@
 #include "common/self_check.h"
 #include "chips/vq2070/profile.h"
-#include "chips/vq2070/vq2070.h"
+#include "include/vq2070.h"
 #include "common/probes.h"
 
 using namespace orva;

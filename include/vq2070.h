@@ -11,7 +11,7 @@
 
 #include <stdint.h>
 
-#include "common/calibration_types.h"
+#include "calibration_types.h"
 
 #ifdef __cplusplus
 extern "C" {
