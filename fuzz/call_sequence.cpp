@@ -2,8 +2,8 @@
 // Sequences of public calls, with the chip changing and contacts with the phone failing in between.
 #include <memory>
 
-#include "include/wifi_factory_test_orva.h"
 #include "fuzz/library.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 using namespace fuzz;

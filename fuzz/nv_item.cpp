@@ -6,11 +6,11 @@
 #include <memory>
 #include <string>
 
-#include "include/wifi_factory_test_orva.h"
 #include "chips/vq2040a/profile.h"
 #include "common/calibration.h"
 #include "common/nv_item.h"
 #include "fuzz/library.h"
+#include "include/wifi_factory_test_orva.h"
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
 
