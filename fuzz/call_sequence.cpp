@@ -87,7 +87,7 @@ void change_phone(input &from) {
   char error[200] = "";
   const uint8_t choice = from.byte();
   if (choice % 4 == 0) {
-    phone_set("chip", chip_at(from.byte()).name, error, sizeof error);
+    phone_set("chip", profiles[from.byte() % chips]->name, error, sizeof error);
   } else {
     phone_fault(places[choice / 4 % std::size(places)], 1 + from.byte() % 8, from.byte() % 4, 0);
   }
