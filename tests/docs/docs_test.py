@@ -95,9 +95,9 @@ def test_every_example_is_run_and_every_link_leads_somewhere(document):
 CHIP_LISTS = """
     Doxyfile api/dispatch.cpp api/exports.map.txt docs/chip_differences.md
     kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
-    script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
+    sessions/board_check.tcl sessions/rf.tcl
     station/functions.h station/options.cpp tests/support/chips.h
-    tests/support/profiles.h tests/library/tables_test.cpp virtual_phone/radio.c
+    tests/support/profiles.h tests/library/tables_test.cpp virtual_phone/radio_chips.c
 """.split()
 
 

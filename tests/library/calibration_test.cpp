@@ -328,6 +328,23 @@ TEST_P(CalibrationClean, FlagsAddUp) {
   }
 }
 
+/// vq2050 keeps every entry of the name, vq2070 the first. Look-alikes and a rest without a semicolon go.
+TEST_P(CalibrationClean, KeepsOneParameterOfAnItem) {
+  const std::tuple<const char *, const char *, const char *> items[] = {
+      {"", "", ""},
+      {"pa2gccka1=3", "", ""},
+      {"pa2gccka0x=1;pa2gccka10=2;pa2gccka1=3", "", ""},
+      {"pa2gccka0=1;pa2gccka1=2;;pa2gccka1=3;x=1;", "pa2gccka1=2;pa2gccka1=3;", "pa2gccka1=2;"},
+      {"pa2gccka1=2;pa2gccka1=3", "pa2gccka1=2;", "pa2gccka1=2;"},
+  };
+  const auto keep = back_end<void(uint32_t, const char *, uint32_t, const char *)>("write_nvpattern_to_nv");
+  for (const auto &[before, all, first] : items) {
+    put("367 WITXCCK", before);
+    keep(367, "WITXCCK", 104, "pa2gccka1");
+    EXPECT_EQ(stored("367 WITXCCK"), is("vq2050") ? all : first) << before;
+  }
+}
+
 /// One item that cannot be cleared is tolerated; only the second is logged.
 TEST_P(CalibrationClean, ToleratesOneFailure) {
   const std::string any_error = "log 6 {*}";

@@ -8,6 +8,7 @@
 #include "include/vq2040.h"
 #include "include/vq2050.h"
 #include "include/vq2070.h"
+#include "tests/support/contacts.h"
 #include "tests/support/profiles.h"
 #include "virtual_phone/phone.h"
 
@@ -30,6 +31,15 @@ TEST(Internals, AParameterThatTheDriverDoesNotNumberIsNotAsked) {
     EXPECT_EQ(orva::query_driver(*chip, row, text, sizeof text), 0);
     EXPECT_EQ(phone_uses("ioctl"), 0U);
     EXPECT_EQ(text[0], '\0');
+    std::string logged;
+    for (const std::string &line : support::contacts(chip->name))
+      logged += line.starts_with("log") ? line + "\n" : "";
+    EXPECT_TRUE(
+        logged.find("_get_driver_param_num: nv_num is 777, nv_name is SOME_ITEM. cannot get param\"") !=
+        logged.npos)
+        << logged;
+    EXPECT_TRUE(logged.find("_wifi_querry_nvram_parameter_from_driver:invalid param_num\"") != logged.npos)
+        << logged;
   }
 }
 

@@ -108,6 +108,19 @@ TEST_P(Rf, AnUnknownModeIsKeptButTheDriversStays) {
   }
 }
 
+/// Channel, power and rate count as set from 1 on; the other settings read back as they were given.
+TEST_P(Rf, QueriesShowWhatWasSet) {
+  for (const int32_t value : {1, 0, -5}) {
+    PUBLIC(wifi_set_channel)(value);
+    PUBLIC(wifi_set_power)(value);
+    PUBLIC(wifi_set_rate)(value);
+    PUBLIC(wifi_set_antenna)(value);
+    PUBLIC(wifi_set_mode)(value);
+    for (const int32_t item : {3, 5, 7}) EXPECT_EQ(query(item), value < 1 ? -1 : value) << item;
+    for (const int32_t item : {2, 11}) EXPECT_EQ(query(item), value) << item;
+  }
+}
+
 /// A power goes out at once, but in test mode it waits for the next start.
 TEST_P(Rf, PowerIsSentAtOnceOutsideTestModeOnly) {
   const std::string sent_at_once = is("vq2040") ? "25=-1" : "1=-15";

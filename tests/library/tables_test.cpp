@@ -112,6 +112,7 @@ TEST_P(Tables, ValueCommandRows) {
         << row.id << " is out of order or double";
     last = row.id;
     uint8_t data[256] = {};
+    EXPECT_TRUE(GetParam().values.contains(row.id)) << row.id;
     ASSERT_NE(row.set, nullptr) << row.id;
     row.set(data, 0x87654321);
     const bool half = row.id == 32 && &profile() != &vq2040a;

@@ -100,7 +100,7 @@ def test_the_fault_places_are_those_of_the_documentation(bench):
     rows = re.findall(r"^\| `([^`]+)` \| (.*) \| (.*) \|$", table, re.M)
     assert rows == [(place.name, place.meaning, place.value) for place in places]
     # The sweep fails each function at each of its uses, the fuzzer at random ones.
-    for other in ("tests/fault_sweep.cpp", "fuzz/call_sequence.cpp"):
+    for other in ("tests/library/fault_sweep_test.cpp", "fuzz/call_sequence.cpp"):
         text = (ROOT / other).read_text()
         functions = {place.name for place in places if ":" not in place.name} - SPARED.get(other, set())
         assert not {name for name in functions if f'"{name}"' not in text}, other

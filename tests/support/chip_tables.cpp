@@ -12,8 +12,8 @@
 #include "common/catalogue.h"
 #include "common/channel.h"
 #include "common/receive.h"
-#include "common/weld.h"
 #include "common/transmit.h"
+#include "common/weld.h"
 #include "tests/support/profiles.h"
 #include "virtual_phone/phone.h"
 
@@ -94,17 +94,17 @@ std::string pair(int64_t from, int64_t to) { return std::to_string(from) + "→"
 /// The name of a step; tables hold addresses only.
 std::string step_name(const start_step *step) {
   const std::pair<const start_step *, const char *> names[] = {{&tx_power_save, "power save off"},
-                                                              {&tx_mode, "mode"},
-                                                              {&tx_bandwidth, "bandwidth"},
-                                                              {&tx_channel, "channel"},
-                                                              {&tx_chain, "chain"},
-                                                              {&tx_rate, "rate"},
-                                                              {&tx_power, "power"},
-                                                              {&rx_power_save, "power save off"},
-                                                              {&rx_mode, "mode"},
-                                                              {&rx_bandwidth, "bandwidth"},
-                                                              {&rx_channel, "channel"},
-                                                              {&rx_chain, "chain"}};
+                                                               {&tx_mode, "mode"},
+                                                               {&tx_bandwidth, "bandwidth"},
+                                                               {&tx_channel, "channel"},
+                                                               {&tx_chain, "chain"},
+                                                               {&tx_rate, "rate"},
+                                                               {&tx_power, "power"},
+                                                               {&rx_power_save, "power save off"},
+                                                               {&rx_mode, "mode"},
+                                                               {&rx_bandwidth, "bandwidth"},
+                                                               {&rx_channel, "channel"},
+                                                               {&rx_chain, "chain"}};
   for (const auto &[known, name] : names) {
     if (known == step) return name;
   }
