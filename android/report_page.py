@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Makes the report's page into a header, as station/report/page.cmake does: prints it.
+# SPDX-License-Identifier: Apache-2.0
+"""Prints the report page as a C++ header, the same one that page.cmake writes.
 
-Usage: report_page.py FILE... with the files of station/report, in any order.
+Usage: report_page.py FILE... with the files of the report page's folder, in any order.
 """
 
 import re

@@ -1,8 +1,10 @@
-// What is measured: the same calls are recorded for the floor and timed.
+// SPDX-License-Identifier: Apache-2.0
+// The measured operations. The same calls are recorded for the floor, compared with it and measured.
 #ifndef BENCH_OPERATIONS_H
 #define BENCH_OPERATIONS_H
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/vq2050.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 namespace bench {
@@ -20,45 +22,64 @@ inline void settings() {
   wifi_setmimo_channel(1);
 }
 
-inline void session() {
+inline void receive() {
   uint32_t rssi = 0;
-  wifi_start_testmode();
-  settings();
-  wifi_start_tx();
-  wifi_stop_tx();
   wifi_start_rx("0a1b2c3d4e5f", nullptr);
   wifi_get_rx_rssi(&rssi);
   wifi_get_rx_pckg();
   wifi_stop_rx();
+}
+
+inline void session() {
+  wifi_start_testmode();
+  settings();
+  wifi_start_tx();
+  wifi_stop_tx();
+  receive();
   wifi_stop_testmode();
 }
 
-inline void prepare_transmit() {
+/// The cheapest public function and its back end called directly: the difference is the cost of dispatch.
+inline constexpr const char *dispatch_chip = "vq2050";
+inline void dispatched_call() {
+  uint8_t lower, upper;
+  wifi_power_set_range(&lower, &upper);
+}
+inline void direct_call() {
+  uint8_t lower, upper;
+  vq2050_wifi_power_set_range(&lower, &upper);
+}
+
+inline void nothing() {}
+
+inline void prepare_test_mode() {
   wifi_start_testmode();
   settings();
 }
 
-/// A phone in its owner's hands: wlan0 up, and test mode off.
+/// Test mode off, on a fresh phone with the same chip: wlan0 is up.
 inline void prepare_session() {
-  phone_reset();  // another chip may be fitted, whose test mode is not meant
   wifi_stop_testmode();
+  char chip[16], error[200];
+  phone_get("chip", chip, sizeof chip);
   phone_reset();
+  phone_set("chip", chip, error, sizeof error);
 }
-
-inline void nothing() {}
 
 struct operation {
   const char *name;
   void (*prepare)();
   void (*run)();
   bool prepare_each;  // before every run, not only before the first
+  bool uses_shell;    // forking is nearly all of its cost, so its instructions are not compared
 };
 
 inline constexpr operation operations[] = {
-    {"setter", nothing, setter, false},
-    {"value_command", nothing, value_command, false},
-    {"transmit_start", prepare_transmit, transmit_start, false},
-    {"session", prepare_session, session, true},
+    {"setter", nothing, setter, false, false},
+    {"value_command", nothing, value_command, false, false},
+    {"transmit_start", prepare_test_mode, transmit_start, false, false},
+    {"receive", prepare_test_mode, receive, false, false},
+    {"session", prepare_session, session, true, true},
 };
 
 }  // namespace bench

@@ -1,6 +1,8 @@
-// Writes the floor: for each measured operation, straight-line C that has the same contacts with the phone in
-// the same order, with ready-made records and nothing around them.
+// SPDX-License-Identifier: Apache-2.0
+// Prints the floor (floor.h) for the chips that the arguments name: it runs each operation on the virtual
+// phone and writes every contact from the phone's trace as a line of C.
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <regex>
 #include <string>
@@ -24,7 +26,8 @@ std::string literal(const char *text) {
   return out + "\"";
 }
 
-/// A log call with its numbers as arguments: who logs a value has it formatted.
+/// A log call's format and arguments. Numbers become arguments, because the library has to format them as
+/// well.
 std::string log_arguments(const char *text) {
   static const std::regex number(R"((^|[^\w%])(0|[1-9]\d{0,8})(?!\w))");
   std::string format, values;
@@ -71,7 +74,7 @@ void write_event(const struct phone_event &event) {
   case PHONE_LOG:
     printf("__android_log_print(%lld, \"%s\", %s);\n", number, event.name, log_arguments(event.text).c_str());
     return;
-  default: fprintf(stderr, "record: an event of kind %d is not expected here\n", event.kind);
+  default: fprintf(stderr, "bench_record: an event of kind %d is not expected here\n", event.kind);
   }
 }
 
@@ -83,6 +86,7 @@ constexpr char head[] = R"(#include <net/if.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include "bench/floor.h"
 #include "platform/platform.h"
 
 static void issue(int s, const unsigned char *sent) {
@@ -96,23 +100,41 @@ static void issue(int s, const unsigned char *sent) {
 }
 )";
 
-/// The shell's event comes from the child; in the floor it stands between fork and wait, as the child's code.
-void write_operation(const bench::operation &operation) {
+/// The exec event comes from the child; the floor runs it as the child's code between fork and wait.
+void write_floor(const char *chip, const bench::operation &operation) {
+  char error[200];
   phone_reset();
+  if (phone_set("chip", chip, error, sizeof error) != 0) {
+    fprintf(stderr, "bench_record: %s\n", error);
+    exit(1);
+  }
   operation.prepare();
   phone_events_clear();
   operation.run();
-  printf("\nvoid floor_%s(void) {\n  int s = -1, status = 0;\n  pid_t child = 0;\n  FILE *f = 0;\n"
+  printf("\nstatic void %s_%s(void) {\n  int s = -1, status = 0;\n  pid_t child = 0;\n  FILE *f = 0;\n"
          "  static char output[2048];\n  (void)s, (void)status, (void)child, (void)f, (void)output;\n",
-         operation.name);
+         chip, operation.name);
   for (size_t i = 0; i < phone_event_count(); i++) write_event(*phone_event(i));
   puts("}");
 }
 
 }  // namespace
 
-int main() {
+int main(int count, char **words) {
+  if (count < 2) {
+    fputs("usage: bench_record CHIP...\n", stderr);
+    return 2;
+  }
   fputs(head, stdout);
-  for (const bench::operation &operation : bench::operations) write_operation(operation);
+  for (int i = 1; i < count; i++) {
+    for (const bench::operation &operation : bench::operations) write_floor(words[i], operation);
+  }
+  puts("\nconst struct bench_floor bench_floors[] = {");
+  for (int i = 1; i < count; i++) {
+    for (const bench::operation &operation : bench::operations) {
+      printf("  {\"%s\", \"%s\", %s_%s},\n", words[i], operation.name, words[i], operation.name);
+    }
+  }
+  puts("  {0, 0, 0},\n};");
   return 0;
 }

@@ -1,5 +1,6 @@
-# What `cmake --install` puts where: the library with its headers, a CMake package and a pkg-config file; and, where
-# they were built, the virtual phone, the console, sessions, phone descriptions and the Python module.
+# SPDX-License-Identifier: Apache-2.0
+# What `cmake --install` installs: the library with its headers, a CMake package and a pkg-config file; if they were
+# built, also the virtual phone, the console, sessions, phone descriptions and the Python module.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -8,19 +9,14 @@ set(orva_headers ${CMAKE_INSTALL_INCLUDEDIR}/${orva_package})
 set(orva_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/${orva_package})
 set(orva_share ${CMAKE_INSTALL_DATADIR}/${orva_package})
 
-# In a folder of their own, under the paths that they include one another by.
-install(FILES api/wifi_factory_test_orva.h DESTINATION ${orva_headers})
-install(FILES common/calibration_types.h DESTINATION ${orva_headers}/common)
+install(DIRECTORY include/ DESTINATION ${orva_headers} FILES_MATCHING PATTERN "*.h")
 install(FILES platform/platform.h DESTINATION ${orva_headers}/platform)
-foreach(chip vq2040 vq2050 vq2040a vq2070)
-  install(FILES chips/${chip}/${chip}.h DESTINATION ${orva_headers}/chips/${chip})
-endforeach()
 
-target_include_directories(wifi_factory_test_orva INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
+target_include_directories(wifi_factory_test_orva INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                                             $<INSTALL_INTERFACE:${orva_headers}>)
 install(TARGETS wifi_factory_test_orva EXPORT ${orva_package})
 
-# From where they lie, so that --prefix may still move the installation.
+# The prefix relative to the pkg-config files, so that --prefix may move the installation.
 file(RELATIVE_PATH orva_prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 function(install_pkg_config name)
   configure_file(cmake/${name}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
@@ -29,7 +25,7 @@ endfunction()
 install_pkg_config(wifi_factory_test_orva)
 
 if(TARGET virtual_phone)
-  # The kernel half finds the platform half beside itself.
+  # The kernel half looks for the platform half in its own folder.
   set_target_properties(virtual_phone virtual_phone_platform PROPERTIES INSTALL_RPATH "$ORIGIN")
   target_include_directories(virtual_phone_platform INTERFACE $<INSTALL_INTERFACE:${orva_headers}>)
   install(TARGETS virtual_phone virtual_phone_platform EXPORT ${orva_package})
@@ -40,7 +36,7 @@ if(TARGET virtual_phone)
 endif()
 if(TARGET orva-station)
   install(TARGETS orva-station)
-  if(NOT CMAKE_CROSSCOMPILING)  # the console itself makes these
+  if(NOT CMAKE_CROSSCOMPILING)  # the console has to run to write these
     set(orva_generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
     function(install_generated what name folder)
       add_custom_command(OUTPUT ${orva_generated}/${name} DEPENDS orva-station

@@ -1,21 +1,13 @@
+# SPDX-License-Identifier: Apache-2.0
+# The library: its objects once, which the tests of internals link, and the shared library made of them.
 include(CheckLinkerFlag)
 
-# The library itself: objects once (tests of internals link them), then the shared library.
-set(ORVA_SOURCES
-  api/dispatch.cpp
-  common/caldata.cpp common/calibration.cpp common/calibration_clean.cpp common/calibration_set.cpp
-  common/catalogue.cpp common/channel.cpp common/driver.cpp common/log.cpp common/nv_item.cpp common/probes.cpp
-  common/receive.cpp common/self_check.cpp common/settings.cpp common/shell.cpp common/station.cpp
-  common/test_mode.cpp common/transmit.cpp)
-foreach(chip vq2040 vq2050 vq2040a vq2070)
-  foreach(subject profile driver rf_test self_check calibration station)
-    list(APPEND ORVA_SOURCES chips/${chip}/${subject}.cpp)
-  endforeach()
-endforeach()
+# Every source of these folders belongs to the library, in Android.bp as well.
+file(GLOB ORVA_SOURCES CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} api/*.cpp common/*.cpp chips/*/*.cpp)
 
 add_library(orva_objects OBJECT ${ORVA_SOURCES})
 target_include_directories(orva_objects PUBLIC ${PROJECT_SOURCE_DIR})
-# The same arithmetic on every processor: a fused multiply-add would round calibration values differently.
+# No fused multiply-add: it would round calibration values differently on processors that have one.
 target_compile_options(orva_objects PRIVATE -fPIC -fvisibility=hidden -fno-exceptions -fno-rtti
   -fno-threadsafe-statics -ffp-contract=off -fno-asynchronous-unwind-tables -fno-unwind-tables)
 set_target_properties(orva_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
@@ -26,7 +18,7 @@ endif()
 add_library(wifi_factory_test_orva SHARED $<TARGET_OBJECTS:orva_objects>)
 target_include_directories(wifi_factory_test_orva INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
-# The C linker driver: nothing of the C++ runtime comes along.
+# The C linker driver adds nothing of the C++ runtime.
 set_target_properties(wifi_factory_test_orva PROPERTIES LINKER_LANGUAGE C
   LINK_DEPENDS ${PROJECT_SOURCE_DIR}/api/exports.map.txt)
 target_link_options(wifi_factory_test_orva PRIVATE
@@ -36,8 +28,8 @@ target_link_options(wifi_factory_test_orva PRIVATE
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   # No start files: the library has nothing to construct.
   target_link_options(wifi_factory_test_orva PRIVATE -Wl,--gc-sections -nostartfiles)
-  # Packed, the dispatch table's relocations take 12 KiB less; the C library wants a note of that in the file, which
-  # lld writes from version 15 on. GNU ld pads the file besides. A cross compiler looks for lld only where -B says.
+  # Packing the dispatch table's relocations saves 12 KiB. The C library expects a note of it in the file, which lld
+  # writes since version 15. lld is preferred because GNU ld also pads the file. A cross compiler finds it only by -B.
   find_program(ORVA_LLD_PROGRAM NAMES ld.lld-19 ld.lld-16 ld.lld-15)
   get_filename_component(orva_lld_folder "${ORVA_LLD_PROGRAM}" REALPATH)
   get_filename_component(orva_lld_folder "${orva_lld_folder}" DIRECTORY)

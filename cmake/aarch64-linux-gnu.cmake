@@ -1,5 +1,6 @@
+# SPDX-License-Identifier: Apache-2.0
 # Builds for a phone's instruction set with Debian's cross compiler (g++-aarch64-linux-gnu).
-# ORVA_SYSROOT names a folder into which arm64 packages were unpacked, for what needs more than the C and C++ libraries.
+# ORVA_SYSROOT names a folder with unpacked arm64 packages, for targets that need more than the C and C++ libraries.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
@@ -11,7 +12,7 @@ set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
 if(ORVA_SYSROOT)
   list(PREPEND CMAKE_FIND_ROOT_PATH ${ORVA_SYSROOT})
   set(orva_sysroot_lib ${ORVA_SYSROOT}/usr/lib/aarch64-linux-gnu)
-  # The unpacked libraries' own needs are found where they were unpacked.
+  # The unpacked libraries find the libraries that they need in the same folder.
   set(CMAKE_EXE_LINKER_FLAGS_INIT
       "-L${orva_sysroot_lib} -Wl,-rpath-link,${orva_sysroot_lib}:${ORVA_SYSROOT}/lib/aarch64-linux-gnu")
   set(CMAKE_SHARED_LINKER_FLAGS_INIT "${CMAKE_EXE_LINKER_FLAGS_INIT}")

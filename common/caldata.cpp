@@ -1,51 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "common/caldata.h"
 
 #include "common/driver.h"
 #include "common/log.h"
+#include "common/nv_item.h"
 
 namespace orva {
 
 namespace {
 
-constexpr uint32_t CALDATA_NUMBER = 340;
-constexpr char CALDATA_NAME[] = "WINVRAM";
+constexpr nv_item WINVRAM = {340, "WINVRAM"};
 
-/// Fetches the block from the driver. @return 1 when there is one to store.
-int32_t fetch(const chip &chip, uint32_t socket, const char *copy_failure, caldata &block) {
+/// Fetches the block from the driver. @return whether there is one to store.
+bool fetch(const chip &chip, uint32_t socket, const char *copy_failure, caldata &block) {
   ioctl_data record = record_of(COMMAND_CALDATA_FETCH);
-  const int32_t sent = send_record(chip, socket, record);
+  const bool accepted = send_record(chip, socket, record);
   if (record.pri_data[0] == 0) {
     LOG_ERROR(chip, "%s_read_wifi_caldata_from_dts ioctl fail or fetch caldata fail, wifi caldata is: %s\n",
               chip.name, "");
-    return 0;
+    return false;
   }
   if (memcpy_s(block.code, sizeof block.code, record.pri_data, sizeof block.code) != 0) {
     LOG_ERROR(chip, "%s", copy_failure);
   }
   print_data(chip, block);
-  return sent;
+  return accepted;
 }
 
 }  // namespace
 
-uint32_t copy_caldata_to_nv(const chip &chip, const char *copy_failure) {
+bool copy_caldata_to_nv(const chip &chip, const char *copy_failure) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return 0;
+  if (socket == 0) return false;
   caldata block = {};
-  const int32_t fetched = fetch(chip, socket, copy_failure, block);
+  const bool fetched = fetch(chip, socket, copy_failure, block);
   wl_config_sockets_close(socket);
-  if (fetched != 1) return 0;
+  if (!fetched) return false;
   if (write_caldata(&block, sizeof block) == 0) {
     LOG_DEBUG(chip, "%s_read_wifi_caldata_from_dts write cal data to nvm success\n", chip.name);
-    return 1;
+    return true;
   }
   LOG_ERROR(chip, "%s_read_wifi_caldata_from_dts write cal data to nvm failed\n", chip.name);
-  return 0;
+  return false;
 }
 
-uint32_t refuse_caldata(const chip &chip) {
+bool refuse_caldata(const chip &chip) {
   LOG_ERROR(chip, "%s_wifi_nvram_set cal_type = 1, not adapt for orva\n", chip.name);
-  return 0;
+  return false;
 }
 
 void print_data(const chip &chip, const caldata &block) {
@@ -59,12 +60,8 @@ void print_data(const chip &chip, const caldata &block) {
   LOG_DEBUG(chip, "]\n");
 }
 
-int32_t read_caldata(caldata &block) {
-  return kevoOperaNVWR(ORVA_NV_READ, CALDATA_NUMBER, CALDATA_NAME, sizeof block.code, block.code);
-}
+int32_t read_caldata(caldata &block) { return read_item(WINVRAM, block.code, sizeof block.code); }
 
-int32_t write_caldata(const void *block, uint32_t size) {
-  return kevoOperaNVWR(ORVA_NV_WRITE, CALDATA_NUMBER, CALDATA_NAME, size, const_cast<void *>(block));
-}
+int32_t write_caldata(const void *block, uint32_t size) { return write_item(WINVRAM, block, size); }
 
 }  // namespace orva

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "common/channel.h"
 
 #include "common/driver.h"
@@ -11,6 +12,11 @@ constexpr int32_t CHANNEL_14_MHZ = 2484;
 constexpr uint32_t CHANNEL_14 = 14;
 constexpr uint32_t BASE_5G = 35;
 
+struct sub_band {
+  int32_t first_mhz, last_mhz;
+};
+constexpr sub_band sub_bands_5g[] = {{5180, 5320}, {5500, 5640}, {5660, 5720}, {5745, 5825}};
+
 uint32_t remap_mode(const chip &chip, uint32_t mode, int32_t mhz) {
   for (const mode_remap &row : chip.mode.remaps) {
     if (row.mode == mode && mhz < CHANNEL_14_MHZ) return row.below_2484_mhz;
@@ -18,24 +24,24 @@ uint32_t remap_mode(const chip &chip, uint32_t mode, int32_t mhz) {
   return mode;
 }
 
-uint32_t bandwidth_code(uint32_t band) {
-  switch (band) {
+uint32_t bandwidth_code(uint32_t bandwidth) {
+  switch (bandwidth) {
   case 2: return 3;
   case 3: return 7;
-  default: return band;
+  default: return bandwidth;
   }
 }
 
 const at_mode *find_at_mode(const chip &chip, int32_t at_mode) {
   for (const struct at_mode &row : chip.mode.at_modes) {
-    if (static_cast<uint8_t>(row.at_mode) == static_cast<uint8_t>(at_mode)) return &row;
+    if (row.at_mode == static_cast<uint8_t>(at_mode)) return &row;
   }
   return nullptr;
 }
 
 }  // namespace
 
-// 2.4 GHz knows neither 80 nor 160 MHz.
+// There is neither 80 nor 160 MHz at 2.4 GHz.
 const freq_bw g_ast_freq_bw[6] = {
     {.is_5g = 0, .first_mhz = 2412, .step_mhz = 5, .end_mhz = 2477, .bandwidth = 0, .offset = 0},
     {.is_5g = 0, .first_mhz = 2412, .step_mhz = 5, .end_mhz = 2477, .bandwidth = 1, .offset = -2},
@@ -45,45 +51,43 @@ const freq_bw g_ast_freq_bw[6] = {
     {.is_5g = 1, .first_mhz = 5180, .step_mhz = 5, .end_mhz = 5830, .bandwidth = 3, .offset = -14},
 };
 
-uint32_t wifi_set_mode(const chip &chip, int32_t at_mode) {
+bool wifi_set_mode(const chip &chip, int32_t at_mode) {
   chip.state.mode = at_mode;
   if (chip.mode.logs_every_call) LOG_ERROR(chip, "wifi_set_mode::mode[%d].\n", at_mode);
   const struct at_mode *row = find_at_mode(chip, at_mode);
   if (row == nullptr) {
     log_text(chip, ORVA_LOG_ERROR, chip.mode.unknown, at_mode);
-    return 0;
+    return false;
   }
-  chip.state.mode_driver = static_cast<uint8_t>(row->driver_mode);
+  chip.state.mode_driver = row->driver_mode;
   LOG_DEBUG(chip, "wifi_set_mode::mode[%d], enable[%d].\n", at_mode, chip.state.mode_driver);
-  return 1;
+  return true;
 }
 
-int32_t wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz) {
+bool wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz) {
   const uint32_t sent = remap_mode(chip, mode, mhz);
-  LOG_DEBUG(chip, "wifi_ioctl_set_mode::set mode[%d], frequency[%d].\n", static_cast<int32_t>(sent), mhz);
+  LOG_DEBUG(chip, "wifi_ioctl_set_mode::set mode[%d], frequency[%d].\n", sent, mhz);
   return wl_config_sockets_send(chip, COMMAND_MODE, sent);
 }
 
-int32_t wifi_ioctl_set_band(const chip &chip, uint32_t band) {
-  const uint32_t code = bandwidth_code(band);
-  LOG_DEBUG(chip, "wifi_ioctl_set_band::band[%d], band_set[%d].\n", static_cast<int32_t>(band),
-            static_cast<int32_t>(code));
-  return wl_config_sockets_send(chip, COMMAND_BAND, code);
+bool wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth) {
+  const uint32_t code = bandwidth_code(bandwidth);
+  LOG_DEBUG(chip, "wifi_ioctl_set_band::band[%d], band_set[%d].\n", bandwidth, code);
+  return wl_config_sockets_send(chip, COMMAND_BANDWIDTH, code);
 }
 
-int32_t wifi_ioctl_set_channel(const chip &chip, uint32_t mhz) {
+bool wifi_ioctl_set_channel(const chip &chip, uint32_t mhz) {
   uint32_t channel = CHANNEL_14;
-  if (mhz != CHANNEL_14_MHZ && chip.channel_of(chip, mhz, channel) != 1) return 0;
-  if (channel == 0) return 0;
-  const int32_t result = wl_config_sockets_send(chip, COMMAND_CHANNEL, channel);
-  LOG_DEBUG(chip, "%s_wifi_ioctl_set_channel::set wifichannel[%d], ret[%d].\n", chip.name,
-            static_cast<int32_t>(channel), result);
-  return result;
+  if (mhz != CHANNEL_14_MHZ && !chip.channel_of(chip, mhz, channel)) return false;
+  if (channel == 0) return false;
+  const bool accepted = wl_config_sockets_send(chip, COMMAND_CHANNEL, channel);
+  LOG_DEBUG(chip, "%s_wifi_ioctl_set_channel::set wifichannel[%d], ret[%d].\n", chip.name, channel, accepted);
+  return accepted;
 }
 
-int32_t wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain) {
-  LOG_DEBUG(chip, "wifi_ioctl_setmimo_channel::set mimo_channel[%d].\n", static_cast<int32_t>(chain));
-  return wl_config_sockets_send(chip, COMMAND_MIMO, chain);
+bool wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain) {
+  LOG_DEBUG(chip, "wifi_ioctl_setmimo_channel::set mimo_channel[%d].\n", chain);
+  return wl_config_sockets_send(chip, COMMAND_MIMO_CHAIN, chain);
 }
 
 const freq_bw *find_freq_bw(bool is_5g, uint32_t bandwidth) {
@@ -93,33 +97,42 @@ const freq_bw *find_freq_bw(bool is_5g, uint32_t bandwidth) {
   return nullptr;
 }
 
-int32_t channel_on_row(const freq_bw &row, uint32_t base, uint32_t mhz, uint32_t &channel) {
+bool channel_on_row(const freq_bw &row, uint32_t base, uint32_t mhz, uint32_t &channel) {
   uint32_t number = static_cast<uint32_t>(row.offset) + base + 1;
   for (uint32_t candidate = row.first_mhz; candidate < row.end_mhz; candidate += row.step_mhz, number++) {
     if (candidate != mhz) continue;
     channel = number;
-    return 1;
+    return true;
   }
-  return 0;
+  return false;
 }
 
-int32_t channel_on_row(const freq_bw &row, uint32_t mhz, uint32_t &channel) {
+bool channel_on_row(const freq_bw &row, uint32_t mhz, uint32_t &channel) {
   return channel_on_row(row, row.is_5g != 0 ? BASE_5G : 0, mhz, channel);
 }
 
-int32_t channel_by_band(const chip &chip, uint32_t mhz, uint32_t &channel) {
-  const uint32_t band = static_cast<uint32_t>(chip.state.band);
-  if (band > 3) {
-    LOG_ERROR(chip, "wifi_ioctl_set_channel::wrong band[%d].\n", chip.state.band);
-    return 0;
+int32_t sub_band_5g(int32_t mhz) {
+  int32_t index = 0;
+  for (const sub_band &row : sub_bands_5g) {
+    if (mhz >= row.first_mhz && mhz <= row.last_mhz) return index;
+    index++;
+  }
+  return -1;
+}
+
+bool channel_by_band(const chip &chip, uint32_t mhz, uint32_t &channel) {
+  const uint32_t bandwidth = static_cast<uint32_t>(chip.state.bandwidth);
+  if (bandwidth > 3) {
+    LOG_ERROR(chip, "wifi_ioctl_set_channel::wrong band[%d].\n", bandwidth);
+    return false;
   }
   const bool is_5g = mhz > LAST_2G_MHZ;
-  if (band == 2 && !is_5g) {
+  if (bandwidth == 2 && !is_5g) {
     LOG_ERROR(chip, "wl_config_test::2.4GHz have no 80M bandwidth.\n");
-    return 0;
+    return false;
   }
-  const freq_bw *row = find_freq_bw(is_5g, band);
-  return row == nullptr ? 0 : channel_on_row(*row, mhz, channel);
+  const freq_bw *row = find_freq_bw(is_5g, bandwidth);
+  return row != nullptr && channel_on_row(*row, mhz, channel);
 }
 
 }  // namespace orva

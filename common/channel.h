@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From the station's terms to the driver's: mode, bandwidth and channel.
 #ifndef ORVA_CHANNEL_H
 #define ORVA_CHANNEL_H
@@ -6,12 +7,15 @@
 
 namespace orva {
 
-uint32_t wifi_set_mode(const chip &chip, int32_t at_mode);
+/// Records an AT mode and, if the chip knows it, the driver mode. @return whether it is known.
+bool wifi_set_mode(const chip &chip, int32_t at_mode);
 
-int32_t wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz);
-int32_t wifi_ioctl_set_band(const chip &chip, uint32_t band);
-int32_t wifi_ioctl_set_channel(const chip &chip, uint32_t mhz);
-int32_t wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain);
+/// Each sends one value in the driver's terms. @return whether the driver accepted it.
+bool wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz);
+bool wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth);
+/// Also false for a frequency without a channel number.
+bool wifi_ioctl_set_channel(const chip &chip, uint32_t mhz);
+bool wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain);
 
 /// A run of channels at one bandwidth: numbers go up by one per step.
 struct freq_bw {
@@ -24,19 +28,26 @@ struct freq_bw {
 };
 extern const freq_bw g_ast_freq_bw[6];
 
-/// The row for a band and bandwidth index; null: there is none.
+/// The row for a band and bandwidth index; null if there is none.
 const freq_bw *find_freq_bw(bool is_5g, uint32_t bandwidth);
 
-/// Walks a row up to the frequency. base: 0 at 2.4 GHz, 35 at 5 GHz. @return 1, or 0 for a frequency off the
+/// Walks a row up to the frequency. base: 0 at 2.4 GHz, 35 at 5 GHz. @return false for a frequency off the
 /// grid.
-int32_t channel_on_row(const freq_bw &row, uint32_t base, uint32_t mhz, uint32_t &channel);
-/// The same with the base that belongs to the row's band.
-int32_t channel_on_row(const freq_bw &row, uint32_t mhz, uint32_t &channel);
+bool channel_on_row(const freq_bw &row, uint32_t base, uint32_t mhz, uint32_t &channel);
+/// The same with the base of the row's band.
+bool channel_on_row(const freq_bw &row, uint32_t mhz, uint32_t &channel);
 
 constexpr int32_t LAST_2G_MHZ = 2476;
 
-/// channel_of of the chips that judge bandwidth index and band one by one, with a message for each.
-int32_t channel_by_band(const chip &chip, uint32_t mhz, uint32_t &channel);
+/// The 2.4 GHz channel at which power curves are measured; per-channel offsets refer to it.
+constexpr int32_t REFERENCE_CHANNEL_MHZ = 2442;
+
+/// @return the index, 0 to 3, of the 5 GHz sub-band that shares a power curve: 5180 to 5320, 5500 to 5640,
+/// 5660 to 5720, 5745 to 5825 MHz; -1 for any other frequency.
+int32_t sub_band_5g(int32_t mhz);
+
+/// channel_of for chips that check bandwidth index and band separately, with a message for each.
+bool channel_by_band(const chip &chip, uint32_t mhz, uint32_t &channel);
 
 }  // namespace orva
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The driver command channel: one private ioctl on wlan0 carries one command record.
 #ifndef ORVA_DRIVER_H
 #define ORVA_DRIVER_H
@@ -6,13 +7,13 @@
 
 namespace orva {
 
-/// Commands whose id is the same on every chip that has them.
+/// Commands with the same id on every chip that has them.
 enum driver_command : uint32_t {
   COMMAND_CHANNEL = 0,
   COMMAND_POWER = 1,
   COMMAND_MODE = 2,
   COMMAND_RATE = 3,
-  COMMAND_BAND = 4,
+  COMMAND_BANDWIDTH = 4,
   COMMAND_TX = 5,
   COMMAND_DBB_NUMBER = 6,
   COMMAND_FEM_PA_STATUS = 7,
@@ -33,7 +34,7 @@ enum driver_command : uint32_t {
   COMMAND_COUNTRY = 23,
   COMMAND_UPC_CODE = 24,
   COMMAND_PIN_TEST = 25,
-  COMMAND_MIMO = 27,
+  COMMAND_MIMO_CHAIN = 27,
   COMMAND_BUS_MODE = 32,
 };
 
@@ -52,33 +53,35 @@ inline ioctl_data record_of(uint32_t command) {
   return record;
 }
 
-/// @return a socket to the driver, never descriptor 0; 0 when none could be opened (logged).
+/// @return a socket to the driver, never descriptor 0; 0 if none could be opened (logged).
 uint32_t wl_config_sockets_open(const chip &chip);
 
-/// @return what close gave.
+/// @return the result of close.
 int32_t wl_config_sockets_close(uint32_t socket);
 
-/// wl_config_sockets_open for an operation: logs "socket create fail." as well.
+/// wl_config_sockets_open for an operation: also logs "socket create fail." if none could be opened.
 uint32_t open_socket(const chip &chip);
 
-/// Stamps the magic and issues the command, once more after 10 ms when refused. @return 1 or 0.
-int32_t wl_config_cmd_to_driver(const chip &chip, uint32_t socket, const char *interface, ioctl_data &record);
+/// Stamps the magic and issues the command, once more after 10 ms if refused. @return whether the driver
+/// accepted it. After a refusal the data area holds what the driver left in it, usually what was sent.
+bool wl_config_cmd_to_driver(const chip &chip, uint32_t socket, const char *interface, ioctl_data &record);
 
 /// Issues the command on wlan0.
-int32_t send_record(const chip &chip, uint32_t socket, ioctl_data &record);
+bool send_record(const chip &chip, uint32_t socket, ioctl_data &record);
 
-/// Opens a socket, issues the command on wlan0 and closes. @return 1; 0 when refused or without a socket.
-int32_t exchange(const chip &chip, ioctl_data &record);
+/// Opens a socket, issues the command on wlan0 and closes. @return false if refused or without a socket.
+bool exchange(const chip &chip, ioctl_data &record);
 
-/// Issues the command on an open socket and closes it: before the success line, after the failure line. The
-/// texts take the chip's name or nothing. @return 1 or 0.
-int32_t send_and_report(const chip &chip, uint32_t socket, ioctl_data &record, const char *success,
-                        const char *failure);
+/// Issues the command on an open socket and closes it: before the success message, after the failure
+/// message. The messages take the chip's name or no argument. @return whether the driver accepted it.
+bool send_and_report(const chip &chip, uint32_t socket, ioctl_data &record, const char *success,
+                     const char *failure);
 
-/// Sends one value on a socket of its own and pauses 1 ms. @return 1 or 0.
-int32_t wl_config_sockets_send(const chip &chip, uint32_t command, uint32_t value);
+/// Sends one value on a socket of its own and pauses 1 ms. @return whether the driver accepted it; false
+/// for an id that the chip's value sender does not know.
+bool wl_config_sockets_send(const chip &chip, uint32_t command, uint32_t value);
 
-/// Lays a value into a record's data area.
+/// Stores a value in a record's data area.
 void store_u32(uint8_t *pri_data, uint32_t value);
 void store_u16(uint8_t *pri_data, uint32_t value);
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A constant table and its length.
 #ifndef ORVA_LIST_H
 #define ORVA_LIST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Android log, under the chip's tag.
 #ifndef ORVA_LOG_H
 #define ORVA_LOG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The receive test.
 #ifndef ORVA_RECEIVE_H
 #define ORVA_RECEIVE_H
@@ -6,20 +7,23 @@
 
 namespace orva {
 
-uint32_t wifi_start_rx(const chip &chip, const char *mac);
-uint32_t wifi_stop_rx(const chip &chip);
-uint32_t wifi_get_rx_rssi(const chip &chip, uint32_t *rssi);
+bool wifi_start_rx(const chip &chip, const char *mac);
+bool wifi_stop_rx(const chip &chip);
+
+/// Stores the driver's answer in rssi even if the driver refused. @return whether it accepted.
+bool wifi_get_rx_rssi(const chip &chip, uint32_t *rssi);
+/// @return the number of packets; all bits set if the driver refused; 0 without a socket.
 uint32_t wifi_get_rx_pckg(const chip &chip);
-uint32_t wifi_set_hw_mac_addr(const chip &chip, const char *mac);
 
-/// Lowers the receive flag and switches receive off. @return the send result.
-int32_t stop_receiving(const chip &chip);
+/// Sets the address filter. @param mac twelve hexadecimal digits; null: 00:11:22:33:44:55.
+bool wifi_set_hw_mac_addr(const chip &chip, const char *mac);
 
-/// @return 0 to 15, or -1 for a character that is no hexadecimal digit.
-int32_t hex_digit(char digit);
+/// Lowers the receive flag and switches receive off. @return whether the driver accepted it.
+bool stop_receiving(const chip &chip);
 
-// The steps of a receive start after the address filter. A mode that fails speaks of the band.
-extern const test_step rx_power_save, rx_mode, rx_band, rx_channel, rx_chain;
+// The steps of a receive start after the address filter. A failed mode logs the bandwidth's message; the
+// station matches this text.
+extern const start_step rx_power_save, rx_mode, rx_bandwidth, rx_channel, rx_chain;
 
 }  // namespace orva
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "common/settings.h"
 
 #include <unistd.h>
@@ -11,38 +12,34 @@ namespace {
 
 constexpr useconds_t SETTLE_PAUSE_US = 1000;
 
-struct setting {
-  int32_t type;
-  int32_t value;
-  bool positive_only;  // anything below 1 counts as not set
-};
+int32_t if_positive(int32_t value) { return value < 1 ? -1 : value; }
 
 }  // namespace
 
-uint32_t wifi_set_rate(const chip &chip, int32_t rate) {
+bool wifi_set_rate(const chip &chip, int32_t rate) {
   chip.state.rate = rate;
   LOG_DEBUG(chip, "wifi_set_rate::rate[%d].\n", rate);
-  return 1;
+  return true;
 }
 
-uint32_t wifi_set_band(const chip &chip, int32_t band) {
-  chip.state.band = band;
-  LOG_DEBUG(chip, "wifi_ioctl_set_band::band[%d].\n", band);
-  return 1;
+bool wifi_set_bandwidth(const chip &chip, int32_t bandwidth) {
+  chip.state.bandwidth = bandwidth;
+  LOG_DEBUG(chip, "wifi_ioctl_set_band::band[%d].\n", bandwidth);
+  return true;
 }
 
-uint32_t wifi_set_channel(const chip &chip, int32_t channel) {
-  chip.state.channel = channel;
-  LOG_DEBUG(chip, "wifi_set_channel::set channel[%d].\n", channel);
-  return 1;
+bool wifi_set_channel(const chip &chip, int32_t mhz) {
+  chip.state.channel = mhz;
+  LOG_DEBUG(chip, "wifi_set_channel::set channel[%d].\n", mhz);
+  return true;
 }
 
-uint32_t wifi_set_antenna(const chip &chip, int32_t antenna) {
+bool wifi_set_antenna(const chip &chip, int32_t antenna) {
   chip.state.antenna = antenna;
-  const int32_t drv_ant = antenna == 1 ? 0 : 1;
-  const int32_t result = wl_config_sockets_send(chip, COMMAND_ANTENNA, static_cast<uint32_t>(drv_ant));
-  LOG_DEBUG(chip, "%s_wifi_set_antenna , set wifi drv_ant:%d, ret:%d\n", chip.name, drv_ant, result);
-  return static_cast<uint32_t>(result);
+  const uint32_t drv_ant = antenna == 1 ? 0 : 1;
+  const bool accepted = wl_config_sockets_send(chip, COMMAND_ANTENNA, drv_ant);
+  LOG_DEBUG(chip, "%s_wifi_set_antenna , set wifi drv_ant:%d, ret:%d\n", chip.name, drv_ant, accepted);
+  return accepted;
 }
 
 bool is_mimo_chain(const chip &chip, int32_t chain) {
@@ -51,26 +48,26 @@ bool is_mimo_chain(const chip &chip, int32_t chain) {
   return false;
 }
 
-uint32_t record_mimo_chain(const chip &chip, int32_t chain) {
-  chip.state.core = chain;
+bool record_mimo_chain(const chip &chip, int32_t chain) {
+  chip.state.chain = chain;
   LOG_DEBUG(chip, "wifi_setmimo_channel::channel[%d].\n", chain);
-  return 1;
+  return true;
 }
 
-uint32_t wifi_setmimo_channel(const chip &chip, int32_t chain) {
-  return is_mimo_chain(chip, chain) ? record_mimo_chain(chip, chain) : 0;
+bool wifi_setmimo_channel(const chip &chip, int32_t chain) {
+  return is_mimo_chain(chip, chain) && record_mimo_chain(chip, chain);
 }
 
-int32_t send_and_settle(const chip &chip, uint32_t command, uint32_t value) {
-  const int32_t result = wl_config_sockets_send(chip, command, value);
+bool send_and_settle(const chip &chip, uint32_t command, int32_t value) {
+  const bool accepted = wl_config_sockets_send(chip, command, static_cast<uint32_t>(value));
   usleep(SETTLE_PAUSE_US);
-  return result;
+  return accepted;
 }
 
-int32_t wifi_ioctl_set_power(const chip &chip, int32_t power) {
-  const int32_t step = power / chip.power.divisor;
+bool wifi_ioctl_set_power(const chip &chip, int32_t power) {
+  const int32_t step = power / chip.power_divisor;
   LOG_DEBUG(chip, "wifi_ioctl_set_power::pow_val[%d].\n", step);
-  return send_and_settle(chip, COMMAND_POWER, static_cast<uint32_t>(step));
+  return send_and_settle(chip, COMMAND_POWER, step);
 }
 
 bool record_power(const chip &chip, int32_t power) {
@@ -79,29 +76,34 @@ bool record_power(const chip &chip, int32_t power) {
   return chip.state.status == 0;
 }
 
-uint32_t wifi_set_power(const chip &chip, int32_t power) {
-  if (!record_power(chip, power)) return 1;
-  const int32_t result = wifi_ioctl_set_power(chip, power);
-  if (result == 1) return 1;
-  LOG_ERROR(chip, "wifi_ioctl_set_power fail, ret [%d].\n", result);
-  return 0;
+bool wifi_set_power(const chip &chip, int32_t power) {
+  if (!record_power(chip, power)) return true;
+  const bool accepted = wifi_ioctl_set_power(chip, power);
+  if (!accepted) LOG_ERROR(chip, "wifi_ioctl_set_power fail, ret [%d].\n", accepted);
+  return accepted;
 }
 
 int32_t wifi_query_setting(const chip &chip, int32_t type) {
   LOG_ERROR(chip, "enter wifi_query_setting,  type = %d\n", type);
   const test_state &state = chip.state;
-  const setting settings[] = {
-      {1, state.status, false},    {2, state.mode, false}, {3, state.channel, true},
-      {4, state.freq, true},       {5, state.power, true}, {7, state.rate, true},
-      {9, state.tx, false},        {10, state.rx, false},  {11, state.antenna, false},
-      {13, state.mem_time, false},
-  };
-  if (type == 13 && state.running_test != nullptr) *state.running_test = 1;
-  for (const setting &row : settings) {
-    if (row.type == type) return row.positive_only && row.value < 1 ? -1 : row.value;
+  switch (type) {
+  case 1: return state.status;
+  case 2: return state.mode;
+  case 3: return if_positive(state.channel);
+  case 4: return if_positive(state.freq);
+  case 5: return if_positive(state.power);
+  case 7: return if_positive(state.rate);
+  case 9: return state.tx;
+  case 10: return state.rx;
+  case 11: return state.antenna;
+  case 13:
+    // The next chip check sends this flag to the firmware.
+    if (state.running_test != nullptr) *state.running_test = 1;
+    return state.mem_time;
+  default:
+    if (chip.query_logs_wrong_type) LOG_ERROR(chip, "%s_wifi_query_setting::wrong type[%d]", chip.name, type);
+    return -1;
   }
-  if (chip.query.logs_wrong_type) LOG_ERROR(chip, "%s_wifi_query_setting::wrong type[%d]", chip.name, type);
-  return -1;
 }
 
 }  // namespace orva

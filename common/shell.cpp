@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "common/shell.h"
 
 #include <errno.h>
@@ -52,25 +53,25 @@ int32_t system_call(const chip &chip, const char *command) {
   return wait_for(chip, child);
 }
 
-int32_t run_cmd_by_stream(const chip &chip, const char *command, char *output, uint32_t size) {
+bool run_cmd_by_stream(const chip &chip, const char *command, char *output, uint32_t size) {
   FILE *stream = popen(command, "r");
   if (stream == nullptr) {
     LOG_ERROR(chip, "%s_run_cmd_by_stream: stream is null\n", chip.name);
-    return 0;
+    return false;
   }
   LOG_INFO(chip, "%s_run_cmd_by_stream:exec command:%s", chip.name, command);
   const size_t count = fread(output, 1, size == 0 ? 0 : size - 1, stream);
   if (count == 0) LOG_ERROR(chip, "%s_run_cmd_by_stream: fread fail\n", chip.name);
   pclose(stream);
-  return count > 0 ? 1 : 0;
+  return count > 0;
 }
 
 void wl_config_disable_wifi(const chip &chip) {
   LOG_DEBUG(chip, "wl_config_test:%s_wl_config_disable_wifi enter\n", chip.name);
   char output[OUTPUT_SIZE] = {};
-  const int32_t ran = run_cmd_by_stream(chip, "/system/bin/netcfg |grep wlan0", output, OUTPUT_SIZE);
+  const bool ran = run_cmd_by_stream(chip, "/system/bin/netcfg |grep wlan0", output, OUTPUT_SIZE);
   output[OUTPUT_SIZE - 1] = '\0';
-  if (ran != 1 || !is_wlan_up(chip, output)) {
+  if (!ran || !is_wlan_up(chip, output)) {
     LOG_INFO(chip, "wlan0 is not up, go through");
     return;
   }
@@ -79,9 +80,10 @@ void wl_config_disable_wifi(const chip &chip) {
   sleep(2);
 }
 
-int32_t boot_up(const chip &chip, const char *function, uint32_t pause_s) {
-  if (system_call(chip, "ifconfig wlan0 up") == 0) return 0;
-  // The text promises 5 s and names the weld test, whoever calls; the station reads it so.
+bool boot_up(const chip &chip, const char *function, uint32_t pause_s) {
+  if (system_call(chip, "ifconfig wlan0 up") == 0) return true;
+  // The message says 5 s although the pauses total less, and the ones below name the weld test whoever calls:
+  // the station matches these texts.
   LOG_DEBUG(chip, "wl_config_test:%s_%s:ifconfig wlan0 up failed, wait 5s, and retry again.\n", chip.name,
             function);
   sleep(pause_s);
@@ -89,12 +91,12 @@ int32_t boot_up(const chip &chip, const char *function, uint32_t pause_s) {
     LOG_DEBUG(chip, "wl_config_test:wifi_test_weld:wifi down failed. continue.\n");
   }
   sleep(pause_s);
-  if (system_call(chip, "ifconfig wlan0 up") == 0) return 0;
+  if (system_call(chip, "ifconfig wlan0 up") == 0) return true;
   LOG_ERROR(chip, "wifi_test_weld:wifi boot up failed.\n");
-  return 1;
+  return false;
 }
 
-int32_t try_to_boot_up(const chip &chip) { return boot_up(chip, "try_to_boot_up", BOOT_UP_PAUSE_S); }
+bool try_to_boot_up(const chip &chip) { return boot_up(chip, "try_to_boot_up", BOOT_UP_PAUSE_S); }
 
 void check_securef_ret(const chip &chip, int32_t result) {
   if (result != 0) LOG_ERROR(chip, "%s_check_securef_ret::securef_ret fail, pls check.", chip.name);

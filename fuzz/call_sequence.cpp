@@ -1,7 +1,8 @@
-// Whole sequences of calls, with chips changing and contacts failing in between.
+// SPDX-License-Identifier: Apache-2.0
+// Sequences of public calls, with the chip changing and contacts with the phone failing in between.
 #include <memory>
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "fuzz/library.h"
 #include "virtual_phone/phone.h"
 

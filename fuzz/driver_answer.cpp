@@ -1,9 +1,10 @@
-// Answers of the driver to each command, accepted or refused, to every operation that reads one.
+// SPDX-License-Identifier: Apache-2.0
+// Arbitrary answers of the driver, accepted or refused, to every operation that reads one.
 #include <algorithm>
 #include <memory>
 
-#include "api/wifi_factory_test_orva.h"
-#include "chips/vq2040/vq2040.h"
+#include "include/wifi_factory_test_orva.h"
+#include "include/vq2040.h"
 #include "fuzz/library.h"
 #include "virtual_phone/phone.h"
 

@@ -1,30 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "fuzz/library.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
-#include "chips/vq2040/profile.h"
-#include "chips/vq2040a/profile.h"
-#include "chips/vq2050/profile.h"
-#include "chips/vq2070/profile.h"
+#include "chips/vq2070/state.h"
 #include "virtual_phone/phone.h"
 
 namespace fuzz {
 namespace {
 
-/// The test state of one chip, kept from before the first call.
+/// A copy of one chip's test state.
 struct start_state {
   explicit start_state(const orva::test_state &s)
       : numbers{s.status, s.mode,     s.channel,         s.freq, s.rate,
-                s.band,   s.power,    s.antenna,         s.core, s.tx,
+                s.bandwidth,   s.power,    s.antenna,         s.chain, s.tx,
                 s.rx,     s.mem_time, s.chipcheck_result},
         mode_driver(s.mode_driver), running_test(s.running_test == nullptr ? 0 : *s.running_test),
         selcal(s.selcal_disable_switch == nullptr ? 0 : *s.selcal_disable_switch) {}
 
   void restore(const orva::test_state &s) const {
     int32_t *const all[] = {&s.status, &s.mode,     &s.channel,         &s.freq, &s.rate,
-                            &s.band,   &s.power,    &s.antenna,         &s.core, &s.tx,
+                            &s.bandwidth,   &s.power,    &s.antenna,         &s.chain, &s.tx,
                             &s.rx,     &s.mem_time, &s.chipcheck_result};
     for (size_t i = 0; i < std::size(all); i++) *all[i] = numbers[i];
     s.mode_driver = mode_driver;
@@ -73,28 +71,25 @@ std::string input::rest() {
   return all;
 }
 
-const orva::chip &chip_at(size_t i) {
-  static const orva::chip *const all[chips] = {&orva::vq2040, &orva::vq2050, &orva::vq2040a, &orva::vq2070};
-  return *all[i % chips];
-}
-
 void begin(size_t chip) {
-  static const start_state states[chips] = {start_state(orva::vq2040.state), start_state(orva::vq2050.state),
-                                            start_state(orva::vq2040a.state),
-                                            start_state(orva::vq2070.state)};
-  for (size_t i = 0; i < chips; i++) states[i].restore(chip_at(i).state);
+  static const std::vector<start_state> initial = [] {
+    std::vector<start_state> all;
+    for (const orva::chip *profile : profiles) all.emplace_back(profile->state);
+    return all;
+  }();
+  for (size_t i = 0; i < chips; i++) initial[i].restore(profiles[i]->state);
   orva::g_test_rutx_set_2070 = 0;
   orva::g_test_rurx_set_2070 = 0;
   orva::g_test_aid_2070 = 0;
   phone_reset();
   char error[200] = "";
-  expect(phone_set("chip", chip_at(chip).name, error, sizeof error) == 0, error);
+  expect(phone_set("chip", profiles[chip % chips]->name, error, sizeof error) == 0, error);
 }
 
 void end() { expect(phone_left_open() == 0, "a descriptor, child or stream is left behind"); }
 
-void expect(bool so, const char *what) {
-  if (so) return;
+void expect(bool condition, const char *what) {
+  if (condition) return;
   fprintf(stderr, "fuzz: %s\n", what);
   abort();
 }

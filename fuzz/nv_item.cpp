@@ -1,14 +1,16 @@
-// Calibration texts as NV may hold them: reading, merging, keeping, correcting and reading all of them.
+// SPDX-License-Identifier: Apache-2.0
+// Arbitrary calibration texts in NV: reading, merging, storing and correcting one, and reading all.
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
 #include <string>
 
-#include "api/wifi_factory_test_orva.h"
+#include "include/wifi_factory_test_orva.h"
 #include "chips/vq2040a/profile.h"
-#include "common/calibration.h"
-#include "common/nv_item.h"
+#include "common/catalogue.h"
+#include "common/calibration_write.h"
+#include "common/nv_text.h"
 #include "fuzz/library.h"
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
@@ -21,14 +23,14 @@ using item_bytes = std::array<char, ORVA_NV_ITEM_SIZE>;
 
 item_bytes get(const orva::cal_row &row) {
   item_bytes item;
-  expect(phone_nv_get(row.nv_number, row.nv_name, item.data()) == 0, "an item cannot be read back");
+  expect(phone_nv_get(row.item.number, row.item.name, item.data()) == 0, "an item cannot be read back");
   return item;
 }
 
 void put(const orva::cal_row &row, const std::string &text) {
   char item[ORVA_NV_ITEM_SIZE] = {};
   memcpy(item, text.data(), std::min(text.size(), sizeof item));
-  phone_nv_put(row.nv_number, row.nv_name, item);
+  phone_nv_put(row.item.number, row.item.name, item);
 }
 
 const orva::cal_row &choose_row(const orva::chip &chip, uint8_t choice) {
@@ -40,7 +42,7 @@ std::string run_buffer_routine(const orva::chip &chip, const orva::cal_row &row,
                                uint32_t out_size, const std::vector<uint32_t> &values) {
   const auto out = std::make_unique<char[]>(out_size);
   const orva_nvbuf_request request = {
-      row.nv_number, row.nv_name, ORVA_NV_ITEM_SIZE, row.param, static_cast<uint32_t>(values.size()),
+      row.item.number, row.item.name, ORVA_NV_ITEM_SIZE, row.param, static_cast<uint32_t>(values.size()),
       values.data()};
   orva::get_nvbuf_by_name(chip, out.get(), out_size, request, mode);
   expect(memchr(out.get(), 0, out_size) != nullptr, "a text is not terminated");
@@ -55,7 +57,7 @@ std::string entry_of(const orva::cal_row &row, const std::vector<uint32_t> &valu
   return entry + ";";
 }
 
-/// What a merge has to give: every other entry as it was, ours in its place or at the end.
+/// The expected result of a merge: every other entry unchanged, ours in its place or at the end.
 std::string merged(const std::string &stored, const orva::cal_row &row, const std::string &ours) {
   if (stored.empty()) return ours;
   std::string all;
@@ -84,9 +86,7 @@ void correct(const orva::chip &chip, const orva::cal_row &row, input &from) {
   const item_bytes first = get(row);
   const int32_t freq = from.number();
   const text error(std::to_string(from.number()));
-  const uint32_t result = orva::wifi_nvram_calibrate_set(chip, 0, row.group, row.mode, row.band,
-                                                         row.bandwidth, freq, error.get());
-  expect(result <= 1, "a correction answers something else");
+  orva::wifi_nvram_calibrate_set(chip, 0, row.chain, row.mode, row.band, row.bandwidth, freq, error.get());
   const item_bytes now = get(row);
   expect(now == first || memchr(now.data(), 0, now.size()) != nullptr, "an item is written without an end");
 }
@@ -102,9 +102,9 @@ void read_all(int32_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
   input from(bytes, size);
-  const size_t chip_number = 1 + from.byte() % 3;
+  const size_t chip_number = 1 + from.byte() % (chips - 1);  // the first keeps no texts in NV
   begin(chip_number);
-  const orva::chip &chip = chip_at(chip_number);
+  const orva::chip &chip = *profiles[chip_number];
   const orva::cal_row &row = choose_row(chip, from.byte());
   const uint8_t action = from.byte() % 5;
   const auto drawn = from.some(24);

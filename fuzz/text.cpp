@@ -1,6 +1,7 @@
-// Texts that a station passes: address filter, association id, roaming target, measured error.
-#include "api/wifi_factory_test_orva.h"
-#include "chips/vq2070/profile.h"
+// SPDX-License-Identifier: Apache-2.0
+// Arbitrary texts from a caller: address filter, association id, roaming target, measured error.
+#include "include/wifi_factory_test_orva.h"
+#include "chips/vq2070/state.h"
 #include "fuzz/library.h"
 #include "virtual_phone/phone.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 bool is_hex(char c) { return strchr("0123456789abcdefABCDEF", c) != nullptr && c != '\0'; }
 
-/// How many hexadecimal digits a text begins with, of those that are read.
+/// The number of hexadecimal digits at the start of a text, at most `most`.
 size_t digits(const char *text, size_t most) {
   size_t count = 0;
   while (count < most && is_hex(text[count])) count++;

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * What a phone provides to this library, as declarations only. On a phone the system's own libraries
  * define these; on any other machine the virtual phone does.
@@ -19,7 +20,16 @@ enum { ORVA_LOG_DEBUG = 3, ORVA_LOG_INFO = 4, ORVA_LOG_ERROR = 6 };
 int __android_log_print(int prio, const char *tag, const char *fmt, ...)
     __attribute__((format(printf, 3, 4)));
 
-/** The fitted chip: 0 vq2040, 1 vq2050, 2 vq2040a, 3 vq2070. */
+/** Sub-chip indices. */
+enum {
+  ORVA_SUBCHIP_VQ2040 = 0,
+  ORVA_SUBCHIP_VQ2050 = 1,
+  ORVA_SUBCHIP_VQ2040A = 2,
+  ORVA_SUBCHIP_VQ2070 = 3,
+  ORVA_SUBCHIPS = 4
+};
+
+/** The index of the fitted chip. */
 uint32_t get_orva_connectivity_subchip(void);
 
 /** Operations of kevoOperaNVWR. */

@@ -1,4 +1,5 @@
-// The vq2040's profile and what its files share.
+// SPDX-License-Identifier: Apache-2.0
+// The vq2040's profile, and its own command.
 #ifndef ORVA_VQ2040_PROFILE_H
 #define ORVA_VQ2040_PROFILE_H
 
@@ -7,6 +8,9 @@
 namespace orva {
 
 extern const chip vq2040;
+
+constexpr uint32_t COMMAND_CONNECTION_POWER = 25;
+
 }  // namespace orva
 
 #endif

@@ -1,4 +1,5 @@
-// The vq2040a's profile and what its files share.
+// SPDX-License-Identifier: Apache-2.0
+// The vq2040a's profile.
 #ifndef ORVA_VQ2040A_PROFILE_H
 #define ORVA_VQ2040A_PROFILE_H
 
@@ -7,7 +8,7 @@
 namespace orva {
 
 extern const chip vq2040a;
-extern const struct calibration vq2040a_calibration;
+
 }  // namespace orva
 
 #endif

@@ -1,4 +1,5 @@
-// The vq2050's profile and what its files share.
+// SPDX-License-Identifier: Apache-2.0
+// The vq2050's profile.
 #ifndef ORVA_VQ2050_PROFILE_H
 #define ORVA_VQ2050_PROFILE_H
 
@@ -7,7 +8,7 @@
 namespace orva {
 
 extern const chip vq2050;
-extern const struct calibration vq2050_calibration;
+
 }  // namespace orva
 
 #endif

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "chips/vq2040/state.h"
+
+namespace orva {
+
+int32_t g_test_status_vq2040 = 0;
+int32_t g_test_mode_vq2040 = 0;
+uint8_t g_test_mode_driver_vq2040 = 0;
+int32_t g_test_channel_vq2040 = 0;
+int32_t g_test_freq_vq2040 = 0;
+int32_t g_test_rate_vq2040 = 0;
+int32_t g_test_band_vq2040 = -1;
+int32_t g_test_power_vq2040 = POWER_NOT_SET;
+int32_t g_test_antenna_vq2040 = -1;
+int32_t g_test_core_vq2040 = 0;
+int32_t g_test_tx_vq2040 = 0;
+int32_t g_test_rx_vq2040 = 0;
+int32_t g_test_mem_time_vq2040 = 255;
+int32_t g_test_chipcheck_result_vq2040 = 0;
+
+}  // namespace orva

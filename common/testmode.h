@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Entering and leaving test mode.
+#ifndef ORVA_TESTMODE_H
+#define ORVA_TESTMODE_H
+
+#include "common/chip.h"
+
+namespace orva {
+
+/// Takes wlan0 from the phone's framework and brings it up. @return whether test mode is on.
+bool wifi_start_testmode(const chip &chip);
+/// Takes wlan0 down. @return whether test mode is off.
+bool wifi_stop_testmode(const chip &chip);
+
+/// Single driver commands of test-mode entry. @return whether the driver accepted it.
+bool wifi_set_country_all(const chip &chip);
+bool wifi_set_dyn_interval(const chip &chip);
+bool wifi_set_selfcali_interval(const chip &chip);
+
+/// Takes wlan0 from the framework and sends the driver's power-test mode. @return whether it was accepted.
+bool wifi_pt_power_test(const chip &chip, int32_t mode);
+
+}  // namespace orva
+
+#endif

@@ -1,0 +1,126 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The installed package can be built against, and the phone's build files agree with ours."""
+import json
+import os
+import re
+import shutil
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from support.tree import ROOT
+
+BUILD = Path(os.environ["ORVA_BUILD"])
+
+
+def run(command, **options):
+    return subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=300, **options)
+
+
+@pytest.fixture(scope="module")
+def prefix(tmp_path_factory):
+    prefix = tmp_path_factory.mktemp("installed")
+    done = run(["cmake", "--install", BUILD, "--prefix", prefix])
+    assert done.returncode == 0, done.stdout + done.stderr
+    return prefix
+
+
+def with_cmake(prefix, folder):
+    run(["cmake", "-S", ROOT / "examples" / "c", "-B", folder, f"-DCMAKE_PREFIX_PATH={prefix}"], check=True)
+    run(["cmake", "--build", folder], check=True)
+    return {}
+
+
+def with_pkg_config(prefix, folder):
+    (configs,) = prefix.rglob("pkgconfig")
+    packages = ["wifi_factory_test_orva", "wifi_factory_test_orva_virtual_phone"]
+    flags = run(["pkg-config", "--cflags", "--libs", *packages], env={**os.environ, "PKG_CONFIG_PATH": str(configs)})
+    run(["gcc", ROOT / "examples/c/power_sweep.c", "-o", folder / "power_sweep", *flags.stdout.split()], check=True)
+    return {"LD_LIBRARY_PATH": str(configs.parent)}
+
+
+SWEPT = [f"power {power} at 5180 MHz: transmitted" for power in range(100, 181, 20)]
+
+
+@pytest.mark.parametrize("build", [with_cmake, with_pkg_config])
+def test_a_program_against_the_installed_package(build, prefix, tmp_path):
+    environment = {**os.environ, **build(prefix, tmp_path)}
+    good = run([tmp_path / "power_sweep"], env=environment)
+    assert (good.returncode, good.stdout.splitlines()) == (0, [*SWEPT, "PASS"])
+    phone = tmp_path / "phone.toml"
+    phone.write_text('chip = "vq2070"\n[[fault]]\nplace = "ioctl:5"\nnth = 3\ntimes = 2\n')
+    refused = run([tmp_path / "power_sweep"], env={**environment, "ORVA_PHONE": str(phone)})
+    assert refused.returncode == 1
+    assert refused.stdout.splitlines() == [SWEPT[0], "power 120 at 5180 MHz: FAILED", *SWEPT[2:], "FAIL"]
+
+
+def test_the_installed_console_and_module_find_the_installed_library(prefix, tmp_path):
+    console = run([prefix / "bin" / "orva-station", "wifi_set_power", "155"], env={"PATH": os.environ["PATH"]})
+    assert console.returncode == 0, console.stderr
+    for what, file in (("bash", "bash-completion/completions/orva-station"), ("zsh", "zsh/site-functions/_orva-station"),
+                       ("man", "man/man1/orva-station.1")):
+        assert (prefix / "share" / file).read_text() == run([prefix / "bin" / "orva-station", "generate", what]).stdout
+    (module,) = prefix.rglob("python/orva")
+    show = "import orva; b = orva.Bench(); print(orva.files.find('libvirtual_phone.so'), b.library.wifi_test_weld())"
+    found = run(["/usr/bin/python3", "-c", show], env={"PYTHONPATH": str(module.parent)})
+    assert found.stdout.startswith(str(prefix)) and found.stdout.endswith(" True\n"), found.stderr
+
+
+def test_the_installed_headers_stand_alone(prefix, tmp_path):
+    (include,) = (prefix / "include").iterdir()
+    headers = sorted(include.rglob("*.h"))
+    assert len(headers) == 8
+    source = tmp_path / "all.c"
+    source.write_text("".join(f'#include "{header.relative_to(include)}"\n' for header in headers))
+    for compiler in (["gcc", "-std=c99"], ["g++", "-x", "c++", "-std=c++17"]):
+        done = run([*compiler, "-Wall", "-Wextra", "-Werror", "-fsyntax-only", f"-I{include}", source])
+        assert done.returncode == 0, done.stderr
+
+
+def globbed(module):
+    """The files that a module of Android.bp is made of."""
+    text = re.search(rf'name: "{module}",.*?\n}}', (ROOT / "Android.bp").read_text(), re.S)[0]
+    def listed(name):
+        found = re.search(rf"\b(?<!exclude_){name}: \[(.*?)\]", text, re.S)
+        return {path for glob in re.findall(r'"(.*?)"', found[1]) for path in ROOT.glob(glob)} if found else set()
+    return listed("srcs") - listed("exclude_srcs")
+
+
+def test_the_phones_build_has_the_sources_of_ours():
+    built = {Path(entry["file"]) for entry in json.loads((BUILD / "compile_commands.json").read_text())
+             if "orva_objects.dir" in entry["command"]}
+    assert built and globbed("libwifi_factory_test_orva") == built
+    console = {Path(entry["file"]) for entry in json.loads((BUILD / "compile_commands.json").read_text())
+               if re.search(r"(station_core|orva-station-phone|virtual_phone_words)\.dir", entry["command"])}
+    assert globbed("orva-station") == console
+
+
+def test_the_phones_build_makes_the_reports_page_as_ours_does():
+    sources = (ROOT / "station" / "report").iterdir()
+    made = run(["/usr/bin/python3", ROOT / "android" / "report_page.py", *sources], check=True)
+    assert made.stdout == (BUILD / "station" / "report" / "report_page.h").read_text()
+
+
+@pytest.mark.parametrize("file", ["Android.bp", "android/device_defaults.bp"])
+def test_the_phones_build_files_can_be_read(file):
+    if not shutil.which("bpfmt"):
+        pytest.skip("bpfmt (package blueprint-tools) is not installed")
+    done = run(["bpfmt", "-d", ROOT / file])
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+
+
+def test_the_sample_policy_allows_the_drivers_request(tmp_path):
+    if not shutil.which("checkpolicy"):
+        pytest.skip("checkpolicy is not installed")
+    sample = (ROOT / "android/sepolicy/orva_factory_test.te").read_text()
+    # The part of the platform's macro that matters here.
+    sample = re.sub(r"init_daemon_domain\((\w+)\)", r"type_transition init \1_exec:process \1;", sample)
+    contexts = (ROOT / "android/sepolicy/genfs_contexts").read_text()
+    stub = (ROOT / "tests/support/selinux_stub.conf").read_text()
+    (tmp_path / "policy.conf").write_text(stub.replace("@SAMPLE@", sample).replace("@CONTEXTS@", contexts))
+    compiled = run(["checkpolicy", "-M", "-c", "30", "-o", tmp_path / "policy", tmp_path / "policy.conf"])
+    assert compiled.returncode == 0, compiled.stderr
+    allowed = run(["checkpolicy", "-M", "-b", "-F", "-o", "-", tmp_path / "policy"]).stdout
+    request = re.search(r"0x89F\w", (ROOT / "common/driver.cpp").read_text())[0].lower()
+    assert re.search(rf"allowxperm orva_factory_test self:udp_socket ioctl .*\b{request}\b", allowed)

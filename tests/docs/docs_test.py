@@ -1,0 +1,118 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What the documents show is what happens.
+
+A fenced block marked `run` is run: sh, c, python, tcl. `exit=N` is its expected status. A block `output` after it is
+what it prints. There the line `...` matches any lines, and … matches any text.
+"""
+
+import os
+import re
+import shutil
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from support.tree import CHIPS, ROOT
+
+STATION = Path(os.environ["ORVA_STATION"])
+LIBRARIES = os.environ["ORVA_LIBRARY_PATH"].split(":")
+ELSEWHERE = {"sessions.md"}  # its sessions are run on all four chips by the console's own test
+DOCUMENTS = sorted([*(ROOT / "docs").glob("*.md"), ROOT / "README.md", ROOT / "virtual_phone" / "README.md"])
+
+
+def run(command, **options):
+    return subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=300, **options)
+
+
+def blocks(document):
+    """Line number, language, words and text of each fenced block."""
+    for found in re.finditer(r"^```(\S*) ?(.*)\n((?:.*\n)*?)```$", document.read_text(), re.M):
+        line = document.read_text().count("\n", 0, found.start()) + 1
+        yield line, found[1], found[2].split(), found[3]
+
+
+def examples(document):
+    """The blocks to run, each with the output shown after it, or None."""
+    found = list(blocks(document))
+    for block, following in zip(found, [*found[1:], None]):
+        if "run" in block[2]:
+            yield *block, following[3] if following and following[1] == "output" else None
+
+
+def pattern(shown):
+    lines = [re.escape(line.rstrip()).replace("…", ".*") for line in shown.splitlines()]
+    return "".join("(?:.*\n)*" if line == r"\.\.\." else line + " *\n" for line in lines)
+
+
+@pytest.fixture
+def desk(tmp_path):
+    """A reader's folder: links to the tree's folders, and the console in the path."""
+    for folder in ("sessions", "virtual_phone", "examples", "python", "include", "android"):
+        (tmp_path / folder).symlink_to(ROOT / folder)
+    programs = tmp_path / ".programs"
+    programs.mkdir()
+    (programs / "python3").symlink_to("/usr/bin/python3")
+    path = f"{programs}:{STATION.parent}:{os.environ['PATH']}"
+    libraries = " ".join(f"-L{folder} -Wl,-rpath,{folder}" for folder in LIBRARIES)
+    return tmp_path, {**os.environ, "PATH": path, "ORVA_LDFLAGS": libraries, "HOME": str(tmp_path)}
+
+
+def program(language, text, folder):
+    source = folder / f"example.{language}"
+    source.write_text(text)
+    if language == "c":
+        build = (f"gcc -std=c99 -D_DEFAULT_SOURCE -Wall -Wextra -Werror -Iinclude -I{ROOT} example.c $ORVA_LDFLAGS -lwifi_factory_test_orva "
+                 "-Wl,--no-as-needed -lvirtual_phone -lvirtual_phone_platform -o example && ./example")
+        return ["bash", "-c", build]
+    return {"sh": ["bash", "-e", source], "python": ["python3", source], "tcl": ["orva-station", "--chip", "vq2050", "run", source]}[language]
+
+
+@pytest.mark.parametrize("document", [d for d in DOCUMENTS if any(examples(d))], ids=lambda document: document.name)
+def test_examples(document, desk):
+    folder, environment = desk
+    for line, language, words, text, shown in examples(document):
+        where = f"{document.name}:{line}"
+        done = run(program(language, text, folder), cwd=folder, env=environment)
+        wanted = next((int(word[5:]) for word in words if word.startswith("exit=")), 0)
+        assert done.returncode == wanted, f"{where}: status {done.returncode}\n{done.stdout}{done.stderr}"
+        printed = "".join(line.rstrip() + "\n" for line in (done.stdout + done.stderr).splitlines())
+        if shown is not None:
+            assert re.fullmatch(pattern(shown), printed), f"{where} prints\n{printed}"
+
+
+@pytest.mark.parametrize("document", [d for d in DOCUMENTS if d.name not in ELSEWHERE], ids=lambda document: document.name)
+def test_every_example_is_run_and_every_link_leads_somewhere(document):
+    unrun = [line for line, language, words, _ in blocks(document)
+             if language in ("sh", "c", "python", "tcl") and "run" not in words]
+    assert not unrun, f"{document.name}: not marked run: lines {unrun}"
+    links = re.findall(r"\]\(([^)#\s]+)[^)]*\)", re.sub(r"```.*?```", "", document.read_text(), flags=re.S))
+    dead = [link for link in links if "://" not in link and not (document.parent / link).exists()]
+    assert not dead
+
+
+# Places that list the chips one by one. One that reads chips/chips.txt instead names none and cannot forget any.
+CHIP_LISTS = """
+    Doxyfile api/dispatch.cpp api/exports.map.txt docs/chip_differences.md
+    kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
+    script/demo script/fault-sweep script/kernel-phone sessions/board_check.tcl sessions/rf.tcl
+    station/functions.h station/options.cpp tests/support/chips.h
+    tests/support/profiles.h tests/library/tables_test.cpp virtual_phone/radio.c
+""".split()
+
+
+@pytest.mark.parametrize("place", CHIP_LISTS)
+def test_no_chip_is_forgotten(place):
+    named = set(re.findall(r"(?<![0-9A-Za-z])vq[0-9]+[a-z]*", (ROOT / place).read_text()))
+    assert not named or set(CHIPS) <= named, f"{place} does not know {set(CHIPS) - named}"
+
+
+def test_the_reference_has_every_public_function_and_no_warning(tmp_path):
+    if not shutil.which("doxygen"):
+        pytest.skip("doxygen is not installed")
+    done = run([ROOT / "script" / "docs", tmp_path])
+    assert done.returncode == 0, done.stderr
+    page = (tmp_path / "html" / "wifi__factory__test__orva_8h.html").read_text()
+    declared = re.findall(r"^\w[\w ]+\*?(\w+)\([^;{]*\);", (ROOT / "include/wifi_factory_test_orva.h").read_text(), re.M)
+    assert len(declared) > 30
+    assert [name for name in declared if f"{name}</td>" not in page and f"{name} </td>" not in page] == []

@@ -1,0 +1,281 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The Python module: it has the C interface, names what went wrong, and its fixtures catch empty tests."""
+
+import json
+import os
+import re
+import signal
+import subprocess
+import sys
+
+import pytest
+
+from orva import CHIPS, Bench, EventKind, Library, NvItem, PhoneDied, PhoneError, UnexpectedResult, VirtualPhone, files
+from orva import library as library_module
+from orva import phone as phone_module
+
+from support.tree import PHONES, ROOT
+
+PLAN = ROOT / "examples" / "factory_plan.py"
+
+# Only the phone's processes need a sanitizer's runtime loaded before Python.
+if "ORVA_SANITIZER" in os.environ:
+    os.environ["LD_PRELOAD"] = os.environ["ORVA_SANITIZER"]
+
+pytest_plugins = ["orva.pytest_plugin", "pytester"]
+
+C_TYPES = {
+    "void": "None", "int": "c_int", "unsigned": "c_uint", "size_t": "c_ulong", "int64_t": "c_long",
+    "int32_t": "c_int", "uint32_t": "c_uint", "enum phone_clock": "c_int", "uint32_t *": "LP_c_uint",
+    "uint8_t *": "LP_c_ubyte", "char *": "c_char_p", "char **": "LP_c_char_p", "void *": "c_void_p",
+    "wifi_func_t": "c_void_p", "struct phone_event *": "LP__CEvent",
+}
+
+
+def c_type(declaration):
+    words = re.sub(r"\bconst\b|\*", " ", declaration).split()
+    named = words[:2] if words[0] in ("struct", "enum") else words[:1]
+    stars = "*" * declaration.count("*")
+    return C_TYPES[" ".join(named) + (" " + stars if stars else "")]
+
+
+def declared(header):
+    """Result and argument types of every function that a header declares, by their ctypes names."""
+    text = re.sub(r"/\*.*?\*/|//[^\n]*|#[^\n]*", "", header.read_text(), flags=re.S)
+    found = {}
+    for result, name, arguments in re.findall(r"([\w ]+[\s*]+)(\w+)\(([^()]*)\);", text):
+        types = [] if arguments.strip() == "void" else [c_type(part.strip()) for part in arguments.split(",")]
+        found[name] = (c_type(result.strip()), types)
+    return found
+
+
+def in_python(signatures):
+    def name(kind):
+        return "None" if kind is None else kind.__name__
+
+    return {key: (name(result), [name(kind) for kind in kinds]) for key, (result, kinds) in signatures.items()}
+
+
+@pytest.mark.parametrize(
+    "header, module, bytes_for_void",
+    [
+        ("include/wifi_factory_test_orva.h", library_module, []),
+        # Python passes bytes where C has void *.
+        ("virtual_phone/phone.h", phone_module, [("phone_driver_answer", 1), ("phone_nv_get", 2), ("phone_nv_put", 2), ("phone_nv_at", 4)]),
+    ],
+)
+def test_signatures_are_those_of_the_header(header, module, bytes_for_void):
+    expected = declared(ROOT / header)
+    for function, argument in bytes_for_void:
+        assert expected[function][1][argument] == "c_void_p"
+        expected[function][1][argument] = "c_char_p"
+    assert in_python(module.SIGNATURES) == expected
+
+
+def test_every_public_function_has_a_documented_method():
+    for name in library_module.SIGNATURES:
+        assert getattr(Library, name).__doc__, name
+
+
+def test_the_event_kinds_are_those_of_the_header_and_of_the_trace_format(bench):
+    body = re.search(r"enum phone_event_kind \{(.*?)\};", (ROOT / "virtual_phone/phone.h").read_text(), re.S).group(1)
+    names = re.findall(r"\bPHONE_(\w+)", re.sub(r"/\*.*?\*/", "", body, flags=re.S))
+    assert [kind.name for kind in EventKind] == names
+    described = {}
+    for words, text in re.findall(r"^\| (`[a-z_`, ]+`) \| (.*) \|$", kinds_in_the_docs(), re.M):
+        # A field of the format is named before the colon that explains it.
+        fields = re.sub(r":[^;]*", "", text)
+        for word in re.findall(r"`(\w+)`", words):
+            described[word] = sorted(set(re.findall(r"`(\w+)`", fields)) - {"result"})
+    assert described == {kind.name.lower(): sorted(bench.phone.event_fields(kind)) for kind in EventKind}
+
+
+def kinds_in_the_docs():
+    return (ROOT / "docs/trace.md").read_text().partition("| kind | more fields |")[2]
+
+
+def test_the_fault_places_are_those_of_the_documentation(bench):
+    places = bench.phone.fault_places()
+    table = (ROOT / "virtual_phone/README.md").read_text().partition("| place | what fails | value |")[2].partition("\n\n")[0]
+    rows = re.findall(r"^\| `([^`]+)` \| (.*) \| (.*) \|$", table, re.M)
+    assert rows == [(place.name, place.meaning, place.value) for place in places]
+    # The sweep fails each function at each of its uses, the fuzzer at random ones.
+    for other in ("tests/fault_sweep.cpp", "fuzz/call_sequence.cpp"):
+        text = (ROOT / other).read_text()
+        functions = {place.name for place in places if ":" not in place.name} - SPARED.get(other, set())
+        assert not {name for name in functions if f'"{name}"' not in text}, other
+
+
+# A fuzzer's fault may last for ever, and a wait that is interrupted for ever never ends.
+SPARED = {"fuzz/call_sequence.cpp": {"waitpid"}}
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+def test_a_transmit_test_reaches_the_driver(chip, library, phone):
+    assert library.wifi_start_testmode()
+    for setter, value in [(library.wifi_set_mode, 4), (library.wifi_set_band, 1), (library.wifi_set_channel, 2437),
+                          (library.wifi_set_rate, 6500), (library.wifi_set_power, -155)]:
+        assert setter(value)
+    phone.events_clear()
+    assert library.wifi_start_tx()
+    sent = {command.id: command.value for command in phone.driver_commands()}
+    steps = 2**32 - (1 if chip == "vq2040" else 15)
+    assert (sent[0], sent[1], sent[3], sent[4], sent[5]) == (4, steps, 65, 1, 1)
+    assert {command.magic for command in phone.driver_commands()} == {0x2040A if chip == "vq2040a" else int(chip[2:])}
+    assert library.wifi_get_func(6) == f"{chip}_wifi_start_tx"
+
+
+@pytest.mark.parametrize("chip, digits", [("vq2040", 32), ("vq2050", 36), ("vq2040a", 32), ("vq2070", 36)])
+def test_outputs_come_as_values_of_their_kind(library, phone, digits):
+    phone.set("ap.ssid", "lab \"7\"")
+    connection = library.wifi_conn_info()
+    assert (connection.ok, connection.ssid, connection.bssid, connection.rssi_dbm) == (True, 'lab "7"', "02:00:5e:10:20:30", -47)
+    library.wifi_start_testmode()
+    library.wifi_set_mode(4)
+    library.wifi_set_band(0)
+    library.wifi_set_channel(5180)
+    assert library.wifi_start_rx("0A1B2C3D4E5F")
+    phone.wait(2)
+    assert library.wifi_get_rx_pckg() == pytest.approx(2000, abs=50)
+    assert library.wifi_get_rx_rssi() == library_module.RxRssi(True, -52)
+    check = library.conn_test_get_checktime_of_chipcheck()
+    assert check.ok and re.fullmatch("[0-9A-F]{%d}" % digits, check.die_id)
+    phone.set("identity.upc", 300)
+    assert library.wifi_get_upc_code() == library_module.UpcCode(code=300, upc=300 & 255, out1=0, out2=0)
+
+
+def test_failures_differ_from_values(library, phone):
+    assert library.wifi_query_setting(5) is None
+    assert library.conn_test_uart_loop()
+    phone.fault("ioctl", times=0)
+    assert library.wifi_get_rx_pckg() is None
+    assert library.wifi_get_rx_rssi().ok is False
+    assert not library.conn_test_uart_loop() and not library.conn_test_chipcheck()
+    assert library.conn_test_get_chipcheck_result() == 1
+    phone.fault("socket", times=0)
+    assert library.wifi_get_rx_rssi() == library_module.RxRssi(False, None)
+    assert any(line.priority == 6 and line.text.endswith("socket create fail.\n") for line in phone.log_lines())
+
+
+def test_calibration_through_nv(library, phone, tmp_path):
+    phone.nv_open(tmp_path / "unit.nv")
+    assert library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 2442, "10")
+    (item,) = phone.nv_items()
+    assert item.text == library.wifi_nvram_calibrate_get().text != ""
+    assert library.wifi_nvram_calibrate_clean_new(chain0_2g=True)
+    assert library.wifi_nvram_calibrate_get().text == ""
+    phone.nv_put(item.number, item.name, item.data)
+    assert phone.nv_get(item.number, item.name) == item.data
+    phone.nv_open(None)
+    phone.nv_open(tmp_path / "unit.nv")
+    assert phone.nv_items()[0] == NvItem(item.number, item.name, item.data)
+
+
+@pytest.mark.parametrize(
+    "call, expected",
+    [
+        (lambda bench: bench.library.wifi_set_power(2**31), (ValueError, "power: 2147483648 is not in")),
+        (lambda bench: bench.library.wifi_set_power(15.5), (TypeError, "power: 15.5 is no whole number")),
+        (lambda bench: bench.library.wifi_nvram_calibrate_get(0), (ValueError, "size: 0 is not in 1..65535")),
+        (lambda bench: bench.library.wifi_start_roam("02\0;reboot"), (ValueError, "target: .* NUL")),
+        (lambda bench: bench.phone.set("radio.rsi", 1), (PhoneError, "did you mean radio.rssi")),
+        (lambda bench: bench.phone.fault("ioctls"), (PhoneError, "'ioctls' one of socket, .*nv_lose:NUMBER")),
+        (lambda bench: bench.phone.get("radio.rsi"), (KeyError, "radio.rsi")),
+        (lambda bench: bench.phone.nv_put(340, "X", bytes(105)), (ValueError, "105 bytes")),
+        (lambda bench: bench.phone.load("/nowhere.toml"), (PhoneError, "/nowhere.toml: cannot be read")),
+    ],
+)
+def test_misuse_names_the_argument(bench, call, expected):
+    before = len(bench.phone.events())
+    with pytest.raises(expected[0], match=expected[1]):
+        call(bench)
+    assert len(bench.phone.events()) == before
+
+
+def test_a_result_that_is_no_truth_value_is_not_taken_for_one():
+    with pytest.raises(UnexpectedResult, match="wifi_stop_tx gave 7"):
+        library_module._success("wifi_stop_tx", 7)
+
+
+def test_each_bench_has_a_phone_and_a_library_of_its_own():
+    with Bench(chip="vq2040") as one, Bench(chip="vq2070", description=PHONES / "dead-pcie.toml") as other:
+        assert one.library.wifi_set_rate(6500) and one.library.wifi_test_weld()
+        assert other.library.wifi_query_setting(7) is None and not other.library.wifi_test_weld()
+    with pytest.raises(PhoneDied, match="closed"):
+        one.library.wifi_stop_tx()
+
+
+def test_a_phone_that_dies_or_hangs_is_reported_with_the_call():
+    with Bench() as bench:
+        bench._process.send_signal(signal.SIGKILL)
+        with pytest.raises(PhoneDied, match="was ended by SIGKILL"):
+            bench.library.wifi_stop_tx()
+    with Bench(timeout=2) as slow:
+        slow.phone.set_clock(1)
+        with pytest.raises(PhoneDied, match="no answer within 2 s while in wait"):
+            slow.phone.wait(4)
+
+
+def test_missing_libraries_are_named(tmp_path, monkeypatch):
+    with pytest.raises(OSError, match="nowhere.so"):
+        Bench(library="/nowhere.so")
+    with pytest.raises(RuntimeError, match="LD_PRELOAD"):
+        VirtualPhone()
+    monkeypatch.setenv("ORVA_LIBRARY_PATH", str(tmp_path))
+    monkeypatch.setattr(files, "folders", lambda: [tmp_path])
+    with pytest.raises(FileNotFoundError, match=f"is in none of {tmp_path}.*ORVA_LIBRARY_PATH"):
+        Bench()
+
+
+EMPTY_TESTS = '''
+def test_fault_that_never_fires(library, phone):
+    phone.fault("popen")
+    assert library.wifi_set_rate(6500)
+
+def test_good(library, phone, chip):
+    assert phone.get("chip") == chip == "vq2040a"
+'''
+
+
+def test_the_fixtures_refuse_a_test_whose_fault_never_fired(pytester, monkeypatch):
+    monkeypatch.setenv("PYTHONPATH", str(ROOT / "python"))
+    pytester.makepyfile(EMPTY_TESTS)
+    result = pytester.runpytest_subprocess("-p", "orva.pytest_plugin", "--orva-chip", "vq2040a")
+    result.assert_outcomes(passed=2, errors=1)
+    result.stdout.fnmatch_lines(["*1 planned fault(s) never fired*"])
+
+
+def plan(*arguments):
+    return subprocess.run([sys.executable, PLAN, *map(str, arguments)], capture_output=True, text=True, timeout=120)
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+def test_the_plan_passes_a_good_phone(chip):
+    done = plan("--chip", chip)
+    assert done.returncode == 0, done.stdout + done.stderr
+    assert done.stdout.splitlines()[-1] == "PASS"
+
+
+@pytest.mark.parametrize(
+    "phone, failed",
+    [
+        ("wrong-fem", {"front end", "signal"}),
+        ("cold-solder-joint", {"solder joints"}),
+    ],
+)
+def test_the_plan_names_what_is_wrong(phone, failed):
+    done = plan("--json", "--phone", PHONES / f"{phone}.toml")
+    assert done.returncode == 1, done.stderr
+    measurements = [m for phase in json.loads(done.stdout)["phases"] for m in phase["measurements"]]
+    below = {m["name"] for m in measurements if m["value"] is False}
+    below |= {m["name"] for m in measurements if m["low"] is not None and m["value"] < m["low"]}
+    assert below == failed
+
+
+def test_the_types_hold():
+    if subprocess.run([sys.executable, "-m", "mypy", "--version"], capture_output=True).returncode != 0:
+        pytest.skip("mypy is not installed")
+    done = subprocess.run(
+        [sys.executable, "-m", "mypy", "--strict", "--cache-dir", os.devnull, ROOT / "python" / "orva", PLAN],
+        env={**os.environ, "MYPYPATH": str(ROOT / "python"), "LD_PRELOAD": ""}, capture_output=True, text=True)
+    assert done.returncode == 0, done.stdout

@@ -1,0 +1,40 @@
+# SPDX-License-Identifier: Apache-2.0
+"""A report with a bit of everything: failures, refused commands, waits, calibration, and text that looks like markup."""
+from support.console import station
+
+HOSTILE = "</script><script>document.title='broken in'</script><img src=x onerror=alert(1)>&amp;\u2028<b>bold</b>"
+
+SCRIPT = r"""
+phone set radio.rssi -95
+phone set netcfg.output {wlan0 UP %s}
+step "Identity"
+conn_test_get_checktime_of_chipcheck -> 0 check_time 100
+step "Test mode on"
+wifi_start_testmode -> 1
+step "Receive"
+wifi_set_mode 4 -> 1
+wifi_set_band 1 -> 1
+wifi_set_channel 2437 -> 1
+wifi_setmimo_channel 1 -> 1
+fault ioctl:8 1 2
+wifi_start_rx -> 1
+wifi_start_rx -> 1
+wait 1.5
+wifi_get_rx_rssi -> 1 rssi -90..-20
+note {%s}
+step "Calibrate"
+wifi_nvram_calibrate_set 0 0 0 0 0 2442 60 -> 1
+wifi_nvram_calibrate_set 0 0 0 0 0 2412 3 -> 1
+wifi_stop_testmode -> 1
+""" % (HOSTILE, HOSTILE)
+
+
+def write_report(directory, script=SCRIPT, chips="vq2070", more=()):
+    """Runs the script and then those of `more`. @return the page's path and the finished process."""
+    paths = []
+    for i, text in enumerate([script, *more]):
+        paths.append(directory / f"session{i}.tcl")
+        paths[-1].write_text(text, encoding="utf-8")
+    page = directory / "report.html"
+    run = station("--quiet", "--chip", chips, "--report", page, "run", *paths)
+    return page, run
