@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Prints the report page as a C++ header, the same one that page.cmake writes.
+"""Prints the report page as a C++ header, the same one that console/output/page/page.cmake writes.
 
-Usage: report_page.py FILE... with the files of the report page's folder, in any order.
+Usage: report_page.py FILE... with the files of console/output/page, in any order.
 """
 
 import re

@@ -5,7 +5,7 @@
  * are those of the virtual phone's platform half, which runs in this process. Pauses are real and not
  * recorded.
  */
-#include "phone_link.h"
+#include "console/phone/phone_link.h"
 
 #include "platform.h"
 #include "radio_keys.h"
@@ -23,7 +23,7 @@
 #include <sstream>
 #include <time.h>
 
-namespace station::phone_link {
+namespace console::phone_link {
 namespace {
 
 constexpr auto radio_file = "/proc/orva_radio";
@@ -374,4 +374,4 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &) { ret
 unsigned chip() { return get_orva_connectivity_subchip(); }
 bool interface_up() { return get("interface.up") == "true"; }
 
-}  // namespace station::phone_link
+}  // namespace console::phone_link

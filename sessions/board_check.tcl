@@ -1,8 +1,8 @@
-# Board check: is everything around the chip soldered, powered and connected? The phone is first asked as an ordinary
-# WLAN station, then by the firmware's own checks; the last step says what is wrong with a phone that failed.
-
-# What the weld test asks, in this order, how often it takes the interface down, the length of the die identifier,
-# and whether the SDIO loop stops the phone's WLAN service first.
+# SPDX-License-Identifier: Apache-2.0
+# Board check: is everything around the chip soldered, powered and connected? Queries the phone as an ordinary WLAN
+# station, then runs the firmware's own checks. The last step says what is wrong with a phone that failed.
+# By chip: the weld test's queries in order, how often it takes the interface down, the length of the die identifier,
+# and whether the SDIO loop first stops the phone's WLAN service.
 set facts {
   vq2040  {weld {dbb_number=?* efuse_status=0}                                    downs 1 digits 32 stops 0}
   vq2050  {weld {dbb_number=?* efuse_status=0 pin_test=0 wakeup_io=0 pcie_test=0} downs 1 digits 36 stops 1}
@@ -13,7 +13,7 @@ set my [dict get $facts [chip]]
 set findings {}
 proc finding {text} { lappend ::findings $text }
 
-# The last command that a failed weld test sent tells what it stumbled over.
+# The last command of a failed weld test shows what it failed at.
 proc weld_finding {} {
   lassign [lindex [seen driver] end] id name value
   switch $name {

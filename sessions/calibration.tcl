@@ -1,15 +1,15 @@
-# Calibration of a unit: bring the stored data up, correct it by measured errors, look at what changed, clear it.
-# The vq2040 scales a block of codes by a gain; the other chips correct curves and offsets kept as texts.
-# Begins with an empty NV store, a kept one (--nv) too.
-
-# The value of a parameter in NV, "none" where there is none.
+# SPDX-License-Identifier: Apache-2.0
+# Calibration of a unit: load the stored data, correct it by measured errors, check what changed, clear it.
+# The vq2040 scales a block of codes by a gain; the other chips correct curves and offsets stored as text.
+# Clears the NV store first, even one that --nv keeps.
+# The value of a parameter in NV, or "none".
 proc held {param} {
   foreach line [split [nv list] \n] {
     if {[regexp "\[ ;\]$param=(\[^;\]*);" $line all value]} { return $value }
   }
   return none
 }
-# Expects a text: a failure tells what is there instead.
+# Expects a text; a failure notes the text found.
 proc same {title value expected} {
   limits $title [expr {$value eq $expected}] 1
   if {$value ne $expected} { note "expected $expected, found $value" }
@@ -56,9 +56,9 @@ proc calibrate_block {} {
   wifi_nvram_calibrate_get 200 -> 1 text [string repeat 00 93]
 }
 
-# ---- The texts of the other chips -------------------------------------------------------------------------------
+# ---- The other chips' parameters -------------------------------------------------------------------------------
 
-# chain, mode, band, bandwidth, MHz, error in tenths; then parameters and what they hold afterwards
+# chain, mode, band, bandwidth, MHz, error in tenths; then the parameters and their values afterwards
 set corrections {
   {0 0 0 0 2442 60   pa2ga0 10,-302,5002}
   {0 2 0 0 2442 -45  pa2gccka0 11,-308,5049}
@@ -112,7 +112,7 @@ proc correct_texts {corrections} {
   wifi_nvram_calibrate_get -> 1 text {*pa2ga0=10,-302,5002;*mf2ga0=-3,*}
 }
 
-# Clears a scope and expects these parameters to be left.
+# Clears a scope and expects exactly these parameters to remain.
 proc clear {scope left} {
   wifi_nvram_calibrate_clean $scope -> 1
   foreach param {pa2ga0 pa5ga0 pa2gccka0 pa5glowa0 mf2ga0 pa2ga1 pa5ga1 pa2gccka1 dpn160c1} {

@@ -1,7 +1,7 @@
-# RF test on any chip of the family: test mode, settings, transmit, receive, every query, and back.
-# What differs between chips stands in the table below; the rest is the same for all.
-
-#         power sent, rate sent, commands of test mode, has a chain, tells that it transmits, memory test time, switches antennas
+# SPDX-License-Identifier: Apache-2.0
+# RF test on every chip: test mode, settings, transmit, receive, every query, and back.
+# The table has what differs between chips.
+#         power sent, rate sent, commands of test mode, has a chain, reports that it transmits, memory test time, switches antennas
 set facts {
   vq2040  {power 1  rate 65 testmode {11=0 23=99}             chain 0 flag 0 memory 255 antenna 1}
   vq2050  {power 15 rate 65 testmode {36=1 11=0 23=99 33=11}  chain 1 flag 1 memory 10  antenna 1}

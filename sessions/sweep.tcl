@@ -1,11 +1,11 @@
-# Every channel at every bandwidth: a transmit start must send the right channel number, or nothing where there is
-# no such channel. A few seconds on a phone, a moment on the virtual clock.
-
+# SPDX-License-Identifier: Apache-2.0
+# Every channel at every bandwidth: a transmit start must send the right channel number, or fail if there is no such
+# channel. Takes a few seconds on a phone, an instant on the virtual clock.
 set channels 2484
 for {set mhz 2412} {$mhz <= 2472} {incr mhz 5} { lappend channels $mhz }
 for {set mhz 5180} {$mhz <= 5825} {incr mhz 5} { lappend channels $mhz }
 
-# The channel number that the driver is to get; 0 where the bandwidth does not fit.
+# The channel number that the driver must get; 0 if the channel does not exist at this bandwidth.
 proc number {mhz band} {
   if {$mhz == 2484} { return 14 }
   if {$mhz >= 5180} { return [expr {[lindex {36 34 30 22} $band] + ($mhz - 5180) / 5}] }

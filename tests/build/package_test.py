@@ -92,14 +92,14 @@ def test_the_phones_build_has_the_sources_of_ours():
              if "orva_objects.dir" in entry["command"]}
     assert built and globbed("libwifi_factory_test_orva") == built
     console = {Path(entry["file"]) for entry in json.loads((BUILD / "compile_commands.json").read_text())
-               if re.search(r"(station_core|orva-station-phone|virtual_phone_words)\.dir", entry["command"])}
+               if re.search(r"(console_core|orva-station-phone|virtual_phone_words)\.dir", entry["command"])}
     assert globbed("orva-station") == console
 
 
 def test_the_phones_build_makes_the_reports_page_as_ours_does():
-    sources = (ROOT / "station" / "report").iterdir()
+    sources = (ROOT / "console" / "output" / "page").iterdir()
     made = run(["/usr/bin/python3", ROOT / "android" / "report_page.py", *sources], check=True)
-    assert made.stdout == (BUILD / "station" / "report" / "report_page.h").read_text()
+    assert made.stdout == (BUILD / "console" / "output" / "page" / "report_page.h").read_text()
 
 
 @pytest.mark.parametrize("file", ["Android.bp", "android/device_defaults.bp"])

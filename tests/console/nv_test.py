@@ -6,6 +6,7 @@ import pty
 import re
 import shutil
 import subprocess
+from pathlib import Path
 
 import pytest
 
@@ -144,6 +145,17 @@ def test_a_service_that_loses_a_write_is_noticed(tmp_path):
     assert asked.returncode == 2 and "the phone's NV" in asked.stderr
     unseen = station("preview", *CORRECT, program=STATION_PHONE, env=environment)
     assert unseen.returncode == 2 and "nv backup" in unseen.stderr
+
+
+@pytest.mark.parametrize("command", ["nv", "phone", "seen", "expect"])
+def test_the_guide_names_every_word_of_a_command(command):
+    root = next(folder for folder in Path(__file__).resolve().parents if (folder / "docs").is_dir())
+    guide = (root / "docs" / "sessions.md").read_text()
+    usage = station("help", command).stdout.splitlines()[0]
+    kinds = usage.split(",")[0].removeprefix(command).replace("{", "").replace("}", "").split("|")
+    words = [re.sub(r"[A-Z? ]+$", "", kind).strip() for kind in kinds]
+    assert len(words) >= 4
+    assert [word for word in words if f"{command} {word}" not in guide] == []
 
 
 def made(what, folder):

@@ -10,7 +10,7 @@
 #include "chips/vq2070/profile.h"
 
 namespace orva {
-inline const chip *const profiles[CHIPS] = {&vq2040, &vq2050, &vq2040a, &vq2070};
+inline const chip *const profiles[ORVA_SUBCHIPS] = {&vq2040, &vq2050, &vq2040a, &vq2070};
 }
 
 #endif

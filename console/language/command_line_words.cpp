@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/language/command_line_words.h"
+
+#include "console/language/nv_commands.h"
+#include "console/text/text.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace console {
+
+static std::vector<command_line_word> make_words() {
+  auto nv = nv_command_line_words();
+  const command_line_word words[] = {
+      {"run", "[OPTIONS] run SESSION.tcl...", "run sessions", "FILE"},
+      {"preview", "[OPTIONS] preview FUNCTION [ARGUMENT...]", "show what a call would change in NV",
+       "FUNCTION"},
+      {"nv", "[OPTIONS] nv WORD [NUMBER|FILE]", fmt::format("{} NV", either(nv)),
+       fmt::format("{}", fmt::join(nv, " "))},
+      {"doctor", "[OPTIONS] doctor", "check what a session needs, and how to get what is missing"},
+      {"replay", "[OPTIONS] replay FILE", "repeat a recording's calls on a phone that answers as recorded",
+       "FILE"},
+      {"diff", "diff FILE FILE", "show where two recordings first differ", "FILE"},
+      {"list", "list", "list every function"},
+      {"help", "help [FUNCTION]", "explain one function or command, or list them all", "FUNCTION"},
+      {"generate", fmt::format("generate {}", fmt::join(generated_names, "|")),
+       "print a shell's completion, or the manual page", fmt::format("{}", fmt::join(generated_names, " "))},
+  };
+  static_assert(std::size(words) == command_line_names.size());
+  return {std::begin(words), std::end(words)};
+}
+
+const std::vector<command_line_word> &command_line_words() {
+  static const std::vector<command_line_word> all = make_words();
+  return all;
+}
+
+const command_line_word *find_command_line_word(std::string_view name) {
+  auto found = std::ranges::find(command_line_words(), name, &command_line_word::name);
+  return found == command_line_words().end() ? nullptr : &*found;
+}
+
+}  // namespace console

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/language/interpreter.h"
+
+#include "console/language/command_line_words.h"
+#include "console/language/sweep.h"
+#include "console/run/functions.h"
+#include "console/text/text.h"
+#include "console/text/usage_error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+#include <tcl.h>
+
+namespace console {
+namespace {
+
+std::vector<std::string> words_of(int count, Tcl_Obj *const objects[]) {
+  std::vector<std::string> words;
+  for (int i = 1; i < count; ++i) words.emplace_back(Tcl_GetString(objects[i]));
+  return words;
+}
+
+/** Runs f for Tcl. The text it returns is the command's value, a usage_error the command's error. */
+template <class F> int answer(Tcl_Interp *tcl, F f) {
+  int status = TCL_OK;
+  std::string text;
+  try {
+    text = f();
+  } catch (const usage_error &e) {
+    text = e.message;
+    status = TCL_ERROR;
+  }
+  Tcl_SetObjResult(tcl, Tcl_NewStringObj(text.data(), static_cast<int>(text.size())));
+  return status;
+}
+
+interpreter &owner(Tcl_Interp *tcl) {
+  return *static_cast<interpreter *>(Tcl_GetAssocData(tcl, "console", nullptr));
+}
+
+int on_function(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[]) {
+  auto &f = *static_cast<const function *>(data);
+  return answer(tcl, [&] {
+    auto &me = owner(tcl);
+    return me.current().call(f, words_of(count, objects), me.where()).result.value;
+  });
+}
+
+int on_command(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[]) {
+  auto &c = *static_cast<const command *>(data);
+  return answer(tcl, [&] {
+    auto words = words_of(count, objects);
+    if (words.size() < c.least || words.size() > c.most)
+      throw usage_error{fmt::format("{}: usage: {}", c.help.name, c.help.usage)};
+    return c.run(owner(tcl), words);
+  });
+}
+
+/** Commands of Tcl that a safe interpreter lacks; named to explain why. */
+constexpr std::string_view out_of_reach[] = {"cd",   "exec", "exit", "fconfigure", "file",  "glob",
+                                             "load", "open", "pwd",  "socket",     "source"};
+
+int on_unknown(ClientData, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[]) {
+  return answer(tcl, [&]() -> std::string {
+    auto words = words_of(count, objects);
+    auto name = words.empty() ? "" : words[0];
+    if (find_command_line_word(name))
+      throw usage_error{fmt::format("\"{0}\" is for the command line: orva-station {0} ...", name)};
+    if (std::ranges::find(out_of_reach, name) != std::end(out_of_reach))
+      throw usage_error{fmt::format("\"{}\": a session reaches no files, programs or sockets.", name)};
+    throw usage_error{fmt::format("There is no function or command \"{}\".{}", name,
+                                  did_you_mean(name, all_command_names()))};
+  });
+}
+
+/** Commands that Tcl counts as safe, but that would wait outside the phone's clock. */
+constexpr const char *hidden[] = {"after", "vwait", "update", "interp", "fileevent", "chan", "gets", "read"};
+
+std::string dict_value(Tcl_Interp *tcl, Tcl_Obj *dict, const char *name) {
+  Tcl_Obj *value = nullptr;
+  Tcl_Obj *key = Tcl_NewStringObj(name, -1);
+  Tcl_IncrRefCount(key);
+  Tcl_DictObjGet(tcl, dict, key, &value);
+  Tcl_DecrRefCount(key);
+  return value ? Tcl_GetString(value) : "";
+}
+
+}  // namespace
+
+/** Tcl checks between two commands whether it was interrupted. */
+struct interpreter::async_stop {
+  Tcl_AsyncHandler handler;
+  static inline Tcl_AsyncHandler current;
+  static inline volatile std::sig_atomic_t running;
+
+  async_stop() : handler(Tcl_AsyncCreate(on_stop, nullptr)) { current = handler; }
+  ~async_stop() {
+    current = nullptr;
+    Tcl_AsyncDelete(handler);
+  }
+  static int on_stop(ClientData, Tcl_Interp *tcl, int status) {
+    if (!tcl) return status;
+    Tcl_SetObjResult(tcl, Tcl_NewStringObj("interrupted: the phone is as the last call left it", -1));
+    return TCL_ERROR;
+  }
+};
+
+void interpreter::interrupt() {
+  if (async_stop::running) Tcl_AsyncMark(async_stop::current);
+}
+
+interpreter::interpreter(session &s)
+    : running(s), tcl(Tcl_CreateInterp()), stop(std::make_unique<async_stop>()) {
+  Tcl_MakeSafe(tcl);
+  for (auto *name : hidden) Tcl_HideCommand(tcl, name, name);
+  Tcl_SetAssocData(tcl, "console", nullptr, this);
+  for (auto &f : functions())
+    Tcl_CreateObjCommand(tcl, f.name, on_function, const_cast<function *>(&f), nullptr);
+  for (auto &c : commands())
+    Tcl_CreateObjCommand(tcl, c.help.name, on_command, const_cast<command *>(&c), nullptr);
+  Tcl_CreateObjCommand(tcl, "unknown", on_unknown, nullptr, nullptr);
+  Tcl_EvalEx(tcl, sweep_script, -1, TCL_EVAL_GLOBAL);
+}
+
+interpreter::~interpreter() { Tcl_DeleteInterp(tcl); }
+
+bool interpreter::complete(const std::string &text) { return Tcl_CommandComplete(text.c_str()) != 0; }
+
+std::string interpreter::eval(const std::string &command) {
+  async_stop::running = 1;
+  int status = Tcl_EvalEx(tcl, command.data(), static_cast<int>(command.size()), TCL_EVAL_GLOBAL);
+  async_stop::running = 0;
+  std::string text = Tcl_GetStringResult(tcl);
+  if (status == TCL_ERROR) throw usage_error{text};
+  return text;
+}
+
+/** The line of the script that runs now: that of the innermost frame with a file. */
+place interpreter::where() const {
+  place found;
+  if (script.empty() || Tcl_EvalEx(tcl, "info frame", -1, 0) != TCL_OK) return found;
+  auto depth = parse_number(Tcl_GetStringResult(tcl)).value_or(0);
+  for (auto level = depth - 1; level > 0 && found.file.empty(); --level) {
+    if (Tcl_EvalEx(tcl, fmt::format("info frame {}", level).c_str(), -1, 0) != TCL_OK) continue;
+    auto *frame = Tcl_GetObjResult(tcl);
+    Tcl_IncrRefCount(frame);
+    if (!dict_value(tcl, frame, "file").empty())
+      found = {script, static_cast<int>(parse_number(dict_value(tcl, frame, "line")).value_or(0))};
+    Tcl_DecrRefCount(frame);
+  }
+  return found;
+}
+
+std::string interpreter::beside_script(const std::string &path) const {
+  auto beside = std::filesystem::path(script).parent_path() / path;
+  return !script.empty() && std::filesystem::exists(beside) ? beside.string() : path;
+}
+
+void interpreter::check_file(const std::string &path) {
+  if (std::filesystem::is_directory(path))
+    throw usage_error{fmt::format("The session file {} cannot be read: it is a folder.", path)};
+  std::ifstream file(path);
+  if (!file) throw usage_error{fmt::format("The session file {} cannot be read: {}.", path, strerror(errno))};
+  for (std::string line; std::getline(file, line);)
+    if (auto start = line.find_first_not_of(" \t\r"); start != line.npos && line[start] != '#') return;
+  throw usage_error{fmt::format("The session file {} holds no command: it would prove nothing.", path)};
+}
+
+bool interpreter::run_file(const std::string &path) {
+  check_file(path);
+  script = path;
+  auto *name = Tcl_NewStringObj(path.c_str(), -1);
+  Tcl_IncrRefCount(name);
+  async_stop::running = 1;
+  int status = Tcl_FSEvalFileEx(tcl, name, "utf-8");
+  async_stop::running = 0;
+  Tcl_DecrRefCount(name);
+  if (status != TCL_ERROR) return true;
+  std::string message = Tcl_GetStringResult(tcl);
+  running.fail(message, {path, Tcl_GetErrorLine(tcl)});
+  return false;
+}
+
+}  // namespace console

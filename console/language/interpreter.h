@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// The session language: Tcl without files, programs and sockets, with a command for each public function and
+// the table of commands.h. Scripts, the prompt and one-shot calls share it.
+#ifndef CONSOLE_INTERPRETER_H
+#define CONSOLE_INTERPRETER_H
+
+#include "console/language/commands.h"
+
+#include <memory>
+#include <string>
+
+struct Tcl_Interp;
+
+namespace console {
+
+class interpreter : public script_context {
+public:
+  explicit interpreter(session &s);
+  virtual ~interpreter();
+  interpreter(const interpreter &) = delete;
+  interpreter &operator=(const interpreter &) = delete;
+
+  /** Throws usage_error for a script that cannot be read or holds no command. */
+  static void check_file(const std::string &path);
+  /** Runs a script. An error ends it, is reported to the session, and gives false. */
+  bool run_file(const std::string &path);
+  /** Ends the command that runs. Safe to call from a signal handler. */
+  static void interrupt();
+  /** Is the text a whole command, with every brace and quote closed? */
+  static bool complete(const std::string &text);
+
+  session &current() override { return running; }
+  place where() const override;
+  std::string beside_script(const std::string &path) const override;
+  std::string eval(const std::string &command) override;
+
+private:
+  session &running;
+  Tcl_Interp *tcl;
+  struct async_stop;
+  std::unique_ptr<async_stop> stop;
+  std::string script;
+};
+
+}  // namespace console
+
+#endif

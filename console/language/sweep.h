@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+// The command of the session language that is written in Tcl.
+#ifndef CONSOLE_SWEEP_H
+#define CONSOLE_SWEEP_H
+
+namespace console {
+
+/* sweep {channel {2412 2437} power {100 155}} { body }: the body for every combination, the last name
+ * fastest. */
+inline constexpr const char *sweep_script = R"(
+proc sweep {names body} {
+  if {[llength $names] == 0 || [llength $names] % 2} {
+    error "sweep: give pairs of a name and its values, then the body: sweep {channel {2412 2437} power {100 155}} {...}"
+  }
+  set rows [list {}]
+  foreach {name values} $names {
+    set longer {}
+    foreach row $rows { foreach value $values { lappend longer [concat $row [list $name $value]] } }
+    set rows $longer
+  }
+  set done 0
+  foreach row $rows {
+    progress $done [llength $rows] $row
+    foreach {name value} $row { uplevel 1 [list set $name $value] }
+    switch [catch {uplevel 1 $body} result options] {
+      0 - 4 {}
+      3 { break }
+      default { return -options $options $result }
+    }
+    incr done
+  }
+  progress [llength $rows] [llength $rows]
+  return $done
+}
+)";
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,243 @@
+// SPDX-License-Identifier: Apache-2.0
+// The program: the first word of the command line decides what it does.
+#include "console/doctor/doctor.h"
+#include "console/language/command_line_words.h"
+#include "console/language/commands.h"
+#include "console/language/help.h"
+#include "console/language/interpreter.h"
+#include "console/language/interrupt.h"
+#include "console/language/nv_commands.h"
+#include "console/output/report.h"
+#include "console/phone/chips.h"
+#include "console/prompt/generate.h"
+#include "console/prompt/options.h"
+#include "console/prompt/prompt.h"
+#include "console/record/replay.h"
+#include "console/record/trace_reporter.h"
+#include "console/text/tcl_list.h"
+#include "console/text/text.h"
+#include "console/text/usage_error.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <system_error>
+#include <tcl.h>
+#include <tuple>
+#include <unistd.h>
+
+namespace console {
+namespace {
+
+enum exit_status { PASSED = 0, FAILED = 1, MISUSED = 2 };
+
+using reporters = std::vector<std::shared_ptr<reporter>>;
+
+reporters make_reporters(const command_line &line) {
+  bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
+  reporters all;
+  if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
+  if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
+  if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
+  all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour));
+  return all;
+}
+
+std::vector<settings> chips_to_test(const command_line &line) {
+  if (!line.all_chips) return {line.with};
+  std::vector<settings> all(chip_count, line.with);
+  for (unsigned i = 0; i < all.size(); ++i) all[i].chip = i;
+  return all;
+}
+
+exit_status verdict(const std::vector<session_summary> &all) {
+  if (std::ranges::any_of(all, &session_summary::broken)) return MISUSED;
+  return std::ranges::all_of(all, &session_summary::passed) ? PASSED : FAILED;
+}
+
+exit_status run_sessions(const command_line &line) {
+  if (line.words.size() < 2)
+    throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
+  for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
+  auto to = make_reporters(line);
+  std::vector<session_summary> all;
+  interrupt_guard guard;
+  for (auto &with : chips_to_test(line))
+    for (size_t i = 1; i < line.words.size() && !interrupted; ++i) {
+      session s(with, line.words[i], to);
+      s.start();
+      interpreter(s).run_file(line.words[i]);
+      all.push_back(s.finish());
+    }
+  for (auto &r : to) r->all_done(all);
+  return verdict(all);
+}
+
+/** The message for a first word that is unknown, with a guess at what was meant. */
+std::string no_such_word(const std::string &word) {
+  if (word.ends_with(".tcl")) return fmt::format("To run a session: orva-station run {}", word);
+  if (find_command(word))
+    return fmt::format("\"{}\" is a command of sessions and of the prompt; see orva-station help {}.", word,
+                       word);
+  std::vector<std::string> names;
+  for (auto &f : functions()) names.emplace_back(f.name);
+  for (auto &w : command_line_words()) names.emplace_back(w.name);
+  return fmt::format("There is no function or command \"{}\".{} See orva-station list.", word,
+                     did_you_mean(word, names));
+}
+
+exit_status run_call(const command_line &line) {
+  auto *f = find_function(line.words[0]);
+  if (!f) throw usage_error{no_such_word(line.words[0])};
+  std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+  if (!line.expect.empty()) words.emplace_back("->");
+  for (auto &word : split(line.expect, ' '))
+    if (!word.empty()) words.push_back(word);
+  bool good = true;
+  auto to = make_reporters(line);
+  std::vector<session_summary> all;
+  for (auto &with : chips_to_test(line)) {
+    session s(with, "", to);
+    s.start();
+    auto &step = s.call(*f, words, {});
+    good &= !step.failed();
+    all.push_back(s.finish());
+  }
+  for (auto &r : to) r->all_done(all);
+  return good ? PASSED : FAILED;
+}
+
+exit_status run_nv_command(const command_line &line) {
+  std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+  session s(line.with, "", {});
+  s.start();
+  auto text = run_nv(words, s, [](const std::string &path) { return path; });
+  if (!text.empty()) fmt::print("{}\n", text);
+  return s.so_far().passed() ? PASSED : FAILED;
+}
+
+exit_status run_preview(const command_line &line) {
+  std::vector<std::string> words(line.words.begin() + 1, line.words.end());
+  if (words.empty())
+    throw usage_error{"preview: name a call, as in: orva-station preview wifi_nvram_calibrate_clean 1"};
+  if (line.json) throw usage_error{"preview tells people what would change: leave --json out."};
+  bool good = true;
+  for (auto &with : chips_to_test(line)) {
+    session s(with, "", {});
+    s.start();
+    interpreter in(s);
+    auto seen = s.preview(fmt::format("{}", fmt::join(words, " ")), [&] { in.eval(to_list(words)); });
+    fmt::print("{}: {}Nothing was changed.\n", s.chip_name(), seen.text);
+    good &= seen.good;
+  }
+  return good ? PASSED : FAILED;
+}
+
+exit_status run_interactive(const command_line &line) {
+  auto to = make_reporters(line);
+  session s(line.with, "", to);
+  s.start();
+  bool understood = run_prompt(s);
+  auto summary = s.finish();
+  for (auto &r : to) r->all_done({summary});
+  return !understood ? MISUSED : summary.passed() ? PASSED : FAILED;
+}
+
+exit_status run_help(const command_line &line) {
+  if (line.words.size() > 2)
+    throw usage_error{"help: name one function, as in: orva-station help wifi_set_power"};
+  auto text = line.words.size() == 2 ? help_about(line.words[1], command_list())
+                                     : command_line_help() + "\n" + help_overview(command_list());
+  fmt::print("{}", fold(text, page_width()));
+  return PASSED;
+}
+
+exit_status run_doctor(const command_line &line) {
+  if (line.words.size() > 1)
+    throw usage_error{fmt::format("doctor: \"{}\" is not understood: it takes options only.", line.words[1])};
+  return tell(examine(line.with, line.write), line.json) ? PASSED : FAILED;
+}
+
+exit_status run_replay(const command_line &line) {
+  if (line.words.size() != 2)
+    throw usage_error{"replay: name one recording, as in: orva-station replay unit.trace"};
+  return replay(line.words[1], line.with) ? PASSED : FAILED;
+}
+
+exit_status run_diff(const command_line &line) {
+  if (line.words.size() != 3)
+    throw usage_error{"diff: name two recordings, as in: orva-station diff good.trace bad.trace"};
+  return diff_recordings(line.words[1], line.words[2]) ? PASSED : FAILED;
+}
+
+exit_status run_list(const command_line &line) {
+  if (line.words.size() > 1)
+    throw usage_error{fmt::format("list: \"{}\" is not understood: it takes nothing.", line.words[1])};
+  return fmt::print("{}", fold(help_list(), page_width())), PASSED;
+}
+
+exit_status run_generate(const command_line &line) {
+  fmt::print("{}", generate(line.words.size() == 2 ? line.words[1] : ""));
+  return PASSED;
+}
+
+struct runner {
+  std::string_view name;
+  exit_status (*run)(const command_line &);
+};
+
+constexpr runner runners[] = {
+    {"run", run_sessions},  {"preview", run_preview}, {"nv", run_nv_command},
+    {"doctor", run_doctor}, {"replay", run_replay},   {"diff", run_diff},
+    {"list", run_list},     {"help", run_help},       {"generate", run_generate},
+};
+static_assert(std::ranges::equal(runners, command_line_names, {}, &runner::name),
+              "each word of the command line has its runner");
+
+/** Rejects an option without effect: the user would wait for a report that is never written. */
+void refuse_idle_options(const command_line &line) {
+  auto word = line.words.empty() ? "" : line.words[0];
+  bool one_call = !word.empty() && !find_command_line_word(word),
+       runs = one_call || word.empty() || word == "run";
+  const std::tuple<const char *, bool, bool, const char *> rules[] = {
+      {"--expect", !line.expect.empty(), one_call, "a single call; in a session it stands behind ->"},
+      {"--write", line.write, word == "doctor", "doctor"},
+      {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
+  };
+  for (auto &[name, given, fits, what] : rules)
+    if (given && !fits)
+      throw usage_error{fmt::format("{} does nothing for {}: it is for {}.", name,
+                                    word.empty() ? "the prompt" : word, what)};
+}
+
+exit_status run(const command_line &line) {
+  if (line.help) return fmt::print("{}", fold(command_line_help(), page_width())), PASSED;
+  if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), PASSED;
+  refuse_idle_options(line);
+  if (!line.words.empty() && line.words[0].empty())
+    throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
+  if (line.words.empty()) return run_interactive(line);
+  auto word = std::ranges::find(runners, line.words[0], &runner::name);
+  return word == std::end(runners) ? run_call(line) : word->run(line);
+}
+
+}  // namespace
+}  // namespace console
+
+int main(int count, char **arguments) {
+  Tcl_FindExecutable(arguments[0]);
+  setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader of a pipe gets each line at once
+  int status = console::MISUSED;
+  try {
+    status = console::run(console::parse_command_line(count, arguments));
+  } catch (const console::usage_error &e) {
+    fflush(stdout);
+    fmt::print(stderr, "orva-station: {}\n", e.message);
+  } catch (const std::system_error &e) {
+    fmt::print(stderr, "orva-station: the output cannot be written: {}.\n", e.code().message());
+  }
+  Tcl_Finalize();
+  return status;
+}

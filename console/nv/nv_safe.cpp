@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/nv/nv_safe.h"
+
+#include "console/phone/phone_link.h"
+#include "console/text/text.h"
+#include "console/text/usage_error.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fmt/format.h>
+#include <iostream>
+#include <map>
+#include <unistd.h>
+
+namespace console {
+namespace {
+
+using items_t = std::vector<phone_link::nv_item>;
+
+using phone_link::nv_item_size;
+
+std::string change_table(const std::vector<nv_change> &changes) {
+  if (changes.empty()) return "  It would change nothing in NV.\n";
+  nv_change head{"item", "parameter", "now", "then"};
+  size_t item = head.item.size(), parameter = head.parameter.size(), before = head.before.size();
+  for (auto &c : changes) {
+    item = std::max(item, c.item.size());
+    parameter = std::max(parameter, c.parameter.size());
+    before = std::max(before, c.before.size());
+  }
+  std::string text;
+  auto add = [&](const nv_change &c) {
+    text += fmt::format("  {:<{}}  {:<{}}  {:<{}}  {}\n", c.item, item, c.parameter, parameter, c.before,
+                        before, c.after);
+  };
+  add(head);
+  std::ranges::for_each(changes, add);
+  return text;
+}
+
+std::string item_key(const phone_link::nv_item &item) { return fmt::format("{} {}", item.number, item.name); }
+
+/** Runs in the copied phone's process. The first character is the outcome: + good, - bad, ! a usage_error. */
+std::string foresee(const std::string &what, const std::function<trial()> &act) {
+  auto before = nv_values_of(phone_link::nv_items());
+  try {
+    auto went = act();
+    return fmt::format("{}{}{}\n{}", went.good ? '+' : '-', what, went.result,
+                       change_table(nv_changes(before, nv_values_of(phone_link::nv_items()))));
+  } catch (const usage_error &e) { return "!" + e.message; }
+}
+
+bool holds(const items_t &present, const phone_link::nv_item &item) {
+  auto bytes = item.bytes;
+  bytes.resize(nv_item_size);
+  return std::ranges::any_of(
+      present, [&](auto &other) { return item_key(other) == item_key(item) && other.bytes == bytes; });
+}
+
+bool has_key_of(const items_t &items, const phone_link::nv_item &item) {
+  return std::ranges::any_of(items, [&](auto &other) { return item_key(other) == item_key(item); });
+}
+
+/** The values of these items that the store does not hold as written. */
+std::vector<nv_change> unkept(const items_t &written) {
+  items_t now;
+  for (auto &item : phone_link::nv_items())
+    if (has_key_of(written, item)) now.push_back(item);
+  return nv_changes(nv_values_of(written), nv_values_of(now));
+}
+
+}  // namespace
+
+foresight preview_nv(const std::string &what, const std::function<trial()> &act) {
+  auto told = phone_link::on_a_copy([&] { return foresee(what, act); });
+  if (!told)
+    throw usage_error{
+        "preview: only the virtual phone can be copied; here take nv backup FILE before, and nv diff "
+        "FILE afterwards."};
+  auto text = told->substr(1);
+  if ((*told)[0] == '!') throw usage_error{text};
+  return {(*told)[0] == '+', text};
+}
+
+bool confirm_writing(const std::string &what, const std::function<trial()> &act) {
+  auto store = phone_link::lasting_store();
+  if (store.empty()) return false;
+  if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
+    throw usage_error{
+        fmt::format("{} changes {} for good, and there is no terminal to ask on: give --yes. {}", what, store,
+                    "preview tells what would change.")};
+  fflush(stdout);
+  if (phone_link::is_virtual()) fmt::print(stderr, "{}", preview_nv(what, act).text);
+  fmt::print(stderr, "{} changes {} for good. Go on? [y/N] ", what, store);
+  std::string answer;
+  std::getline(std::cin, answer);
+  std::cin.clear();
+  if (answer != "y" && answer != "yes")
+    throw usage_error{fmt::format("{}: not done, {} is as it was.", what, store)};
+  return true;
+}
+
+std::vector<nv_change> unkept_writes() {
+  std::map<std::string, phone_link::nv_item> last;
+  for (auto *e : phone_link::contacts()) {
+    if (e->kind != PHONE_NV_WRITE || e->result != 0) continue;
+    std::string bytes(static_cast<const char *>(e->data), e->size);
+    bytes.resize(nv_item_size);
+    phone_link::nv_item item{static_cast<uint32_t>(e->number[0]), e->name, bytes};
+    last[item_key(item)] = item;
+  }
+  if (last.empty()) return {};
+  items_t written;
+  for (auto &[key, item] : last) written.push_back(item);
+  return unkept(written);
+}
+
+nv_written write_items(const items_t &items) {
+  size_t alike = 0;
+  auto present = phone_link::nv_items();
+  for (auto &item : items)
+    if (holds(present, item))
+      ++alike;
+    else if (!phone_link::put_nv(item))
+      throw usage_error{fmt::format("NV item {} cannot be written.", item_key(item))};
+  auto text = fmt::format("{} written, {} so already.\n", counted(items.size() - alike, "NV item"),
+                          alike == 1 ? "1 was" : fmt::format("{} were", alike));
+  auto lost = unkept(items);
+  for (auto &c : lost)
+    text += fmt::format("{} {}: written as {}, reads {}\n", c.item, c.parameter, c.before, c.after);
+  return {text, lost};
+}
+
+items_t whole_store(const std::string &path) {
+  auto items = read_nv_file(path);
+  for (auto &item : phone_link::nv_items())
+    if (!has_key_of(items, item)) items.push_back({item.number, item.name, std::string(nv_item_size, '\0')});
+  return items;
+}
+
+std::string nv_backup(const std::string &path) {
+  if (std::filesystem::exists(path))
+    throw usage_error{
+        fmt::format("nv backup: {} exists, and a backup is never overwritten: give another name.", path)};
+  auto text = nv_save(path);
+  if (!nv_changes(nv_values_of(phone_link::nv_items()), nv_values_of(read_nv_file(path))).empty())
+    throw usage_error{fmt::format("nv backup: {} does not read as it was written: do not rely on it.", path)};
+  return text;
+}
+
+std::string nv_clear() {
+  auto present = phone_link::nv_items().size();
+  phone_link::clear_nv();
+  return fmt::format("{} cleared.\n", counted(present, "NV item"));
+}
+
+}  // namespace console

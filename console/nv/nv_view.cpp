@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/nv/nv_view.h"
+
+#include "console/phone/observed.h"
+#include "console/text/text.h"
+#include "console/text/usage_error.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fmt/format.h>
+#include <fstream>
+#include <optional>
+#include <sstream>
+
+namespace console {
+namespace {
+
+using phone_link::nv_item_size;
+
+std::string bytes_of_hex(const std::string &digits, const std::string &where) {
+  std::string bytes;
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+    auto byte = parse_number("0x" + digits.substr(i, 2));
+    if (!byte)
+      throw usage_error{fmt::format("{}: \"{}\" is no hexadecimal byte.", where, digits.substr(i, 2))};
+    bytes += static_cast<char>(*byte);
+  }
+  if (digits.size() % 2) throw usage_error{fmt::format("{}: an odd number of hexadecimal digits.", where)};
+  return bytes;
+}
+
+/** Parses "340 WIC0_2G5G_OFDM pa2ga0=1,2,3;". Contents that are not text are hexadecimal: 0x… */
+phone_link::nv_item parse_item(const std::string &line, const std::string &where) {
+  auto words = split(line, ' ');
+  auto number = words.empty() ? std::nullopt : parse_number(words[0]);
+  if (words.size() < 2 || !number || *number < 0 || *number > UINT32_MAX)
+    throw usage_error{fmt::format("{}: \"{}\": an NV line is NUMBER NAME CONTENTS.", where, line)};
+  auto content = line.substr(std::min(line.size(), words[0].size() + words[1].size() + 2));
+  if (content.starts_with("0x")) content = bytes_of_hex(content.substr(2), where);
+  if (content.size() > nv_item_size)
+    throw usage_error{fmt::format("{}: {} bytes; an item holds {}.", where, content.size(), nv_item_size)};
+  return {static_cast<uint32_t>(*number), words[1], content};
+}
+
+std::string item_line(const phone_link::nv_item &item) {
+  return fmt::format("{} {} {}\n", item.number, item.name, nv_text(item.bytes));
+}
+
+std::string show_item(const phone_link::nv_item &item) {
+  auto text = fmt::format("{} {}\n", item.number, item.name);
+  auto content = nv_text(item.bytes);
+  if (content.starts_with("0x") || content.empty())
+    return text + "  " + (content.empty() ? "empty" : content) + "\n";
+  for (auto &entry : split(content, ';')) {
+    if (entry.empty()) continue;
+    auto equals = entry.find('=');
+    text += equals == entry.npos
+                ? fmt::format("  {}\n", entry)
+                : fmt::format("  {:<10} {}\n", entry.substr(0, equals), entry.substr(equals + 1));
+  }
+  return text;
+}
+
+std::optional<nv_values> snapshot;
+
+}  // namespace
+
+std::vector<phone_link::nv_item> read_nv_file(const std::string &path) {
+  std::ifstream file(path);
+  if (!file) throw usage_error{fmt::format("The NV file {} cannot be read: {}.", path, strerror(errno))};
+  std::vector<phone_link::nv_item> items;
+  size_t line_number = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++line_number;
+    if (!trim_end(line).empty() && line[0] != '#')
+      items.push_back(parse_item(line, fmt::format("{}:{}", path, line_number)));
+  }
+  return items;
+}
+
+nv_values nv_values_of(const std::vector<phone_link::nv_item> &items) {
+  nv_values values;
+  for (auto &item : items) {
+    auto where = fmt::format("{} {}", item.number, item.name), content = nv_text(item.bytes);
+    if (content.starts_with("0x")) {
+      for (size_t i = 0; i < item.bytes.size(); ++i)
+        if (item.bytes[i])
+          values[{where, fmt::format("byte {:3}", i)}] =
+              fmt::format("{}", static_cast<uint8_t>(item.bytes[i]));
+      continue;
+    }
+    for (auto &entry : split(content, ';')) {
+      if (entry.empty()) continue;
+      auto equals = std::min(entry.find('='), entry.size());
+      auto name = std::pair(where, entry.substr(0, equals));
+      while (values.contains(name)) name.second += " (again)";
+      values[name] = entry.substr(std::min(entry.size(), equals + 1));
+    }
+  }
+  return values;
+}
+
+std::vector<nv_change> nv_changes(const nv_values &before, const nv_values &after) {
+  auto names = before;
+  names.insert(after.begin(), after.end());
+  auto value = [](const nv_values &values, const nv_values::key_type &name) {
+    auto found = values.find(name);
+    return found == values.end() ? "none" : found->second;
+  };
+  std::vector<nv_change> changes;
+  for (auto &[name, unused] : names)
+    if (value(before, name) != value(after, name))
+      changes.push_back({name.first, name.second, value(before, name), value(after, name)});
+  return changes;
+}
+
+void nv_snapshot() { snapshot = nv_values_of(phone_link::nv_items()); }
+
+std::string nv_diff(const std::string &path) {
+  if (path.empty() && !snapshot)
+    throw usage_error{"nv diff: there is no snapshot: take one with nv snapshot, or name a saved file."};
+  auto before = path.empty() ? *snapshot : nv_values_of(read_nv_file(path));
+  std::string text;
+  for (auto &c : nv_changes(before, nv_values_of(phone_link::nv_items())))
+    text += fmt::format("{} {}: {} -> {}\n", c.item, c.parameter, c.before, c.after);
+  return text;
+}
+
+std::string nv_list() {
+  std::string text;
+  for (auto &item : phone_link::nv_items()) text += item_line(item);
+  return text.empty() ? "The NV store is empty.\n" : text;
+}
+
+std::string nv_show(uint32_t number) {
+  std::string text;
+  for (auto &item : phone_link::nv_items())
+    if (item.number == number) text += show_item(item);
+  return text.empty() ? fmt::format("NV item {} was never written.\n", number) : text;
+}
+
+std::string nv_save(const std::string &path) {
+  std::ofstream file(path);
+  auto items = phone_link::nv_items();
+  for (auto &item : items) file << item_line(item);
+  file.close();
+  if (!file) throw usage_error{fmt::format("The file {} cannot be written: {}.", path, strerror(errno))};
+  return fmt::format("{} saved to {}.\n", counted(items.size(), "NV item"), path);
+}
+
+}  // namespace console

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reporters: a table for people, JSON lines for programs, JUnit for CI.
+#ifndef CONSOLE_OUTPUT_H
+#define CONSOLE_OUTPUT_H
+
+#include "console/run/reporter.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace console {
+
+enum class detail { quiet, brief, full };
+
+std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour);
+std::shared_ptr<reporter> make_json_reporter(FILE *to);
+/** Throws usage_error if the file cannot be written. */
+std::shared_ptr<reporter> make_junit_reporter(const std::string &path);
+
+/** "wifi_set_power 155" */
+std::string call_text(const call_step &step);
+
+}  // namespace console
+
+#endif

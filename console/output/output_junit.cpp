@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/output/output.h"
+
+#include "console/text/usage_error.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fmt/format.h>
+#include <tinyxml2.h>
+
+namespace console {
+namespace {
+
+using tinyxml2::XMLElement;
+
+/** A test case for each call and for each expectation outside a call. */
+class junit_reporter : public reporter {
+public:
+  explicit junit_reporter(std::string to) : path(std::move(to)) {
+    file = fopen(path.c_str(), "w");
+    if (!file) throw usage_error{fmt::format("--junit {}: {}.", path, strerror(errno))};
+    page.InsertFirstChild(page.NewDeclaration());
+    suites = page.NewElement("testsuites");
+    page.InsertEndChild(suites);
+  }
+  ~junit_reporter() override {
+    if (file) fclose(file);
+  }
+
+  void begin(const session_info &info) override {
+    suite = suites->InsertNewChildElement("testsuite");
+    single = info.name.empty();
+    name = single ? "call" : info.name;
+    suite->SetAttribute("name", fmt::format("{} on {}", name, info.chip).c_str());
+    part = info.chip;
+    cases = failures = errors = 0;
+  }
+  void title(const std::string &text) override { part = text; }
+
+  void call(const call_step &step) override {
+    auto *test = add_case(call_text(step), step.where, step.phone_us);
+    for (auto &e : step.expectations) judge(test, e);
+    if (single && step.expectations.empty() && step.failed())
+      fail(test, fmt::format("{} ({})", step.result.value, step.result.means.meaning));
+    if (auto *failure = test->FirstChildElement("failure")) failure->SetText(causes(step).c_str());
+  }
+  void expect(const expectation &e, const place &where) override {
+    judge(add_case(fmt::format("expect {} {}", e.what, e.limits), where, 0), e);
+  }
+  void error(const std::string &text, const place &where) override {
+    auto *fault = add_case("session", where, 0)->InsertNewChildElement("error");
+    fault->SetAttribute("message", text.c_str());
+    ++errors;
+  }
+  void end(const session_summary &s) override {
+    suite->SetAttribute("tests", cases);
+    suite->SetAttribute("failures", failures);
+    suite->SetAttribute("errors", errors);
+    suite->SetAttribute("time", seconds(s.phone_us).c_str());
+  }
+  void all_done(const std::vector<session_summary> &) override {
+    page.SaveFile(file);
+    bool written = fclose(file) == 0 && !page.Error();
+    file = nullptr;
+    if (!written) throw usage_error{fmt::format("--junit {}: the report could not be written.", path)};
+  }
+
+private:
+  static std::string seconds(int64_t us) { return fmt::format("{:.6f}", static_cast<double>(us) / 1e6); }
+
+  XMLElement *add_case(const std::string &what, const place &where, int64_t us) {
+    auto *test = suite->InsertNewChildElement("testcase");
+    test->SetAttribute("name", what.c_str());
+    test->SetAttribute("classname", fmt::format("{}.{}", name, part).c_str());
+    test->SetAttribute("time", seconds(us).c_str());
+    if (!where.file.empty()) {
+      test->SetAttribute("file", where.file.c_str());
+      test->SetAttribute("line", where.line);
+    }
+    ++cases;
+    return test;
+  }
+
+  void judge(XMLElement *test, const expectation &e) {
+    if (!e.held) fail(test, fmt::format("expected {} {}, got {}", e.what, e.limits, e.got));
+  }
+
+  void fail(XMLElement *test, const std::string &message) {
+    failures += test->NoChildren();
+    test->InsertNewChildElement("failure")->SetAttribute("message", message.c_str());
+  }
+
+  static std::string causes(const call_step &step) {
+    std::string text;
+    for (auto &c : step.causes()) text += c.text() + "\n";
+    return text;
+  }
+
+  std::string path;
+  FILE *file;
+  tinyxml2::XMLDocument page;
+  XMLElement *suites;
+  XMLElement *suite = nullptr;
+  std::string name, part;
+  bool single = false;
+  int cases = 0, failures = 0, errors = 0;
+};
+
+}  // namespace
+
+std::shared_ptr<reporter> make_junit_reporter(const std::string &path) {
+  return std::make_shared<junit_reporter>(path);
+}
+
+}  // namespace console

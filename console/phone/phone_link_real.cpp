@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/phone/phone_link.h"
+
+#include "platform.h"
+
+#include <chrono>
+#include <unistd.h>
+
+namespace console::phone_link {
+namespace {
+
+const std::string not_here = "this console tests a real phone: only orva-station has a virtual one to set up";
+
+/** Every calibration item of any chip. The NV service has no way to list what it holds. */
+constexpr std::pair<uint32_t, const char *> kept[] = {
+    {340, "WIC0_2G5G_OFDM"}, {340, "WINVRAM"},        {363, "NV_UNUSED"},      {367, "WITXCCK"},
+    {368, "WIC0_5GLOW"},     {368, "WIC1_2G5G_OFDM"}, {369, "WIC0_5GLOW"},     {370, "WIC1_5GLOW"},
+    {384, "WIC0_2G40M"},     {385, "WIC0_5G160M"},    {385, "WIC1_2G40M"},     {386, "WIC0_5G160M"},
+    {387, "WIC0_5G160M"},    {387, "WIC1_5G160M"},    {396, "WIC0_2GMU_OFDM"}, {397, "WIC0_2GMF40M"},
+    {397, "WIC1_2GMU_OFDM"}, {398, "WIC0_2GMF40M"},   {398, "WIC0_MUCCK"},     {399, "WIC1_2GMF40M"},
+    {400, "WIC0_MUCCK"},     {401, "WIC1_MUCCK"},
+};
+
+const auto start = std::chrono::steady_clock::now();
+
+}  // namespace
+
+bool is_virtual() { return false; }
+void reset() {}
+std::string load(const std::string &) { return not_here; }
+std::string set(const std::string &, const std::string &) { return not_here; }
+std::string open_nv(const std::string &) { return not_here; }
+std::string get(const std::string &) { return ""; }
+std::vector<std::pair<std::string, std::string>> keys() { return {}; }
+void use_real_clock(bool) {}
+
+int64_t now_us() {
+  return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start)
+      .count();
+}
+
+void wait_us(int64_t microseconds) {
+  timespec rest = {.tv_sec = microseconds / 1'000'000, .tv_nsec = microseconds % 1'000'000 * 1000};
+  nanosleep(&rest, nullptr);
+}
+
+std::vector<const contact *> contacts() { return {}; }
+void clear_contacts() {}
+void print_log(int) {}
+std::vector<fault_place> fault_places() { return {}; }
+int plan_fault(const std::string &, unsigned, unsigned, int) { return -1; }
+unsigned fault_fired(int) { return 0; }
+
+std::vector<nv_item> nv_items() {
+  std::vector<nv_item> all;
+  for (auto &[number, name] : kept) {
+    std::string bytes(nv_item_size, '\0');
+    bool read = kevoOperaNVWR(ORVA_NV_READ, number, name, nv_item_size, bytes.data()) == 0;
+    if (read && bytes.find_first_not_of('\0') != bytes.npos) all.push_back({number, name, bytes});
+  }
+  return all;
+}
+
+bool put_nv(const nv_item &item) {
+  auto bytes = item.bytes;
+  bytes.resize(nv_item_size);
+  return kevoOperaNVWR(ORVA_NV_WRITE, item.number, item.name.c_str(), nv_item_size, bytes.data()) == 0;
+}
+
+void clear_nv() {
+  for (auto &item : nv_items()) put_nv({item.number, item.name, ""});
+}
+
+std::string lasting_store() { return "the phone's NV"; }
+std::optional<std::string> on_a_copy(const std::function<std::string()> &) { return std::nullopt; }
+
+unsigned chip() { return get_orva_connectivity_subchip(); }
+bool interface_up() { return false; }
+
+}  // namespace console::phone_link

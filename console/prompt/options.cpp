@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/prompt/options.h"
+
+#include "console/language/command_line_words.h"
+#include "console/phone/chips.h"
+#include "console/phone/log_priority.h"
+#include "console/text/text.h"
+#include "console/text/usage_error.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <getopt.h>
+
+namespace console {
+namespace {
+
+void set_chip(command_line &line, const std::string &name) {
+  line.with.chip_given = true;
+  if ((line.all_chips = name == "all")) return;
+  auto chip = chip_index(name);
+  if (!chip)
+    throw usage_error{fmt::format("--chip {}: there is no such chip: give {}, 0 to {}, or all.", name,
+                                  fmt::join(chip_names(), ", "), chip_count - 1)};
+  line.with.chip = *chip;
+}
+
+void set_clock(command_line &line, const std::string &name) {
+  if (name != "real" && name != "virtual")
+    throw usage_error{fmt::format("--clock {}: give real or virtual.", name)};
+  line.with.real_clock = name == "real";
+}
+
+std::string chip_help() {
+  auto names = chip_names();
+  names[0] += " (default)";
+  return fmt::format("{}, 0 to {}, or all for one session after the other", fmt::join(names, ", "),
+                     chip_count - 1);
+}
+
+std::string log_help() {
+  auto names = log_priority_names();
+  names[0] += " (default)";
+  return fmt::format("the phone's log on stderr, from {} on", either(names));
+}
+
+struct known_option {
+  option_help help;
+  void (*take)(command_line &line, const std::string &value);
+};
+
+using text = const std::string &;
+
+const known_option known_options[] = {
+    {{"chip", "NAME", chip_help(), fmt::format("{} all", fmt::join(chip_names(), " "))}, set_chip},
+    {{"phone", "FILE", "description of the virtual phone", "FILE"},
+     [](command_line &line, text value) { line.with.phone_file = value; }},
+    {{"clock", "CLOCK", "virtual (default): pauses take no time; real: the console waits", "virtual real"},
+     set_clock},
+    {{"log", "[=PRIORITY]", log_help(), fmt::format("{}", fmt::join(log_priority_names(), " "))},
+     [](command_line &line, text value) { line.with.log_priority = parse_log_priority(value); }},
+    {{"nv", "FILE", "keep NV in this file instead of in memory", "FILE"},
+     [](command_line &line, text value) { line.with.nv_file = value; }},
+    {{"yes", "", "change a lasting NV store (--nv, or a phone's own) without asking"},
+     [](command_line &line, text) { line.with.yes = true; }},
+    {{"library", "FILE", "the library under test", "FILE"},
+     [](command_line &line, text value) { line.with.library = value; }},
+    {{"expect", "LIMITS",
+      "what a single call must give: its result, then outputs and limits, as \"1 rssi -70..-40\""},
+     [](command_line &line, text value) { line.expect = value; }},
+    {{"junit", "FILE", "a report of the run for CI systems", "FILE"},
+     [](command_line &line, text value) { line.junit_file = value; }},
+    {{"report", "FILE", "a page for people: verdict, steps, time axis, calibration, log", "FILE"},
+     [](command_line &line, text value) { line.report_file = value; }},
+    {{"trace", "FILE", "a recording of every contact with the phone, for replay and diff", "FILE"},
+     [](command_line &line, text value) { line.trace_file = value; }},
+    {{"json", "", "one JSON object per line instead of the table"},
+     [](command_line &line, text) { line.json = true; }},
+    {{"brief", "", "one line for each call, without driver commands and pauses"},
+     [](command_line &line, text) { line.how_much = detail::brief; }},
+    {{"quiet", "", "only what failed, the notes that follow it, and the summary"},
+     [](command_line &line, text) { line.how_much = detail::quiet; }},
+    {{"write", "", "doctor: also test writing to NV, by writing an item back as it was read"},
+     [](command_line &line, text) { line.write = true; }},
+    {{"help", "", "show this help"}, [](command_line &line, text) { line.help = true; }},
+    {{"version", "", "show the version"}, [](command_line &line, text) { line.version = true; }},
+};
+
+/** The option table for getopt_long. Ids are indexes, moved above the range of characters. */
+constexpr int first_id = 256;
+
+std::vector<option> getopt_table() {
+  std::vector<option> all;
+  for (auto &o : known_options) {
+    int has = !o.help.takes_value()        ? no_argument
+              : o.help.value_is_optional() ? optional_argument
+                                           : required_argument;
+    all.push_back({o.help.name, has, nullptr, first_id + static_cast<int>(all.size())});
+  }
+  all.push_back({});
+  return all;
+}
+
+std::vector<std::string> option_names() {
+  std::vector<std::string> names;
+  for (auto &o : known_options) names.push_back(fmt::format("--{}", o.help.name));
+  return names;
+}
+
+/** Options must come first: after the first word, "-99" is an argument. */
+void refuse_late_options(const std::vector<std::string> &given) {
+  for (size_t i = 1; i < given.size(); ++i)
+    for (auto &o : known_options) {
+      auto name = fmt::format("--{}", o.help.name);
+      if (given[i] != name && !given[i].starts_with(name + "=")) continue;
+      bool value_behind = given[i] == name && o.help.takes_value() && !o.help.value_is_optional();
+      throw usage_error{
+          fmt::format("{0} stands behind {1}: options come first, as in: orva-station {0}{2} {1}", given[i],
+                      given[0], value_behind ? fmt::format(" {}", o.help.value) : "")};
+    }
+}
+
+}  // namespace
+
+const std::vector<option_help> &options() {
+  static const std::vector<option_help> all = [] {
+    std::vector<option_help> list;
+    for (auto &o : known_options) list.push_back(o.help);
+    return list;
+  }();
+  return all;
+}
+
+std::string option_help::usage() const {
+  return fmt::format("--{}{}{}", name, takes_value() && !value_is_optional() ? " " : "", value);
+}
+
+std::string command_line_help() {
+  std::string text = "Usage: orva-station [OPTIONS] and one of\n";
+  auto line = [](std::string_view usage, std::string_view help) {
+    constexpr std::string_view prefix = "[OPTIONS] ";
+    if (usage.starts_with(prefix)) usage.remove_prefix(prefix.size());
+    return fmt::format("  {:<30}  {}\n", usage, help);
+  };
+  text += line("FUNCTION [ARGUMENT...]", "call one function");
+  for (auto &w : command_line_words()) text += line(w.usage, w.help);
+  text += line("nothing", "the prompt: calls and the session language, line by line") + "\nOptions:\n";
+  for (auto &o : options()) text += fmt::format("  {:<18}{}\n", o.usage(), o.help);
+  return text + "\n" + exit_status_help + "\n";
+}
+
+command_line parse_command_line(int count, char **arguments) {
+  command_line line;
+  line.with.library = "libwifi_factory_test_orva.so";
+  opterr = 0;
+  auto table = getopt_table();
+  for (int id; (id = getopt_long(count, arguments, "+:h", table.data(), nullptr)) != -1;) {
+    std::string current = arguments[optind - 1];
+    if (id == ':' || (id >= first_id && optarg && !*optarg))
+      throw usage_error{fmt::format("{} wants a value behind it; see orva-station --help.", current)};
+    if (id == 'h') {
+      line.help = true;
+      continue;
+    }
+    if (id == '?')
+      throw usage_error{fmt::format("{} is no option.{} See orva-station --help.", current,
+                                    did_you_mean(current, option_names()))};
+    known_options[id - first_id].take(line, optarg ? optarg : "");
+  }
+  line.words.assign(arguments + optind, arguments + count);
+  if (line.words.size() == 2 && line.words[1] == "--help") line.words = {"help", line.words[0]};
+  refuse_late_options(line.words);
+  return line;
+}
+
+}  // namespace console

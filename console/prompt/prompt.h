@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// The interactive prompt.
+#ifndef CONSOLE_PROMPT_H
+#define CONSOLE_PROMPT_H
+
+#include "console/run/session.h"
+
+namespace console {
+
+/** Reads and runs commands until the end of the input or "exit". False if a command from a pipe was not
+ * understood. */
+bool run_prompt(session &s);
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/record/replay.h"
+
+#include "console/phone/phone_link.h"
+#include "console/record/contact_lines.h"
+#include "console/record/player.h"
+#include "console/record/recording.h"
+#include "console/run/functions.h"
+#include "console/text/text.h"
+#include "console/text/usage_error.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace console {
+namespace {
+
+/** A call's contacts without times, then its outcome: the lines to compare. */
+std::vector<json> story(const recorded_call &call) {
+  auto all = call.contacts;
+  for (auto &c : all) c.erase("at_us");
+  all.push_back({{"type", "result"}, {"result", call.result}, {"outputs", call.outputs}});
+  return all;
+}
+
+std::string line_text(const std::vector<json> &all, size_t i) {
+  if (i >= all.size()) return "nothing more";
+  if (all[i].at("type") == "contact") return describe_contact(all[i]);
+  auto &outputs = all[i].at("outputs");
+  return fmt::format("the call's end, result {}{}{}", all[i].at("result").get<std::string>(),
+                     outputs.empty() ? "" : ", outputs ", outputs.empty() ? "" : outputs.dump());
+}
+
+/** The first difference with a few lines of context; "" if there is none. */
+std::string parting(const std::vector<json> &expected, const std::vector<json> &came) {
+  constexpr size_t context = 3;
+  auto size = std::min(expected.size(), came.size());
+  size_t at = 0;
+  while (at < size && expected[at] == came[at]) ++at;
+  if (at == expected.size() && at == came.size()) return "";
+  std::string text;
+  for (size_t i = at > context ? at - context : 0; i < at; ++i)
+    text += fmt::format("  {:>4}  same      {}\n", i + 1, line_text(expected, i));
+  return text + fmt::format("  {:>4}  expected  {}\n  {:>4}  came      {}\n", at + 1, line_text(expected, at),
+                            at + 1, line_text(came, at));
+}
+
+bool tell_parting(size_t number, const recorded_call &expected, const recorded_call &came,
+                  const std::string &where) {
+  auto text = parting(story(expected), story(came));
+  if (text.empty()) return false;
+  fmt::print("{}: call {} on {}, {}: contact by contact\n{}", where, number, expected.chip,
+             call_text(expected), text);
+  return true;
+}
+
+recorded_call run_again(const recorded_call &then, const library &lib) {
+  auto now = then;
+  prepared_call prepared(*find_function(then.function), then.arguments);
+  player::plan(then);
+  phone_link::clear_contacts();
+  auto result = prepared.run(lib);
+  now.contacts = contact_lines(phone_link::contacts());
+  now.result = result.value;
+  now.outputs = outputs_json(result);
+  return now;
+}
+
+void load_for(const recorded_call &call, const settings &with, library &lib) {
+  require(lib.load(with.library));
+  phone_link::set("chip", call.chip);  // an unknown name leaves the phone as it is
+}
+
+void require_function(const library &lib, const recorded_call &call, const settings &with) {
+  if (!lib.symbol(call.function.c_str()))
+    throw usage_error{fmt::format("The library {} has no function {}.", with.library, call.function)};
+}
+
+}  // namespace
+
+bool replay(const std::string &path, const settings &with) {
+  if (!player::available())
+    throw usage_error{"replay: only orva-station has a virtual phone that plays a recording."};
+  auto then = read_recording(path);
+  prepare_phone(with);
+  player::watch_all();
+  library lib;
+  for (size_t i = 0; i < then.calls.size(); ++i) {
+    auto &call = then.calls[i];
+    if (call.fresh) load_for(call, with, lib);
+    require_function(lib, call, with);
+    if (tell_parting(i + 1, call, run_again(call, lib), fmt::format("{}:{}", path, call.line))) return false;
+  }
+  fmt::print("{}: {} replayed, all the same.\n", path, counted(then.calls.size(), "call"));
+  return true;
+}
+
+bool diff_recordings(const std::string &first, const std::string &second) {
+  auto a = read_recording(first), b = read_recording(second);
+  auto size = std::min(a.calls.size(), b.calls.size());
+  for (size_t i = 0; i < size; ++i) {
+    auto &x = a.calls[i], &y = b.calls[i];
+    auto where = fmt::format("{}:{} and {}:{}", first, x.line, second, y.line);
+    if (x.chip != y.chip || x.fresh != y.fresh || x.function != y.function || x.arguments != y.arguments) {
+      fmt::print("{}: call {} is another\n        expected  {} on {}{}\n        came      {} on {}{}\n",
+                 where, i + 1, call_text(x), x.chip, x.fresh ? ", library new" : "", call_text(y), y.chip,
+                 y.fresh ? ", library new" : "");
+      return false;
+    }
+    if (tell_parting(i + 1, x, y, where)) return false;
+  }
+  if (a.calls.size() != b.calls.size()) {
+    auto &longer = a.calls.size() > b.calls.size() ? a : b;
+    fmt::print("{}:{}: call {}, {}, has no counterpart: the other recording ends before it.\n", longer.path,
+               longer.calls[size].line, size + 1, call_text(longer.calls[size]));
+    return false;
+  }
+  fmt::print("{} and {}: {}, all the same.\n", first, second, counted(size, "call"));
+  return true;
+}
+
+}  // namespace console

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+// What happens in a session, and the interface of whoever shows or records it.
+#ifndef CONSOLE_REPORTER_H
+#define CONSOLE_REPORTER_H
+
+#include "console/phone/causes.h"
+#include "console/phone/observed.h"
+#include "console/run/call.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace console {
+
+/** A line of a script; no file for a one-shot call. */
+struct place {
+  std::string file;
+  int line = 0;
+  std::string text() const;
+};
+
+struct expectation {
+  std::string what;
+  std::string limits;
+  std::string got;
+  bool held;
+};
+
+struct call_step {
+  const function *called;
+  std::vector<prepared_call::given> inputs;
+  std::vector<std::string> remarks;
+  call_result result;
+  observed seen;
+  std::vector<expectation> expectations;
+  place where;
+  int64_t start_us; /**< on the phone's clock */
+  int64_t phone_us; /**< duration on the phone's clock */
+  int64_t own_us;   /**< real time spent on this computer */
+  /** Contacts of the call itself. Later ones come from the console, which reads NV back. */
+  size_t contacts_made;
+
+  bool held() const;
+  /** An expectation did not hold; without expectations, the result is a bad one. */
+  bool failed() const;
+  /** Likely causes of a failed call; none if it did not fail. */
+  std::vector<likely_cause> causes() const;
+};
+
+struct session_info {
+  std::string name; /**< "" for a one-shot call and at the prompt */
+  std::string chip;
+  bool real_clock;
+};
+
+struct session_summary {
+  session_info info;
+  size_t calls = 0;
+  size_t held = 0;
+  size_t failed = 0;
+  bool broken = false;  /**< ended by an error in the script */
+  int64_t phone_us = 0; /**< the whole session on the phone's clock */
+  int64_t calls_us = 0; /**< the calls' share of it */
+  int64_t own_us = 0;   /**< real time that the calls took on this computer */
+  time_ledger ledger;
+  bool passed() const { return failed == 0 && !broken; }
+};
+
+class reporter {
+public:
+  virtual ~reporter() = default;
+  virtual void begin(const session_info &) {}
+  /** The session goes on with another chip and a newly loaded library. */
+  virtual void chip_changed(const session_info &) {}
+  virtual void title(const std::string &) {}
+  virtual void note(const std::string &) {}
+  virtual void call(const call_step &) {}
+  virtual void progress(size_t /*done*/, size_t /*total*/, const std::string &) {}
+  /** An expectation outside a call. */
+  virtual void expect(const expectation &, const place &) {}
+  virtual void error(const std::string &, const place &) {}
+  virtual void end(const session_summary &) {}
+  virtual void all_done(const std::vector<session_summary> &) {}
+};
+
+}  // namespace console
+
+#endif

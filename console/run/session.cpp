@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/run/session.h"
+
+#include "console/phone/chips.h"
+#include "console/phone/log_priority.h"
+#include "console/phone/phone_link.h"
+#include "console/run/expectations.h"
+#include "console/text/usage_error.h"
+
+#include <chrono>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace console {
+
+session::session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to)
+    : options(with), reporters(std::move(to)) {
+  summary.info = {.name = std::move(name), .chip = "", .real_clock = with.real_clock};
+}
+
+static std::string no_such_place(const std::string &what) {
+  std::vector<std::string> names;
+  for (auto &place : phone_link::fault_places()) names.push_back(place.name);
+  if (names.empty()) return fmt::format("\"{}\": a real phone cannot be made to fail on purpose.", what);
+  return fmt::format("\"{}\" is no place where a fault can be planned: give one of {}.", what,
+                     fmt::join(names, ", "));
+}
+
+void session::load_library() {
+  require(lib.load(options.library));
+  progress = {};
+}
+
+/** Updates the test state after a call that succeeded. Taking wlan0 down stops every test. */
+void session::follow(const std::string &name) {
+  if (name == "wifi_start_testmode") progress.test_mode = true;
+  if (name == "wifi_stop_testmode" || name == "wifi_test_weld") progress = {};
+  if (name == "wifi_start_tx" || name == "wifi_stop_tx") progress.transmit = name == "wifi_start_tx";
+  if (name == "wifi_start_rx" || name == "wifi_stop_rx") progress.receive = name == "wifi_start_rx";
+}
+
+void session::start() {
+  prepare_phone(options);
+  load_library();
+  summary.info.chip = chip_name();
+  for (auto &r : reporters) r->begin(summary.info);
+}
+
+session_summary session::finish() {
+  for (auto &fault : faults)
+    if (phone_link::fault_fired(fault.id) == 0)
+      expect({"fault " + fault.what, "happens", "nothing used that place often enough", false}, fault.where);
+  summary.phone_us = phone_link::now_us();
+  for (auto &r : reporters) r->end(summary);
+  return summary;
+}
+
+static int64_t real_us() {
+  return std::chrono::duration_cast<std::chrono::microseconds>(
+             std::chrono::steady_clock::now().time_since_epoch())
+      .count();
+}
+
+call_step session::perform(const function &f, prepared_call &prepared, const place &where) {
+  phone_link::clear_contacts();
+  auto start = phone_link::now_us(), real_start = real_us();
+  auto result = prepared.run(lib);
+  auto contacts_made = phone_link::contacts().size();
+  call_step step{.called = &f,
+                 .inputs = prepared.inputs(),
+                 .remarks = prepared.remarks(),
+                 .result = std::move(result),
+                 .seen = {},
+                 .expectations = {},
+                 .where = where,
+                 .start_us = start,
+                 .phone_us = phone_link::now_us() - start,
+                 .own_us = real_us() - real_start,
+                 .contacts_made = contacts_made};
+  step.seen = observe(chip(), start, start + step.phone_us);
+  return step;
+}
+
+void session::count(const expectation &e) { ++(e.held ? summary.held : summary.failed); }
+
+void session::count(const call_step &step) {
+  ++summary.calls;
+  summary.ledger += step.seen.ledger;
+  summary.calls_us += step.phone_us;
+  summary.own_us += step.own_us;
+  for (auto &e : step.expectations) count(e);
+}
+
+static std::string call_text(const function &f, const std::vector<std::string> &words) {
+  return fmt::format("{}{}{}", f.name, words.empty() ? "" : " ", fmt::join(words, " "));
+}
+
+const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where) {
+  auto arguments = words;
+  auto wants = take_wanted(f, arguments);
+  prepared_call prepared(f, arguments);
+  if (!lib.symbol(f.name))
+    throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
+  if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where); });
+  last_step = std::make_unique<call_step>(perform(f, prepared, where));
+  last_step->expectations = judge_result(last_step->result, wants);
+  for (auto &change : unkept_writes()) last_step->expectations.push_back(not_kept(change));
+  if (last_step->result.means.verdict == outcome::good) follow(f.name);
+  count(*last_step);
+  for (auto &r : reporters) r->call(*last_step);
+  return *last_step;
+}
+
+void session::expect(const expectation &e, const place &where) {
+  count(e);
+  for (auto &r : reporters) r->expect(e, where);
+}
+
+void session::title(const std::string &text) {
+  for (auto &r : reporters) r->title(text);
+}
+
+void session::report_progress(size_t done, size_t total, const std::string &text) {
+  for (auto &r : reporters) r->progress(done, total, text);
+}
+
+void session::note(const std::string &text) {
+  for (auto &r : reporters) r->note(text);
+}
+
+void session::fail(const std::string &text, const place &where) {
+  summary.broken = true;
+  for (auto &r : reporters) r->error(text, where);
+}
+
+void session::plan_fault(const std::string &what, unsigned nth, unsigned times, int value,
+                         const place &where) {
+  int id = phone_link::plan_fault(what, nth, times, value);
+  if (id < 0) throw usage_error{no_such_place(what)};
+  faults.push_back({what, id, where});
+}
+
+void session::change_chip(unsigned chip) {
+  require(phone_link::set("chip", console::chip_name(chip)));
+  load_library();
+  summary.info.chip = chip_name();
+  for (auto &r : reporters) r->chip_changed(summary.info);
+}
+
+/** The last call's result in words, with the log's errors if it failed. */
+static std::string result_text(const call_step &step) {
+  auto &result = step.result;
+  auto text = fmt::format(" -> {}  {}", result.value, result.means.meaning);
+  bool bad = result.means.verdict == outcome::bad;
+  for (auto &line : step.seen.log)
+    if (bad && line.priority >= LOG_ERROR) text += "\n  log: " + line.text;
+  return text;
+}
+
+/** Runs in the copied phone's process, whose reporters would write to the same files as ours. */
+trial session::try_out(const std::function<void()> &act) {
+  reporters.clear();
+  act();
+  bool good = summary.failed == 0 && (!last() || last()->result.means.verdict != outcome::bad);
+  return {good, last() ? result_text(*last()) : ""};
+}
+
+foresight session::preview(const std::string &what, const std::function<void()> &act) {
+  return preview_nv(what, [&] { return try_out(act); });
+}
+
+void session::ask_before_writing(const std::string &what, const std::function<void()> &act) {
+  if (options.yes || allowed || !confirm_writing(what, [&] { return try_out(act); })) return;
+  allowed = !summary.info.name.empty();  // a script is asked about once, the prompt each time
+}
+
+unsigned session::chip() const { return phone_link::chip(); }
+
+const char *session::chip_name() const {
+  return chip() < chip_count ? console::chip_name(chip()) : "unknown chip";
+}
+
+}  // namespace console

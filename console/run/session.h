@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+// One session: the phone, the library, the calls made, and which expectations held.
+#ifndef CONSOLE_SESSION_H
+#define CONSOLE_SESSION_H
+
+#include "console/nv/nv_safe.h"
+#include "console/phone/library.h"
+#include "console/phone/settings.h"
+#include "console/run/reporter.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace console {
+
+/** What runs on the phone, followed from the calls of this session. */
+struct test_progress {
+  bool test_mode = false;
+  bool transmit = false;
+  bool receive = false;
+};
+
+class session {
+public:
+  session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to);
+
+  /** Resets the phone and loads the library; throws usage_error if either fails. */
+  void start();
+  /** Ends the session. A planned fault that never fired counts as a failed expectation. */
+  session_summary finish();
+
+  /** Calls f. The words are its arguments, then optionally "->" and what is expected. */
+  const call_step &call(const function &f, const std::vector<std::string> &words, const place &where);
+  void expect(const expectation &e, const place &where);
+  void title(const std::string &text);
+  void report_progress(size_t done, size_t total, const std::string &text);
+  void note(const std::string &text);
+  void fail(const std::string &text, const place &where);
+  void plan_fault(const std::string &what, unsigned nth, unsigned times, int value, const place &where);
+  /** Fits another chip and loads the library anew, so that no test state survives. */
+  void change_chip(unsigned chip);
+
+  /** Runs act on a copy of the phone, without reporting, and gives what it would change in NV. */
+  foresight preview(const std::string &what, const std::function<void()> &act);
+  /** Asks before a lasting NV store is changed, unless that is allowed; throws usage_error on a no. */
+  void ask_before_writing(const std::string &what, const std::function<void()> &act);
+
+  unsigned chip() const;
+  const char *chip_name() const;
+  /** The last call; null before the first. */
+  const call_step *last() const { return last_step.get(); }
+  const session_summary &so_far() const { return summary; }
+  const test_progress &state() const { return progress; }
+
+private:
+  void load_library();
+  call_step perform(const function &f, prepared_call &prepared, const place &where);
+  void count(const expectation &e);
+  void count(const call_step &step);
+  void follow(const std::string &name);
+  trial try_out(const std::function<void()> &act);
+
+  settings options;
+  bool allowed = false;
+  session_summary summary;
+  std::vector<std::shared_ptr<reporter>> reporters;
+  test_progress progress;
+  library lib;
+  std::unique_ptr<call_step> last_step;
+  struct planned {
+    std::string what;
+    int id;
+    place where;
+  };
+  std::vector<planned> faults;
+};
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+// Limits of an expectation: "5", "-70..-40", "10..", "..0", a comma list of these, "*" for anything, or for
+// texts a glob of *, ? and [...].
+#ifndef CONSOLE_WITHIN_H
+#define CONSOLE_WITHIN_H
+
+#include <string>
+
+namespace console {
+
+/** "" if these are valid limits for a number, else what is wrong with them. */
+std::string limits_error(const std::string &limits);
+
+/** True if the value, a number or a text, meets one of the limits. */
+bool within(const std::string &limits, const std::string &value);
+
+}  // namespace console
+
+#endif
