@@ -7,8 +7,8 @@
 #include <string>
 
 #include "chips/vq2040a/profile.h"
-#include "common/catalogue.h"
 #include "common/calibration_write.h"
+#include "common/catalogue.h"
 #include "common/nv_text.h"
 #include "fuzz/library.h"
 #include "include/wifi_factory_test_orva.h"
