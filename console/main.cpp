@@ -155,7 +155,7 @@ exit_status run_help(const command_line &line) {
 exit_status run_doctor(const command_line &line) {
   if (line.words.size() > 1)
     throw usage_error{fmt::format("doctor: \"{}\" is not understood: it takes options only.", line.words[1])};
-  return tell(examine(line.with, line.write), line.json) ? PASSED : FAILED;
+  return print_findings(examine(line.with, line.write), line.json) ? PASSED : FAILED;
 }
 
 exit_status run_replay(const command_line &line) {

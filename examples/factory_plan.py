@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """A test plan as a factory framework would hold it: phases, measurements with limits and units, a verdict.
 
     PYTHONPATH=python examples/factory_plan.py --chip vq2070

@@ -2,8 +2,8 @@
 // Sequences of public calls, with the chip changing and contacts with the phone failing in between.
 #include <memory>
 
-#include "include/wifi_factory_test_orva.h"
 #include "fuzz/library.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 using namespace fuzz;
@@ -88,7 +88,7 @@ void change_phone(input &from) {
   char error[200] = "";
   const uint8_t choice = from.byte();
   if (choice % 4 == 0) {
-    phone_set("chip", chip_at(from.byte()).name, error, sizeof error);
+    phone_set("chip", profiles[from.byte() % chips]->name, error, sizeof error);
   } else {
     phone_fault(places[choice / 4 % std::size(places)], 1 + from.byte() % 8, from.byte() % 4, 0);
   }

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <memory>
 
-#include "include/wifi_factory_test_orva.h"
-#include "include/vq2040.h"
 #include "fuzz/library.h"
+#include "include/vq2040.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 using namespace fuzz;

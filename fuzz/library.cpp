@@ -14,16 +14,15 @@ namespace {
 /// A copy of one chip's test state.
 struct start_state {
   explicit start_state(const orva::test_state &s)
-      : numbers{s.status, s.mode,     s.channel,         s.freq, s.rate,
-                s.bandwidth,   s.power,    s.antenna,         s.chain, s.tx,
-                s.rx,     s.mem_time, s.chipcheck_result},
+      : numbers{s.status,  s.mode,  s.channel, s.freq, s.rate,     s.bandwidth,       s.power,
+                s.antenna, s.chain, s.tx,      s.rx,   s.mem_time, s.chipcheck_result},
         mode_driver(s.mode_driver), running_test(s.running_test == nullptr ? 0 : *s.running_test),
         selcal(s.selcal_disable_switch == nullptr ? 0 : *s.selcal_disable_switch) {}
 
   void restore(const orva::test_state &s) const {
-    int32_t *const all[] = {&s.status, &s.mode,     &s.channel,         &s.freq, &s.rate,
-                            &s.bandwidth,   &s.power,    &s.antenna,         &s.chain, &s.tx,
-                            &s.rx,     &s.mem_time, &s.chipcheck_result};
+    int32_t *const all[] = {&s.status,    &s.mode,     &s.channel,         &s.freq,  &s.rate,
+                            &s.bandwidth, &s.power,    &s.antenna,         &s.chain, &s.tx,
+                            &s.rx,        &s.mem_time, &s.chipcheck_result};
     for (size_t i = 0; i < std::size(all); i++) *all[i] = numbers[i];
     s.mode_driver = mode_driver;
     if (s.running_test != nullptr) *s.running_test = running_test;

@@ -6,12 +6,12 @@
 #include <memory>
 #include <string>
 
-#include "include/wifi_factory_test_orva.h"
 #include "chips/vq2040a/profile.h"
-#include "common/catalogue.h"
 #include "common/calibration_write.h"
+#include "common/catalogue.h"
 #include "common/nv_text.h"
 #include "fuzz/library.h"
+#include "include/wifi_factory_test_orva.h"
 #include "platform/platform.h"
 #include "virtual_phone/phone.h"
 

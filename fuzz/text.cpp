@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Arbitrary texts from a caller: address filter, association id, roaming target, measured error.
-#include "include/wifi_factory_test_orva.h"
 #include "chips/vq2070/state.h"
 #include "fuzz/library.h"
+#include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file calibration_types.h
  * Types of the calibration functions that several back ends export.

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file vq2040a.h
  * Back end of the vq2040a: what stands behind the public functions, and single steps for callers that know

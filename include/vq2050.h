@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file vq2050.h
  * Back end of the vq2050: what stands behind the public functions, and single steps for callers that know the

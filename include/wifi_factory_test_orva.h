@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file wifi_factory_test_orva.h
  * Factory test of the WLAN chip: what a test tool on the phone calls.

@@ -25,13 +25,13 @@ void empty(char *text, size_t size) {
 
 int copy_memory(void *dest, size_t dest_max, const void *src, size_t count, verdict judged) {
   if (!dest || dest_max == 0) return EINVAL;
-  int refusal = judged.fails ? judged.value : !src ? EINVAL : count > dest_max ? ERANGE : 0;
-  if (refusal) {
+  int refusal = !src ? EINVAL : count > dest_max ? ERANGE : 0;
+  if (judged.fails || refusal) {
     memset(dest, 0, dest_max);
-  } else {
-    memcpy(dest, src, count);
+    return judged.fails ? judged.value : refusal;
   }
-  return refusal;
+  memcpy(dest, src, count);
+  return 0;
 }
 
 int set_memory(void *dest, size_t dest_max, int c, size_t count, verdict judged) {
@@ -45,10 +45,10 @@ int set_memory(void *dest, size_t dest_max, int c, size_t count, verdict judged)
 int copy_text(char *dest, size_t dest_max, const char *src, size_t count, verdict judged) {
   if (!dest || dest_max == 0) return EINVAL;
   size_t length = src ? strnlen(src, count) : 0;
-  int refusal = judged.fails ? judged.value : !src ? EINVAL : length >= dest_max ? ERANGE : 0;
-  if (refusal) {
+  int refusal = !src ? EINVAL : length >= dest_max ? ERANGE : 0;
+  if (judged.fails || refusal) {
     dest[0] = 0;
-    return refusal;
+    return judged.fails ? judged.value : refusal;
   }
   memcpy(dest, src, length);
   dest[length] = 0;

@@ -223,13 +223,13 @@ static_assert(std::size(presence_names) == static_cast<size_t>(presence::unknown
 
 const char *name_of(presence state) { return presence_names[static_cast<size_t>(state)]; }
 
-void tell_line(const finding &f) {
+void print_line(const finding &f) {
   fmt::print("{:<8} {:<20} {}\n", name_of(f.state), f.what, f.found);
   if (!f.why.empty())
     fmt::print("{:<8} {:<20} cause: {}\n{:<8} {:<20} cure:  {}\n", "", "", f.why, "", "", f.cure);
 }
 
-void tell_json(const finding &f) {
+void print_json(const finding &f) {
   fmt::print("{}\n", nlohmann::ordered_json{{"type", "finding"},
                                             {"what", f.what},
                                             {"state", name_of(f.state)},
@@ -254,8 +254,8 @@ std::vector<finding> examine(const settings &with, bool write) {
   return all;
 }
 
-bool tell(const std::vector<finding> &findings, bool json) {
-  for (auto &f : findings) json ? tell_json(f) : tell_line(f);
+bool print_findings(const std::vector<finding> &findings, bool json) {
+  for (auto &f : findings) json ? print_json(f) : print_line(f);
   auto absent = std::ranges::count(findings, presence::missing, &finding::state);
   if (json)
     fmt::print(

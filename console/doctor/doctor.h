@@ -24,7 +24,7 @@ struct finding {
 std::vector<finding> examine(const settings &with, bool write);
 
 /** Prints the findings, as JSON lines if asked. True if nothing is missing. */
-bool tell(const std::vector<finding> &findings, bool json);
+bool print_findings(const std::vector<finding> &findings, bool json);
 
 }  // namespace console
 

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -39,45 +40,54 @@ int64_t whole_number(const char *what, const std::string &word) {
 
 struct expect_row {
   subcommand word;
-  expectation (*make)(script_context &in, const call_step &last, const std::string &value);
+  expectation (*make)(script_context &in, const call_step &last, words_t words);
 };
 
 constexpr expect_row expect_rows[] = {
-    {{"log", "WHAT"}, [](auto &, auto &last, auto &value) { return expect_log(last, value, true); }},
-    {{"no log", "WHAT"}, [](auto &, auto &last, auto &value) { return expect_log(last, value, false); }},
+    {{"log", "WHAT"}, [](auto &, auto &last, words_t words) { return expect_log(last, words.back(), true); }},
+    {{"no log", "WHAT"},
+     [](auto &, auto &last, words_t words) { return expect_log(last, words.back(), false); }},
     {{"driver", "WHAT"},
-     [](auto &in, auto &last, auto &value) {
-       return expect_driver(last, list_words(value), in.current().chip());
+     [](auto &in, auto &last, words_t words) {
+       return expect_driver(last, list_words(words.back()), in.current().chip());
      }},
     {{"shell", "WHAT"},
-     [](auto &, auto &last, auto &value) { return expect_shell(last, list_words(value)); }},
+     [](auto &, auto &last, words_t words) { return expect_shell(last, list_words(words.back())); }},
+    {{"phone", "KEY LIMITS"}, [](auto &, auto &, words_t words) { return expect_phone(words[1], words[2]); }},
 };
+
+/** Do the words before the row's arguments make its name? "no log" may be one word or two. */
+bool is_chosen(const expect_row &row, words_t words) {
+  auto arguments = row.word.most_arguments();
+  return words.size() > arguments &&
+         fmt::format("{}", fmt::join(words.begin(), words.end() - static_cast<ptrdiff_t>(arguments), " ")) ==
+             row.word.name;
+}
 
 std::string run_expect(script_context &in, words_t words) {
   auto &step = last_of(in, "expect");
-  auto what = words[0] + (words.size() == 3 ? " " + words[1] : "");
-  auto row = std::ranges::find_if(expect_rows, [&](auto &r) { return what == r.word.name; });
-  bool phone = words.size() == 3 && words[0] == "phone";
-  if (!phone && row == std::end(expect_rows)) {
-    auto names = names_of(words_of_table(expect_rows));
-    names.emplace_back("phone");
-    throw usage_error{
-        fmt::format("expect: \"{}\" is nothing that can be expected: give {}.", what, either(names))};
-  }
-  auto e = phone ? expect_phone(words[1], words[2]) : row->make(in, step, words.back());
+  auto row = std::ranges::find_if(expect_rows, [&](auto &r) { return is_chosen(r, words); });
+  if (row == std::end(expect_rows))
+    throw usage_error{fmt::format("expect: \"{}{}\" is nothing that can be expected: give {}.", words[0],
+                                  words.size() == 3 ? " " + words[1] : "",
+                                  either(names_of(words_of_table(expect_rows))))};
+  auto e = row->make(in, step, words);
   in.current().expect(e, in.where());
   return e.held ? "1" : "0";
 }
 
 /** "expect log|{no log}|driver|shell WHAT, expect phone KEY LIMITS" */
 std::string expect_usage() {
-  std::vector<std::string> names;
+  std::string text;
   for (auto &row : expect_rows) {
-    std::string name = row.word.name;
-    names.push_back(name.find(' ') == name.npos ? name : "{" + name + "}");
+    bool last = &row + 1 == std::end(expect_rows) ||
+                std::string_view(row.word.arguments) != (&row + 1)->word.arguments;
+    bool first = &row == expect_rows || std::string_view(row.word.arguments) != (&row - 1)->word.arguments;
+    text += first ? text.empty() ? "expect " : ", expect " : "|";
+    text += strchr(row.word.name, ' ') ? fmt::format("{{{}}}", row.word.name) : row.word.name;
+    if (last) text += fmt::format(" {}", row.word.arguments);
   }
-  return fmt::format("expect {} {}, expect phone KEY LIMITS", fmt::join(names, "|"),
-                     expect_rows[0].word.arguments);
+  return text;
 }
 
 std::string run_limits(script_context &in, words_t words) {
@@ -256,18 +266,12 @@ std::string run_help(script_context &, words_t words) {
 
 std::string run_list(script_context &, words_t) { return std::string(trim_end(help_list())); }
 
-std::vector<subcommand> expect_words() {
-  auto words = words_of_table(expect_rows);
-  words.push_back({"phone", "KEY LIMITS"});
-  return words;
-}
-
 const command table[] = {
     {{"expect", expect_usage(),
       "Expects something of the last call: a log line (part of it, or a glob), no such line, exactly these driver "
       "commands (id or name, = value or limits, ! for refused), or exactly these shell commands. expect phone "
       "expects a value of the phone's description or state.",
-      "expect driver {power_save=0 mode=7 4=1 0=6 rate=65 power=15 transmit=1}", expect_words()},
+      "expect driver {power_save=0 mode=7 4=1 0=6 rate=65 power=15 transmit=1}", words_of_table(expect_rows)},
      2,
      3,
      run_expect},

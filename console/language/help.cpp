@@ -73,9 +73,9 @@ std::string about_word(const command_line_word &w) {
 }  // namespace
 
 std::string help_list() {
-  std::string text, group;
+  std::string text, subject;
   for (auto &f : functions()) {
-    if (group != f.group) text += fmt::format("{}{}\n", text.empty() ? "" : "\n", group = f.group);
+    if (subject != f.subject) text += fmt::format("{}{}\n", text.empty() ? "" : "\n", subject = f.subject);
     text += fmt::format("  {:<38}{}{}\n", f.name, f.help,
                         f.chips == ALL_CHIPS ? "" : " [" + chip_list(f.chips) + "]");
   }

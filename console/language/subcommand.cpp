@@ -9,14 +9,15 @@
 
 namespace console {
 
-bool subcommand::takes(size_t count) const {
-  size_t least = 0, most = 0;
-  for (auto &argument : split(arguments, ' ')) {
-    if (argument.empty()) continue;
-    ++most;
-    least += !argument.starts_with('?');
-  }
-  return count >= least && count <= most;
+static std::vector<std::string> words_of(std::string_view arguments) {
+  return arguments.empty() ? std::vector<std::string>{} : split(arguments, ' ');
+}
+
+size_t subcommand::most_arguments() const { return words_of(arguments).size(); }
+
+size_t subcommand::least_arguments() const {
+  auto all = words_of(arguments);
+  return static_cast<size_t>(std::ranges::count_if(all, [](auto &a) { return !a.starts_with('?'); }));
 }
 
 static std::string shown(const subcommand &word) {

@@ -13,7 +13,9 @@ struct subcommand {
   const char *name;
   const char *arguments = ""; /**< as a usage line shows them: "KEY VALUE", "?FILE?" for one to leave out */
 
-  bool takes(size_t count) const;
+  size_t least_arguments() const;
+  size_t most_arguments() const;
+  bool takes(size_t count) const { return count >= least_arguments() && count <= most_arguments(); }
 };
 
 std::vector<std::string> names_of(const std::vector<subcommand> &all);

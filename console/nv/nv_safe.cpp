@@ -73,14 +73,14 @@ std::vector<nv_change> unkept(const items_t &written) {
 }  // namespace
 
 foresight preview_nv(const std::string &what, const std::function<trial()> &act) {
-  auto told = phone_link::on_a_copy([&] { return foresee(what, act); });
-  if (!told)
+  auto reply = phone_link::on_a_copy([&] { return foresee(what, act); });
+  if (!reply)
     throw usage_error{
         "preview: only the virtual phone can be copied; here take nv backup FILE before, and nv diff "
         "FILE afterwards."};
-  auto text = told->substr(1);
-  if ((*told)[0] == '!') throw usage_error{text};
-  return {(*told)[0] == '+', text};
+  auto text = reply->substr(1);
+  if ((*reply)[0] == '!') throw usage_error{text};
+  return {(*reply)[0] == '+', text};
 }
 
 bool confirm_writing(const std::string &what, const std::function<trial()> &act) {

@@ -118,9 +118,9 @@ std::string likely_cause::text() const { return fmt::format("{}: {}: {}. Cure: {
 std::vector<likely_cause> likely_causes(const observed &seen) {
   constexpr size_t enough = 3;
   std::vector<likely_cause> causes;
-  std::set<std::pair<trouble_kind, int64_t>> told;
+  std::set<std::pair<trouble_kind, int64_t>> listed;
   for (auto &t : seen.troubles)
-    if (causes.size() < enough && told.insert({t.kind, t.number}).second)
+    if (causes.size() < enough && listed.insert({t.kind, t.number}).second)
       causes.push_back({cause_of(t), t.what});
   return causes;
 }

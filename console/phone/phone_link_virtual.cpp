@@ -31,11 +31,12 @@ std::string read_all(int from) {
   return text;
 }
 
-[[noreturn]] void tell(int to, const std::string &text) {
-  size_t told = 0;
-  for (ssize_t n = 0; told < text.size() && (n = write(to, text.data() + told, text.size() - told)) > 0;)
-    told += static_cast<size_t>(n);
-  _exit(told < text.size());
+/** The child's end: its status says whether the whole text was written. */
+[[noreturn]] void send_and_exit(int to, const std::string &text) {
+  size_t sent = 0;
+  for (ssize_t n = 0; sent < text.size() && (n = write(to, text.data() + sent, text.size() - sent)) > 0;)
+    sent += static_cast<size_t>(n);
+  _exit(sent < text.size());
 }
 
 }  // namespace
@@ -134,7 +135,7 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &act) {
     phone_part();
     nv_file.clear();
     for (auto &item : items) put_nv(item);
-    tell(ends[1], act());
+    send_and_exit(ends[1], act());
   }
   close(ends[1]);
   auto text = child > 0 ? read_all(ends[0]) : "";

@@ -10,12 +10,12 @@
 
 namespace console {
 
-[[noreturn]] static void become_shell(const char *command, int tell_error) {
+[[noreturn]] static void become_shell(const char *command, int error_socket) {
   int nothing = open("/dev/null", O_RDWR);
   for (int descriptor : {0, 1, 2}) dup2(nothing, descriptor);
   execl("/system/bin/sh", "sh", "-c", command, nullptr);
   int error = errno;
-  if (send(tell_error, &error, sizeof error, 0) < 0) _exit(1);
+  if (send(error_socket, &error, sizeof error, 0) < 0) _exit(1);
   _exit(127);
 }
 

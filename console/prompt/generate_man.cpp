@@ -55,9 +55,9 @@ std::string man_function(const function &f) {
 }
 
 std::string man_functions() {
-  std::string text, group;
+  std::string text, subject;
   for (auto &f : functions()) {
-    if (group != f.group) text += fmt::format(".SS {}\n", troff(group = f.group));
+    if (subject != f.subject) text += fmt::format(".SS {}\n", troff(subject = f.subject));
     text += man_function(f);
   }
   return text;

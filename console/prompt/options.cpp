@@ -113,10 +113,10 @@ void refuse_late_options(const std::vector<std::string> &given) {
     for (auto &o : known_options) {
       auto name = fmt::format("--{}", o.help.name);
       if (given[i] != name && !given[i].starts_with(name + "=")) continue;
-      bool value_behind = given[i] == name && o.help.takes_value() && !o.help.value_is_optional();
+      bool value_follows = given[i] == name && o.help.takes_value() && !o.help.value_is_optional();
       throw usage_error{
           fmt::format("{0} stands behind {1}: options come first, as in: orva-station {0}{2} {1}", given[i],
-                      given[0], value_behind ? fmt::format(" {}", o.help.value) : "")};
+                      given[0], value_follows ? fmt::format(" {}", o.help.value) : "")};
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/record/replay.h"
 
+#include "console/phone/chips.h"
 #include "console/phone/phone_link.h"
 #include "console/record/contact_lines.h"
 #include "console/record/player.h"
@@ -16,7 +17,7 @@ namespace console {
 namespace {
 
 /** A call's contacts without times, then its outcome: the lines to compare. */
-std::vector<json> story(const recorded_call &call) {
+std::vector<json> compared_lines(const recorded_call &call) {
   auto all = call.contacts;
   for (auto &c : all) c.erase("at_us");
   all.push_back({{"type", "result"}, {"result", call.result}, {"outputs", call.outputs}});
@@ -32,7 +33,7 @@ std::string line_text(const std::vector<json> &all, size_t i) {
 }
 
 /** The first difference with a few lines of context; "" if there is none. */
-std::string parting(const std::vector<json> &expected, const std::vector<json> &came) {
+std::string first_difference(const std::vector<json> &expected, const std::vector<json> &came) {
   constexpr size_t context = 3;
   auto size = std::min(expected.size(), came.size());
   size_t at = 0;
@@ -45,9 +46,9 @@ std::string parting(const std::vector<json> &expected, const std::vector<json> &
                             at + 1, line_text(came, at));
 }
 
-bool tell_parting(size_t number, const recorded_call &expected, const recorded_call &came,
-                  const std::string &where) {
-  auto text = parting(story(expected), story(came));
+bool print_difference(size_t number, const recorded_call &expected, const recorded_call &came,
+                      const std::string &where) {
+  auto text = first_difference(compared_lines(expected), compared_lines(came));
   if (text.empty()) return false;
   fmt::print("{}: call {} on {}, {}: contact by contact\n{}", where, number, expected.chip,
              call_text(expected), text);
@@ -68,7 +69,8 @@ recorded_call run_again(const recorded_call &then, const library &lib) {
 
 void load_for(const recorded_call &call, const settings &with, library &lib) {
   require(lib.load(with.library));
-  phone_link::set("chip", call.chip);  // an unknown name leaves the phone as it is
+  for (auto &c : chips)
+    if (call.chip == c.name) phone_link::set("chip", c.name);
 }
 
 void require_function(const library &lib, const recorded_call &call, const settings &with) {
@@ -89,7 +91,8 @@ bool replay(const std::string &path, const settings &with) {
     auto &call = then.calls[i];
     if (call.fresh) load_for(call, with, lib);
     require_function(lib, call, with);
-    if (tell_parting(i + 1, call, run_again(call, lib), fmt::format("{}:{}", path, call.line))) return false;
+    if (print_difference(i + 1, call, run_again(call, lib), fmt::format("{}:{}", path, call.line)))
+      return false;
   }
   fmt::print("{}: {} replayed, all the same.\n", path, counted(then.calls.size(), "call"));
   return true;
@@ -107,7 +110,7 @@ bool diff_recordings(const std::string &first, const std::string &second) {
                  y.fresh ? ", library new" : "");
       return false;
     }
-    if (tell_parting(i + 1, x, y, where)) return false;
+    if (print_difference(i + 1, x, y, where)) return false;
   }
   if (a.calls.size() != b.calls.size()) {
     auto &longer = a.calls.size() > b.calls.size() ? a : b;

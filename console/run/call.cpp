@@ -29,10 +29,10 @@ public:
                            bytes.begin() + static_cast<ptrdiff_t>(from + guard),
                            [](char c) { return c != fill; });
     };
-    auto before = touched(0), behind = touched(guard + size);
-    if (before == 0 && behind == 0) return "";
+    auto before = touched(0), after = touched(guard + size);
+    if (before == 0 && after == 0) return "";
     return fmt::format("{} wrote outside \"{}\" ({} bytes): {} before it, {} behind it", function, what->name,
-                       size, before, behind);
+                       size, before, after);
   }
 
 private:

@@ -83,7 +83,7 @@ using caller = returned (*)(void *function, const slot *slots);
 struct function {
   const char *name;
   int op; /**< row of the dispatch table; -1 for none */
-  const char *group;
+  const char *subject;
   const char *help;
   uint8_t chips;
   result_kind result;

@@ -111,15 +111,15 @@ static size_t last_column(std::string_view line, size_t width) {
 std::string fold(std::string_view text, size_t width, size_t indent) {
   std::string folded;
   for (auto &line : split(text, '\n')) {
-    auto behind = indent ? indent : last_column(line, width);
+    auto margin = indent ? indent : last_column(line, width);
     for (std::string_view rest = line; !rest.empty();) {
-      auto room = width - (rest.data() == line.data() ? 0 : behind);
-      auto from = rest.data() == line.data() ? behind : 0;
+      auto room = width - (rest.data() == line.data() ? 0 : margin);
+      auto from = rest.data() == line.data() ? margin : 0;
       auto end = rest.size() <= room ? rest.size() : rest.rfind(' ', room);
       if (end == rest.npos || end <= from) end = std::min(rest.find(' ', room), rest.size());
       folded += trim_end(rest.substr(0, end));
       rest.remove_prefix(std::min(rest.find_first_not_of(' ', end), rest.size()));
-      if (!rest.empty()) folded += fmt::format("\n{:{}}", "", behind);
+      if (!rest.empty()) folded += fmt::format("\n{:{}}", "", margin);
     }
     folded += '\n';
   }

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Transmits on one channel at rising powers, as a calibration bench does between two readings of its power
  * meter. Exit status 0 when every transmission started and stopped.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The phone's process: python3 -m orva._worker DESCRIPTOR LIBRARY, started by Bench."""
 
 import sys

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A virtual phone in a process of its own.
 
 The virtual phone stands ahead of libc: it must be there before anything else is loaded, and it answers fork, sleep and

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Where the shared libraries are."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The public C functions, one method each.
 
 Where a C function tells success or failure, the method gives True or False: True is success everywhere, also for the

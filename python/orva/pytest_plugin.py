@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Fixtures that give each test a fresh virtual phone with the unmodified library on it.
 
 Use it with `-p orva.pytest_plugin`, or `pytest_plugins = ["orva.pytest_plugin"]` in the top conftest.py (in a test

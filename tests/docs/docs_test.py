@@ -91,22 +91,6 @@ def test_every_example_is_run_and_every_link_leads_somewhere(document):
     assert not dead
 
 
-# Places that list the chips one by one. One that reads chips/chips.txt instead names none and cannot forget any.
-CHIP_LISTS = """
-    Doxyfile api/dispatch.cpp api/exports.map.txt docs/chip_differences.md
-    kernel_phone/phone/driver_check.c kernel_phone/phone/run_plan platform/platform.h python/orva/phone.py
-    sessions/board_check.tcl sessions/rf.tcl
-    station/functions.h station/options.cpp tests/support/chips.h
-    tests/support/profiles.h tests/library/tables_test.cpp virtual_phone/radio_chips.c
-""".split()
-
-
-@pytest.mark.parametrize("place", CHIP_LISTS)
-def test_no_chip_is_forgotten(place):
-    named = set(re.findall(r"(?<![0-9A-Za-z])vq[0-9]+[a-z]*", (ROOT / place).read_text()))
-    assert not named or set(CHIPS) <= named, f"{place} does not know {set(CHIPS) - named}"
-
-
 def test_the_reference_has_every_public_function_and_no_warning(tmp_path):
     if not shutil.which("doxygen"):
         pytest.skip("doxygen is not installed")
