@@ -6,11 +6,11 @@ import pty
 import re
 import shutil
 import subprocess
-from pathlib import Path
 
 import pytest
 
 from support.console import STATION, STATION_PHONE, station
+from support.tree import ROOT
 
 STORED = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;pa5ga0=8,-260,5100;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
 CORRECT = ["wifi_nvram_calibrate_set", "0", "0", "0", "0", "0", "2442", "60"]
@@ -149,8 +149,7 @@ def test_a_service_that_loses_a_write_is_noticed(tmp_path):
 
 @pytest.mark.parametrize("command", ["nv", "phone", "seen", "expect"])
 def test_the_guide_names_every_word_of_a_command(command):
-    root = next(folder for folder in Path(__file__).resolve().parents if (folder / "docs").is_dir())
-    guide = (root / "docs" / "sessions.md").read_text()
+    guide = (ROOT / "docs" / "sessions.md").read_text()
     usage = station("help", command).stdout.splitlines()[0]
     kinds = usage.split(",")[0].removeprefix(command).replace("{", "").replace("}", "").split("|")
     words = [re.sub(r"[A-Z? ]+$", "", kind).strip() for kind in kinds]
