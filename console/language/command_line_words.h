@@ -18,7 +18,7 @@ struct command_line_word {
   std::string usage;
   std::string help;
   /** Values of the word that follows, separated by spaces; or FILE, or FUNCTION for a function's name. */
-  std::string known = "";
+  std::string known = {};
 };
 const std::vector<command_line_word> &command_line_words();
 /** Null for a name that is not one of them. */

@@ -36,7 +36,7 @@ struct option_help {
   const char *value;
   std::string help;
   /** The values to offer, separated by spaces; "FILE" for any file. */
-  std::string known = "";
+  std::string known = {};
 
   bool takes_value() const { return *value != 0; }
   bool value_is_optional() const { return *value == '['; }

@@ -69,8 +69,7 @@ recorded_call run_again(const recorded_call &then, const library &lib) {
 
 void load_for(const recorded_call &call, const settings &with, library &lib) {
   require(lib.load(with.library));
-  for (auto &c : chips)
-    if (call.chip == c.name) phone_link::set("chip", c.name);
+  if (chip_index(call.chip)) phone_link::set("chip", call.chip);
 }
 
 void require_function(const library &lib, const recorded_call &call, const settings &with) {

@@ -513,7 +513,7 @@ def test_an_interrupted_session_reports_what_it_did(tmp_path):
 def test_a_long_run_shows_its_progress_on_a_terminal_only(tmp_path):
     arguments = ["--quiet", "run", ROOT / "sessions/sweep.tcl"]
     shown, status = Terminal(tmp_path, *map(str, arguments)).rest()
-    assert status == 0 and "[" + "#" * 15 + "." * 15 + "] 288/576 band 2 channel 2484" in shown
+    assert status == 0 and "[" + "#" * 15 + "." * 15 + "] 288/576 bandwidth 2 channel 2484" in shown
     assert re.search(r"\033\[32mPASS", shown)
     assert "#" not in station(*arguments).stdout and "\033" not in station(*arguments).stdout
 
