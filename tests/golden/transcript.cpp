@@ -4,6 +4,7 @@
 //   transcript FOLDER    writes FOLDER/CHIP/SUBJECT.txt; folders are made where they lack
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 
@@ -47,6 +48,37 @@ scene stored(uint32_t number, const char *name, const std::string &text) {
 scene after(const std::string &words, std::function<void(const bench &)> calls, before needs = nothing) {
   return {words, needs, std::move(calls)};
 }
+
+struct planned {
+  std::string place;
+  unsigned nth, times;
+  int value = 0;
+};
+
+/// Faults that happen together, counted from the call on.
+scene failing(const std::string &words, const std::vector<planned> &faults, before needs = nothing) {
+  return {words, needs, [=](const bench &) {
+            for (const planned &f : faults) phone_fault(f.place.c_str(), f.nth, f.times, f.value);
+          }};
+}
+
+/// The driver refuses a command and leaves bytes in the record all the same.
+scene refused_with(uint32_t command, const std::string &digits, before needs = nothing) {
+  const std::string id = std::to_string(command);
+  return {"command " + id + " refused with " + digits + " in the record", needs, [=](const bench &) {
+            bench::set("driver.answer", id + ":" + digits);
+            bench::set("driver.refuse", id);
+          }};
+}
+
+const std::string up = "shell:ifconfig wlan0 up", down = "shell:ifconfig wlan0 down";
+const scene never_up = failing("wlan0 does not come up", {{up, 1, 2, 1}});
+const scene neither_up_nor_down =
+    failing("wlan0 comes neither up nor down", {{up, 1, 2, 1}, {down, 1, 0, 1}});
+const scene up_at_second_try =
+    failing("wlan0 does not go down, then comes up", {{up, 1, 1, 1}, {down, 1, 1, 1}});
+const scene second_socket_fails =
+    failing("descriptor 0, and then no socket", {{"socket", 1, 1, -1000}, {"socket", 2, 1}});
 
 // ---- Dispatch ------------------------------------------------------------------------------------------
 
@@ -118,6 +150,10 @@ void dispatch_missing(book &book) {
 void write_dispatch(book &book) {
   dispatch(book);
   dispatch_missing(book);
+  const bench bench(book.chip());
+  bench::set("subchip", "4294967295");
+  book.heading("sub-chip 4294967295");
+  book.line(bench, "wifi_set_power", 155);
 }
 
 // ---- Driver channel and shell --------------------------------------------------------------------------
@@ -133,17 +169,23 @@ std::string open_and_close(void *function, arguments &) {
 void write_driver_and_shell(book &book) {
   book.heading("driver sockets");
   book.call_as(fresh, own{"wl_config_sockets_open"}, open_and_close, true);
+  book.call_as(second_socket_fails, own{"wl_config_sockets_open"}, open_and_close, false);
   book.call<int32_t>(fresh, own{"wl_config_sockets_close"}, lent_socket{});
   book.call<int32_t>(fresh, own{"wl_config_sockets_close"}, uint32_t{999});
 
   book.heading("shell");
   book.try_faults<int32_t>(fresh, own{"system_call"}, "ifconfig wlan0 down");
   book.call<int32_t>(fresh, own{"system_call"}, no_text);
+  book.call<int32_t>(failing("waitpid interrupted twice", {{"waitpid", 1, 2, EINTR}}), own{"system_call"},
+                     "ifconfig wlan0 down");
   book.try_faults<int32_t>(fresh, own{"run_cmd_by_stream"}, "netcfg", output{40, true}, uint32_t{40});
   for (const uint32_t size : {2U, 1U, 0U}) {
     book.call<int32_t>(fresh, own{"run_cmd_by_stream"}, "netcfg", output{4}, size);
   }
   book.try_faults<int32_t>(fresh, own{"try_to_boot_up"});
+  for (const scene &scene : {never_up, neither_up_nor_down, up_at_second_try}) {
+    book.call<int32_t>(scene, own{"try_to_boot_up"});
+  }
   for (const int32_t result : {0, 1, -1}) book.call<void>(fresh, own{"check_securef_ret"}, result);
 
   book.heading("value setters");
@@ -237,6 +279,15 @@ void write_settings(book &book) {
     const bench bench(book.chip());
     for (const int32_t value : extremes) book.line(bench, "wifi_set_antenna", value);
   }
+  book.heading("power and antenna are recorded even if refused");
+  {
+    const bench bench(book.chip());
+    phone_fault("ioctl", 1, 4, 0);
+    book.outcome(bench, "wifi_set_power", 155);
+    book.outcome(bench, "wifi_set_antenna", 2);
+    for (const int32_t item : {5, 11}) book.line<int32_t>(bench, "wifi_query_setting", item);
+    for (const int32_t item : {-1, -2147483647}) book.line<int32_t>(bench, "wifi_query_setting", item);
+  }
   book.heading("MIMO chain");
   {
     const bench bench(book.chip());
@@ -297,7 +348,7 @@ void write_channels(book &book) {
   {
     const bench bench(book.chip());
     for (const uint32_t mode : {0, 4, 6, 7, 8, 9, 12, 14}) {
-      for (const int32_t mhz : {0, 2412, 2476, 2483, 2484, 5180})
+      for (const int32_t mhz : {-1, 0, 2412, 2476, 2483, 2484, 5180})
         book.line(bench, own{"wifi_ioctl_set_mode"}, mode, mhz);
     }
   }
@@ -323,7 +374,9 @@ void write_channels(book &book) {
     };
     for (int32_t mhz = 2405; mhz <= 2490; mhz++) add(mhz);
     for (int32_t mhz = 5170; mhz <= 5835; mhz++) add(mhz);
-    add(-1);
+    book.line(bench, own{"wifi_ioctl_set_channel"}, 0xFFFFFFFFU);
+    for (const uint32_t mhz : {2412U, 2484U, 5180U, 5825U})
+      book.line(bench, own{"wifi_ioctl_set_channel"}, mhz);
   }
   if (!book.exported("get_5g_band")) return;
   book.heading("channel arithmetic");
@@ -373,12 +426,49 @@ void write_test_mode(book &book) {
     book.outcome(bench, "wifi_stop_testmode");
     for (const int32_t item : {1, 9, 10}) book.line<int32_t>(bench, "wifi_query_setting", item);
   }
+  {
+    const bench bench(book.chip());
+    book.text("\nafter an interface that did not come up");
+    phone_fault(up.c_str(), 1, 1, 1);
+    book.outcome(bench, "wifi_start_testmode");
+    book.line<int32_t>(bench, "wifi_query_setting", 1);
+    book.line(bench, "wifi_set_power", 155);
+  }
+  {
+    const bench bench(book.chip());
+    bench.prepare(receiving);
+    book.text("\nafter an interface that did not go down");
+    phone_fault(down.c_str(), 1, 1, 1);
+    book.outcome(bench, "wifi_stop_testmode");
+    for (const int32_t item : {1, 9, 10}) book.line<int32_t>(bench, "wifi_query_setting", item);
+  }
+  {
+    const bench bench(book.chip());
+    bench.prepare(test_mode);
+    book.text("\nsettings survive test mode");
+    book.outcome(bench, "wifi_stop_testmode");
+    book.outcome(bench, "wifi_start_testmode");
+    for (const int32_t item : {2, 3, 5, 7}) book.line<int32_t>(bench, "wifi_query_setting", item);
+  }
+  book.heading("the framework's interface");
+  const std::pair<const char *, const char *> listings[] = {
+      {"several lines", "lo UP 127.0.0.1/8\nwlan0 DOWN 0.0.0.0/0\nwlan0 UP 10.0.0.2/24\nwlan1 UP\n"},
+      {"no line of wlan0", "lo UP 127.0.0.1/8\n"},
+      {"line ends only", "\n\n\n"},
+      {"UP in front", "UP is wlan0\n"},
+      {"no end", "wlan0 UP"}};
+  for (const auto &[words, listing] : listings) {
+    const std::string text = listing;
+    book.call({words, nothing, [=](const bench &) { bench::set("netcfg.output", text); }},
+              "conn_test_sdio_loop", nullptr);
+  }
   book.heading("single steps");
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_country_all"});
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_dyn_interval"});
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_selfcali_interval"});
   book.try_faults(fresh, own{"wifi_set_pm_switch"}, uint32_t{0});
   book.call(fresh, own{"wifi_set_pm_switch"}, uint32_t{1});
+  book.try_faults(fresh, "wifi_set_powermode", 1, 0);
   for (const int32_t mode : {1, 0, 2, -1}) {
     book.call(fresh, "wifi_set_powermode", mode, 0);
     book.call(fresh, "wifi_set_powermode", mode, 3);
@@ -415,6 +505,35 @@ void write_transmit(book &book) {
                 "a frequency off the grid", [](const bench &bench) { set_rf(bench, 4, 0, 2413, 6500, 155); },
                 test_mode),
             "wifi_start_tx");
+  const auto with = [](const std::string &words, int32_t mode, int32_t band, int32_t mhz, int32_t power) {
+    return after(
+        words, [=](const bench &bench) { set_rf(bench, mode, band, mhz, 6500, power); }, test_mode);
+  };
+  for (const scene &scene :
+       {with("2412 MHz at 40 MHz", 4, 1, 2412, 155), with("2417 MHz at 40 MHz", 4, 1, 2417, 155),
+        with("80 MHz at 2.4 GHz", 4, 2, 2412, 155), with("80 MHz at 5 GHz", 5, 2, 5210, 155),
+        with("AT mode 6 at 2.4 GHz", 6, 0, 2412, 155), with("negative power", 4, 0, 2412, -155)}) {
+    book.call(scene, "wifi_start_tx");
+    book.call(scene, "wifi_start_rx", no_text, no_text);
+  }
+  book.call(after("no chain chosen",
+                  [](const bench &bench) {
+                    bench.call("wifi_start_testmode");
+                    set_rf(bench, 4, 0, 2412, 6500, 155);
+                  }),
+            "wifi_start_tx");
+  book.call(after(
+                "an unknown mode after a known one",
+                [](const bench &bench) { bench.call("wifi_set_mode", 99); }, test_mode),
+            "wifi_start_tx");
+  book.call(after(
+                "a refused chain after chain 2",
+                [](const bench &bench) {
+                  bench.call("wifi_setmimo_channel", 2);
+                  bench.call("wifi_setmimo_channel", 3);
+                },
+                test_mode),
+            "wifi_start_tx");
   book.heading("rates");
   for (const int32_t rate : {0, 1, 65, 99, 100, 550, 1100, 5400, 6500, 12150, 12151, 86670, -1, -100}) {
     book.call(after(
@@ -436,6 +555,19 @@ void write_transmit(book &book) {
     phone_fault("ioctl:5", 1, 2, 0);
     book.outcome(bench, "wifi_start_tx");
     book.line<int32_t>(bench, "wifi_query_setting", 9);
+  }
+  for (const bool transmit : {true, false}) {
+    const bench bench(book.chip());
+    bench.prepare(test_mode);
+    book.text(std::string("\nthe flag after a start that failed early, ") +
+              (transmit ? "transmit" : "receive"));
+    phone_fault("ioctl:2", 1, 2, 0);
+    if (transmit) {
+      book.outcome(bench, "wifi_start_tx");
+    } else {
+      book.outcome(bench, "wifi_start_rx", no_text, no_text);
+    }
+    book.line<int32_t>(bench, "wifi_query_setting", transmit ? 9 : 10);
   }
 }
 
@@ -468,12 +600,7 @@ void write_receive(book &book) {
   }
   book.heading("readings");
   book.try_faults({"receiving", receiving}, "wifi_get_rx_rssi", output{4});
-  book.call({"RSSI refused with a value in the record", receiving,
-             [](const bench &) {
-               bench::set("driver.answer", "12:c9ffffff");
-               bench::set("driver.refuse", "12");
-             }},
-            "wifi_get_rx_rssi", output{4});
+  book.call(refused_with(12, "c9ffffff", receiving), "wifi_get_rx_rssi", output{4});
   book.try_faults(answering(10, {0x78, 0x56, 0x34, 0x12}, receiving), "wifi_get_rx_pckg");
   book.call(answering(10, {0xFF, 0xFF, 0xFF, 0xFF}, receiving), "wifi_get_rx_pckg");
 }
@@ -501,6 +628,26 @@ void write_ru_test(book &book) {
   if (!book.exported("wifi_ioctl_set_axru")) return;
   book.heading("in a receive start");
   book.try_faults({"receive armed", ru_test}, "wifi_start_rx", no_text, no_text);
+  const auto armed_then = [&](const std::string &words, std::function<void(const bench &)> calls) {
+    return after("receive armed, " + words, std::move(calls), ru_test);
+  };
+  const scene cases[] = {
+      armed_then("then disarmed", [](const bench &bench) { bench.call("wifi_ru_set", 0, "111"); }),
+      armed_then("then a refused setting", [](const bench &bench) { bench.call("wifi_ru_set", 3, "111"); }),
+      armed_then("started once already",
+                 [](const bench &bench) { bench.call("wifi_start_rx", no_text, no_text); }),
+      armed_then("a start that failed before the setting",
+                 [](const bench &bench) {
+                   phone_fault("ioctl:2", 1, 2, 0);
+                   bench.call("wifi_start_rx", no_text, no_text);
+                 }),
+      armed_then("the setting refused once already",
+                 [](const bench &bench) {
+                   phone_fault("ioctl:39", 1, 2, 0);
+                   bench.call("vq2070_wifi_ioctl_set_axru", uint16_t{1});
+                 }),
+  };
+  for (const scene &scene : cases) book.call(scene, "wifi_start_rx", no_text, no_text);
 }
 
 void write_rf_test(book &book) {
@@ -534,8 +681,22 @@ void write_probes(book &book) {
       book.call<int32_t>(keyed(probe.key, found), own{probe.name}, lent_socket{}, "wlan0");
     }
   }
+  const uint32_t probe_ids[] = {6, 20, 25, 26, 27, 29, 30, 31};
+  for (const char *name : {"wl_config_wifi_dbb_get", "wl_config_wifi_efuse_get", "wl_config_wipin_test",
+                           "wl_config_pmu_check", "wl_config_wkup_io_test", "wl_config_pcie_test"}) {
+    for (const uint32_t id : probe_ids) {
+      const scene scene = refused_with(id, "05000000");
+      const bench bench(book.chip());
+      scene.prepare(bench);
+      const std::string said = book.outcome(bench, own{name}, lent_socket{}, "wlan0");
+      if (said.find("EIO") != std::string::npos)
+        book.text(std::string(name) + ", " + scene.words + " " + said);
+    }
+  }
   book.heading("FEM/PA status");
   book.try_faults(fresh, "wifi_hw_get", nullptr);
+  book.call(refused_with(7, "05000000"), "wifi_hw_get", nullptr);
+  book.call(refused_with(7, "00"), "wifi_hw_get", nullptr);
   for (const char *found : {"1", "65536", "4294967295"}) {
     book.call(keyed("check.fem", found), "wifi_hw_get", nullptr);
   }
@@ -564,6 +725,12 @@ void write_chip_check(book &book) {
   book.heading("die identifier");
   book.try_faults(fresh, own{"wifi_get_die_id"}, output{4}, output{38});
   book.try_faults(fresh, "conn_test_get_checktime_of_chipcheck", nullptr, output{4}, output{38});
+  for (const scene &scene : {never_up, neither_up_nor_down, up_at_second_try}) {
+    book.call(scene, own{"wifi_get_die_id"}, output{4}, output{38});
+  }
+  book.call(failing("no socket, and wlan0 does not go down", {{"socket", 1, 0}, {down, 1, 0, 1}}),
+            own{"wifi_get_die_id"}, output{4}, output{38});
+  book.call(refused_with(22, "0102030405060708"), own{"wifi_get_die_id"}, output{4}, output{38});
 }
 
 void write_self_check(book &book) {
@@ -572,12 +739,26 @@ void write_self_check(book &book) {
   book.heading("weld test");
   book.try_faults(fresh, "wifi_test_weld");
   for (const probe &probe : probes) book.call(keyed(probe.key, "5"), "wifi_test_weld");
+  for (const char *found : {"65536", "65535"}) {
+    book.call(keyed("check.wakeup_io", found), "wifi_test_weld");
+    book.call(keyed("check.pcie", found), "wifi_test_weld");
+  }
+  for (const scene &scene : {never_up, neither_up_nor_down, up_at_second_try})
+    book.call(scene, "wifi_test_weld");
   book.call({"in test mode", test_mode}, "wifi_test_weld");
   {
     const bench bench(book.chip());
     bench.prepare(test_mode);
     book.outcome(bench, "wifi_test_weld");
     book.text("\nthe test mode flag after a weld test");
+    book.line<int32_t>(bench, "wifi_query_setting", 1);
+  }
+  {
+    const bench bench(book.chip());
+    bench.prepare(test_mode);
+    phone_fault(up.c_str(), 1, 2, 1);
+    book.outcome(bench, "wifi_test_weld");
+    book.text("\nthe test mode flag after a weld test that failed");
     book.line<int32_t>(bench, "wifi_query_setting", 1);
   }
 }
@@ -680,6 +861,8 @@ void write_calibration_sets(book &book) {
                }},
               "wifi_nvram_calibrate_set", 0, 0, 4, 0, 1, 2442, "4.9");
     book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 3, 0, 0, 2442, no_text);
+    book.call(calibrated_scene, "wifi_nvram_calibrate_set", 1, 1, 4, 0, 0, 2412, "0.5");
+    book.call({"NV empty"}, "wifi_nvram_calibrate_set", 0, 0, 4, 0, 0, 2412, "0.5");
     return;
   }
   book.try_faults(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, "12");
@@ -691,6 +874,29 @@ void write_calibration_sets(book &book) {
   book.call(empty, "wifi_nvram_calibrate_set", 0, 1, 0, 1, 3, 5250, "3");
   book.call(empty, "wifi_nvram_calibrate_set", 1, 0, 0, 0, 0, 2442, "12");
   book.call(empty, "wifi_nvram_calibrate_set", 0, 2, 0, 0, 0, 2442, "12");
+  for (const auto &[mode, bandwidth] : {std::pair{2, 0}, std::pair{0, 1}}) {
+    for (const int32_t freq : {2412, 2442}) {
+      for (const int32_t chain : {0, 1}) {
+        book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, chain, mode, 0, bandwidth, freq, "8");
+      }
+    }
+  }
+  book.heading("the driver's answer out of order");
+  const uint32_t query = book.chip() == "vq2040a" ? 26 : 29;
+  for (const char *text : {"", "x", "1", "1,2", "1,2,x", "1,2,3,4"}) {
+    const std::string answer = text;
+    const scene scene =
+        answering(query, std::vector<uint8_t>(answer.c_str(), answer.c_str() + answer.size() + 1));
+    book.call(scene, "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, "8");
+  }
+  book.call(answering(query, std::vector<uint8_t>(104, '7')), "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442,
+            "8");
+  book.call(failing("NV answers 7", {{"kevoOperaNVWR", 1, 0, 7}}), "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0,
+            2412, "8");
+  book.call(stored(340, "WIC0_2G5G_OFDM", "pa5ga0=1,2,3,4;"), "wifi_nvram_calibrate_set", 0, 0, 0, 1, 0, 5745,
+            "8");
+  book.call(stored(340, "WIC0_2G5G_OFDM", "pa2ga0=1,2,3;pa5ga0=" + std::string(83, '1') + ";"),
+            "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, "2147483647");
   book.heading("stored texts out of order");
   for (const char *text :
        {"pa2ga0=1,2;", "pa2ga0=;", "pa2ga0;", "pa2ga0", "pa2ga0=1,2,3", "xpa2ga0=1,2,3;", ";;pa2ga0=4,5,6;;",
@@ -836,6 +1042,7 @@ void write_items(book &book) {
   book.try_faults(fresh, "wifi_nvram_set", nullptr, nullptr, 0);
   book.call(answering(18, std::vector<uint8_t>(104, 0x41)), "wifi_nvram_set", nullptr, nullptr, 0);
   book.call(answering(18, {0, 1, 2}), "wifi_nvram_set", nullptr, nullptr, 0);
+  book.call(refused_with(18, "01020304"), "wifi_nvram_set", nullptr, nullptr, 0);
   book.call(answering(18, {1, 2, 3, 4, 5, 0, 7, 8, 0, 10}), "wifi_nvram_set", nullptr, nullptr, 0);
   book.try_faults<int32_t>(fresh, own{"write_wifi_caldata_to_nv"}, "0123456789ab", uint32_t{12});
   book.try_faults<int32_t>(full, own{"read_wifi_nvram_param_from_nv"}, output{104}, uint32_t{104},
@@ -866,7 +1073,15 @@ void write_utilities(book &book) {
   book.heading("roaming");
   book.try_faults(fresh, "wifi_start_roam", "02:00:5E:10:20:31");
   book.call(fresh, "wifi_start_roam", no_text);
-  book.call(fresh, "wifi_start_roam", std::string(120, 'x').c_str());
+  for (const size_t length : {81U, 82U, 83U, 120U}) {
+    const std::string target(length, 'x');
+    book.call_as(
+        {std::to_string(length) + " characters"}, "wifi_start_roam",
+        [=](void *function, arguments &) {
+          return std::to_string(reinterpret_cast<uint32_t (*)(const char *)>(function)(target.c_str()));
+        },
+        false);
+  }
   book.try_faults(fresh, "wifi_start_roam_scan");
   book.try_faults(fresh, "wifi_set_bss_expire_age", 60);
   for (const int32_t age : {0, -1, 2147483647}) book.call(fresh, "wifi_set_bss_expire_age", age);
@@ -880,18 +1095,13 @@ void write_utilities(book &book) {
                bench::set("ap.rssi", "-61");
              }},
             "wifi_conn_info", output{33}, output{6}, output{1});
-  book.call({"refused with a record", nothing,
-             [](const bench &) {
-               std::string digits = ":01" + std::string(66, '4') + "aabbccddeeffb0";
-               for (const char *id : {"27", "33", "38"}) {
-                 bench::set("driver.answer", id + digits);
-                 bench::set("driver.refuse", id);
-               }
-             }},
-            "wifi_conn_info", output{33}, output{6}, output{1});
+  const uint32_t conn_info = book.chip() == "vq2040" ? 27 : book.chip() == "vq2040a" ? 33 : 38;
+  const std::string record = "01" + std::string(66, '4') + "aabbccddeeffb0";
+  book.call(refused_with(conn_info, record), "wifi_conn_info", output{33}, output{6}, output{1});
   book.heading("UPC code");
   book.try_faults(fresh, "wifi_get_upc_code", output{1}, output{1}, output{1});
   book.call(answering(24, {0x78, 0x56, 0x34, 0x12}), "wifi_get_upc_code", output{1}, output{1}, output{1});
+  book.call(refused_with(24, "78563412"), "wifi_get_upc_code", output{1}, output{1}, output{1});
   book.heading("switches");
   book.call(fresh, "wifi_power_set_range", output{1}, output{1});
   book.try_faults(fresh, "wifi_set_tas_ant_mode", 1);
