@@ -118,7 +118,7 @@ wifi_func_t fitted_func(uint32_t op_id) {
   return subchip < ORVA_SUBCHIPS ? row.func[subchip] : nullptr;
 }
 
-/// Calls the fitted chip's back end; logs `missing` if there is none.
+/// Calls the fitted chip's function; if it has none, logs `missing` and returns 0.
 template <typename Result, typename... Arguments>
 Result call(op_id op, const char *missing, Arguments... arguments) {
   const wifi_func_t func = fitted_func(op);
@@ -290,7 +290,7 @@ uint32_t wifi_nvram_calibrate_clean_new(const uint32_t *flags) {
   return call<uint32_t>(OP_NVRAM_CALIBRATE_CLEAN_NEW, "wifi_nvram_clean_new::funcname is null.\n", flags);
 }
 
-// Not through the table: the other chips return success without doing anything.
+// Bypasses the table: the other chips return success without doing anything.
 uint32_t wifi_test_broadcast_loop(int32_t value) {
   return get_orva_connectivity_subchip() == ORVA_SUBCHIP_VQ2040A ? vq2040a_wifi_test_broadcast_loop(value)
                                                                  : 1;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The dispatch table: which back end serves an operation on which chip.
+// The dispatch table: each chip's function for each operation.
 #ifndef ORVA_DISPATCH_H
 #define ORVA_DISPATCH_H
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr nv_item WINVRAM = {340, "WINVRAM"};
 
-/// Fetches the block from the driver. @return whether there is one to store.
+/// Fetches the block. @return whether the driver accepted the command and the block is not empty.
 bool fetch(const chip &chip, uint32_t socket, const char *copy_failure, caldata &block) {
   ioctl_data record = record_of(COMMAND_CALDATA_FETCH);
   const bool accepted = send_record(chip, socket, record);

@@ -12,14 +12,13 @@ struct caldata {
   uint8_t code[ORVA_NV_ITEM_SIZE];
 };
 
-/// Copies the driver's block to NV. copy_failure: the chip's message for a failed copy, which is not an
-/// error.
+/// Copies the driver's block to NV. A failed copy logs copy_failure and is otherwise ignored.
 bool copy_caldata_to_nv(const chip &chip, const char *copy_failure);
 
-/// What a chip without a block does instead: logs that. @return false.
+/// For chips without a block: logs the refusal. @return false.
 bool refuse_caldata(const chip &chip);
 
-/// Logs the block as big-endian words, up to the first that begins with 0.
+/// Logs the block as big-endian words, up to the first word whose first byte is 0.
 void print_data(const chip &chip, const caldata &block);
 
 /// @return 0, or the NV service's error code.

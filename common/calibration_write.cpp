@@ -29,8 +29,8 @@ bool load_text(const chip &chip, const cal_row &row, const param_family &family,
   }
   LOG_DEBUG(chip, "%s_getparam_from_wifi_chip,wifi chip param is loaded, name=%s, value=%s\n", chip.name,
             row.param, text);
-  if (family.start == nullptr) return query_driver(chip, row, text, TEXT_SIZE);
-  memcpy(text, family.start, strlen(family.start) + 1);
+  if (family.initial_text == nullptr) return query_driver(chip, row, text, TEXT_SIZE);
+  memcpy(text, family.initial_text, strlen(family.initial_text) + 1);
   return true;
 }
 
@@ -50,7 +50,8 @@ bool store_values(const chip &chip, const cal_row &row, const param_values &valu
   request.values = reinterpret_cast<const uint32_t *>(values.v);
   get_nvbuf_by_name(chip, item, sizeof item, request, ORVA_NVBUF_MERGE);
   const bool merged = *item != '\0';
-  // An item whose text has no entries merges to nothing; chips that write it all the same still fail.
+  // If the stored text has no complete entry, the merge yields an empty item. Some chips write it; the call
+  // fails either way.
   if (!merged && chip.calibration->writes_nothing_without_entries) return false;
   const int32_t code = write_item(row.item, item, sizeof item);
   if (code == 0) return merged;
@@ -83,7 +84,7 @@ bool correct_rows(const chip &chip, const orva_cal_lookup &found, const measured
   return true;
 }
 
-/// Parses the error; false if it is too large for the chip, or not a number where there is a bound.
+/// Parses the error; false if it exceeds the chip's bound or is NaN. A text that is no number counts as 0.
 bool parse_error(const chip &chip, const char *text, float &error) {
   error = static_cast<float>(atof(text));
   const float largest = chip.calibration->largest_error;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/catalogue.h"
 
-#include "common/channel.h"
 #include "common/log.h"
 
 namespace orva {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A chip's calibration parameters: which request reaches which, and the NV item that stores it.
+// A chip's calibration parameters: the request that selects each, and the NV item that stores it.
 #ifndef ORVA_CATALOGUE_H
 #define ORVA_CATALOGUE_H
 
@@ -8,7 +8,10 @@
 
 namespace orva {
 
-/// One calibration parameter: the request that reaches it, its name in the driver, its NV item.
+/// The 2.4 GHz channel at which power curves are measured; per-channel offsets refer to it.
+constexpr int32_t REFERENCE_CHANNEL_MHZ = 2442;
+
+/// One calibration parameter: the request that selects it, its name in the driver, its NV item.
 struct cal_row {
   uint8_t chain;
   uint8_t mode;       ///< 2 for CCK
@@ -24,7 +27,7 @@ struct driver_param {
   uint32_t number;
 };
 
-/// How a chip numbers driver parameters, with the log lines that belong to it. @return the number, or -1.
+/// Finds the driver's number of a row's parameter, and logs it. @return the number, or -1 (logged).
 using param_number_of = int32_t (*)(const chip &chip, const cal_row &row);
 
 struct calibration {
@@ -37,7 +40,7 @@ struct calibration {
   bool centres_only;                    ///< per-channel offsets accept exact channel centres only, not 2442
   bool writes_nothing_without_entries;  ///< an item without ";" is left alone instead of emptied
   bool checks_secure_calls;             ///< check_securef_ret after bounds-checked copies
-  const char *reply_copy_failure;       ///< takes the chip's name or no argument
+  const char *answer_copy_failure;      ///< takes the chip's name or no argument
 };
 
 /// What a calibration request asks for; the fields as in cal_row, freq in MHz.
@@ -47,10 +50,9 @@ struct cal_request {
 };
 
 /// The rows for a request, in table order: per-channel offsets up to 2481 MHz except at the reference
-/// channel, power curves otherwise. Logged.
+/// channel, power curves otherwise. Logs the request and each match.
 orva_cal_lookup find_rows(const chip &chip, const cal_request &request);
 
-/// Row i of a lookup.
 const cal_row &matched_row(const chip &chip, const orva_cal_lookup &found, uint32_t i);
 
 }  // namespace orva

@@ -12,11 +12,6 @@ constexpr int32_t CHANNEL_14_MHZ = 2484;
 constexpr uint32_t CHANNEL_14 = 14;
 constexpr uint32_t BASE_5G = 35;
 
-struct sub_band {
-  int32_t first_mhz, last_mhz;
-};
-constexpr sub_band sub_bands_5g[] = {{5180, 5320}, {5500, 5640}, {5660, 5720}, {5745, 5825}};
-
 uint32_t remap_mode(const chip &chip, uint32_t mode, int32_t mhz) {
   for (const mode_remap &row : chip.mode.remaps) {
     if (row.mode == mode && mhz < CHANNEL_14_MHZ) return row.below_2484_mhz;
@@ -32,13 +27,6 @@ uint32_t bandwidth_code(uint32_t bandwidth) {
   }
 }
 
-const at_mode *find_at_mode(const chip &chip, int32_t at_mode) {
-  for (const struct at_mode &row : chip.mode.at_modes) {
-    if (row.at_mode == static_cast<uint8_t>(at_mode)) return &row;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 // There is neither 80 nor 160 MHz at 2.4 GHz.
@@ -50,19 +38,6 @@ const freq_bw g_ast_freq_bw[6] = {
     {.is_5g = 1, .first_mhz = 5180, .step_mhz = 5, .end_mhz = 5830, .bandwidth = 2, .offset = -6},
     {.is_5g = 1, .first_mhz = 5180, .step_mhz = 5, .end_mhz = 5830, .bandwidth = 3, .offset = -14},
 };
-
-bool wifi_set_mode(const chip &chip, int32_t at_mode) {
-  chip.state.mode = at_mode;
-  if (chip.mode_logs_every_call) LOG_ERROR(chip, "wifi_set_mode::mode[%d].\n", at_mode);
-  const struct at_mode *row = find_at_mode(chip, at_mode);
-  if (row == nullptr) {
-    log_text(chip, ORVA_LOG_ERROR, chip.mode.unknown, at_mode);
-    return false;
-  }
-  chip.state.mode_driver = row->driver_mode;
-  LOG_DEBUG(chip, "wifi_set_mode::mode[%d], enable[%d].\n", at_mode, chip.state.mode_driver);
-  return true;
-}
 
 bool wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz) {
   const uint32_t sent = remap_mode(chip, mode, mhz);
@@ -109,15 +84,6 @@ bool channel_on_row(const freq_bw &row, uint32_t base, uint32_t mhz, uint32_t &c
 
 bool channel_on_row(const freq_bw &row, uint32_t mhz, uint32_t &channel) {
   return channel_on_row(row, row.is_5g != 0 ? BASE_5G : 0, mhz, channel);
-}
-
-int32_t sub_band_5g(int32_t mhz) {
-  int32_t index = 0;
-  for (const sub_band &row : sub_bands_5g) {
-    if (mhz >= row.first_mhz && mhz <= row.last_mhz) return index;
-    index++;
-  }
-  return -1;
 }
 
 bool channel_by_band(const chip &chip, uint32_t mhz, uint32_t &channel) {

@@ -7,9 +7,6 @@
 
 namespace orva {
 
-/// Records an AT mode and, if the chip knows it, the driver mode. @return whether it is known.
-bool wifi_set_mode(const chip &chip, int32_t at_mode);
-
 /// Each sends one value in the driver's terms. @return whether the driver accepted it.
 bool wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz);
 bool wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth);
@@ -31,22 +28,15 @@ extern const freq_bw g_ast_freq_bw[6];
 /// The row for a band and bandwidth index; null if there is none.
 const freq_bw *find_freq_bw(bool is_5g, uint32_t bandwidth);
 
-/// Walks a row up to the frequency. base: 0 at 2.4 GHz, 35 at 5 GHz. @return false for a frequency off the
-/// grid.
+/// Finds a frequency's channel number on a row. base: 0 at 2.4 GHz, 35 at 5 GHz. @return false for a
+/// frequency off the grid.
 bool channel_on_row(const freq_bw &row, uint32_t base, uint32_t mhz, uint32_t &channel);
 /// The same with the base of the row's band.
 bool channel_on_row(const freq_bw &row, uint32_t mhz, uint32_t &channel);
 
 constexpr int32_t LAST_2G_MHZ = 2476;
 
-/// The 2.4 GHz channel at which power curves are measured; per-channel offsets refer to it.
-constexpr int32_t REFERENCE_CHANNEL_MHZ = 2442;
-
-/// @return the index, 0 to 3, of the 5 GHz sub-band that shares a power curve: 5180 to 5320, 5500 to 5640,
-/// 5660 to 5720, 5745 to 5825 MHz; -1 for any other frequency.
-int32_t sub_band_5g(int32_t mhz);
-
-/// channel_of for chips that check bandwidth index and band separately, with a message for each.
+/// A channel_of that checks bandwidth index and band separately and logs each failure.
 bool channel_by_band(const chip &chip, uint32_t mhz, uint32_t &channel);
 
 }  // namespace orva

@@ -17,7 +17,7 @@ struct test_state {
   int32_t &status;       ///< 1 while test mode is on
   int32_t &mode;         ///< AT mode last asked for, known or not
   uint8_t &mode_driver;  ///< driver mode of the last known AT mode
-  int32_t &channel;      ///< centre frequency, MHz
+  int32_t &channel_mhz;  ///< centre frequency
   int32_t &freq;         ///< never written
   int32_t &rate;         ///< station's units
   int32_t &bandwidth;    ///< bandwidth index; -1: not set
@@ -52,26 +52,27 @@ struct mode_remap {
   uint8_t below_2484_mhz;
 };
 
-/// A rate whose code is not a hundredth of it.
+/// The code sent for a rate; other rates are divided by 100.
 struct rate_code {
   int32_t rate;
   int32_t code;
 };
 
-/// One step of a transmit or receive start: run is true if the driver accepted it. The failure message
-/// takes the driver result or no argument.
+/// One step of a transmit or receive start. run returns whether the driver accepted it; failure takes the
+/// result or no argument.
 struct start_step {
   bool (*run)(const chip &);
   const char *failure;
 };
 
-/// One step of the weld test on an open socket. A failed step logs its message and ends the test.
+/// One step of the weld test on an open socket. A failed step logs its message and ends the test. A step that
+/// cannot fail has no message; only such steps may follow weld_close.
 struct weld_step {
   bool (*run)(const chip &, uint32_t socket, const char *interface);
   const char *failure;
 };
 
-/// Whose failure makes test-mode entry log that the country code failed.
+/// Which refused command makes test-mode entry log a failed country code.
 enum class country_failure : uint8_t { not_logged, of_country_code, of_power_save };
 
 /// Line numbers printed in a probe's messages.
@@ -113,14 +114,14 @@ struct chip {
 
   int32_t power_divisor;       ///< station's units per driver step
   bool mode_logs_every_call;   ///< wifi_set_mode logs the mode at error level even if it is known
-  bool query_logs_wrong_type;  ///< of wifi_query_setting
+  bool query_logs_wrong_type;  ///< wifi_query_setting logs an unknown item
   bool sdio_loop_stops_wifi;
 
   struct {
     list<const start_step *> steps;
     list<rate_code> rate_codes;
     bool raises_flag_at_start;     ///< start sets the transmit flag
-    bool stops_only_when_started;  ///< stop returns 1 at once if the flag is down; receive as well
+    bool stops_only_when_started;  ///< stopping does nothing if the flag is 0; also for receive
     uint32_t final_pause_us;       ///< after switching transmit or receive on
   } tx;
 

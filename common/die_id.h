@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The die identifier.
 #ifndef ORVA_DIE_ID_H
 #define ORVA_DIE_ID_H
 

@@ -61,7 +61,7 @@ bool send_value(const chip &chip, uint32_t socket, uint32_t command, uint32_t va
 uint32_t wl_config_sockets_open(const chip &chip) {
   const int first = driver_socket();
   if (first != 0) return socket_or_log(chip, first, chip.line.socket_failed);
-  // Callers read 0 as failure, so descriptor 0 is exchanged for another one.
+  // Callers read 0 as failure, so descriptor 0 is replaced by another.
   const int second = driver_socket();
   close(first);
   return socket_or_log(chip, second, chip.line.second_socket_failed);

@@ -62,7 +62,7 @@ int32_t wl_config_sockets_close(uint32_t socket);
 /// wl_config_sockets_open for an operation: also logs "socket create fail." if none could be opened.
 uint32_t open_socket(const chip &chip);
 
-/// Stamps the magic and issues the command, once more after 10 ms if refused. @return whether the driver
+/// Sets the magic and issues the command, once more after 10 ms if refused. @return whether the driver
 /// accepted it. After a refusal the data area holds what the driver left in it, usually what was sent.
 bool wl_config_cmd_to_driver(const chip &chip, uint32_t socket, const char *interface, ioctl_data &record);
 
@@ -78,7 +78,7 @@ bool send_and_report(const chip &chip, uint32_t socket, ioctl_data &record, cons
                      const char *failure);
 
 /// Sends one value on a socket of its own and pauses 1 ms. @return whether the driver accepted it; false
-/// for an id that the chip's value sender does not know.
+/// without a socket, and for an id that the chip does not list.
 bool wl_config_sockets_send(const chip &chip, uint32_t command, uint32_t value);
 
 /// Stores a value in a record's data area.

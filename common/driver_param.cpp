@@ -5,16 +5,18 @@
 
 #include "common/driver.h"
 #include "common/log.h"
-#include "common/shell.h"
 
 namespace orva {
 
 namespace {
 
-bool copy_reply(const chip &chip, const ioctl_data &reply, char *text, uint32_t text_size) {
-  const int32_t result = memcpy_s(text, text_size, reply.pri_data, ORVA_NV_ITEM_SIZE);
+/// The parameter's number is in the last byte of the data area that the answer will fill.
+constexpr uint32_t PARAM_NUMBER_AT = ORVA_NV_ITEM_SIZE - 1;
+
+bool copy_answer(const chip &chip, const ioctl_data &answer, char *text, uint32_t text_size) {
+  const int32_t result = memcpy_s(text, text_size, answer.pri_data, ORVA_NV_ITEM_SIZE);
   if (chip.calibration->checks_secure_calls) check_securef_ret(chip, result);
-  if (result != 0) log_named(chip, ORVA_LOG_ERROR, chip.calibration->reply_copy_failure);
+  if (result != 0) log_named(chip, ORVA_LOG_ERROR, chip.calibration->answer_copy_failure);
   return result == 0;
 }
 
@@ -26,7 +28,7 @@ bool fill_query(const chip &chip, const cal_row &row, ioctl_data &query) {
     return false;
   }
   LOG_ERROR(chip, "%s_wifi_querry_nvram_parameter_from_driver:param_num = %d", chip.name, number);
-  query.pri_data[ORVA_NV_ITEM_SIZE - 1] = static_cast<uint8_t>(number);
+  query.pri_data[PARAM_NUMBER_AT] = static_cast<uint8_t>(number);
   return true;
 }
 
@@ -46,7 +48,7 @@ bool ask_driver(const chip &chip, const cal_row &row, char *text, uint32_t text_
   ioctl_data query = record_of(chip.command.calibration_query);
   const bool answered = send_query(chip, socket, row, query);
   wl_config_sockets_close(socket);
-  if (!answered || !copy_reply(chip, query, text, text_size)) return false;
+  if (!answered || !copy_answer(chip, query, text, text_size)) return false;
   LOG_DEBUG(chip, "querry nvram, nvram_var_name=%s, outbuff=%s\n", row.param, text);
   LOG_DEBUG(chip, "varbuff = %s,name = %s", text, row.param);
   return true;

@@ -10,7 +10,8 @@ namespace orva {
 /// Fetches the text of a parameter's current values from the driver. @return whether it was fetched.
 bool query_driver(const chip &chip, const cal_row &row, char *text, uint32_t text_size);
 
-/// A param_number_of: searches the chip's driver_params. A name matches a listed one that it is a prefix of.
+/// A param_number_of over the chip's driver_params. The first listed name that begins with the parameter's
+/// name matches.
 int32_t listed_param_number(const chip &chip, const cal_row &row);
 
 void log_no_param_number(const chip &chip, const cal_row &row);

@@ -16,4 +16,8 @@ void log_named(const chip &chip, int priority, const char *text) {
 
 #pragma GCC diagnostic pop
 
+void check_securef_ret(const chip &chip, int32_t result) {
+  if (result != 0) LOG_ERROR(chip, "%s_check_securef_ret::securef_ret fail, pls check.", chip.name);
+}
+
 }  // namespace orva

@@ -12,11 +12,14 @@
 
 namespace orva {
 
-/// Logs a text out of a table; it takes the value or nothing.
+/// Logs a format that takes the value or no argument.
 void log_text(const chip &chip, int priority, const char *text, int32_t value);
 
-/// Logs a text that takes the chip's name or nothing.
+/// Logs a format that takes the chip's name or no argument.
 void log_named(const chip &chip, int priority, const char *text);
+
+/// Logs a failed bounds-checked call.
+void check_securef_ret(const chip &chip, int32_t result);
 
 }  // namespace orva
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// NV items: what names one, and the NV service that reads and writes it whole.
+// NV items, by number and name, and the service that reads and writes them.
 #ifndef ORVA_NV_ITEM_H
 #define ORVA_NV_ITEM_H
 

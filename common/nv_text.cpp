@@ -5,7 +5,6 @@
 
 #include "common/catalogue.h"
 #include "common/log.h"
-#include "common/shell.h"
 
 namespace orva {
 

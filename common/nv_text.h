@@ -22,7 +22,7 @@ struct entries {
   uint32_t count;
 };
 entries split(char *text, int32_t length);
-/// The entry after this one.
+
 inline char *next_entry(char *entry) {
   while (*entry != '\0') entry++;
   return entry + 1;
@@ -31,7 +31,7 @@ inline char *next_entry(char *entry) {
 bool is_entry_of(const char *entry, const char *name);
 
 /// Reads, merges or keeps one parameter of an item; mode is one of ORVA_NVBUF_…. An item without the
-/// parameter leaves out empty, except that a merge adds it.
+/// parameter leaves out empty, except that a merge adds it. Only vq2070 uses ORVA_NVBUF_KEEP_ONLY.
 void get_nvbuf_by_name(const chip &chip, char *out, uint32_t out_size, const orva_nvbuf_request &request,
                        uint32_t mode);
 

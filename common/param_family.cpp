@@ -4,12 +4,16 @@
 #include <string.h>
 
 #include "common/catalogue.h"
-#include "common/channel.h"
 #include "common/log.h"
 
 namespace orva {
 
 namespace {
+
+struct sub_band {
+  int32_t first_mhz, last_mhz;
+};
+constexpr sub_band sub_bands_5g[] = {{5180, 5320}, {5500, 5640}, {5660, 5720}, {5745, 5825}};
 
 bool is_prefix_of_any(const list<const char *> &members, const char *name) {
   for (const char *member : members) {
@@ -18,7 +22,7 @@ bool is_prefix_of_any(const list<const char *> &members, const char *name) {
   return false;
 }
 
-/// As the phone's processor converts: saturates out of range, 0 for a nan.
+/// Converts as the phone's processor does: saturates out of range, 0 for NaN.
 int32_t truncate(float value) {
   if (value >= 2147483648.0F) return INT32_MAX;
   if (value < -2147483648.0F) return INT32_MIN;
@@ -42,7 +46,7 @@ void shift_curve(int32_t *curve, const measured_error &error) {
   curve[2] = round_away((65536.0F * c + s * s * a - 64.0F * s * b) / 65536.0F);
 }
 
-/// An offset in tenths of a dB that cancels the error; without its fraction.
+/// The offset, in whole tenths of a dB, that cancels the error.
 int32_t offset_for(const measured_error &error) { return truncate(-error.tenths_db); }
 
 bool correct_2g_curve(const chip &, const measured_error &error, param_values &values) {
@@ -57,7 +61,7 @@ bool correct_5g_curves(const chip &chip, const measured_error &error, param_valu
     LOG_ERROR(chip, "%s_calibrate_nvram_param 5G freq is not matched\n", chip.name);
     return false;
   }
-  shift_curve(values.v + 3 * sub_band, error);
+  shift_curve(values.v + CURVE_VALUES * sub_band, error);
   return true;
 }
 
@@ -97,6 +101,15 @@ const param_family families[] = {
 };
 
 }  // namespace
+
+int32_t sub_band_5g(int32_t mhz) {
+  int32_t index = 0;
+  for (const sub_band &row : sub_bands_5g) {
+    if (mhz >= row.first_mhz && mhz <= row.last_mhz) return index;
+    index++;
+  }
+  return -1;
+}
 
 const param_family *family_of(const char *param) {
   for (const param_family &row : families) {

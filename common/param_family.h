@@ -10,6 +10,9 @@ namespace orva {
 
 constexpr uint32_t MOST_PARAM_VALUES = 13;
 
+/// Values of one power curve.
+constexpr int32_t CURVE_VALUES = 3;
+
 /// The values of one parameter, as many as its text held.
 struct param_values {
   int32_t v[MOST_PARAM_VALUES];
@@ -23,11 +26,15 @@ struct measured_error {
 
 struct param_family {
   bool (*has)(const char *name);
-  const char *format;  ///< of its values, for sscanf
-  const char *start;   ///< text to start from if NV holds none; null: the driver has it
+  const char *format;        ///< of its values, for sscanf
+  const char *initial_text;  ///< if NV holds none; null: ask the driver
   /// @return false if the frequency does not belong to the family; some families log that.
   bool (*correct)(const chip &, const measured_error &, param_values &);
 };
+
+/// @return the index, 0 to 3, of the 5 GHz sub-band that a curve serves: 5180 to 5320, 5500 to 5640, 5660 to
+/// 5720, 5745 to 5825 MHz; -1 for any other frequency.
+int32_t sub_band_5g(int32_t mhz);
 
 /// The family that a parameter's name belongs to; null if there is none.
 const param_family *family_of(const char *param);
@@ -35,7 +42,7 @@ const param_family *family_of(const char *param);
 /// @return the number of values parsed, at most the family's; 0 or less if there are none.
 int32_t parse_values(const param_family &family, const char *text, param_values &values);
 
-/// Name tests. A prefix of a member counts, so the empty name is in every family.
+/// Whether a name is a member of the family or a prefix of one. The empty name belongs to every family.
 bool check_nvname_2G_normal(const char *name);
 bool check_nvname_2G_mucal(const char *name);
 bool check_nvname_5G_normal(const char *name);

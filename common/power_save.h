@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The driver's power save.
 #ifndef ORVA_POWER_SAVE_H
 #define ORVA_POWER_SAVE_H
 

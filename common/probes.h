@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Firmware probes.
 #ifndef ORVA_PROBES_H
 #define ORVA_PROBES_H
 

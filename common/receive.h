@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The receive test.
 #ifndef ORVA_RECEIVE_H
 #define ORVA_RECEIVE_H
 

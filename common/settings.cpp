@@ -12,9 +12,29 @@ namespace {
 
 constexpr useconds_t SETTLE_PAUSE_US = 1000;
 
+const at_mode *find_at_mode(const chip &chip, int32_t at_mode) {
+  for (const struct at_mode &row : chip.mode.at_modes) {
+    if (row.at_mode == static_cast<uint8_t>(at_mode)) return &row;
+  }
+  return nullptr;
+}
+
 int32_t if_positive(int32_t value) { return value < 1 ? -1 : value; }
 
 }  // namespace
+
+bool wifi_set_mode(const chip &chip, int32_t at_mode) {
+  chip.state.mode = at_mode;
+  if (chip.mode_logs_every_call) LOG_ERROR(chip, "wifi_set_mode::mode[%d].\n", at_mode);
+  const struct at_mode *row = find_at_mode(chip, at_mode);
+  if (row == nullptr) {
+    log_text(chip, ORVA_LOG_ERROR, chip.mode.unknown, at_mode);
+    return false;
+  }
+  chip.state.mode_driver = row->driver_mode;
+  LOG_DEBUG(chip, "wifi_set_mode::mode[%d], enable[%d].\n", at_mode, chip.state.mode_driver);
+  return true;
+}
 
 bool wifi_set_rate(const chip &chip, int32_t rate) {
   chip.state.rate = rate;
@@ -29,7 +49,7 @@ bool wifi_set_bandwidth(const chip &chip, int32_t bandwidth) {
 }
 
 bool wifi_set_channel(const chip &chip, int32_t mhz) {
-  chip.state.channel = mhz;
+  chip.state.channel_mhz = mhz;
   LOG_DEBUG(chip, "wifi_set_channel::set channel[%d].\n", mhz);
   return true;
 }
@@ -48,14 +68,14 @@ bool is_mimo_chain(const chip &chip, int32_t chain) {
   return false;
 }
 
-bool record_mimo_chain(const chip &chip, int32_t chain) {
+bool store_mimo_chain(const chip &chip, int32_t chain) {
   chip.state.chain = chain;
   LOG_DEBUG(chip, "wifi_setmimo_channel::channel[%d].\n", chain);
   return true;
 }
 
 bool wifi_setmimo_channel(const chip &chip, int32_t chain) {
-  return is_mimo_chain(chip, chain) && record_mimo_chain(chip, chain);
+  return is_mimo_chain(chip, chain) && store_mimo_chain(chip, chain);
 }
 
 bool send_and_settle(const chip &chip, uint32_t command, int32_t value) {
@@ -70,26 +90,26 @@ bool wifi_ioctl_set_power(const chip &chip, int32_t power) {
   return send_and_settle(chip, COMMAND_POWER, step);
 }
 
-bool record_power(const chip &chip, int32_t power) {
+bool store_power(const chip &chip, int32_t power) {
   chip.state.power = power;
   LOG_DEBUG(chip, "wifi_set_power::pow[%d].\n", power);
   return chip.state.status == 0;
 }
 
 bool wifi_set_power(const chip &chip, int32_t power) {
-  if (!record_power(chip, power)) return true;
+  if (!store_power(chip, power)) return true;
   const bool accepted = wifi_ioctl_set_power(chip, power);
   if (!accepted) LOG_ERROR(chip, "wifi_ioctl_set_power fail, ret [%d].\n", accepted);
   return accepted;
 }
 
-int32_t wifi_query_setting(const chip &chip, int32_t type) {
-  LOG_ERROR(chip, "enter wifi_query_setting,  type = %d\n", type);
+int32_t wifi_query_setting(const chip &chip, int32_t item) {
+  LOG_ERROR(chip, "enter wifi_query_setting,  type = %d\n", item);
   const test_state &state = chip.state;
-  switch (type) {
+  switch (item) {
   case 1: return state.status;
   case 2: return state.mode;
-  case 3: return if_positive(state.channel);
+  case 3: return if_positive(state.channel_mhz);
   case 4: return if_positive(state.freq);
   case 5: return if_positive(state.power);
   case 7: return if_positive(state.rate);
@@ -101,7 +121,7 @@ int32_t wifi_query_setting(const chip &chip, int32_t type) {
     if (state.running_test != nullptr) *state.running_test = 1;
     return state.mem_time;
   default:
-    if (chip.query_logs_wrong_type) LOG_ERROR(chip, "%s_wifi_query_setting::wrong type[%d]", chip.name, type);
+    if (chip.query_logs_wrong_type) LOG_ERROR(chip, "%s_wifi_query_setting::wrong type[%d]", chip.name, item);
     return -1;
   }
 }

@@ -98,8 +98,4 @@ bool boot_up(const chip &chip, const char *function, uint32_t pause_s) {
 
 bool try_to_boot_up(const chip &chip) { return boot_up(chip, "try_to_boot_up", BOOT_UP_PAUSE_S); }
 
-void check_securef_ret(const chip &chip, int32_t result) {
-  if (result != 0) LOG_ERROR(chip, "%s_check_securef_ret::securef_ret fail, pls check.", chip.name);
-}
-
 }  // namespace orva

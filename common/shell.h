@@ -14,18 +14,15 @@ int32_t system_call(const chip &chip, const char *command);
 /// Reads a command's output, at most size - 1 bytes, not terminated. @return whether there was any.
 bool run_cmd_by_stream(const chip &chip, const char *command, char *output, uint32_t size);
 
-/// Takes wlan0 from the phone's framework if it is up, and then waits 2 s.
+/// If wlan0 is up, disables Wi-Fi in the phone's framework and waits 2 s.
 void wl_config_disable_wifi(const chip &chip);
 
-/// Runs "ifconfig wlan0 up", and once more after taking wlan0 down. The log names `function`.
-/// @return whether wlan0 came up.
+/// Runs "ifconfig wlan0 up"; on failure takes wlan0 down and tries once more. Waits pause_s before and after
+/// taking it down. The log names `function`. @return whether wlan0 came up.
 bool boot_up(const chip &chip, const char *function, uint32_t pause_s);
 
-/// boot_up with its pauses of 2 s.
+/// boot_up with 2 s pauses, logged as "try_to_boot_up".
 bool try_to_boot_up(const chip &chip);
-
-/// Logs a failed bounds-checked call.
-void check_securef_ret(const chip &chip, int32_t result);
 
 }  // namespace orva
 

@@ -29,7 +29,7 @@ bool switch_on(const chip &chip, uint32_t command) {
 bool send_power_save_off(const chip &chip) { return wifi_set_pm_switch(chip, 0); }
 
 bool send_mode(const chip &chip) {
-  return wifi_ioctl_set_mode(chip, chip.state.mode_driver, chip.state.channel);
+  return wifi_ioctl_set_mode(chip, chip.state.mode_driver, chip.state.channel_mhz);
 }
 
 bool send_bandwidth(const chip &chip) {
@@ -37,7 +37,7 @@ bool send_bandwidth(const chip &chip) {
 }
 
 bool send_channel(const chip &chip) {
-  return wifi_ioctl_set_channel(chip, static_cast<uint32_t>(chip.state.channel));
+  return wifi_ioctl_set_channel(chip, static_cast<uint32_t>(chip.state.channel_mhz));
 }
 
 bool send_chain(const chip &chip) {

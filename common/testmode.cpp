@@ -25,7 +25,7 @@ bool country_failed(const chip &chip, bool power_save, bool country) {
   return false;
 }
 
-/// Refusals are logged and do not keep the chip from entering test mode.
+/// Logs refused commands; test mode stays on.
 void set_up_driver(const chip &chip) {
   const bool power_save = wifi_set_pm_switch(chip, 0);
   if (!power_save) LOG_ERROR(chip, "wifi_set_pm_switch stop failed\n");

@@ -7,7 +7,7 @@
 
 namespace orva {
 
-/// Takes wlan0 from the phone's framework and brings it up. @return whether test mode is on.
+/// Disables Wi-Fi in the phone's framework and brings wlan0 up. @return whether test mode is on.
 bool wifi_start_testmode(const chip &chip);
 /// Takes wlan0 down. @return whether test mode is off.
 bool wifi_stop_testmode(const chip &chip);
@@ -17,7 +17,7 @@ bool wifi_set_country_all(const chip &chip);
 bool wifi_set_dyn_interval(const chip &chip);
 bool wifi_set_selfcali_interval(const chip &chip);
 
-/// Takes wlan0 from the framework and sends the driver's power-test mode. @return whether it was accepted.
+/// Disables Wi-Fi in the phone's framework and sends the power-test mode. @return whether it was accepted.
 bool wifi_pt_power_test(const chip &chip, int32_t mode);
 
 }  // namespace orva

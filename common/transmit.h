@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The transmit test.
 #ifndef ORVA_TRANSMIT_H
 #define ORVA_TRANSMIT_H
 

@@ -20,11 +20,6 @@ bool check_dbb(const chip &chip, uint32_t socket, const char *interface) {
   return wl_config_wifi_dbb_get(chip, socket, interface);
 }
 
-bool announce_wakeup_io(const chip &chip, uint32_t, const char *) {
-  LOG_DEBUG(chip, "%s_wl_config_wkup_io_test begin!\n", chip.name);
-  return true;
-}
-
 bool take_interface_down(const chip &chip, uint32_t, const char *) {
   if (system_call(chip, "ifconfig wlan0 down") != 0) {
     LOG_DEBUG(chip, "wl_config_test:wifi_test_weld:wifi down failed. continue.\n");
@@ -54,7 +49,6 @@ const weld_step weld_efuse = {wl_config_wifi_efuse_get, "wifi_test_weld:  efuse 
 const weld_step weld_pin = {wl_config_wipin_test, PIN_FAILURE};
 const weld_step weld_wakeup_io = {wl_config_wkup_io_test, PIN_FAILURE};
 const weld_step weld_pcie = {wl_config_pcie_test, PIN_FAILURE};
-const weld_step weld_announce_wakeup_io = {announce_wakeup_io, nullptr};
 const weld_step weld_interface_down = {take_interface_down, nullptr};
 const weld_step weld_close = {close_socket, nullptr};
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The weld test: are the chip's solder joints sound?
+// The weld test: checks the chip's solder joints.
 #ifndef ORVA_WELD_H
 #define ORVA_WELD_H
 
@@ -7,12 +7,12 @@
 
 namespace orva {
 
-/// Restarts wlan0 and runs the chip's weld steps. @return whether all passed; only then test mode is off.
+/// Disables Wi-Fi, brings wlan0 up and runs the chip's steps. @return whether all passed; test mode is then
+/// off.
 bool wifi_test_weld(const chip &chip);
 
-// The steps, for the chips' sequences.
 extern const weld_step weld_dbb, weld_efuse, weld_pin, weld_wakeup_io, weld_pcie;
-extern const weld_step weld_announce_wakeup_io, weld_interface_down, weld_close;
+extern const weld_step weld_interface_down, weld_close;
 
 }  // namespace orva
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The calibration catalogue of the chips with two chains.
 #ifndef ORVA_TWO_CHAIN_CATALOGUE_H
 #define ORVA_TWO_CHAIN_CATALOGUE_H
 

@@ -8,7 +8,7 @@
 
 namespace orva::two_chain {
 
-/// A chip with two chains, and what it cleans in its own way.
+/// A two-chain chip and its own clean procedures.
 struct cleaner {
   const orva::chip &chip;
   /// Keeps only one parameter's entry in an item.

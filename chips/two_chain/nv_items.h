@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The NV items of the chips with two chains. WIC0_ and WIC1_ belong to one chain each.
+// The NV items of the two-chain chips. WIC0_ items belong to chain 0, WIC1_ items to chain 1.
 #ifndef ORVA_TWO_CHAIN_NV_ITEMS_H
 #define ORVA_TWO_CHAIN_NV_ITEMS_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The oldest chip of the family: one chain, no calibration texts but a raw block.
+// The oldest chip of the family: one chain, and a raw calibration block instead of calibration texts.
 #include "chips/vq2040/profile.h"
 
 #include "chips/vq2040/state.h"

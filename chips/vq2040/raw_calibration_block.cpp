@@ -20,7 +20,7 @@ constexpr float LARGEST_GAIN_DB = 5.0F;
 constexpr int32_t LARGEST_CODE = 0xEE;
 constexpr int32_t LAST_DIGITS_AT = 184;
 
-/// The codes of one transmit mode: the second bytes of pairs first to last.
+/// The byte pairs of one transmit mode; the second byte of each pair is its code.
 struct mode_pairs {
   const char *log;
   int32_t first, last;
@@ -36,7 +36,7 @@ constexpr mode_pairs modes[] = {
     {"%s_wifi_nvram_calibrate_set 5G 80M 11ac\n", 39, 44},
 };
 
-/// Which request means which mode. The first row that matches wins.
+/// Maps a request to a mode; the first matching row wins.
 struct mode_request {
   int8_t mode, band, bandwidth;
   uint8_t index;
@@ -60,7 +60,7 @@ const mode_pairs *find_mode(int32_t mode, int32_t band, int32_t bandwidth) {
   return nullptr;
 }
 
-/// Parses the gain, in dB. The comparisons also refuse a nan.
+/// Parses the gain, in dB. The comparisons also reject NaN.
 bool parse_gain(const char *text, float &gain) {
   gain = static_cast<float>(atof(text));
   if (gain >= -LARGEST_GAIN_DB && gain <= LARGEST_GAIN_DB && gain != 0.0F) return true;

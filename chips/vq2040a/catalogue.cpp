@@ -10,7 +10,7 @@ namespace orva {
 
 namespace {
 
-// From 368 on the numbers differ from those of the chips with two chains.
+// 5GLOW, 5G160M, 2GMF40M and MUCCK have other numbers than on the two-chain chips.
 constexpr nv_item WIC0_2G5G_OFDM = {340, "WIC0_2G5G_OFDM"};
 constexpr nv_item NV_UNUSED = {363, "NV_UNUSED"};
 constexpr nv_item WITXCCK = {367, "WITXCCK"};
@@ -40,7 +40,7 @@ const cal_row vq2040a_power[5] = {
 const nv_item vq2040a_items[9] = {WIC0_2G5G_OFDM, NV_UNUSED,      WITXCCK,      WIC0_5GLOW, WIC0_2G40M,
                                   WIC0_5G160M,    WIC0_2GMU_OFDM, WIC0_2GMF40M, WIC0_MUCCK};
 
-// Number 8 appears twice, and the nulls are rows as well. The driver receives the row's number, not its
+// Number 8 appears twice; the "null" rows count in the index. The driver receives a row's number, not its
 // index.
 const driver_param g_ast_nvram_pro_line_config_ini_2040a[14] = {
     {"null", 0},         {"pa2gccka0", 1}, {"pa2ga0", 2},    {"pa2g40a0", 3},

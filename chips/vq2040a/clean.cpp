@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One scope only, and one failed item is enough to be logged.
+// Supports scope 1 only, and logs even a single item that could not be emptied.
 #include "chips/vq2040a/profile.h"
 #include "common/catalogue.h"
 #include "common/log.h"

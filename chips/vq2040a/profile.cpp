@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One chain like the vq2040, with calibration texts under NV numbers of its own.
+// One chain, like the vq2040; calibration texts with their own NV numbers, and the raw block as well.
 #include "chips/vq2040a/profile.h"
 
 #include "chips/vq2040a/catalogue.h"
@@ -36,14 +36,14 @@ constexpr rate_code rate_codes[] = {{12150, 11}, {65, 0}};
 constexpr const start_step *tx_steps[] = {&tx_power_save, &tx_mode, &tx_bandwidth, &tx_channel, &tx_rate,
                                           &tx_power};
 constexpr const start_step *rx_steps[] = {&rx_power_save, &rx_mode, &rx_bandwidth, &rx_channel};
-constexpr const weld_step *weld_steps[] = {&weld_dbb, &weld_announce_wakeup_io, &weld_interface_down,
+constexpr const weld_step *weld_steps[] = {&weld_dbb, &vq2040a_announce_wakeup_io, &weld_interface_down,
                                            &weld_wakeup_io, &weld_close, &weld_interface_down};
 
 constinit const calibration catalogue = {
     .per_channel = vq2040a_per_channel, .power = vq2040a_power, .items = vq2040a_items,
     .driver_params = g_ast_nvram_pro_line_config_ini_2040a, .param_number = vq2040a_param_number,
     .has_chains = false, .largest_error = 500, .centres_only = true, .writes_nothing_without_entries = true,
-    .checks_secure_calls = false, .reply_copy_failure = "memcpy_s error.\n",
+    .checks_secure_calls = false, .answer_copy_failure = "memcpy_s error.\n",
 };
 
 }  // namespace

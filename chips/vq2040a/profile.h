@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The vq2040a's profile.
 #ifndef ORVA_VQ2040A_PROFILE_H
 #define ORVA_VQ2040A_PROFILE_H
 
@@ -8,6 +7,7 @@
 namespace orva {
 
 extern const chip vq2040a;
+extern const weld_step vq2040a_announce_wakeup_io;
 
 }  // namespace orva
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Two chains, PCIe.
+// Two chains, PCIe, calibration texts; no 802.11ax.
 #include "chips/vq2050/profile.h"
 
 #include "chips/two_chain/catalogue.h"
@@ -42,7 +42,7 @@ constinit const calibration catalogue = {
     .driver_params = two_chain::driver_params, .param_number = listed_param_number, .has_chains = true,
     .largest_error = 500, .centres_only = true, .writes_nothing_without_entries = true,
     .checks_secure_calls = true,
-    .reply_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n",
+    .answer_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n",
 };
 
 }  // namespace

@@ -1,18 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Channel numbers straight from the table, with one message for every pair that has none.
+// Channel numbers from the table. A band and bandwidth without a row are logged; a frequency off a row's grid
+// is not.
 #include "chips/vq2070/profile.h"
 #include "common/channel.h"
 #include "common/log.h"
 #include "include/vq2070.h"
 
 using namespace orva;
-
-namespace {
-
-/// Sub-bands are numbered by the first value of their curve in a parameter of twelve.
-constexpr int32_t VALUES_PER_CURVE = 3;
-
-}  // namespace
 
 bool orva::vq2070_channel_of(const chip &chip, uint32_t mhz, uint32_t &channel) {
   return vq2070_wifi_get_channel_by_bw_freq(static_cast<int32_t>(mhz), chip.state.bandwidth, &channel) == 1;
@@ -29,9 +23,4 @@ uint32_t vq2070_wifi_get_channel_by_bw_freq(int32_t mhz, int32_t bandwidth, uint
 
 uint32_t vq2070_get_target_channel(uint32_t base, int32_t row, uint32_t mhz, uint32_t *channel) {
   return channel_on_row(g_ast_freq_bw[row], base, mhz, *channel);
-}
-
-int32_t vq2070_get_5g_band(int32_t mhz) {
-  const int32_t sub_band = sub_band_5g(mhz);
-  return sub_band < 0 ? -1 : VALUES_PER_CURVE * sub_band;
 }

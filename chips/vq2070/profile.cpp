@@ -23,6 +23,7 @@ constexpr chip_commands command = {
     .selfcali_interval = 36, .power_test = 34, .tas_antenna = 35, .bss_expire_age = 37,
     .calibration_query = 29};
 
+// The exported setters. The first eight ids are accepted by every chip.
 constexpr value_command g_ast_config_ioctl_data[] = {
     {COMMAND_CHANNEL, vq2070_ioctl_data_freq_set}, {COMMAND_POWER, vq2070_ioctl_data_pow_set},
     {COMMAND_MODE, vq2070_ioctl_data_mode_set}, {COMMAND_RATE, vq2070_ioctl_data_rate_set},
@@ -52,7 +53,7 @@ constinit const calibration catalogue = {
     .driver_params = two_chain::driver_params, .param_number = listed_param_number, .has_chains = true,
     .largest_error = 0, .centres_only = false, .writes_nothing_without_entries = false,
     .checks_secure_calls = true,
-    .reply_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n",
+    .answer_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n",
 };
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace orva {
 extern const chip vq2070;
 extern const two_chain::cleaner vq2070_cleaner;
 
-/// Channel number from g_ast_freq_bw, with one message for every frequency and bandwidth that have none.
+/// Channel number from g_ast_freq_bw. Logs a band and bandwidth without a row.
 bool vq2070_channel_of(const chip &chip, uint32_t mhz, uint32_t &channel);
 
 /// Sends the MIMO chain, and then the RU setting if one is armed. @return whether both were accepted.

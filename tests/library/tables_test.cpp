@@ -245,7 +245,7 @@ TEST_P(Tables, Catalogue) {
     EXPECT_TRUE(row.bandwidth == 3 || numbers.contains(row.param)) << row.param << " cannot be asked for";
   }
   EXPECT_NE(c.param_number, nullptr);
-  expect_message(c.reply_copy_failure);
+  expect_message(c.answer_copy_failure);
   EXPECT_GE(c.largest_error, 0.0F);
 }
 
@@ -290,7 +290,7 @@ TEST(SharedTables, NoChipWritesAnothersState) {
     const test_state &s = one.profile->state;
     for (const void *variable :
          {static_cast<const void *>(&s.status), static_cast<const void *>(&s.mode),
-          static_cast<const void *>(&s.mode_driver), static_cast<const void *>(&s.channel),
+          static_cast<const void *>(&s.mode_driver), static_cast<const void *>(&s.channel_mhz),
           static_cast<const void *>(&s.freq), static_cast<const void *>(&s.rate),
           static_cast<const void *>(&s.bandwidth), static_cast<const void *>(&s.power),
           static_cast<const void *>(&s.antenna), static_cast<const void *>(&s.chain),

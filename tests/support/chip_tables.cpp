@@ -117,7 +117,7 @@ std::string weld_name(const weld_step *step) {
   const std::pair<const weld_step *, const char *> names[] = {
       {&weld_dbb, "DBB number"},     {&weld_efuse, "efuse"},
       {&weld_pin, "pins"},           {&weld_wakeup_io, "wake-up IO"},
-      {&weld_pcie, "PCIe"},          {&weld_announce_wakeup_io, "announce wake-up IO"},
+      {&weld_pcie, "PCIe"},          {&vq2040a_announce_wakeup_io, "announce wake-up IO"},
       {&weld_close, "close socket"}, {&weld_interface_down, "wlan0 down"}};
   for (const auto &[known, name] : names) {
     if (known == step) return name;
@@ -222,7 +222,7 @@ void add_calibration(const chip &c, facts &out) {
   flag("leaves an item without entries alone", k.writes_nothing_without_entries);
   flag("checks bounds-checked calls", k.checks_secure_calls);
   out.add("largest error", k.largest_error > 0 ? std::to_string(static_cast<int>(k.largest_error)) : "-");
-  out.add("failed copy of an answer", k.reply_copy_failure);
+  out.add("failed copy of an answer", k.answer_copy_failure);
 }
 
 void add_station(const chip &c, facts &out) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The TAS antenna switch and the broadcast loop are sent directly, without the value sender's pause.
+// The TAS antenna switch and the broadcast loop, sent directly and without the value sender's pause.
 #include "chips/vq2040a/profile.h"
 #include "common/driver.h"
 #include "include/vq2040a.h"

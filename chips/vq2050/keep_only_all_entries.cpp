@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Keeping one parameter of an item: reads the item, empties it and writes the parameter's entries back.
+// Reduces an item to one parameter: reads the item, empties it and writes every entry of the parameter back.
 #include "chips/vq2050/profile.h"
 #include "common/log.h"
 #include "common/nv_text.h"

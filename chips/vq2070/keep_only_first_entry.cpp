@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Keeping one parameter of an item, through the buffer routine. Writes the item even if the parameter was not
-// found: the buffer routine has already emptied it.
+// Reduces an item to the first entry of one parameter, through the buffer routine. Writes the item even if
+// the parameter was not found: the buffer routine has already emptied it.
 #include "chips/vq2070/profile.h"
 #include "common/log.h"
 #include "common/nv_text.h"

@@ -29,7 +29,8 @@ constexpr clean_scope chain_1 = {chain_1_items, chain_1_kept};
 constexpr clean_scope band_2g = {band_2g_items, band_2g_kept};
 constexpr clean_scope band_5g = {band_5g_items, band_5g_kept};
 
-/// Checks after every write, so even a clean without failures logs one while the count is still low.
+/// Checks the count after every write, so a clean without failures also logs one until all but one item are
+/// done.
 uint32_t clean(const clean_scope &scope) {
   uint32_t cleaned = 0;
   for (const nv_item &item : scope.items) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Chain and band cleans are made of the cleans of one band of one chain. A chain clean therefore leaves its
-// OFDM item empty: each of the two keeps what the other one drops.
+// Chain and band cleans combine the cleans of one band of one chain. A chain clean leaves the OFDM item
+// empty: its 2.4 GHz part keeps only the 5 GHz entry, its 5 GHz part only the 2.4 GHz entry.
 #include "chips/vq2070/profile.h"
 #include "include/vq2070.h"
 
