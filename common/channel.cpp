@@ -53,7 +53,7 @@ const freq_bw g_ast_freq_bw[6] = {
 
 bool wifi_set_mode(const chip &chip, int32_t at_mode) {
   chip.state.mode = at_mode;
-  if (chip.mode.logs_every_call) LOG_ERROR(chip, "wifi_set_mode::mode[%d].\n", at_mode);
+  if (chip.mode_logs_every_call) LOG_ERROR(chip, "wifi_set_mode::mode[%d].\n", at_mode);
   const struct at_mode *row = find_at_mode(chip, at_mode);
   if (row == nullptr) {
     log_text(chip, ORVA_LOG_ERROR, chip.mode.unknown, at_mode);

@@ -105,14 +105,16 @@ struct chip {
   struct {
     list<at_mode> at_modes;
     list<mode_remap> remaps;
-    bool logs_every_call;  ///< set_mode logs the mode at error level on every call, not only an unknown one
-    const char *unknown;   ///< logged for an unknown AT mode; takes the mode or no argument
+    const char *unknown;  ///< logged for an unknown AT mode; takes the mode or no argument
   } mode;
 
   /// Channel number of a frequency at the recorded bandwidth; false if there is none.
   bool (*channel_of)(const chip &, uint32_t mhz, uint32_t &channel);
 
-  int32_t power_divisor;  ///< station's units per driver step
+  int32_t power_divisor;       ///< station's units per driver step
+  bool mode_logs_every_call;   ///< wifi_set_mode logs the mode at error level even if it is known
+  bool query_logs_wrong_type;  ///< of wifi_query_setting
+  bool sdio_loop_stops_wifi;
 
   struct {
     list<const start_step *> steps;
@@ -133,8 +135,6 @@ struct chip {
     const char *power_test_message;  ///< logged by the driver's power test, with its mode
   } testmode;
 
-  bool query_logs_wrong_type;  ///< of wifi_query_setting
-
   struct {
     uint16_t dbb_line;
     probe_lines pmu, pin, wakeup_io, pcie;
@@ -144,18 +144,17 @@ struct chip {
   struct {
     uint32_t words;  ///< 16-bit words of the identifier
     bool logs_characters;
-    const char *boots_as;     ///< function named in the retry message
     bool names_boot_failure;  ///< logs an additional line if wlan0 did not come up
+    const char *boots_as;     ///< function named in the retry message
   } die_id;
 
   list<const weld_step *> weld_steps;
-  bool sdio_loop_stops_wifi;
 
   struct {
     const char *roam_format_error;
-    bool checks_expire_age_format;
     const char *conn_info_copy_failure;
     bool conn_info_copy_failure_ends;
+    bool checks_expire_age_format;
     uint32_t upc_without_socket;      ///< result of the UPC read if no socket opens
     const char *selcal_logged_as;     ///< prefix in the self-calibration switch's message
     const char *powermode_logged_as;  ///< prefix in the power-mode setter's first message

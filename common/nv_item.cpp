@@ -1,14 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/nv_item.h"
 
+#include <string.h>
+
 #include "platform/platform.h"
 
 namespace orva {
 
 namespace {
 
+constexpr size_t NAME_SIZE = 32;
+
 int32_t access_item(uint32_t operation, const nv_item &item, void *bytes, uint32_t size) {
-  return kevoOperaNVWR(operation, item.number, item.name, size, bytes);
+  // The service may copy all 32 bytes of a name.
+  char name[NAME_SIZE] = {};
+  if (item.name != nullptr) memcpy(name, item.name, strnlen(item.name, NAME_SIZE - 1));
+  return kevoOperaNVWR(operation, item.number, name, size, bytes);
 }
 
 }  // namespace
@@ -24,6 +31,14 @@ int32_t write_item(const nv_item &item, const void *bytes, uint32_t size) {
 int32_t empty_item(const nv_item &item) {
   const char text[ORVA_NV_ITEM_SIZE] = {};
   return write_item(item, text, sizeof text);
+}
+
+uint32_t empty_items(const list<nv_item> &items) {
+  uint32_t emptied = 0;
+  for (const nv_item &item : items) {
+    if (empty_item(item) == 0) emptied++;
+  }
+  return emptied;
 }
 
 }  // namespace orva

@@ -3,6 +3,7 @@
 #ifndef ORVA_NV_ITEM_H
 #define ORVA_NV_ITEM_H
 
+#include "common/list.h"
 #include "include/calibration_types.h"
 
 namespace orva {
@@ -18,6 +19,9 @@ int32_t write_item(const nv_item &item, const void *bytes, uint32_t size);
 
 /// Writes an item with an empty text. @return 0, or the NV service's error code.
 int32_t empty_item(const nv_item &item);
+
+/// Empties each item. @return how many of them the NV service accepted.
+uint32_t empty_items(const list<nv_item> &items);
 
 }  // namespace orva
 

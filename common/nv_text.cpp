@@ -120,6 +120,7 @@ bool append_entry(char *out, uint32_t out_size, const char *entry) {
 
 void get_nvbuf_by_name(const chip &chip, char *out, uint32_t out_size, const orva_nvbuf_request &request,
                        uint32_t mode) {
+  if (out_size != 0) *out = '\0';
   const nv_item item = {request.nv_num, request.nv_name};
   char text[ORVA_NV_ITEM_SIZE];
   const int32_t length = read_wifi_nvram_param_from_nv(chip, text, sizeof text, item);

@@ -136,19 +136,19 @@ uint32_t vq2050_wifi_nvram_calibrate_clean(int32_t scope);         /**< @see wif
 uint32_t
 vq2050_wifi_nvram_calibrate_clean_new(const uint32_t *flags); /**< @see wifi_nvram_calibrate_clean_new */
 /** Empties all 16 items. */
-void vq2050_clean_all_nvparam(void);
+uint32_t vq2050_clean_all_nvparam(void);
 /** Clears 2.4 GHz of chain 0; 0 does nothing. */
-void vq2050_clean_nvparam_2G_C0(uint32_t enable);
+uint32_t vq2050_clean_nvparam_2G_C0(uint32_t enable);
 /** Clears 2.4 GHz of chain 1; 0 does nothing. */
-void vq2050_clean_nvparam_2G_C1(uint32_t enable);
+uint32_t vq2050_clean_nvparam_2G_C1(uint32_t enable);
 /** Clears 5 GHz of chain 0; 0 does nothing. */
-void vq2050_clean_nvparam_5G_C0(uint32_t enable);
+uint32_t vq2050_clean_nvparam_5G_C0(uint32_t enable);
 /** Clears 5 GHz of chain 1; 0 does nothing. */
-void vq2050_clean_nvparam_5G_C1(uint32_t enable);
+uint32_t vq2050_clean_nvparam_5G_C1(uint32_t enable);
 /** Clears one chain, 0 or 1. */
-void vq2050_clean_nvparam_by_rfcore(uint32_t chain);
+uint32_t vq2050_clean_nvparam_by_rfcore(uint32_t chain);
 /** Clears one band, 0 = 2.4 GHz, 1 = 5 GHz. */
-void vq2050_clean_nvparam_by_rffreq(uint32_t band);
+uint32_t vq2050_clean_nvparam_by_rffreq(uint32_t band);
 /**
  * Keeps only one parameter in an item.
  * @param nv_num, nv_name the item.

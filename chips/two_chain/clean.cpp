@@ -2,7 +2,6 @@
 #include "chips/two_chain/clean.h"
 
 #include "chips/two_chain/nv_items.h"
-#include "common/calibration_clean.h"
 #include "common/log.h"
 
 namespace orva::two_chain {
@@ -19,6 +18,11 @@ constexpr kept_entry kept_2g_c1[] = {{WIC1_2G5G_OFDM, "pa5ga1"}, {WITXCCK, "pa2g
 constexpr kept_entry kept_5g_c0[] = {{WIC0_2G5G_OFDM, "pa2ga0"}};
 constexpr kept_entry kept_5g_c1[] = {{WIC1_2G5G_OFDM, "pa2ga1"}};
 
+/// Empties items; more than one failure is logged.
+void clean_items(const chip &chip, const list<nv_item> &items) {
+  log_failed_clean(chip, empty_items(items), items);
+}
+
 }  // namespace
 
 constinit const clean_scope scope_2g_c0 = {items_2g_c0, kept_2g_c0};
@@ -32,31 +36,45 @@ void keep_entries(const cleaner &cleaner, const list<kept_entry> &kept) {
   }
 }
 
-void clean_2g(const cleaner &cleaner, uint32_t enable, const clean_scope &scope) {
-  if (enable == 0) return;
-  clean_items(cleaner.chip, scope.items);
-  keep_entries(cleaner, scope.kept);
-}
-
-void clean_5g(const cleaner &cleaner, uint32_t enable, const clean_scope &scope) {
-  if (enable == 0) return;
-  keep_entries(cleaner, scope.kept);
-  clean_items(cleaner.chip, scope.items);
-}
-
-void clean_by_scope(const cleaner &cleaner, int32_t scope) {
-  switch (scope) {
-  case 1: clean_all_nvparam(cleaner.chip); break;
-  case 2: cleaner.clean_chain(0); break;
-  case 3: cleaner.clean_chain(1); break;
-  case 4: cleaner.clean_band(0); break;
-  case 5: cleaner.clean_band(1); break;
-  default:
-    LOG_ERROR(cleaner.chip, "%s_wifi_nvram_calibrate_clean::wrong input param[%d]", cleaner.chip.name, scope);
+void log_failed_clean(const chip &chip, uint32_t cleaned, const list<nv_item> &items) {
+  if (cleaned < items.count - 1) {
+    LOG_ERROR(chip, "%s_clean_all_nvparam::one or more nv clean fail!\n", chip.name);
   }
 }
 
-void clean_by_flags(const cleaner &cleaner, const uint32_t *flags) {
+uint32_t clean_all(const cleaner &cleaner) {
+  clean_items(cleaner.chip, cleaner.chip.calibration->items);
+  return 1;
+}
+
+uint32_t clean_2g(const cleaner &cleaner, uint32_t enable, const clean_scope &scope) {
+  if (enable == 0) return 1;
+  clean_items(cleaner.chip, scope.items);
+  keep_entries(cleaner, scope.kept);
+  return 1;
+}
+
+uint32_t clean_5g(const cleaner &cleaner, uint32_t enable, const clean_scope &scope) {
+  if (enable == 0) return 1;
+  keep_entries(cleaner, scope.kept);
+  clean_items(cleaner.chip, scope.items);
+  return 1;
+}
+
+uint32_t clean_by_scope(const cleaner &cleaner, int32_t scope) {
+  switch (scope) {
+  case 1: return clean_all(cleaner);
+  case 2: return cleaner.clean_chain(0);
+  case 3: return cleaner.clean_chain(1);
+  case 4: return cleaner.clean_band(0);
+  case 5: return cleaner.clean_band(1);
+  default: break;
+  }
+  LOG_ERROR(cleaner.chip, "%s_wifi_nvram_calibrate_clean::wrong input param[%d]", cleaner.chip.name, scope);
+  return 1;
+}
+
+uint32_t clean_by_flags(const cleaner &cleaner, const uint32_t *flags) {
   LOG_INFO(cleaner.chip,
            "%s_wifi_nvram_calibrate_clean_new:2gc0_en[%d], 5gc0_en[%d], 2gc1_en[%d], 5gc1_en[%d]",
            cleaner.chip.name, flags[0], flags[1], flags[2], flags[3]);
@@ -64,6 +82,7 @@ void clean_by_flags(const cleaner &cleaner, const uint32_t *flags) {
   clean_5g(cleaner, flags[1], scope_5g_c0);
   clean_2g(cleaner, flags[2], scope_2g_c1);
   clean_5g(cleaner, flags[3], scope_5g_c1);
+  return 1;
 }
 
 }  // namespace orva::two_chain

@@ -15,11 +15,10 @@ namespace orva {
 
 namespace {
 
-constexpr chip_commands command = {.pmu_check = NO_COMMAND, .wakeup_io = NO_COMMAND, .pcie = NO_COMMAND,
-                                   .conn_info = 27, .dyn_interval = NO_COMMAND,
-                                   .selfcali_interval = NO_COMMAND, .power_test = NO_COMMAND,
-                                   .tas_antenna = NO_COMMAND, .bss_expire_age = 26,
-                                   .calibration_query = NO_COMMAND};
+constexpr chip_commands command = {
+    .pmu_check = NO_COMMAND, .wakeup_io = NO_COMMAND, .pcie = NO_COMMAND, .conn_info = 27,
+    .dyn_interval = NO_COMMAND, .selfcali_interval = NO_COMMAND, .power_test = NO_COMMAND,
+    .tas_antenna = NO_COMMAND, .bss_expire_age = 26, .calibration_query = NO_COMMAND};
 
 constexpr value_command value_commands[] = {
     {COMMAND_ANTENNA, store_u32}, {COMMAND_CONNECTION_POWER, store_u32}, {command.bss_expire_age, store_u32}};
@@ -45,26 +44,26 @@ constinit const chip vq2040 = {
     .line = {.socket_failed = 114, .second_socket_failed = 121, .ioctl_fail = 221, .retry_fail = 225,
              .unknown_command = 282},
     .value_commands = value_commands,
-    .mode = {.at_modes = g_ast_atcmdsrv_mode_table_vq2040, .remaps = remaps, .logs_every_call = false,
+    .mode = {.at_modes = g_ast_atcmdsrv_mode_table_vq2040, .remaps = remaps,
              .unknown = "wifi_set_mode::mode[%d].\n"},
     .channel_of = channel_by_band,
     .power_divisor = 100,
+    .mode_logs_every_call = false,
+    .query_logs_wrong_type = false,
+    .sdio_loop_stops_wifi = false,
     .tx = {.steps = tx_steps, .rate_codes = rate_codes, .raises_flag_at_start = false,
            .stops_only_when_started = false, .final_pause_us = 0},
     .rx = {.steps = rx_steps},
     .testmode = {.logs_country_failure = country_failure::not_logged, .sets_selfcali_interval = false,
                  .sets_dyn_interval = false, .clears_flags_at_stop = false, .power_test_message = nullptr},
-    .query_logs_wrong_type = false,
     .probe = {.dbb_line = 912, .pmu = {}, .pin = {}, .wakeup_io = {}, .pcie = {},
               .wakeup_logs_low_half = false},
-    .die_id = {.words = 8, .logs_characters = true, .boots_as = "wifi_get_die_id",
-               .names_boot_failure = false},
+    .die_id = {.words = 8, .logs_characters = true, .names_boot_failure = false, .boots_as = "wifi_get_die_id"},
     .weld_steps = weld_steps,
-    .sdio_loop_stops_wifi = false,
-    .utilities = {.roam_format_error = "cmd str format err.", .checks_expire_age_format = false,
+    .utilities = {.roam_format_error = "cmd str format err.",
                   .conn_info_copy_failure = "vq2040_wifi_conn_info:: memcpy_s failed.\n",
-                  .conn_info_copy_failure_ends = true, .upc_without_socket = 1, .selcal_logged_as = nullptr,
-                  .powermode_logged_as = "vq2050"},
+                  .conn_info_copy_failure_ends = true, .checks_expire_age_format = false,
+                  .upc_without_socket = 1, .selcal_logged_as = nullptr, .powermode_logged_as = "vq2050"},
     .calibration = nullptr,
     .state = vq2040_state,
 };

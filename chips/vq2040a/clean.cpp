@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // One scope only, and one failed item is enough to be logged.
 #include "chips/vq2040a/profile.h"
-#include "common/calibration_clean.h"
+#include "common/catalogue.h"
 #include "common/log.h"
 #include "include/vq2040a.h"
 

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Chain and band cleans have item lists of their own here, and check for failures after every write.
-#include "chips/two_chain/clean.h"
 #include "chips/two_chain/nv_items.h"
 #include "chips/vq2050/profile.h"
-#include "common/calibration_clean.h"
 #include "include/vq2050.h"
 
 using namespace orva;
@@ -31,34 +29,21 @@ constexpr clean_scope chain_1 = {chain_1_items, chain_1_kept};
 constexpr clean_scope band_2g = {band_2g_items, band_2g_kept};
 constexpr clean_scope band_5g = {band_5g_items, band_5g_kept};
 
-constexpr cleaner self = {vq2050, vq2050_write_nvpattern_to_nv, vq2050_clean_nvparam_by_rfcore,
-                          vq2050_clean_nvparam_by_rffreq};
-
 /// Checks after every write, so even a clean without failures logs one while the count is still low.
-void clean(const clean_scope &scope) {
+uint32_t clean(const clean_scope &scope) {
   uint32_t cleaned = 0;
   for (const nv_item &item : scope.items) {
     if (empty_item(item) == 0) cleaned++;
     log_failed_clean(vq2050, cleaned, scope.items);
   }
-  keep_entries(self, scope.kept);
+  keep_entries(vq2050_cleaner, scope.kept);
+  return 1;
 }
 
 }  // namespace
 
-void vq2050_clean_nvparam_by_rfcore(uint32_t chain) { clean(chain != 0 ? chain_1 : chain_0); }
-void vq2050_clean_nvparam_by_rffreq(uint32_t band) { clean(band != 0 ? band_5g : band_2g); }
+constinit const cleaner orva::vq2050_cleaner = {
+    vq2050, vq2050_write_nvpattern_to_nv, vq2050_clean_nvparam_by_rfcore, vq2050_clean_nvparam_by_rffreq};
 
-uint32_t vq2050_wifi_nvram_calibrate_clean(int32_t scope) {
-  clean_by_scope(self, scope);
-  return 1;
-}
-uint32_t vq2050_wifi_nvram_calibrate_clean_new(const uint32_t *flags) {
-  clean_by_flags(self, flags);
-  return 1;
-}
-void vq2050_clean_all_nvparam() { clean_all_nvparam(vq2050); }
-void vq2050_clean_nvparam_2G_C0(uint32_t enable) { clean_2g(self, enable, scope_2g_c0); }
-void vq2050_clean_nvparam_2G_C1(uint32_t enable) { clean_2g(self, enable, scope_2g_c1); }
-void vq2050_clean_nvparam_5G_C0(uint32_t enable) { clean_5g(self, enable, scope_5g_c0); }
-void vq2050_clean_nvparam_5G_C1(uint32_t enable) { clean_5g(self, enable, scope_5g_c1); }
+uint32_t vq2050_clean_nvparam_by_rfcore(uint32_t chain) { return clean(chain != 0 ? chain_1 : chain_0); }
+uint32_t vq2050_clean_nvparam_by_rffreq(uint32_t band) { return clean(band != 0 ? band_5g : band_2g); }

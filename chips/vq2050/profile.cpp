@@ -17,9 +17,10 @@ namespace orva {
 
 namespace {
 
-constexpr chip_commands command = {.pmu_check = 26, .wakeup_io = 30, .pcie = 31, .conn_info = 38,
-                                   .dyn_interval = 33, .selfcali_interval = 36, .power_test = 34,
-                                   .tas_antenna = 35, .bss_expire_age = 37, .calibration_query = 29};
+constexpr chip_commands command = {
+    .pmu_check = 26, .wakeup_io = 30, .pcie = 31, .conn_info = 38, .dyn_interval = 33,
+    .selfcali_interval = 36, .power_test = 34, .tas_antenna = 35, .bss_expire_age = 37,
+    .calibration_query = 29};
 
 constexpr value_command value_commands[] = {
     {COMMAND_ANTENNA, store_u32}, {COMMAND_MIMO_CHAIN, store_u32}, {COMMAND_BUS_MODE, store_u16},
@@ -36,12 +37,13 @@ constexpr const start_step *rx_steps[] = {&rx_power_save, &rx_mode, &rx_bandwidt
 constexpr const weld_step *weld_steps[] = {&weld_dbb, &weld_efuse, &weld_pin, &weld_interface_down,
                                            &weld_wakeup_io, &weld_pcie, &weld_close};
 
-constinit const calibration catalogue = {.per_channel = two_chain::per_channel, .power = two_chain::power,
-                                         .items = two_chain::items, .driver_params = two_chain::driver_params,
-                                         .param_number = listed_param_number, .has_chains = true,
-                                         .largest_error = 500, .centres_only = true,
-                                         .writes_nothing_without_entries = true, .checks_secure_calls = true,
-                                         .reply_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n"};
+constinit const calibration catalogue = {
+    .per_channel = two_chain::per_channel, .power = two_chain::power, .items = two_chain::items,
+    .driver_params = two_chain::driver_params, .param_number = listed_param_number, .has_chains = true,
+    .largest_error = 500, .centres_only = true, .writes_nothing_without_entries = true,
+    .checks_secure_calls = true,
+    .reply_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n",
+};
 
 }  // namespace
 
@@ -53,27 +55,27 @@ constinit const chip vq2050 = {
     .line = {.socket_failed = 344, .second_socket_failed = 351, .ioctl_fail = 451, .retry_fail = 455,
              .unknown_command = 521},
     .value_commands = value_commands,
-    .mode = {.at_modes = g_ast_atcmdsrv_mode_table_2050, .remaps = remaps, .logs_every_call = false,
+    .mode = {.at_modes = g_ast_atcmdsrv_mode_table_2050, .remaps = remaps,
              .unknown = "wifi_set_mode::mode[%d].\n"},
     .channel_of = channel_by_band,
     .power_divisor = 10,
+    .mode_logs_every_call = false,
+    .query_logs_wrong_type = false,
+    .sdio_loop_stops_wifi = true,
     .tx = {.steps = tx_steps, .rate_codes = {}, .raises_flag_at_start = true, .stops_only_when_started = true,
            .final_pause_us = 0},
     .rx = {.steps = rx_steps},
     .testmode = {.logs_country_failure = country_failure::of_country_code, .sets_selfcali_interval = true,
                  .sets_dyn_interval = true, .clears_flags_at_stop = true,
                  .power_test_message = "vq2050_wifi_pt_power_test:: mode = %d.\n"},
-    .query_logs_wrong_type = false,
     .probe = {.dbb_line = 1307, .pmu = {1212, 1216}, .pin = {1236, 1240}, .wakeup_io = {1260, 1264},
               .pcie = {1284, 1288}, .wakeup_logs_low_half = false},
-    .die_id = {.words = 9, .logs_characters = true, .boots_as = "try_to_boot_up", .names_boot_failure = true},
+    .die_id = {.words = 9, .logs_characters = true, .names_boot_failure = true, .boots_as = "try_to_boot_up"},
     .weld_steps = weld_steps,
-    .sdio_loop_stops_wifi = true,
     .utilities = {.roam_format_error = "vq2050_wifi_start_roam:: cmd str format err.\n",
-                  .checks_expire_age_format = false,
                   .conn_info_copy_failure = "vq2050_wifi_conn_info: memcpy_s failed.\n",
-                  .conn_info_copy_failure_ends = true, .upc_without_socket = 1, .selcal_logged_as = "vq2050",
-                  .powermode_logged_as = "vq2050"},
+                  .conn_info_copy_failure_ends = true, .checks_expire_age_format = false,
+                  .upc_without_socket = 1, .selcal_logged_as = "vq2050", .powermode_logged_as = "vq2050"},
     .calibration = &catalogue,
     .state = vq2050_state,
 };

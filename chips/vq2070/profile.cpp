@@ -18,9 +18,10 @@ namespace orva {
 
 namespace {
 
-constexpr chip_commands command = {.pmu_check = 26, .wakeup_io = 30, .pcie = 31, .conn_info = 38,
-                                   .dyn_interval = 33, .selfcali_interval = 36, .power_test = 34,
-                                   .tas_antenna = 35, .bss_expire_age = 37, .calibration_query = 29};
+constexpr chip_commands command = {
+    .pmu_check = 26, .wakeup_io = 30, .pcie = 31, .conn_info = 38, .dyn_interval = 33,
+    .selfcali_interval = 36, .power_test = 34, .tas_antenna = 35, .bss_expire_age = 37,
+    .calibration_query = 29};
 
 constexpr value_command g_ast_config_ioctl_data[] = {
     {COMMAND_CHANNEL, vq2070_ioctl_data_freq_set}, {COMMAND_POWER, vq2070_ioctl_data_pow_set},
@@ -46,12 +47,13 @@ constexpr const start_step *rx_steps[] = {&rx_power_save, &rx_mode, &rx_bandwidt
 constexpr const weld_step *weld_steps[] = {&weld_dbb, &weld_efuse, &weld_pin, &weld_interface_down,
                                            &weld_wakeup_io, &weld_pcie, &weld_close};
 
-constinit const calibration catalogue = {.per_channel = two_chain::per_channel, .power = two_chain::power,
-                                         .items = two_chain::items, .driver_params = two_chain::driver_params,
-                                         .param_number = listed_param_number, .has_chains = true,
-                                         .largest_error = 0, .centres_only = false,
-                                         .writes_nothing_without_entries = false, .checks_secure_calls = true,
-                                         .reply_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n"};
+constinit const calibration catalogue = {
+    .per_channel = two_chain::per_channel, .power = two_chain::power, .items = two_chain::items,
+    .driver_params = two_chain::driver_params, .param_number = listed_param_number, .has_chains = true,
+    .largest_error = 0, .centres_only = false, .writes_nothing_without_entries = false,
+    .checks_secure_calls = true,
+    .reply_copy_failure = "%s_wifi_querry_nvram_parameter_from_driver: memcpy_s failed.\n",
+};
 
 }  // namespace
 
@@ -63,28 +65,27 @@ constinit const chip vq2070 = {
     .line = {.socket_failed = 374, .second_socket_failed = 381, .ioctl_fail = 481, .retry_fail = 485,
              .unknown_command = 633},
     .value_commands = g_ast_config_ioctl_data,
-    .mode = {.at_modes = g_ast_atcmdsrv_mode_table_2070, .remaps = remaps, .logs_every_call = true,
+    .mode = {.at_modes = g_ast_atcmdsrv_mode_table_2070, .remaps = remaps,
              .unknown = "vq2070_wifi_set_mode::not invalid mode idx"},
     .channel_of = vq2070_channel_of,
     .power_divisor = 10,
+    .mode_logs_every_call = true,
+    .query_logs_wrong_type = true,
+    .sdio_loop_stops_wifi = true,
     .tx = {.steps = tx_steps, .rate_codes = {}, .raises_flag_at_start = true, .stops_only_when_started = true,
            .final_pause_us = 5000},
     .rx = {.steps = rx_steps},
     .testmode = {.logs_country_failure = country_failure::of_country_code, .sets_selfcali_interval = true,
                  .sets_dyn_interval = true, .clears_flags_at_stop = true,
                  .power_test_message = "vq2070_wifi_pt_power_test:: mode = %d.\n"},
-    .query_logs_wrong_type = true,
     .probe = {.dbb_line = 1436, .pmu = {1341, 1345}, .pin = {1365, 1369}, .wakeup_io = {1389, 1393},
               .pcie = {1413, 1417}, .wakeup_logs_low_half = false},
-    .die_id = {.words = 9, .logs_characters = false, .boots_as = "try_to_boot_up",
-               .names_boot_failure = true},
+    .die_id = {.words = 9, .logs_characters = false, .names_boot_failure = true, .boots_as = "try_to_boot_up"},
     .weld_steps = weld_steps,
-    .sdio_loop_stops_wifi = true,
     .utilities = {.roam_format_error = "vq2070_wifi_start_roam:: cmd str format err.\n",
-                  .checks_expire_age_format = true,
                   .conn_info_copy_failure = "vq2070_wifi_conn_info: memcpy_s failed.\n",
-                  .conn_info_copy_failure_ends = true, .upc_without_socket = 1, .selcal_logged_as = "vq2070",
-                  .powermode_logged_as = "vq2070"},
+                  .conn_info_copy_failure_ends = true, .checks_expire_age_format = true,
+                  .upc_without_socket = 1, .selcal_logged_as = "vq2070", .powermode_logged_as = "vq2070"},
     .calibration = &catalogue,
     .state = vq2070_state,
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/golden/book.h"
 
+#include <dlfcn.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -9,8 +10,27 @@
 #include <cstring>
 #include <map>
 
+#include "platform/platform.h"
 #include "tests/support/contacts.h"
 #include "virtual_phone/phone.h"
+
+namespace {
+
+constexpr size_t NV_NAME_SIZE = 32;
+
+/// Whether the name of each NV access since the last clear was filled with zeros up to 32 bytes.
+std::vector<bool> names_filled;
+
+}  // namespace
+
+/// Ahead of the phone's own function: a service may copy all 32 bytes of a name.
+extern "C" int kevoOperaNVWR(uint32_t op, uint32_t number, const char *name, uint32_t size, void *bytes) {
+  static auto *const phone = reinterpret_cast<decltype(&kevoOperaNVWR)>(dlsym(RTLD_NEXT, "kevoOperaNVWR"));
+  const char *const limit = name + NV_NAME_SIZE;
+  const char *const end = name + strnlen(name, NV_NAME_SIZE);
+  names_filled.push_back(end < limit && std::all_of(end, limit, [](char c) { return c == 0; }));
+  return phone(op, number, name, size, bytes);
+}
 
 namespace golden {
 
@@ -21,6 +41,7 @@ using support::quoted;
 namespace {
 
 constexpr uint8_t UNTOUCHED = 0xA5;
+
 /// A fault to try, and its name in the transcript.
 struct fault {
   std::string name, place;
@@ -105,10 +126,20 @@ std::string joined(const lines &all, const char *between) {
   return text;
 }
 
+void mark_names(lines &all) {
+  size_t accesses = 0;
+  for (std::string &line : all) {
+    if (!line.starts_with("nv ")) continue;
+    if (!names_filled.at(accesses++)) line += " (the name is not filled with zeros)";
+  }
+}
+
 lines run(const bench &bench, void *function, const prepared_call &call, arguments &store) {
   phone_events_clear();
+  names_filled.clear();
   const std::string result = call(function, store);
   lines all = contacts(bench.chip());
+  mark_names(all);
   all.push_back("-> " + result);
   for (const std::string &line : store.outputs()) all.push_back(line);
   return all;

@@ -763,13 +763,13 @@ void write_reading_and_cleaning(book &book) {
   }
   book.call(fresh, "wifi_nvram_calibrate_clean_new", words{{0, 0, 0, 0}});
   book.heading("cleaning, the steps that are exported");
-  book.call<void>(full, own{"clean_all_nvparam"});
+  book.call(full, own{"clean_all_nvparam"});
   for (const char *step :
        {"clean_nvparam_2G_C0", "clean_nvparam_2G_C1", "clean_nvparam_5G_C0", "clean_nvparam_5G_C1"}) {
-    for (const uint32_t enable : {1U, 0U}) book.call<void>(full, own{step}, enable);
+    for (const uint32_t enable : {1U, 0U}) book.call(full, own{step}, enable);
   }
   for (const char *step : {"clean_nvparam_by_rfcore", "clean_nvparam_by_rffreq"}) {
-    for (const uint32_t which : {0U, 1U, 2U}) book.call<void>(full, own{step}, which);
+    for (const uint32_t which : {0U, 1U, 2U}) book.call(full, own{step}, which);
   }
 }
 
@@ -777,7 +777,8 @@ std::string entry(void *function, arguments &, uint32_t number, const char *name
                   uint32_t mode, uint32_t size) {
   static constexpr uint32_t values[] = {1, 4294967295, 3};
   const orva_nvbuf_request request = {number, name, ORVA_NV_ITEM_SIZE, param, 3, values};
-  std::vector<char> out(size + 1, '\0');
+  std::vector<char> out(size + 1, '?');  // the routine starts with an empty text, whatever is there
+  out[size] = '\0';
   reinterpret_cast<void (*)(char *, uint32_t, const orva_nvbuf_request *, uint32_t)>(function)(
       out.data(), size, &request, mode);
   return std::string("\"") + out.data() + "\"";

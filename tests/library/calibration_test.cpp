@@ -318,7 +318,7 @@ TEST_P(CalibrationClean, FlagsAddUp) {
     put(full_store());
     for (uint32_t i = 0; i < 4; i++) {
       flags[i] = (bits >> i & 1) * (i == 2 ? 0x100 : i + 1);
-      back_end<void(uint32_t)>(std::string("clean_nvparam_") + routines[i])(flags[i]);
+      back_end<uint32_t(uint32_t)>(std::string("clean_nvparam_") + routines[i])(flags[i]);
     }
     const store_t cleaned_one_by_one = stored();
     put(full_store());
@@ -355,12 +355,12 @@ TEST_P(CalibrationClean, ToleratesOneFailure) {
     EXPECT_EQ(happened(any_error), failures == 2);
     forget();
     fail("kevoOperaNVWR", 1, failures);
-    back_end<void(uint32_t)>("clean_nvparam_2G_C0")(1);
+    back_end<uint32_t(uint32_t)>("clean_nvparam_2G_C0")(1);
     EXPECT_EQ(happened(any_error), failures == 2);
     forget();
     fail("nv_write:363");
     if (failures == 2) fail("nv_write:386");
-    back_end<void(uint32_t)>("clean_nvparam_5G_C0")(1);
+    back_end<uint32_t(uint32_t)>("clean_nvparam_5G_C0")(1);
     EXPECT_EQ(happened(any_error), failures == 2);
   }
 }

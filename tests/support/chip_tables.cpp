@@ -157,7 +157,7 @@ void add_rf_test(const chip &c, facts &out) {
           joined(c.mode.at_modes, [](const at_mode &row) { return pair(row.driver_mode, row.at_mode); }));
   out.add("driver mode exchanged below 2484 MHz",
           joined(c.mode.remaps, [](const mode_remap &row) { return pair(row.mode, row.below_2484_mhz); }));
-  out.add("set_mode logs every call at error level", c.mode.logs_every_call);
+  out.add("set_mode logs every call at error level", c.mode_logs_every_call);
   out.add("unknown mode", c.mode.unknown);
   out.add("channel number", c.channel_of == channel_by_band ? "bandwidth and band judged one by one"
                                                             : "one message for every pair without a row");

@@ -2,31 +2,29 @@
 // What the library did to the phone, as text: the notation of the transcripts in tests/golden and of every
 // expectation in tests/library. One contact with the phone a line, in order:
 //
-//   subchip -> 1                      the platform was asked which chip there is
-//   socket                            a driver socket was opened; "socket -> 0" where that gave descriptor 0,
-//                                     "socket -> -1 EMFILE" where it failed
-//   ioctl 02080000 0b000000 01        a driver command: magic, id and data of its record, each as bytes in
-//                                     hexadecimal; zeros at the end of the data are left out, "0" is all
-//                                     zeros.
-//                                     "=> 05" follows where the driver changed the data, "-> -1 EIO" where it
-//                                     refused, another result where it was not 0
-//   close                             "close 0" of descriptor 0, "close -> -1 EBADF" where it failed
-//   fork, waitpid: status 256         of a shell command; "-> -1 ECHILD" where it failed
-//   sh -c "ifconfig wlan0 up" -> 0    the command and its exit status, always directly after its fork
+//   subchip -> 1                     the platform was asked which chip it has
+//   socket                           a driver socket was opened: "socket -> 0" if that gave descriptor 0,
+//                                    "socket -> -1 EMFILE" if it failed
+//   ioctl 02080000 0b000000 01       a driver command: magic, id and data of its record in hexadecimal
+//                                    bytes, without trailing zeros of the data ("0": all are zero);
+//                                    "=> 05" follows if the driver changed the data, "-> -1 EIO" if it
+//                                    refused
+//   close                            "close 0" of descriptor 0, "close -> -1 EBADF" if it failed
+//   fork, waitpid: status 256        of a shell command; "-> -1 ECHILD" if it failed
+//   sh -c "ifconfig wlan0 up" -> 0   the command and its exit status, always directly after its fork
 //   popen "netcfg", fread -> 9 "wlan0 UP\n", pclose
-//   open "/sys/node", write "4"       of the debug node
-//   pause 1000 us                     sleep and usleep
-//   log 6 "text\n"                    a log line with its priority; a tag that is not the chip's own comes
-//   before
-//                                     the text in brackets
-//   nv read 340 NAME "text"           an NV item; its bytes where it is no text, "-> 2" where the service
-//   failed nv write 340 NAME "text" memcpy_s -> 22                    a bounds-checked function that failed
+//   open "/sys/node", write "4"      of the debug node
+//   pause 1000 us                    sleep and usleep
+//   log 6 "text\n"                   a log line with its priority; a tag other than the chip's own precedes
+//                                    the text, in brackets
+//   nv read 340 NAME "text"          an NV item, or its bytes if it is not a text; "-> 2" if the service
+//                                    failed; "nv write" alike
+//   memcpy_s -> 22                   a bounds-checked function that failed
 //
-// Expectations may leave things open with two marks:
+// Expectations may leave parts open:
 //
-//   {chip}                            the name of the chip under test: log 6 "{chip}_system_call: execute
-//   error"
-//   {*}                               any text within the line, also none
+//   {chip}                           the name of the chip under test
+//   {*}                              any text within the line, also none
 #ifndef TESTS_SUPPORT_CONTACTS_H
 #define TESTS_SUPPORT_CONTACTS_H
 

@@ -295,10 +295,10 @@ void add_single_calibration_steps(std::vector<operation> &all) {
   const auto add = [&](const char *name, const call_operation &call) {
     all.push_back({name, true, calibrated, yes, no, call});
   };
-  add("clean_all_nvparam", with<void>());
+  add("clean_all_nvparam", with<uint32_t>());
   for (const char *name : {"clean_nvparam_2G_C0", "clean_nvparam_2G_C1", "clean_nvparam_5G_C0",
                            "clean_nvparam_5G_C1", "clean_nvparam_by_rfcore", "clean_nvparam_by_rffreq"}) {
-    add(name, with<void>(uint32_t{1}));
+    add(name, with<uint32_t>(uint32_t{1}));
   }
   add("write_nvpattern_to_nv", with<void>(uint32_t{367}, static_cast<const char *>("WITXCCK"), uint32_t{104},
                                           static_cast<const char *>("pa2gccka1")));
