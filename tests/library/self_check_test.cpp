@@ -193,4 +193,33 @@ TEST_P(SelfCheck, TheDieIdIsWrittenAsDigitsWithoutOneByteMore) {
   EXPECT_TRUE(*flag.at() == 0 && flag.only(1)) << "one byte of the flag is cleared";
 }
 
+/// The transcripts have one fault at a time. Here wlan0 neither comes up nor goes down in between, or goes
+/// down no more after another failure.
+TEST_P(SelfCheck, TwoFailuresAreBothLogged) {
+  uint8_t text[40];
+  uint32_t time = 0;
+  const auto check_time = [&] { return PUBLIC(conn_test_get_checktime_of_chipcheck)(nullptr, &time, text); };
+  const auto stay_down = [] {
+    forget();
+    fail("shell:ifconfig wlan0 up", 1, 2);
+    fail("shell:ifconfig wlan0 down");
+  };
+  const auto expect_both = [&] {
+    EXPECT_TRUE(happened("log 3 \"wl_config_test:wifi_test_weld:wifi down failed. continue.\\n\""))
+        << transcript();
+    EXPECT_TRUE(happened("log 6 \"wifi_test_weld:wifi boot up failed.\\n\"")) << transcript();
+  };
+  stay_down();
+  EXPECT_EQ(check_time(), 1U);
+  expect_both();
+  stay_down();
+  EXPECT_EQ(PUBLIC(wifi_test_weld)(), 0U);
+  expect_both();
+  forget();
+  fail("socket");
+  fail("shell:ifconfig wlan0 down");
+  EXPECT_EQ(check_time(), 1U);
+  EXPECT_TRUE(happened("log 6 \"wifi_test_weld:wifi shut down failed.\\n\"")) << transcript();
+}
+
 }  // namespace
