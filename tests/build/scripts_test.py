@@ -16,9 +16,9 @@ FORBIDDEN = {
     "common/driver.cpp": '#include "chips/vq2050/profile.h"',
     "common/log.h": '#include "../api/dispatch.h"',
     "common/channel.cpp": "  #  include <virtual_phone/phone.h>",
-    "chips/vq2050/keep_only_write.cpp": '#include "include/vq2070.h"',
+    "chips/vq2050/keep_only_all_entries.cpp": '#include "include/vq2070.h"',
     "chips/vq2040/mimo_chain.cpp": '#include "../vq2040a/profile.h"',
-    "chips/vq2070/ru_test.cpp": '#include "include/wifi_factory_test_orva.h"',
+    "chips/vq2070/resource_unit.cpp": '#include "include/wifi_factory_test_orva.h"',
     "api/dispatch.cpp": '#include "tests/support/phone_fixture.h"',
     "platform/platform.h": '#include "common/log.h"',
 }

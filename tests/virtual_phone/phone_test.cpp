@@ -339,7 +339,7 @@ TEST_F(Phone, TakesTheValuesThatTheLibrarySends) {
   const struct {
     uint32_t command, value;
     const char *key, *kept;
-  } cases[] = {{0, 0xFFFFFFFF, "state.channel_mhz", "-1"},
+  } cases[] = {{0, 0xFFFFFFFF, "state.channel", "-1"},
                {1, 0xFFFFFFF7, "state.power", "-9"},
                {4, 0xFFFFFFFF, "state.band", "4294967295"},
                {37, 0xFFFFFFFF, "state.bss_expire_age", "4294967295"},
