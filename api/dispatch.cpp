@@ -240,10 +240,10 @@ uint32_t wifi_nvram_calibrate_get(char *out, int32_t size) {
   return call<uint32_t>(OP_NVRAM_CALIBRATE_GET, "wifi_nvram_calibrate_get::funcname is null.\n", out, size);
 }
 
-uint32_t wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band,
+uint32_t wifi_nvram_calibrate_set(int32_t cal_type, int32_t chain, int32_t mode, int32_t band,
                                   int32_t bandwidth, int32_t freq, const char *delta_gain) {
   return call<uint32_t>(OP_NVRAM_CALIBRATE_SET, "wifi_nvram_calibrate_set::funcname is null.\n", cal_type,
-                        group, mode, band, bandwidth, freq, delta_gain);
+                        chain, mode, band, bandwidth, freq, delta_gain);
 }
 
 uint32_t wifi_get_upc_code(uint8_t *out1, uint8_t *out2, uint8_t *upc) {

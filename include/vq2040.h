@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file vq2040.h
- * Back end of the vq2040: what stands behind the public functions, and single steps for callers that know the
- * chip. The vq2040: no chain, no calibration texts; keeps a raw calibration block.
+ * Back end of the vq2040: the functions that serve the public API on this chip, and single steps for
+ * callers that know the chip. The vq2040: one chain; a raw calibration block instead of calibration texts.
  *
- * Where a function refers to a public one, arguments, results and messages are told there. Log tag:
+ * A function marked "see" is documented at the public function. Log tag:
  * "WIFI_ORVA_FAC_TEST_2040".
  */
 #ifndef ORVA_VQ2040_H
@@ -22,7 +22,7 @@ extern "C" {
 /** @{ */
 /** Opens a socket to the driver. @return the descriptor, never 0; 0 for failure (logged). */
 uint32_t vq2040_wl_config_sockets_open(void);
-/** Closes a driver socket. @return what close gave. */
+/** Closes a driver socket. @return the result of close. */
 int32_t vq2040_wl_config_sockets_close(uint32_t socket);
 /**
  * Runs a command line in the shell. @return the wait status, 0 for success; -1 on error; 1 for a null
@@ -87,8 +87,8 @@ uint32_t vq2040_conn_test_get_checktime_of_chipcheck(
 uint32_t vq2040_conn_test_uart_loop(const void *unused); /**< @see conn_test_uart_loop */
 uint32_t vq2040_conn_test_sdio_loop(const void *unused); /**< @see conn_test_sdio_loop */
 /**
- * Probes on an open driver socket of the caller's, on the named interface ("wlan0"). @return 1 pass, 0
- * fail. DBB number: logged.
+ * Probes on the caller's open driver socket and interface ("wlan0"). @return 1 pass, 0 fail. This one logs
+ * the DBB number.
  */
 int32_t vq2040_wl_config_wifi_dbb_get(uint32_t socket, const char *interface);
 /** Efuse status; 0 passes. */
@@ -106,7 +106,7 @@ uint32_t vq2040_wifi_test_weld(void); /**< @see wifi_test_weld */
 /** @{ */
 uint32_t vq2040_wifi_nvram_set(const void *unused0, const void *unused1,
                                int32_t unused2); /**< @see wifi_nvram_set */
-uint32_t vq2040_wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band,
+uint32_t vq2040_wifi_nvram_calibrate_set(int32_t cal_type, int32_t chain, int32_t mode, int32_t band,
                                          int32_t bandwidth, int32_t freq,
                                          const char *delta_gain);  /**< @see wifi_nvram_calibrate_set */
 uint32_t vq2040_wifi_nvram_calibrate_get(char *out, int32_t size); /**< @see wifi_nvram_calibrate_get */

@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file vq2050.h
- * Back end of the vq2050: what stands behind the public functions, and single steps for callers that know the
- * chip. The vq2050: two chains, calibration texts.
+ * Back end of the vq2050: the functions that serve the public API on this chip, and single steps for
+ * callers that know the chip. The vq2050: two chains, calibration texts.
  *
- * Where a function refers to a public one, arguments, results and messages are told there. Log tag:
+ * A function marked "see" is documented at the public function. Log tag:
  * "WIFI_ORVA_FAC_TEST_2050".
  */
 #ifndef ORVA_VQ2050_H
@@ -24,7 +24,7 @@ extern "C" {
 /** @{ */
 /** Opens a socket to the driver. @return the descriptor, never 0; 0 for failure (logged). */
 uint32_t vq2050_wl_config_sockets_open(void);
-/** Closes a driver socket. @return what close gave. */
+/** Closes a driver socket. @return the result of close. */
 int32_t vq2050_wl_config_sockets_close(uint32_t socket);
 /**
  * Runs a command line in the shell. @return the wait status, 0 for success; -1 on error; 1 for a null
@@ -33,7 +33,7 @@ int32_t vq2050_wl_config_sockets_close(uint32_t socket);
 int32_t vq2050_system_call(const char *command);
 /** Reads a command's output: at most size - 1 bytes, not terminated. @return 1 when there was any, else 0. */
 int32_t vq2050_run_cmd_by_stream(const char *command, char *output, uint32_t size);
-/** Brings wlan0 up, with one retry that costs 4 s. @return 0 when it came up, else 1. */
+/** Brings wlan0 up, with one retry after 4 s of pauses. @return 0 when it came up, else 1. */
 int32_t vq2050_try_to_boot_up(void);
 /** Logs a bounds-checked call that failed: a result other than 0. */
 void vq2050_check_securef_ret(int32_t result);
@@ -99,8 +99,8 @@ uint32_t vq2050_conn_test_get_checktime_of_chipcheck(
 uint32_t vq2050_conn_test_uart_loop(const void *unused); /**< @see conn_test_uart_loop */
 uint32_t vq2050_conn_test_sdio_loop(const void *unused); /**< @see conn_test_sdio_loop */
 /**
- * Probes on an open driver socket of the caller's, on the named interface ("wlan0"). @return 1 pass, 0
- * fail. DBB number: logged.
+ * Probes on the caller's open driver socket and interface ("wlan0"). @return 1 pass, 0 fail. This one logs
+ * the DBB number.
  */
 int32_t vq2050_wl_config_wifi_dbb_get(uint32_t socket, const char *interface);
 /** Efuse status; 0 passes. */
@@ -128,7 +128,7 @@ uint32_t vq2050_wifi_test_weld(void); /**< @see wifi_test_weld */
 /** @{ */
 uint32_t vq2050_wifi_nvram_set(const void *unused0, const void *unused1,
                                int32_t unused2); /**< @see wifi_nvram_set */
-uint32_t vq2050_wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band,
+uint32_t vq2050_wifi_nvram_calibrate_set(int32_t cal_type, int32_t chain, int32_t mode, int32_t band,
                                          int32_t bandwidth, int32_t freq,
                                          const char *delta_gain);  /**< @see wifi_nvram_calibrate_set */
 uint32_t vq2050_wifi_nvram_calibrate_get(char *out, int32_t size); /**< @see wifi_nvram_calibrate_get */
@@ -157,16 +157,15 @@ uint32_t vq2050_clean_nvparam_by_rffreq(uint32_t band);
  */
 void vq2050_write_nvpattern_to_nv(uint32_t nv_num, const char *nv_name, uint32_t size,
                                   const char *param_name);
-/** Appends "name=v,v;" to a text; a piece that does not fit is cut and logged. */
+/** Appends "name=v,v;" to a text; a piece that does not fit is truncated and logged. */
 void vq2050_param_to_string(char *out, uint32_t out_size, const char *name, const uint32_t *values,
                             uint32_t count);
 /** The catalogue rows that a calibration request reaches. */
-struct orva_cal_lookup vq2050_wifi_get_nvnum_parname_from_at_param(uint32_t group, uint32_t mode,
+struct orva_cal_lookup vq2050_wifi_get_nvnum_parname_from_at_param(uint32_t chain, uint32_t mode,
                                                                    uint32_t band, uint32_t bandwidth,
                                                                    int32_t freq);
 /**
- * Is it a parameter of the family pa2g…? @return 1 when the name is one of the family or the beginning of
- * one, else 0.
+ * @return 1 if the name is a parameter of the pa2g… family or a prefix of one, else 0.
  */
 uint32_t vq2050_check_nvname_2G_normal(const char *name);
 /** The same for the family mf2g…. @return 1 or 0. */

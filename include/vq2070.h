@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file vq2070.h
- * Back end of the vq2070: what stands behind the public functions, and single steps for callers that know the
- * chip. The vq2070: two chains, calibration texts, RU tests.
+ * Back end of the vq2070: the functions that serve the public API on this chip, and single steps for
+ * callers that know the chip. The vq2070: two chains, calibration texts, RU tests.
  *
- * Where a function refers to a public one, arguments, results and messages are told there. Log tag:
+ * A function marked "see" is documented at the public function. Log tag:
  * "WIFI_ORVA_FAC_TEST_2070".
  */
 #ifndef ORVA_VQ2070_H
@@ -24,27 +24,26 @@ extern "C" {
 /** @{ */
 /** Opens a socket to the driver. @return the descriptor, never 0; 0 for failure (logged). */
 uint32_t vq2070_wl_config_sockets_open(void);
-/** Closes a driver socket. @return what close gave. */
+/** Closes a driver socket. @return the result of close. */
 int32_t vq2070_wl_config_sockets_close(uint32_t socket);
 /*
  * Setters of g_ast_config_ioctl_data: each lays the value of its command into a record's data area, 32 bits
  * but for the host bus.
  */
-void vq2070_ioctl_data_freq_set(uint8_t *pri_data, uint32_t value); /**< Lays down the channel. */
-void vq2070_ioctl_data_pow_set(uint8_t *pri_data, uint32_t value);  /**< Lays down the power. */
-void vq2070_ioctl_data_mode_set(uint8_t *pri_data, uint32_t value); /**< Lays down the mode. */
-void vq2070_ioctl_data_rate_set(uint8_t *pri_data, uint32_t value); /**< Lays down the rate. */
-void vq2070_ioctl_data_band_set(uint8_t *pri_data, uint32_t value); /**< Lays down the bandwidth. */
-void vq2070_ioctl_data_tx_set(uint8_t *pri_data, uint32_t value);   /**< Lays down transmit on or off. */
-void vq2070_ioctl_data_rx_set(uint8_t *pri_data, uint32_t value);   /**< Lays down receive on or off. */
-void vq2070_ioctl_data_pm_set(uint8_t *pri_data, uint32_t value);   /**< Lays down power save on or off. */
-void vq2070_ioctl_data_ant_set(uint8_t *pri_data, uint32_t value);  /**< Lays down the antenna. */
-void vq2070_ioctl_data_mimo_set(uint8_t *pri_data, uint32_t value); /**< Lays down the chain. */
-void vq2070_ioctl_data_bus_chan_set(uint8_t *pri_data,
-                                    uint32_t value);              /**< Lays down the host bus, 16 bits. */
-void vq2070_ioctl_data_pt_set(uint8_t *pri_data, uint32_t value); /**< Lays down the power test. */
-void vq2070_ioctl_data_tas_ant_set(uint8_t *pri_data, uint32_t value); /**< Lays down the TAS antenna. */
-void vq2070_ioctl_data_bss_set(uint8_t *pri_data, uint32_t value); /**< Lays down the scan results' age. */
+void vq2070_ioctl_data_freq_set(uint8_t *pri_data, uint32_t value);     /**< Stores the channel. */
+void vq2070_ioctl_data_pow_set(uint8_t *pri_data, uint32_t value);      /**< Stores the power. */
+void vq2070_ioctl_data_mode_set(uint8_t *pri_data, uint32_t value);     /**< Stores the mode. */
+void vq2070_ioctl_data_rate_set(uint8_t *pri_data, uint32_t value);     /**< Stores the rate. */
+void vq2070_ioctl_data_band_set(uint8_t *pri_data, uint32_t value);     /**< Stores the bandwidth. */
+void vq2070_ioctl_data_tx_set(uint8_t *pri_data, uint32_t value);       /**< Stores transmit on or off. */
+void vq2070_ioctl_data_rx_set(uint8_t *pri_data, uint32_t value);       /**< Stores receive on or off. */
+void vq2070_ioctl_data_pm_set(uint8_t *pri_data, uint32_t value);       /**< Stores power save on or off. */
+void vq2070_ioctl_data_ant_set(uint8_t *pri_data, uint32_t value);      /**< Stores the antenna. */
+void vq2070_ioctl_data_mimo_set(uint8_t *pri_data, uint32_t value);     /**< Stores the chain. */
+void vq2070_ioctl_data_bus_chan_set(uint8_t *pri_data, uint32_t value); /**< Stores the host bus, 16 bits. */
+void vq2070_ioctl_data_pt_set(uint8_t *pri_data, uint32_t value);       /**< Stores the power test. */
+void vq2070_ioctl_data_tas_ant_set(uint8_t *pri_data, uint32_t value);  /**< Stores the TAS antenna. */
+void vq2070_ioctl_data_bss_set(uint8_t *pri_data, uint32_t value);      /**< Stores scan results' age. */
 /**
  * Runs a command line in the shell. @return the wait status, 0 for success; -1 on error; 1 for a null
  * command.
@@ -52,7 +51,7 @@ void vq2070_ioctl_data_bss_set(uint8_t *pri_data, uint32_t value); /**< Lays dow
 int32_t vq2070_system_call(const char *command);
 /** Reads a command's output: at most size - 1 bytes, not terminated. @return 1 when there was any, else 0. */
 int32_t vq2070_run_cmd_by_stream(const char *command, char *output, uint32_t size);
-/** Brings wlan0 up, with one retry that costs 4 s. @return 0 when it came up, else 1. */
+/** Brings wlan0 up, with one retry after 4 s of pauses. @return 0 when it came up, else 1. */
 int32_t vq2070_try_to_boot_up(void);
 /** Logs a bounds-checked call that failed: a result other than 0. */
 void vq2070_check_securef_ret(int32_t result);
@@ -139,8 +138,8 @@ uint32_t vq2070_conn_test_get_checktime_of_chipcheck(
 uint32_t vq2070_conn_test_uart_loop(const void *unused); /**< @see conn_test_uart_loop */
 uint32_t vq2070_conn_test_sdio_loop(const void *unused); /**< @see conn_test_sdio_loop */
 /**
- * Probes on an open driver socket of the caller's, on the named interface ("wlan0"). @return 1 pass, 0
- * fail. DBB number: logged.
+ * Probes on the caller's open driver socket and interface ("wlan0"). @return 1 pass, 0 fail. This one logs
+ * the DBB number.
  */
 int32_t vq2070_wl_config_wifi_dbb_get(uint32_t socket, const char *interface);
 /** Efuse status; 0 passes. */
@@ -168,7 +167,7 @@ uint32_t vq2070_wifi_test_weld(void); /**< @see wifi_test_weld */
 /** @{ */
 uint32_t vq2070_wifi_nvram_set(const void *unused0, const void *unused1,
                                int32_t unused2); /**< @see wifi_nvram_set */
-uint32_t vq2070_wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band,
+uint32_t vq2070_wifi_nvram_calibrate_set(int32_t cal_type, int32_t chain, int32_t mode, int32_t band,
                                          int32_t bandwidth, int32_t freq,
                                          const char *delta_gain);  /**< @see wifi_nvram_calibrate_set */
 uint32_t vq2070_wifi_nvram_calibrate_get(char *out, int32_t size); /**< @see wifi_nvram_calibrate_get */
@@ -199,23 +198,23 @@ void vq2070_write_nvpattern_to_nv(uint32_t nv_num, const char *nv_name, uint32_t
                                   const char *param_name);
 /**
  * Reads, merges or keeps one parameter of an item.
- * @param out an empty text; stays empty when nothing was found.
+ * @param out set to an empty text first, which stays if nothing was found, except that a merge adds the
+ * parameter.
  * @param out_size its room.
  * @param request which parameter of which item, and the values to merge.
  * @param mode ORVA_NVBUF_READ, ORVA_NVBUF_MERGE or ORVA_NVBUF_KEEP_ONLY.
  */
 void vq2070_get_nvbuf_by_name(char *out, uint32_t out_size, const struct orva_nvbuf_request *request,
                               uint32_t mode);
-/** Appends "name=v,v;" to a text; a piece that does not fit is cut and logged. */
+/** Appends "name=v,v;" to a text; a piece that does not fit is truncated and logged. */
 void vq2070_param_to_string(char *out, uint32_t out_size, const char *name, const uint32_t *values,
                             uint32_t count);
 /** The catalogue rows that a calibration request reaches. */
-struct orva_cal_lookup vq2070_wifi_get_nvnum_parname_from_at_param(uint32_t group, uint32_t mode,
+struct orva_cal_lookup vq2070_wifi_get_nvnum_parname_from_at_param(uint32_t chain, uint32_t mode,
                                                                    uint32_t band, uint32_t bandwidth,
                                                                    int32_t freq);
 /**
- * Is it a parameter of the family pa2g…? @return 1 when the name is one of the family or the beginning of
- * one, else 0.
+ * @return 1 if the name is a parameter of the pa2g… family or a prefix of one, else 0.
  */
 uint32_t vq2070_check_nvname_2G_normal(const char *name);
 /** The same for the family mf2g…. @return 1 or 0. */

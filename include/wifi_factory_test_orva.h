@@ -6,10 +6,10 @@
  * Each function asks the platform which chip is fitted (vq2040, vq2050, vq2040a, vq2070) and passes its
  * arguments to that chip's back end. Unless a function says otherwise:
  * - the result is 1 for success and 0 for failure;
- * - a chip without the operation, and a sub-chip index above 3, log "<function>::funcname is null.\n" at
+ * - a missing operation, or a sub-chip index above 3, logs "<function>::funcname is null.\n" at
  * error priority under the tag "WIFI_ORVA_FAC_TEST" and give 0;
- * - pointers belong to the caller and are used only during the call; they are not tested for null unless
- * said;
+ * - pointers belong to the caller and are used only during the call; they are not checked for null unless a
+ * function says so;
  * - failures are logged under the chip's own tag ("WIFI_ORVA_FAC_TEST_2050", …);
  * - one caller at a time: the test state is plain globals, there are no locks;
  * - a driver command that is refused is tried once more after 10 ms.
@@ -40,7 +40,7 @@ typedef void (*wifi_func_t)(void);
 wifi_func_t wifi_get_func(uint32_t op_id);
 
 /** @} */
-/** @name RF test settings: recorded now, sent to the driver when a test starts */
+/** @name RF test settings: stored, and sent when a test starts unless said otherwise */
 /** @{ */
 
 /**
@@ -55,7 +55,7 @@ uint32_t wifi_set_power(int32_t power);
 /**
  * Sets the protocol mode.
  * @param at_mode the station's mode number, 0 to 6 (vq2070: 0 to 7); only the low 8 bits are looked up.
- * @return 1; 0 for an unknown mode, which is still what wifi_query_setting() reports.
+ * @return 1; 0 for an unknown mode, which wifi_query_setting() reports all the same.
  */
 uint32_t wifi_set_mode(int32_t at_mode);
 
@@ -69,8 +69,8 @@ uint32_t wifi_set_rate(int32_t rate);
 
 /**
  * Sets the bandwidth.
- * @param band 0 = 20 MHz, 1 = 40 MHz, 2 = 80 MHz, 3 = 160 MHz. Not checked here: a test start refuses others,
- * once it has sent them; at 2484 MHz it takes any.
+ * @param band 0 = 20 MHz, 1 = 40 MHz, 2 = 80 MHz, 3 = 160 MHz. Not checked here. A test start sends any other
+ * value and then fails at the channel, except at 2484 MHz.
  * @return 1.
  */
 uint32_t wifi_set_band(int32_t band);
@@ -111,8 +111,9 @@ int32_t wifi_query_setting(int32_t item);
 /** @{ */
 
 /**
- * Enters test mode: takes wlan0 from the phone's framework (2 s where it was up), brings it up, switches
- * power save off and sets the test country code; the newer chips also set their calibration intervals.
+ * Enters test mode: takes wlan0 from the phone's framework (with a 2 s pause if it was up), brings it up,
+ * switches power save off and sets the test country code; all but vq2040 also send the self-calibration
+ * switch; vq2050 and vq2070 set the dynamic calibration interval.
  * @return 1, also when it was on already; 0 when wlan0 did not come up. Other failures are only logged.
  */
 uint32_t wifi_start_testmode(void);
@@ -120,13 +121,13 @@ uint32_t wifi_start_testmode(void);
 /**
  * Leaves test mode: stops a running receive test and takes wlan0 down. A running transmit test is not
  * stopped.
- * @return 1, also when it was off already; 0 when wlan0 did not go down: test mode then stays on.
+ * @return 1, also when it was off already; 0 when wlan0 did not go down; test mode stays on.
  */
 uint32_t wifi_stop_testmode(void);
 
 /**
  * Sends mode, bandwidth, channel, chain (vq2050, vq2070), rate and power to the driver and starts to
- * transmit. The first refusal ends it; what was sent before stays. Does not check that test mode is on.
+ * transmit. Stops at the first refusal; settings already sent stay. Does not check that test mode is on.
  * @return 1; 0 after a refusal or for a channel that the bandwidth does not allow.
  */
 uint32_t wifi_start_tx(void);
@@ -163,7 +164,7 @@ uint32_t wifi_get_rx_pckg(void);
  * @param en_set 0 none, 1 transmit, 2 receive.
  * @param aid association id, three hexadecimal digits (others count as 0), or null for 1. Not read for en_set
  * 0.
- * @return 1; 0 for an en_set of 3 or more.
+ * @return 1; 0 for any other en_set.
  */
 uint32_t wifi_ru_set(int32_t en_set, const char *aid);
 
@@ -196,7 +197,8 @@ uint32_t wifi_test_weld(void);
 
 /**
  * Starts the firmware's chip check. The pointers are only compared with null, which chooses a log line.
- * @return 0 when the driver took the command, 1 when it did not. (Inverted, as all conn_test_ functions.)
+ * @return 0 when the driver took the command, 1 when it did not. (0 is success, as in all conn_test_
+ * functions.)
  */
 uint32_t conn_test_chipcheck(const void *first, const void *second, const void *third);
 
@@ -228,7 +230,7 @@ uint32_t conn_test_sdio_loop(const void *unused);
 /** @{ */
 
 /**
- * Copies the driver's calibration block to NV (vq2040, vq2040a; the newer chips log and give 0).
+ * Copies the driver's calibration block to NV (vq2040, vq2040a; vq2050 and vq2070 log and give 0).
  * @param first, second, third passed on and not read.
  */
 uint32_t wifi_nvram_set(const void *first, const void *second, int32_t third);
@@ -253,16 +255,16 @@ uint32_t wifi_nvram_calibrate_get(char *out, int32_t size);
 /**
  * Corrects the stored calibration by one measured error.
  * @param cal_type 0; anything else is refused (vq2040 does not read it).
- * @param group chain, 0 or 1 (vq2040 and vq2040a do not read it).
+ * @param chain chain, 0 or 1 (vq2040 and vq2040a do not read it).
  * @param mode 2 for CCK, else 0 (vq2040: 1 to 5).
  * @param band 0 = 2.4 GHz, 1 = 5 GHz.
  * @param bandwidth 0 = 20 MHz, 1 = 40 MHz, 3 = 160 MHz (vq2040: 2 = 80 MHz).
  * @param freq centre frequency in MHz; 2442 is the 2.4 GHz reference channel.
- * @param delta_gain decimal text: tenths of the shift (vq2050 and vq2040a: -500 to 500); vq2040: a gain in
- * dB, -5 to 5 and not 0.
+ * @param delta_gain decimal text: the measured error in tenths of a dB (vq2050 and vq2040a: -500 to 500);
+ * vq2040: a gain in dB, -5 to 5 and not 0.
  * @return 1 when every matching parameter was written; else 0, and what was written before stays.
  */
-uint32_t wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band,
+uint32_t wifi_nvram_calibrate_set(int32_t cal_type, int32_t chain, int32_t mode, int32_t band,
                                   int32_t bandwidth, int32_t freq, const char *delta_gain);
 
 /**
@@ -297,13 +299,14 @@ uint32_t wifi_start_roam(const char *target);
 /** Starts a scan through the supplicant's client. */
 uint32_t wifi_start_roam_scan(void);
 
-/** Sets how long scan results stay valid, in driver and supplicant. @return 1 only when both took it. */
+/** Sets how long scan results stay valid, in driver and supplicant. @return 1 only when both accepted it. */
 uint32_t wifi_set_bss_expire_age(int32_t age);
 
 /**
  * Reads the connection.
  * @param ssid 33 bytes. @param bssid 6 bytes. @param rssi one byte, signed in meaning.
- * @return 1; 0 when the driver refused (the outputs are then cleared) or no socket could be opened.
+ * @return 1; 0 when the driver refused (the outputs then hold what the driver left, usually zeros) or no
+ * socket could be opened.
  */
 uint32_t wifi_conn_info(char *ssid, uint8_t *bssid, uint8_t *rssi);
 

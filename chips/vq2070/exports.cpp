@@ -101,7 +101,7 @@ uint32_t vq2070_wifi_test_weld() { return wifi_test_weld(vq2070); }
 
 // Calibration
 uint32_t vq2070_wifi_nvram_set(const void *, const void *, int32_t) { return refuse_caldata(vq2070); }
-uint32_t vq2070_wifi_nvram_calibrate_set(int32_t cal_type, int32_t group, int32_t mode, int32_t band, int32_t bandwidth, int32_t freq, const char *delta_gain) { return wifi_nvram_calibrate_set(vq2070, cal_type, group, mode, band, bandwidth, freq, delta_gain); }
+uint32_t vq2070_wifi_nvram_calibrate_set(int32_t cal_type, int32_t chain, int32_t mode, int32_t band, int32_t bandwidth, int32_t freq, const char *delta_gain) { return wifi_nvram_calibrate_set(vq2070, cal_type, chain, mode, band, bandwidth, freq, delta_gain); }
 uint32_t vq2070_wifi_nvram_calibrate_get(char *out, int32_t size) { return wifi_nvram_calibrate_get(vq2070, out, size); }
 uint32_t vq2070_wifi_nvram_calibrate_clean(int32_t scope) { return two_chain::clean_by_scope(vq2070_cleaner, scope); }
 uint32_t vq2070_wifi_nvram_calibrate_clean_new(const uint32_t *flags) { return two_chain::clean_by_flags(vq2070_cleaner, flags); }
@@ -112,7 +112,7 @@ uint32_t vq2070_clean_nvparam_5G_C0(uint32_t enable) { return two_chain::clean_5
 uint32_t vq2070_clean_nvparam_5G_C1(uint32_t enable) { return two_chain::clean_5g(vq2070_cleaner, enable, two_chain::scope_5g_c1); }
 void vq2070_get_nvbuf_by_name(char *out, uint32_t out_size, const struct orva_nvbuf_request *request, uint32_t mode) { get_nvbuf_by_name(vq2070, out, out_size, *request, mode); }
 void vq2070_param_to_string(char *out, uint32_t out_size, const char *name, const uint32_t *values, uint32_t count) { param_to_string(vq2070, out, out_size, name, values, count); }
-orva_cal_lookup vq2070_wifi_get_nvnum_parname_from_at_param(uint32_t group, uint32_t mode, uint32_t band, uint32_t bandwidth, int32_t freq) { return find_rows(vq2070, {group, mode, band, bandwidth, freq}); }
+orva_cal_lookup vq2070_wifi_get_nvnum_parname_from_at_param(uint32_t chain, uint32_t mode, uint32_t band, uint32_t bandwidth, int32_t freq) { return find_rows(vq2070, {chain, mode, band, bandwidth, freq}); }
 uint32_t vq2070_check_nvname_2G_normal(const char *name) { return check_nvname_2G_normal(name); }
 uint32_t vq2070_check_nvname_2G_mucal(const char *name) { return check_nvname_2G_mucal(name); }
 uint32_t vq2070_check_nvname_5G_normal(const char *name) { return check_nvname_5G_normal(name); }

@@ -15,7 +15,7 @@
 namespace console {
 
 struct chip {
-  const char *nv_name;         ///< name of NV item 340, which holds calibration data on every chip
+  const char *nv_name;         ///< a name under which NV item 340 holds calibration data
   bool has_test_node = false;  ///< part of the RF test goes through a debug node
 };
 

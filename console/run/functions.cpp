@@ -165,7 +165,7 @@ constexpr argument cal_get_args[] = {{.name = "text",
                                       .fallback = "104"}};
 constexpr argument cal_set_args[] = {
     {.name = "cal_type", .kind = number, .help = "0; others are refused", .range = "0"},
-    {.name = "group", .kind = number, .help = "chain", .range = "0..1", .known = known_cal_chains},
+    {.name = "chain", .kind = number, .help = "RF chain", .range = "0..1", .known = known_cal_chains},
     {.name = "mode",
      .kind = number,
      .help = "0 or 2 for CCK; vq2040: 1 to 5",

@@ -359,15 +359,15 @@ class Library:
         return CalibrationText(ok, room.value.decode("latin-1"))
 
     def wifi_nvram_calibrate_set(
-        self, cal_type: int, group: int, mode: int, band: int, bandwidth: int, freq: int, delta_gain: str
+        self, cal_type: int, chain: int, mode: int, band: int, bandwidth: int, freq: int, delta_gain: str
     ) -> bool:
         """Corrects the stored calibration by one measured error. What was written before a failure stays.
 
-        cal_type: 0. group: chain, 0 or 1. mode: 2 for CCK, else 0 (vq2040: 1 to 5). band: 0 = 2.4 GHz, 1 = 5 GHz.
+        cal_type: 0. chain: 0 or 1. mode: 2 for CCK, else 0 (vq2040: 1 to 5). band: 0 = 2.4 GHz, 1 = 5 GHz.
         bandwidth: 0 = 20, 1 = 40, 3 = 160 MHz (vq2040: 2 = 80 MHz). freq: centre frequency in MHz. delta_gain: decimal
         text, tenths of the shift, -500 to 500 (vq2040: a gain in dB, -5 to 5 and not 0).
         """
-        numbers = dict(cal_type=cal_type, group=group, mode=mode, band=band, bandwidth=bandwidth, freq=freq)
+        numbers = dict(cal_type=cal_type, chain=chain, mode=mode, band=band, bandwidth=bandwidth, freq=freq)
         return self._ok(
             "wifi_nvram_calibrate_set",
             *(_number(name, value) for name, value in numbers.items()),

@@ -159,7 +159,7 @@ void add_rf_test(const chip &c, facts &out) {
           joined(c.mode.remaps, [](const mode_remap &row) { return pair(row.mode, row.below_2484_mhz); }));
   out.add("set_mode logs every call at error level", c.mode_logs_every_call);
   out.add("unknown mode", c.mode.unknown);
-  out.add("channel number", c.channel_of == channel_by_band ? "bandwidth and band judged one by one"
+  out.add("channel number", c.channel_of == channel_by_band ? "bandwidth and band checked separately"
                                                             : "one message for every pair without a row");
   out.number("power units per driver step", c.power_divisor);
   out.add("rates with a code of their own",
@@ -169,7 +169,7 @@ void add_rf_test(const chip &c, facts &out) {
   out.add("transmit start raises the flag", c.tx.raises_flag_at_start);
   out.add("stop does nothing when stopped", c.tx.stops_only_when_started);
   out.number("pause after switching on, µs", c.tx.final_pause_us);
-  const char *const failures[] = {"not told", "told", "told when power save could not be switched off"};
+  const char *const failures[] = {"not logged", "logged", "logged if power save could not be switched off"};
   out.add("test mode: refused country code", failures[static_cast<int>(c.testmode.logs_country_failure)]);
   out.add("test mode: sets self-calibration", c.testmode.sets_selfcali_interval);
   out.add("test mode: sets dynamic calibration", c.testmode.sets_dyn_interval);
@@ -195,7 +195,7 @@ void add_checks(const chip &c, facts &out) {
   out.number("die identifier, words", c.die_id.words);
   out.add("die identifier logs each character", c.die_id.logs_characters);
   out.add("die identifier: retry logged as", c.die_id.boots_as);
-  out.add("die identifier: line of its own when wlan0 stays down", c.die_id.names_boot_failure);
+  out.add("die identifier: extra message if wlan0 does not come up", c.die_id.names_boot_failure);
   out.add("weld test", joined(c.weld_steps, weld_name));
   out.add("SDIO loop stops the WLAN service", c.sdio_loop_stops_wifi);
 }
