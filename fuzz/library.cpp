@@ -15,12 +15,12 @@ namespace {
 struct start_state {
   explicit start_state(const orva::test_state &s)
       : numbers{s.status,  s.mode,  s.channel_mhz, s.freq, s.rate,     s.bandwidth,       s.power,
-                s.antenna, s.chain, s.tx,      s.rx,   s.mem_time, s.chipcheck_result},
+                s.antenna, s.chain, s.tx,          s.rx,   s.mem_time, s.chipcheck_result},
         mode_driver(s.mode_driver), running_test(s.running_test == nullptr ? 0 : *s.running_test),
         selcal(s.selcal_disable_switch == nullptr ? 0 : *s.selcal_disable_switch) {}
 
   void restore(const orva::test_state &s) const {
-    int32_t *const all[] = {&s.status,    &s.mode,     &s.channel_mhz,         &s.freq,  &s.rate,
+    int32_t *const all[] = {&s.status,    &s.mode,     &s.channel_mhz,     &s.freq,  &s.rate,
                             &s.bandwidth, &s.power,    &s.antenna,         &s.chain, &s.tx,
                             &s.rx,        &s.mem_time, &s.chipcheck_result};
     for (size_t i = 0; i < std::size(all); i++) *all[i] = numbers[i];

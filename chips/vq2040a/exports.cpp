@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The exported functions that only forward, one line each. The chip's own procedures are in the other files of
-// this folder.
+// The exported functions that only forward, one line each. The chip's own procedures are in the other files
+// of this folder.
 #include "chips/vq2040a/profile.h"
 #include "common/caldata.h"
 #include "common/calibration_read.h"
