@@ -107,9 +107,9 @@ const func_row g_func[OPERATIONS + 1] = {
 namespace {
 
 const func_row &find_row(uint8_t op_id) {
-  uint32_t i = 0;
-  while (i < OPERATIONS && g_func[i].op_id != op_id) i++;
-  return g_func[i];
+  const func_row *row = g_func;
+  while (row < g_func + OPERATIONS && row->op_id != op_id) row++;
+  return *row;
 }
 
 wifi_func_t fitted_func(uint32_t op_id) {

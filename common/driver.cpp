@@ -40,8 +40,8 @@ const value_command *find_command(const list<value_command> &commands, uint32_t 
 }
 
 const value_command *find_value_command(const chip &chip, uint32_t id) {
-  const value_command *own = find_command(chip.value_commands, id);
-  return own != nullptr ? own : find_command(common_value_commands, id);
+  const value_command *common = find_command(common_value_commands, id);
+  return common != nullptr ? common : find_command(chip.value_commands, id);
 }
 
 bool send_value(const chip &chip, uint32_t socket, uint32_t command, uint32_t value) {

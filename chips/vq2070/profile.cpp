@@ -23,12 +23,7 @@ constexpr chip_commands command = {
     .selfcali_interval = 36, .power_test = 34, .tas_antenna = 35, .bss_expire_age = 37,
     .calibration_query = 29};
 
-// The exported setters. The first eight ids are accepted by every chip.
 constexpr value_command g_ast_config_ioctl_data[] = {
-    {COMMAND_CHANNEL, vq2070_ioctl_data_freq_set}, {COMMAND_POWER, vq2070_ioctl_data_pow_set},
-    {COMMAND_MODE, vq2070_ioctl_data_mode_set}, {COMMAND_RATE, vq2070_ioctl_data_rate_set},
-    {COMMAND_BANDWIDTH, vq2070_ioctl_data_band_set}, {COMMAND_TX, vq2070_ioctl_data_tx_set},
-    {COMMAND_RX, vq2070_ioctl_data_rx_set}, {COMMAND_POWER_SAVE, vq2070_ioctl_data_pm_set},
     {COMMAND_ANTENNA, vq2070_ioctl_data_ant_set}, {COMMAND_MIMO_CHAIN, vq2070_ioctl_data_mimo_set},
     {COMMAND_BUS_MODE, vq2070_ioctl_data_bus_chan_set}, {command.power_test, vq2070_ioctl_data_pt_set},
     {command.tas_antenna, vq2070_ioctl_data_tas_ant_set}, {command.bss_expire_age, vq2070_ioctl_data_bss_set}};
