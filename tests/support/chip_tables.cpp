@@ -142,7 +142,7 @@ void add_driver(const chip &c, facts &out) {
   out.command("command: TAS antenna", c.command.tas_antenna);
   out.command("command: BSS expire age", c.command.bss_expire_age);
   out.command("command: calibration parameter", c.command.calibration_query);
-  out.add("value commands",
+  out.add("value commands besides 0 to 5, 8 and 11",
           joined(c.value_commands, [](const value_command &row) { return std::to_string(row.id); }));
   const auto &l = c.line;
   out.add("line numbers: socket, second socket, ioctl, retry, unknown command",
