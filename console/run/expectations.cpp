@@ -96,6 +96,10 @@ std::vector<expectation> judge_result(const call_result &result, const std::vect
   return all;
 }
 
+expectation unexpected_failure(const call_result &result) {
+  return {"result", "success", result.value, false};
+}
+
 expectation not_kept(const nv_change &change) {
   return {fmt::format("read back {} {}", change.item, change.parameter), change.before, change.after, false};
 }

@@ -19,6 +19,9 @@ std::vector<wanted> take_wanted(const function &f, std::vector<std::string> &wor
 
 std::vector<expectation> judge_result(const call_result &result, const std::vector<wanted> &wants);
 
+/** The failed expectation of a call whose result nobody judged. */
+expectation unexpected_failure(const call_result &result);
+
 /** The failed expectation of a value written to NV that reads as another. */
 expectation not_kept(const nv_change &change);
 

@@ -95,15 +95,18 @@ static std::string call_text(const function &f, const std::vector<std::string> &
   return fmt::format("{}{}{}", f.name, words.empty() ? "" : " ", fmt::join(words, " "));
 }
 
-const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where) {
+const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where,
+                               bool may_fail) {
   auto arguments = words;
   auto wants = take_wanted(f, arguments);
   prepared_call prepared(f, arguments);
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
-  if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where); });
+  if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where, may_fail); });
   last_step = std::make_unique<call_step>(perform(f, prepared, where));
   last_step->expectations = judge_result(last_step->result, wants);
+  if (wants.empty() && !may_fail && last_step->result.means.verdict == outcome::bad)
+    last_step->expectations.push_back(unexpected_failure(last_step->result));
   for (auto &change : unkept_writes()) last_step->expectations.push_back(not_kept(change));
   if (last_step->result.means.verdict == outcome::good) follow(f.name);
   count(*last_step);

@@ -179,7 +179,7 @@ def record(tmp_path):
         script, file = tmp_path / "session.tcl", tmp_path / f"{name}.trace"
         script.write_text(text)
         done = station(*options, "--quiet", "--yes", "--trace", file, "run", script)
-        assert done.returncode < 2 and "nothing used that place" not in done.stdout, done.stdout + done.stderr
+        assert done.returncode in (0, 1, 3) and "nothing used that place" not in done.stdout, done.stdout + done.stderr
         return file
 
     return run
