@@ -61,6 +61,14 @@ static int64_t real_us() {
       .count();
 }
 
+/** A count or code that the library returned although the phone refused is no reading. */
+static judgement judge_reading(const call_step &step) {
+  auto &means = step.result.means;
+  bool value = step.called->result == result_kind::value && means.verdict == outcome::plain;
+  if (!value || step.seen.troubles.empty()) return means;
+  return {outcome::bad, "no reading, the phone refused"};
+}
+
 call_step session::perform(const function &f, prepared_call &prepared, const place &where) {
   phone_link::clear_contacts();
   auto start = phone_link::now_us(), real_start = real_us();
@@ -78,6 +86,7 @@ call_step session::perform(const function &f, prepared_call &prepared, const pla
                  .own_us = real_us() - real_start,
                  .contacts_made = contacts_made};
   step.seen = observe(chip(), start, start + step.phone_us);
+  step.result.means = judge_reading(step);
   return step;
 }
 

@@ -106,3 +106,30 @@ def test_the_worst_session_decides(tmp_path):
 ])
 def test_piped_input_is_judged_too(typed, status):
     assert station(stdin=typed).returncode == status
+
+
+REFUSED = "fault ioctl:10 1 2\n"
+NO_SOCKET = "fault socket 1\n"
+
+
+@pytest.mark.parametrize("text, got", [
+    (REFUSED + "wifi_get_rx_pckg -> 10..", "4294967295 (the driver refused)"),
+    (REFUSED + "wifi_get_rx_pckg -> *", "4294967295 (the driver refused)"),
+    (REFUSED + "wifi_get_rx_pckg -> 0..9,4294967295", None),
+    (REFUSED + "wifi_get_rx_pckg -> 0xFFFFFFFF", None),
+    (REFUSED + "wifi_get_rx_pckg", "4294967295"),
+    (NO_SOCKET + "wifi_get_rx_pckg -> 0..1000", "0 (no reading, the phone refused)"),
+    (NO_SOCKET + "wifi_get_rx_pckg -> 0", None),
+    (NO_SOCKET + "wifi_get_upc_code -> 1..65535", "1 (no reading, the phone refused)"),
+    ("phone set driver.refuse 24\nwifi_get_upc_code -> 0..65535", "0 (no reading, the phone refused)"),
+    ("wifi_query_setting 5 -> -5..200", "-1 (not set, or no such item)"),
+    ("wifi_query_setting 5 -> -1", None),
+    ("wifi_set_mode 99 -> 0..1", "0 (failure)"),
+    ("wifi_set_mode 99 -> 0,1", None),
+    ("phone set check.chip 7\nconn_test_get_chipcheck_result -> 0..9", "7 (a code that is neither success nor failure)"),
+    ("wifi_get_rx_rssi -> 1 rssi *", None),
+])
+def test_a_failure_is_no_value_within_a_range(session, text, got):
+    run = session(text)
+    assert [e["got"] for e in run.failures() if e["what"] == "result"] == ([got] if got else [])
+    assert run.status == (1 if got else 0)
