@@ -113,6 +113,11 @@ expectation not_kept(const nv_change &change) {
   return {fmt::format("read back {} {}", change.item, change.parameter), change.before, change.after, false};
 }
 
+expectation written_unread(const blind_write &item) {
+  return {fmt::format("NV read {} before it is written", item.item), "code 0",
+          fmt::format("code {}", item.code), false};
+}
+
 expectation expect_driver(const call_step &step, const std::vector<std::string> &wants, unsigned chip) {
   auto &got = step.seen.commands;
   bool held = got.size() == wants.size();

@@ -3,7 +3,7 @@
 #ifndef CONSOLE_EXPECTATIONS_H
 #define CONSOLE_EXPECTATIONS_H
 
-#include "console/nv/nv_view.h"
+#include "console/nv/nv_safe.h"
 #include "console/run/reporter.h"
 
 namespace console {
@@ -24,6 +24,9 @@ expectation unexpected_failure(const call_result &result);
 
 /** The failed expectation of a value written to NV that reads as another. */
 expectation not_kept(const nv_change &change);
+
+/** The failed expectation of an item that was written but not read. */
+expectation written_unread(const blind_write &item);
 
 /** Exactly these driver commands in this order, as {11=0 mode=7 12 27=1!}; "!" for a refused one. */
 expectation expect_driver(const call_step &step, const std::vector<std::string> &wants, unsigned chip);

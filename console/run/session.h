@@ -6,6 +6,7 @@
 #include "console/nv/nv_safe.h"
 #include "console/phone/library.h"
 #include "console/phone/settings.h"
+#include "console/run/expectations.h"
 #include "console/run/reporter.h"
 
 #include <cstdint>
@@ -62,6 +63,8 @@ public:
 private:
   void load_library();
   call_step perform(const function &f, prepared_call &prepared, const place &where);
+  void judge(call_step &step, const std::vector<wanted> &wants, bool may_fail,
+             const std::vector<phone_link::nv_item> &nv_before);
   void count(const expectation &e);
   void count(const call_step &step);
   void follow(const std::string &name);

@@ -133,3 +133,27 @@ def test_a_failure_is_no_value_within_a_range(session, text, got):
     run = session(text)
     assert [e["got"] for e in run.failures() if e["what"] == "result"] == ([got] if got else [])
     assert run.status == (1 if got else 0)
+
+
+STORED = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;pa5ga0=8,-260,5100;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
+CORRECT = "wifi_nvram_calibrate_set 0 0 0 0 0 2442 60 -> 1"
+KEPT = "read back 340 WIC0_2G5G_OFDM pa5ga0"
+UNREAD = "NV read 340 WIC0_2G5G_OFDM before it is written"
+
+
+@pytest.mark.parametrize("fault, call, failed", [
+    ("", CORRECT, {}),
+    ("fault nv_read:340 1 2", CORRECT, {KEPT: "none", UNREAD: "code -1"}),
+    ("fault nv_read:340 2", CORRECT, {KEPT: "none", UNREAD: "code -1"}),
+    ("fault nv_read:340 1", CORRECT, {UNREAD: "code -1"}),
+    ("fault nv_lose:340 1", CORRECT, {"read back 340 WIC0_2G5G_OFDM pa2ga0": "10,-300,5000"}),
+    ("fault nv_read:340 1 2", "ignore " + CORRECT.partition(" ->")[0], {KEPT: "none", UNREAD: "code -1"}),
+    ("fault nv_read:340 1", "wifi_nvram_calibrate_clean 4 -> 1", {UNREAD: "code -1"}),
+    ("", "wifi_nvram_calibrate_clean 4 -> 1", {}),
+])
+@pytest.mark.parametrize("chip", ["vq2050", "vq2070"])
+def test_a_success_that_lost_calibration_fails(session, tmp_path, chip, fault, call, failed):
+    (tmp_path / "stored.txt").write_text(STORED)
+    run = session(f"nv load stored.txt\n{fault}\n{call}\n", "--chip", chip)
+    assert {e["what"]: e["got"] for e in run.failures()} == failed
+    assert run.of("call")[0]["result"] == 1 and run.verdicts()[0] == ("FAIL" if failed else "PASS")
