@@ -14,6 +14,7 @@
 #include "console/prompt/prompt.h"
 #include "console/record/replay.h"
 #include "console/record/trace_reporter.h"
+#include "console/run/verdict.h"
 #include "console/text/tcl_list.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -28,8 +29,6 @@
 
 namespace console {
 namespace {
-
-enum exit_status { PASSED = 0, FAILED = 1, MISUSED = 2 };
 
 using reporters = std::vector<std::shared_ptr<reporter>>;
 
@@ -50,11 +49,6 @@ std::vector<settings> chips_to_test(const command_line &line) {
   return all;
 }
 
-exit_status verdict(const std::vector<session_summary> &all) {
-  if (std::ranges::any_of(all, &session_summary::broken)) return MISUSED;
-  return std::ranges::all_of(all, &session_summary::passed) ? PASSED : FAILED;
-}
-
 exit_status run_sessions(const command_line &line) {
   if (line.words.size() < 2)
     throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
@@ -69,8 +63,9 @@ exit_status run_sessions(const command_line &line) {
       interpreter(s).run_file(line.words[i]);
       all.push_back(s.finish());
     }
+  if (interrupted && !all.empty()) all.back().broken = true;  // the sessions after it were not run
   for (auto &r : to) r->all_done(all);
-  return verdict(all);
+  return status_of(verdict_of(all));
 }
 
 /** The message for a first word that is unknown, with a guess at what was meant. */
@@ -93,18 +88,17 @@ exit_status run_call(const command_line &line) {
   if (!line.expect.empty()) words.emplace_back("->");
   for (auto &word : split(line.expect, ' '))
     if (!word.empty()) words.push_back(word);
-  bool good = true;
   auto to = make_reporters(line);
   std::vector<session_summary> all;
   for (auto &with : chips_to_test(line)) {
     session s(with, "", to);
+    s.is_single_call();
     s.start();
-    auto &step = s.call(*f, words, {});
-    good &= !step.failed();
+    s.call(*f, words, {});
     all.push_back(s.finish());
   }
   for (auto &r : to) r->all_done(all);
-  return good ? PASSED : FAILED;
+  return status_of(verdict_of(all));
 }
 
 exit_status run_nv_command(const command_line &line) {
@@ -113,7 +107,7 @@ exit_status run_nv_command(const command_line &line) {
   s.start();
   auto text = run_nv(words, s, [](const std::string &path) { return path; });
   if (!text.empty()) fmt::print("{}\n", text);
-  return s.so_far().passed() ? PASSED : FAILED;
+  return s.so_far().failed == 0 ? exit_status::passed : exit_status::failed;
 }
 
 exit_status run_preview(const command_line &line) {
@@ -130,7 +124,7 @@ exit_status run_preview(const command_line &line) {
     fmt::print("{}: {}Nothing was changed.\n", s.chip_name(), seen.text);
     good &= seen.good;
   }
-  return good ? PASSED : FAILED;
+  return good ? exit_status::passed : exit_status::failed;
 }
 
 exit_status run_interactive(const command_line &line) {
@@ -140,7 +134,7 @@ exit_status run_interactive(const command_line &line) {
   bool understood = run_prompt(s);
   auto summary = s.finish();
   for (auto &r : to) r->all_done({summary});
-  return !understood ? MISUSED : summary.passed() ? PASSED : FAILED;
+  return understood ? status_of(verdict_of({summary})) : exit_status::misused;
 }
 
 exit_status run_help(const command_line &line) {
@@ -149,36 +143,37 @@ exit_status run_help(const command_line &line) {
   auto text = line.words.size() == 2 ? help_about(line.words[1], command_list())
                                      : command_line_help() + "\n" + help_overview(command_list());
   fmt::print("{}", fold(text, page_width()));
-  return PASSED;
+  return exit_status::passed;
 }
 
 exit_status run_doctor(const command_line &line) {
   if (line.words.size() > 1)
     throw usage_error{fmt::format("doctor: \"{}\" is not understood: it takes options only.", line.words[1])};
-  return print_findings(examine(line.with, line.write), line.json) ? PASSED : FAILED;
+  return print_findings(examine(line.with, line.write), line.json) ? exit_status::passed
+                                                                   : exit_status::failed;
 }
 
 exit_status run_replay(const command_line &line) {
   if (line.words.size() != 2)
     throw usage_error{"replay: name one recording, as in: orva-station replay unit.trace"};
-  return replay(line.words[1], line.with) ? PASSED : FAILED;
+  return replay(line.words[1], line.with) ? exit_status::passed : exit_status::failed;
 }
 
 exit_status run_diff(const command_line &line) {
   if (line.words.size() != 3)
     throw usage_error{"diff: name two recordings, as in: orva-station diff good.trace bad.trace"};
-  return diff_recordings(line.words[1], line.words[2]) ? PASSED : FAILED;
+  return diff_recordings(line.words[1], line.words[2]) ? exit_status::passed : exit_status::failed;
 }
 
 exit_status run_list(const command_line &line) {
   if (line.words.size() > 1)
     throw usage_error{fmt::format("list: \"{}\" is not understood: it takes nothing.", line.words[1])};
-  return fmt::print("{}", fold(help_list(), page_width())), PASSED;
+  return fmt::print("{}", fold(help_list(), page_width())), exit_status::passed;
 }
 
 exit_status run_generate(const command_line &line) {
   fmt::print("{}", generate(line.words.size() == 2 ? line.words[1] : ""));
-  return PASSED;
+  return exit_status::passed;
 }
 
 struct runner {
@@ -213,8 +208,8 @@ void refuse_idle_options(const command_line &line) {
 }
 
 exit_status run(const command_line &line) {
-  if (line.help) return fmt::print("{}", fold(command_line_help(), page_width())), PASSED;
-  if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), PASSED;
+  if (line.help) return fmt::print("{}", fold(command_line_help(), page_width())), exit_status::passed;
+  if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), exit_status::passed;
   refuse_idle_options(line);
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
@@ -229,7 +224,7 @@ exit_status run(const command_line &line) {
 int main(int count, char **arguments) {
   Tcl_FindExecutable(arguments[0]);
   setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader of a pipe gets each line at once
-  int status = console::MISUSED;
+  auto status = console::exit_status::misused;
   try {
     status = console::run(console::parse_command_line(count, arguments));
   } catch (const console::usage_error &e) {
@@ -239,5 +234,5 @@ int main(int count, char **arguments) {
     fmt::print(stderr, "orva-station: the output cannot be written: {}.\n", e.code().message());
   }
   Tcl_Finalize();
-  return status;
+  return static_cast<int>(status);
 }

@@ -27,6 +27,12 @@ using words_t = const std::vector<std::string> &;
 
 constexpr size_t MANY = 1000;
 
+std::vector<std::string> function_names() {
+  std::vector<std::string> names;
+  for (auto &f : functions()) names.emplace_back(f.name);
+  return names;
+}
+
 const call_step &last_of(script_context &in, const char *what) {
   if (auto *step = in.current().last()) return *step;
   throw usage_error{fmt::format("{}: no function was called yet.", what)};
@@ -142,10 +148,21 @@ std::string run_wait(script_context &, words_t words) {
   double seconds = 0;
   auto end = words[0].data() + words[0].size();
   auto [stop, error] = std::from_chars(words[0].data(), end, seconds);
-  if (error != std::errc{} || stop != end || seconds < 0 || seconds > 86400)
+  if (error != std::errc{} || stop != end || !(seconds >= 0 && seconds <= 86400))
     throw usage_error{fmt::format("wait: \"{}\" is no time: give seconds, 0 to 86400.", words[0])};
   phone_link::wait_us(static_cast<int64_t>(seconds * 1e6));
   return "";
+}
+
+std::string run_ignore(script_context &in, words_t words) {
+  auto *f = find_function(words[0]);
+  if (!f)
+    throw usage_error{fmt::format("ignore: \"{}\" is no function: give a call, as in: ignore "
+                                  "wifi_nvram_set.{}",
+                                  words[0], did_you_mean(words[0], function_names()))};
+  if (std::ranges::find(words, "->") != words.end())
+    throw usage_error{"ignore: leave out -> and what follows: an ignored result is not judged."};
+  return in.current().call(*f, {words.begin() + 1, words.end()}, in.where(), true).result.value;
 }
 
 std::string run_note(script_context &in, words_t words) {
@@ -275,6 +292,12 @@ const command table[] = {
      2,
      3,
      run_expect},
+    {{"ignore", "ignore FUNCTION ?ARGUMENT...?",
+      "Calls a function whose result does not matter. Without it and without ->, a call that fails fails the session.",
+      "ignore wifi_stop_testmode"},
+     1,
+     MANY,
+     run_ignore},
     {{"limits", "limits NAME VALUE LIMITS", "Expects a value of your own to lie within limits.",
       "limits packets_per_second [expr {$packets / 2}] 40..60"},
      3,

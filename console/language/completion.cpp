@@ -66,7 +66,8 @@ names function_words(const function &f, const names &words) {
 
 /** For the second word of a command. */
 names second_words(const std::string &command) {
-  if (command == "help" || command == "has" || command == "preview") return all_command_names();
+  if (command == "help" || command == "has" || command == "ignore" || command == "preview")
+    return all_command_names();
   if (command == "chip") return chip_names();
   if (command == "log") return log_priority_names();
   if (command == "fault") return fault_places();

@@ -12,6 +12,9 @@ proc sweep {names body} {
   if {[llength $names] == 0 || [llength $names] % 2} {
     error "sweep: give pairs of a name and its values, then the body: sweep {channel {2412 2437} power {100 155}} {...}"
   }
+  foreach {name values} $names {
+    if {[llength $values] == 0} { error "sweep: $name has no values: nothing would be tested" }
+  }
   set rows [list {}]
   foreach {name values} $names {
     set longer {}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/nv/nv_safe.h"
 
+#include "console/phone/observed.h"
 #include "console/phone/phone_link.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <unistd.h>
 
@@ -70,6 +72,26 @@ std::vector<nv_change> unkept(const items_t &written) {
   return nv_changes(nv_values_of(written), nv_values_of(now));
 }
 
+std::string item_key(const contact &e) { return fmt::format("{} {}", e.number[0], e.name); }
+
+/** How often the last call wrote each item with success. */
+std::map<std::string, size_t> write_counts() {
+  std::map<std::string, size_t> counts;
+  for (auto *e : phone_link::contacts())
+    if (e->kind == PHONE_NV_WRITE && e->result == 0) ++counts[item_key(*e)];
+  return counts;
+}
+
+items_t only(const items_t &all, const std::string &key) {
+  items_t found;
+  std::ranges::copy_if(all, std::back_inserter(found), [&](auto &item) { return item_key(item) == key; });
+  return found;
+}
+
+bool is_text(const items_t &items) {
+  return std::ranges::none_of(items, [](auto &item) { return nv_text(item.bytes).starts_with("0x"); });
+}
+
 }  // namespace
 
 foresight preview_nv(const std::string &what, const std::function<trial()> &act) {
@@ -114,6 +136,33 @@ std::vector<nv_change> unkept_writes() {
   items_t written;
   for (auto &[key, item] : last) written.push_back(item);
   return unkept(written);
+}
+
+std::vector<nv_change> lost_in_merges(const items_t &before) {
+  std::vector<nv_change> lost;
+  auto after = phone_link::nv_items();
+  for (auto &[key, writes] : write_counts()) {
+    auto held = only(before, key), holds_now = only(after, key);
+    if (!is_text(held) || !is_text(holds_now)) continue;
+    auto changes = nv_changes(nv_values_of(held), nv_values_of(holds_now));
+    auto gone = [](auto &c) { return c.after == "none"; };
+    bool too_many = static_cast<size_t>(std::ranges::count_if(changes, std::not_fn(gone))) > writes;
+    std::ranges::copy_if(changes, std::back_inserter(lost),
+                         [&](auto &c) { return gone(c) || (too_many && c.before != "none"); });
+  }
+  return lost;
+}
+
+std::vector<blind_write> blind_writes() {
+  std::vector<blind_write> all;
+  std::map<std::string, int64_t> unread;
+  for (auto *e : phone_link::contacts()) {
+    if (e->kind == PHONE_NV_READ && e->result != 0) unread[item_key(*e)] = e->result;
+    if (e->kind != PHONE_NV_WRITE || e->result != 0 || !unread.contains(item_key(*e))) continue;
+    all.push_back({item_key(*e), unread[item_key(*e)]});
+    unread.erase(item_key(*e));
+  }
+  return all;
 }
 
 nv_written write_items(const items_t &items) {

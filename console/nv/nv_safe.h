@@ -35,6 +35,16 @@ bool confirm_writing(const std::string &what, const std::function<trial()> &act)
 /** Every parameter that the last call wrote with success and that now reads as something else. */
 std::vector<nv_change> unkept_writes();
 
+/** Every entry that the last call, which merges, removed from an item or changed besides the one it wrote. */
+std::vector<nv_change> lost_in_merges(const std::vector<phone_link::nv_item> &before);
+
+/** An item that the last call wrote although it could not read it: what it held before is lost or unknown. */
+struct blind_write {
+  std::string item;
+  int64_t code; /**< of the failed read */
+};
+std::vector<blind_write> blind_writes();
+
 struct nv_written {
   std::string text;              /**< what was done, and each value that was not kept */
   std::vector<nv_change> unkept; /**< written as `before`, reads as `after` */

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 
+#include "console/run/verdict.h"
 #include "console/text/text.h"
 
 #include <fmt/format.h>
@@ -60,10 +61,18 @@ json to_json(const likely_cause &c) {
 }
 
 json to_json(const session_summary &s) {
-  return {{"session", s.info.name}, {"chip", s.info.chip}, {"calls", s.calls},
-          {"held", s.held},         {"failed", s.failed},  {"phone_us", s.phone_us},
-          {"calls_us", s.calls_us}, {"own_us", s.own_us},  {"time", to_json(s.ledger)},
-          {"broken", s.broken},     {"passed", s.passed()}};
+  return {{"session", s.info.name},
+          {"chip", s.info.chip},
+          {"calls", s.calls},
+          {"held", s.held},
+          {"failed", s.failed},
+          {"phone_us", s.phone_us},
+          {"calls_us", s.calls_us},
+          {"own_us", s.own_us},
+          {"time", to_json(s.ledger)},
+          {"broken", s.broken},
+          {"verdict", word_of(verdict_of(s))},
+          {"passed", verdict_of(s) == verdict::pass}};
 }
 
 class json_reporter : public reporter {
@@ -110,8 +119,8 @@ public:
   }
   void end(const session_summary &s) override { write("end", to_json(s)); }
   void all_done(const std::vector<session_summary> &all) override {
-    bool passed = std::all_of(all.begin(), all.end(), [](auto &s) { return s.passed(); });
-    write("summary", {{"sessions", all.size()}, {"passed", passed}});
+    auto v = verdict_of(all);
+    write("summary", {{"sessions", all.size()}, {"verdict", word_of(v)}, {"passed", v == verdict::pass}});
   }
 
 private:

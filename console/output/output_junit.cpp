@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 
+#include "console/run/verdict.h"
 #include "console/text/usage_error.h"
 
 #include <cerrno>
@@ -29,8 +30,7 @@ public:
 
   void begin(const session_info &info) override {
     suite = suites->InsertNewChildElement("testsuite");
-    single = info.name.empty();
-    name = single ? "call" : info.name;
+    name = info.name.empty() ? "call" : info.name;
     suite->SetAttribute("name", fmt::format("{} on {}", name, info.chip).c_str());
     part = info.chip;
     cases = failures = errors = 0;
@@ -40,19 +40,15 @@ public:
   void call(const call_step &step) override {
     auto *test = add_case(call_text(step), step.where, step.phone_us);
     for (auto &e : step.expectations) judge(test, e);
-    if (single && step.expectations.empty() && step.failed())
-      fail(test, fmt::format("{} ({})", step.result.value, step.result.means.meaning));
     if (auto *failure = test->FirstChildElement("failure")) failure->SetText(causes(step).c_str());
   }
   void expect(const expectation &e, const place &where) override {
     judge(add_case(fmt::format("expect {} {}", e.what, e.limits), where, 0), e);
   }
-  void error(const std::string &text, const place &where) override {
-    auto *fault = add_case("session", where, 0)->InsertNewChildElement("error");
-    fault->SetAttribute("message", text.c_str());
-    ++errors;
-  }
+  void error(const std::string &text, const place &where) override { add_error(text, where); }
   void end(const session_summary &s) override {
+    if (auto v = verdict_of(s); v == verdict::none)
+      add_error(fmt::format("{}: nothing was expected", word_of(v)), {});
     suite->SetAttribute("tests", cases);
     suite->SetAttribute("failures", failures);
     suite->SetAttribute("errors", errors);
@@ -81,6 +77,12 @@ private:
     return test;
   }
 
+  void add_error(const std::string &text, const place &where) {
+    auto *fault = add_case("session", where, 0)->InsertNewChildElement("error");
+    fault->SetAttribute("message", text.c_str());
+    ++errors;
+  }
+
   void judge(XMLElement *test, const expectation &e) {
     if (!e.held) fail(test, fmt::format("expected {} {}, got {}", e.what, e.limits, e.got));
   }
@@ -102,7 +104,6 @@ private:
   XMLElement *suites;
   XMLElement *suite = nullptr;
   std::string name, part;
-  bool single = false;
   int cases = 0, failures = 0, errors = 0;
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/output/output.h"
 #include "console/phone/log_priority.h"
+#include "console/run/verdict.h"
 #include "console/text/text.h"
 
 #include <algorithm>
@@ -67,7 +68,7 @@ public:
     print("{}  {}\n", status(step), call_line(step));
     for (auto &e : step.expectations)
       if (!e.held) failure(e, step.where);
-    if (step.failed()) reasons(step);
+    if (!step.held()) reasons(step);
     if (level == detail::full) details(step);
   }
 
@@ -110,8 +111,8 @@ public:
     print("\n{}\n",
           paint(BOLD, row("chip", "session", name, "calls", "held", "failed", "phone time", "verdict")));
     for (auto &s : all)
-      print("{}\n",
-            row(s.info.chip, s.info.name, name, s.calls, s.held, s.failed, duration(s.phone_us), verdict(s)));
+      print("{}\n", row(s.info.chip, s.info.name, name, s.calls, s.held, s.failed, duration(s.phone_us),
+                        painted_verdict(s)));
     if (level == detail::full) ledger(all, name);
   }
 
@@ -243,8 +244,9 @@ private:
     print("\n");
   }
 
-  std::string verdict(const session_summary &s) const {
-    return s.broken ? paint(RED, "BROKEN") : s.passed() ? paint(GREEN, "PASS") : paint(RED, "FAIL");
+  std::string painted_verdict(const session_summary &s) const {
+    auto v = verdict_of(s);
+    return paint(v == verdict::pass ? GREEN : v == verdict::none ? YELLOW : RED, word_of(v));
   }
 
   FILE *out;

@@ -5,6 +5,7 @@
 #include "console/language/commands.h"
 #include "console/prompt/options.h"
 #include "console/prompt/quoting.h"
+#include "console/run/verdict.h"
 #include "console/text/text.h"
 
 #include <fmt/format.h>

@@ -4,6 +4,7 @@
 #include "console/language/command_line_words.h"
 #include "console/phone/chips.h"
 #include "console/phone/log_priority.h"
+#include "console/run/verdict.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 

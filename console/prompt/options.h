@@ -45,9 +45,6 @@ struct option_help {
 };
 const std::vector<option_help> &options();
 
-inline constexpr const char *exit_status_help =
-    "Exit status: 0 every expectation held; 1 one failed, or a call without expectation failed; 2 wrong usage.";
-
 /** The command line and its options. */
 std::string command_line_help();
 

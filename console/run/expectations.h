@@ -3,7 +3,7 @@
 #ifndef CONSOLE_EXPECTATIONS_H
 #define CONSOLE_EXPECTATIONS_H
 
-#include "console/nv/nv_view.h"
+#include "console/nv/nv_safe.h"
 #include "console/run/reporter.h"
 
 namespace console {
@@ -19,8 +19,14 @@ std::vector<wanted> take_wanted(const function &f, std::vector<std::string> &wor
 
 std::vector<expectation> judge_result(const call_result &result, const std::vector<wanted> &wants);
 
+/** The failed expectation of a call whose result nobody judged. */
+expectation unexpected_failure(const call_result &result);
+
 /** The failed expectation of a value written to NV that reads as another. */
 expectation not_kept(const nv_change &change);
+
+/** The failed expectation of an item that was written but not read. */
+expectation written_unread(const blind_write &item);
 
 /** Exactly these driver commands in this order, as {11=0 mode=7 12 27=1!}; "!" for a refused one. */
 expectation expect_driver(const call_step &step, const std::vector<std::string> &wants, unsigned chip);

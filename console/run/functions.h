@@ -94,6 +94,8 @@ struct function {
   const char *example;
   caller call;
   bool writes_nv = false;
+  /** Each write changes one entry of an item and keeps the others. */
+  bool merges_nv = false;
 
   size_t most_inputs() const;
   size_t least_inputs() const;

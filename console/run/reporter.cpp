@@ -10,12 +10,8 @@ std::string place::text() const { return file.empty() ? "" : fmt::format("{}:{}"
 
 bool call_step::held() const { return std::ranges::all_of(expectations, &expectation::held); }
 
-bool call_step::failed() const {
-  return expectations.empty() ? result.means.verdict == outcome::bad : !held();
-}
-
 std::vector<likely_cause> call_step::causes() const {
-  return failed() ? likely_causes(seen) : std::vector<likely_cause>{};
+  return held() ? std::vector<likely_cause>{} : likely_causes(seen);
 }
 
 }  // namespace console

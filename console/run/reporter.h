@@ -41,9 +41,8 @@ struct call_step {
   /** Contacts of the call itself. Later ones come from the console, which reads NV back. */
   size_t contacts_made;
 
+  /** A bad result that the script neither judges nor ignores is a failed expectation too. */
   bool held() const;
-  /** An expectation did not hold; without expectations, the result is a bad one. */
-  bool failed() const;
   /** Likely causes of a failed call; none if it did not fail. */
   std::vector<likely_cause> causes() const;
 };
@@ -52,7 +51,12 @@ struct session_info {
   std::string name; /**< "" for a one-shot call and at the prompt */
   std::string chip;
   bool real_clock;
+  /** One call from the command line: its result is the verdict, even without an expectation. */
+  bool single_call = false;
 };
+
+/** In order: the worst session of a run decides. */
+enum class verdict { pass, none, fail, broken };
 
 struct session_summary {
   session_info info;
@@ -64,7 +68,6 @@ struct session_summary {
   int64_t calls_us = 0; /**< the calls' share of it */
   int64_t own_us = 0;   /**< real time that the calls took on this computer */
   time_ledger ledger;
-  bool passed() const { return failed == 0 && !broken; }
 };
 
 class reporter {

@@ -61,6 +61,14 @@ static int64_t real_us() {
       .count();
 }
 
+/** A count or code that the library returned although the phone refused is no reading. */
+static judgement judge_reading(const call_step &step) {
+  auto &means = step.result.means;
+  bool value = step.called->result == result_kind::value && means.verdict == outcome::plain;
+  if (!value || step.seen.troubles.empty()) return means;
+  return {outcome::bad, "no reading, the phone refused"};
+}
+
 call_step session::perform(const function &f, prepared_call &prepared, const place &where) {
   phone_link::clear_contacts();
   auto start = phone_link::now_us(), real_start = real_us();
@@ -78,6 +86,7 @@ call_step session::perform(const function &f, prepared_call &prepared, const pla
                  .own_us = real_us() - real_start,
                  .contacts_made = contacts_made};
   step.seen = observe(chip(), start, start + step.phone_us);
+  step.result.means = judge_reading(step);
   return step;
 }
 
@@ -95,16 +104,30 @@ static std::string call_text(const function &f, const std::vector<std::string> &
   return fmt::format("{}{}{}", f.name, words.empty() ? "" : " ", fmt::join(words, " "));
 }
 
-const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where) {
+/** NV is judged whatever the script expects: a result of 1 says nothing about what was lost. */
+void session::judge(call_step &step, const std::vector<wanted> &wants, bool may_fail,
+                    const std::vector<phone_link::nv_item> &nv_before) {
+  auto &all = step.expectations;
+  bool bad = step.result.means.verdict == outcome::bad;
+  all = judge_result(step.result, wants);
+  if (wants.empty() && !may_fail && bad) all.push_back(unexpected_failure(step.result));
+  for (auto &change : unkept_writes()) all.push_back(not_kept(change));
+  if (step.called->merges_nv)
+    for (auto &change : lost_in_merges(nv_before)) all.push_back(not_kept(change));
+  for (auto &item : blind_writes()) all.push_back(written_unread(item));
+}
+
+const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where,
+                               bool may_fail) {
   auto arguments = words;
   auto wants = take_wanted(f, arguments);
   prepared_call prepared(f, arguments);
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
-  if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where); });
+  if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where, may_fail); });
+  auto nv_before = f.merges_nv ? phone_link::nv_items() : std::vector<phone_link::nv_item>{};
   last_step = std::make_unique<call_step>(perform(f, prepared, where));
-  last_step->expectations = judge_result(last_step->result, wants);
-  for (auto &change : unkept_writes()) last_step->expectations.push_back(not_kept(change));
+  judge(*last_step, wants, may_fail, nv_before);
   if (last_step->result.means.verdict == outcome::good) follow(f.name);
   count(*last_step);
   for (auto &r : reporters) r->call(*last_step);

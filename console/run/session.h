@@ -6,6 +6,7 @@
 #include "console/nv/nv_safe.h"
 #include "console/phone/library.h"
 #include "console/phone/settings.h"
+#include "console/run/expectations.h"
 #include "console/run/reporter.h"
 
 #include <cstdint>
@@ -26,14 +27,18 @@ struct test_progress {
 class session {
 public:
   session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to);
+  /** The session is one call from the command line. To be called before start. */
+  void is_single_call() { summary.info.single_call = true; }
 
   /** Resets the phone and loads the library; throws usage_error if either fails. */
   void start();
   /** Ends the session. A planned fault that never fired counts as a failed expectation. */
   session_summary finish();
 
-  /** Calls f. The words are its arguments, then optionally "->" and what is expected. */
-  const call_step &call(const function &f, const std::vector<std::string> &words, const place &where);
+  /** Calls f. The words are its arguments, then optionally "->" and what is expected. Without that, a bad
+   * result counts as a failed expectation, unless it may fail. */
+  const call_step &call(const function &f, const std::vector<std::string> &words, const place &where,
+                        bool may_fail = false);
   void expect(const expectation &e, const place &where);
   void title(const std::string &text);
   void report_progress(size_t done, size_t total, const std::string &text);
@@ -58,6 +63,8 @@ public:
 private:
   void load_library();
   call_step perform(const function &f, prepared_call &prepared, const place &where);
+  void judge(call_step &step, const std::vector<wanted> &wants, bool may_fail,
+             const std::vector<phone_link::nv_item> &nv_before);
   void count(const expectation &e);
   void count(const call_step &step);
   void follow(const std::string &name);

@@ -3,6 +3,7 @@
 
 #include "console/text/text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
@@ -71,6 +72,15 @@ bool within(const std::string &limits, const std::string &value) {
   for (auto &limit : split(limits, ','))
     if (meets(limit, value)) return true;
   return false;
+}
+
+bool names_value(const std::string &limits, const std::string &value) {
+  auto number = parse_value(value);
+  auto is_it = [&](auto &limit) {
+    auto named = parse_value(limit);
+    return limit == value || (named && number && *named == *number);
+  };
+  return std::ranges::any_of(split(limits, ','), is_it);
 }
 
 }  // namespace console

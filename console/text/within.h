@@ -13,6 +13,8 @@ std::string limits_error(const std::string &limits);
 
 /** True if the value, a number or a text, meets one of the limits. */
 bool within(const std::string &limits, const std::string &value);
+/** True if the value itself is among the limits, not merely within a range or a glob. */
+bool names_value(const std::string &limits, const std::string &value);
 
 }  // namespace console
 

@@ -31,7 +31,7 @@ fault ioctl:8 1 2
 wifi_start_rx null -> 0
 wifi_start_rx null -> 1
 phone set driver.refuse 12
-wifi_get_rx_rssi
+wifi_get_rx_rssi -> 0
 expect driver {rssi!}
 phone set driver.refuse ""
 

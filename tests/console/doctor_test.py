@@ -142,7 +142,7 @@ def test_a_failed_call_shows_its_likely_cause(description, call, expected, phone
     assert case.find("failure").text.splitlines() == causes
     step, = step_of(*on, "--yes", *call)["causes"]
     assert "{what}: {found}: {cause}. Cure: {cure}.".format(**step) == causes[0]
-    assert step_of(*on, "--yes", "--expect", "*", *call)["causes"] == []
+    assert step_of(*on, "--yes", "--expect", "0", *call)["causes"] == []
     mended = phone('chip = "vq2050"\n' + fault("ioctl:12", 5).replace("times = 0", "times = 1"))
     assert step_of(*mended, "wifi_get_rx_rssi")["causes"] == []
 
@@ -179,7 +179,7 @@ def record(tmp_path):
         script, file = tmp_path / "session.tcl", tmp_path / f"{name}.trace"
         script.write_text(text)
         done = station(*options, "--quiet", "--yes", "--trace", file, "run", script)
-        assert done.returncode < 2 and "nothing used that place" not in done.stdout, done.stdout + done.stderr
+        assert done.returncode in (0, 1, 3) and "nothing used that place" not in done.stdout, done.stdout + done.stderr
         return file
 
     return run

@@ -58,35 +58,32 @@ const handlers = {
 };
 
 function readEvents(text) {
-  const report = {made: "", sessions: [], complete: false};
+  const report = {made: "", sessions: [], summary: null};
   for (const line of text.split("\n")) {
     if (line === "") continue;
     const event = JSON.parse(line), session = report.sessions.at(-1);
     if (event.type === "report") report.made = event.made;
     else if (event.type === "begin") report.sessions.push(newSession(event, report.sessions.length));
-    else if (event.type === "summary") report.complete = true;
+    else if (event.type === "summary") report.summary = event;
     else if (session) handlers[event.type]?.(session, event);
   }
   return report;
 }
 
-/** "pass", "fail", "none" if nothing was expected, "cut" if the end is missing. A one-shot call is judged by its result. */
+const verdictWords = {pass: "PASS", fail: "FAIL", none: "NO VERDICT", broken: "BROKEN", cut: "INCOMPLETE"};
+
+/** The console's own verdict; "cut" if the end is missing. */
+function verdictKind(end) {
+  return end ? Object.keys(verdictWords).find(kind => verdictWords[kind] === end.verdict) : "cut";
+}
+
 function sessionVerdict(session) {
-  if (!session.end) return "cut";
-  if (session.end.broken || session.failures.length > 0 || !session.end.passed) return "fail";
-  if (session.judged > 0) return "pass";
-  if (session.name === "" && session.calls.length === 1) return session.calls[0].outcome === "bad" ? "fail" : "pass";
-  return "none";
+  return verdictKind(session.end);
 }
 
 function reportVerdict(report) {
-  const verdicts = report.sessions.map(sessionVerdict);
-  if (verdicts.includes("fail")) return "fail";
-  if (!report.complete || verdicts.includes("cut")) return "cut";
-  return verdicts.includes("pass") ? "pass" : "none";
+  return verdictKind(report.summary);
 }
-
-const verdictWords = {pass: "PASS", fail: "FAIL", none: "NO VERDICT", cut: "INCOMPLETE"};
 
 function callText(call) {
   const words = Object.values(call.arguments).map(v => v === "" ? "{}" : String(v));

@@ -15,8 +15,8 @@ function plural(n, word) {
 function verdictSentence(verdict, failed, judged) {
   if (verdict === "cut") return "The session came to no end; this is what happened until then.";
   if (verdict === "none") return "Nothing was expected, so nothing was judged.";
+  if (verdict === "broken") return "A session stopped before its end.";
   if (failed > 0) return `${failed} of ${plural(judged, "expectation")} failed`;
-  if (verdict === "fail") return "A session stopped, or a call failed.";
   return judged > 0 ? `${judged === 1 ? "The one expectation" : `All ${judged} expectations`} held` : "The call succeeded.";
 }
 
@@ -68,7 +68,7 @@ function sessionsSection() {
   if (report.sessions.length < 2) return null;
   const rows = report.sessions.map(s => {
     const verdict = sessionVerdict(s);
-    return {class: verdict === "pass" ? "" : "bad", cells: [mark({pass: "ok", fail: "bad", none: "plain", cut: "bad"}[verdict]),
+    return {class: verdict === "pass" ? "" : "bad", cells: [mark({pass: "ok", fail: "bad", none: "plain", broken: "bad", cut: "bad"}[verdict]),
       el("a", {href: `#s${s.index}`}, s.name || "call"), s.chip, String(s.calls.length), `${s.judged}`,
       String(s.failures.length), duration(s.end?.phone_us ?? 0)]};
   });

@@ -1,0 +1,159 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The verdict: text, JSON, JUnit, page and exit status agree, and nothing passes that was not judged."""
+
+import json
+import re
+from xml.etree import ElementTree
+
+import pytest
+
+from support.console import station
+
+STATUS = {"PASS": 0, "FAIL": 1, "BROKEN": 2, "NO VERDICT": 3}
+
+
+class Run:
+    """One run in every output format."""
+
+    def __init__(self, folder, *words, options=()):
+        report, page = folder / "report.xml", folder / "page.html"
+        done = station("--json", "--junit", report, "--report", page, *options, *words)
+        self.status, self.stderr = done.returncode, done.stderr
+        self.lines = [json.loads(line) for line in done.stdout.splitlines()]
+        self.text = station(*options, *words)
+        self.quiet = station("--quiet", *options, *words).stdout
+        self.page = page.read_text(encoding="utf-8")
+        self.events = [json.loads(line) for line in re.search(r'id="events"[^>]*>(.*?)</script>', self.page, re.S)[1].splitlines() if line]
+        self.suites = ElementTree.parse(report).getroot() if self.lines else []
+
+    def of(self, kind):
+        return [line for line in self.lines if line["type"] == kind]
+
+    def failures(self):
+        return [e for line in self.lines for e in line.get("expectations", [line]) if e.get("held") is False]
+
+    def verdicts(self):
+        """The verdict as each output gives it; of JUnit, whether it is green."""
+        last = {name: [line for line in lines if line["type"] == "summary"][-1] for name, lines in (("json", self.lines), ("page", self.events))}
+        red = any(int(suite.get("failures")) + int(suite.get("errors")) for suite in self.suites)
+        assert all(line["passed"] == (line["verdict"] == "PASS") for line in last.values())
+        return last["json"]["verdict"], last["page"]["verdict"], not red
+
+
+@pytest.fixture
+def session(tmp_path):
+    def run(text, *options):
+        script = tmp_path / "session.tcl"
+        script.write_text(text)
+        return Run(tmp_path, "run", script, options=options)
+
+    return run
+
+
+@pytest.mark.parametrize("text, verdict", [
+    ("wifi_set_mode 4 -> 1", "PASS"),
+    ("limits seen 5 1..9", "PASS"),
+    ("wifi_set_mode 4 -> 1\nwifi_set_band 0", "PASS"),
+    ("wifi_set_mode 99 -> 0", "PASS"),
+    ("wifi_set_mode 4 -> 1\nignore wifi_set_mode 99", "PASS"),
+    ("wifi_set_mode 4 -> 0", "FAIL"),
+    ("wifi_set_mode 4 -> 1\nwifi_set_mode 99", "FAIL"),
+    ("wifi_set_mode 99\nexpect driver {}", "FAIL"),
+    ("wifi_set_mode 4 -> 1\nignore wifi_set_mode 99\nwifi_set_mode 99", "FAIL"),
+    ("wifi_set_mode 4", "NO VERDICT"),
+    ("ignore wifi_set_mode 99", "NO VERDICT"),
+    ("note done", "NO VERDICT"),
+    ("set list {}\nforeach mhz $list { wifi_set_channel $mhz -> 1 }", "NO VERDICT"),
+    ("wifi_set_mode 4 -> 1\nsweep {mhz {}} { wifi_set_channel $mhz -> 1 }", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\nwait NaN", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\nwait inf", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\nignore note x", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\nignore wifi_set_mode 4 -> 1", "BROKEN"),
+])
+def test_every_output_gives_the_same_verdict(session, text, verdict):
+    run = session(text)
+    assert run.verdicts() == (verdict, verdict, verdict == "PASS")
+    assert (run.status, run.text.returncode) == (STATUS[verdict],) * 2
+    assert run.quiet.rstrip().endswith(f"  {verdict}") and run.of("end")[0]["verdict"] == verdict
+
+
+@pytest.mark.parametrize("words, verdict", [
+    (["wifi_set_mode", "4"], "PASS"),
+    (["wifi_query_setting", "13"], "PASS"),
+    (["wifi_set_mode", "99"], "FAIL"),
+    (["wifi_query_setting", "5"], "FAIL"),
+    (["--expect", "0", "wifi_set_mode", "99"], "PASS"),
+    (["--expect", "0", "wifi_set_mode", "4"], "FAIL"),
+    (["--chip", "all", "wifi_ru_set", "0"], "FAIL"),
+])
+def test_a_single_call_is_judged_by_its_result(tmp_path, words, verdict):
+    run = Run(tmp_path, *words)
+    assert (run.verdicts(), run.status) == ((verdict, verdict, verdict == "PASS"), STATUS[verdict])
+
+
+def test_the_worst_session_decides(tmp_path):
+    scripts = {}
+    for name, text in {"good": "wifi_set_mode 4 -> 1", "none": "wifi_set_mode 4", "bad": "wifi_set_mode 99"}.items():
+        scripts[name] = tmp_path / f"{name}.tcl"
+        scripts[name].write_text(text)
+    for names, verdict in ((["good"], "PASS"), (["none", "good"], "NO VERDICT"), (["bad", "none", "good"], "FAIL")):
+        run = Run(tmp_path, "run", *[scripts[name] for name in names])
+        assert (run.verdicts()[0], run.status) == (verdict, STATUS[verdict])
+
+
+@pytest.mark.parametrize("typed, status", [
+    ("wifi_set_mode 4 -> 1\n", 0), ("wifi_set_mode 99\n", 1), ("wifi_set_mode 4\n", 3), ("", 3), ("nonsense\n", 2),
+])
+def test_piped_input_is_judged_too(typed, status):
+    assert station(stdin=typed).returncode == status
+
+
+REFUSED = "fault ioctl:10 1 2\n"
+NO_SOCKET = "fault socket 1\n"
+
+
+@pytest.mark.parametrize("text, got", [
+    (REFUSED + "wifi_get_rx_pckg -> 10..", "4294967295 (the driver refused)"),
+    (REFUSED + "wifi_get_rx_pckg -> *", "4294967295 (the driver refused)"),
+    (REFUSED + "wifi_get_rx_pckg -> 0..9,4294967295", None),
+    (REFUSED + "wifi_get_rx_pckg -> 0xFFFFFFFF", None),
+    (REFUSED + "wifi_get_rx_pckg", "4294967295"),
+    (NO_SOCKET + "wifi_get_rx_pckg -> 0..1000", "0 (no reading, the phone refused)"),
+    (NO_SOCKET + "wifi_get_rx_pckg -> 0", None),
+    (NO_SOCKET + "wifi_get_upc_code -> 1..65535", "1 (no reading, the phone refused)"),
+    ("phone set driver.refuse 24\nwifi_get_upc_code -> 0..65535", "0 (no reading, the phone refused)"),
+    ("wifi_query_setting 5 -> -5..200", "-1 (not set, or no such item)"),
+    ("wifi_query_setting 5 -> -1", None),
+    ("wifi_set_mode 99 -> 0..1", "0 (failure)"),
+    ("wifi_set_mode 99 -> 0,1", None),
+    ("phone set check.chip 7\nconn_test_get_chipcheck_result -> 0..9", "7 (a code that is neither success nor failure)"),
+    ("wifi_get_rx_rssi -> 1 rssi *", None),
+])
+def test_a_failure_is_no_value_within_a_range(session, text, got):
+    run = session(text)
+    assert [e["got"] for e in run.failures() if e["what"] == "result"] == ([got] if got else [])
+    assert run.status == (1 if got else 0)
+
+
+STORED = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;pa5ga0=8,-260,5100;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
+CORRECT = "wifi_nvram_calibrate_set 0 0 0 0 0 2442 60 -> 1"
+KEPT = "read back 340 WIC0_2G5G_OFDM pa5ga0"
+UNREAD = "NV read 340 WIC0_2G5G_OFDM before it is written"
+
+
+@pytest.mark.parametrize("fault, call, failed", [
+    ("", CORRECT, {}),
+    ("fault nv_read:340 1 2", CORRECT, {KEPT: "none", UNREAD: "code -1"}),
+    ("fault nv_read:340 2", CORRECT, {KEPT: "none", UNREAD: "code -1"}),
+    ("fault nv_read:340 1", CORRECT, {UNREAD: "code -1"}),
+    ("fault nv_lose:340 1", CORRECT, {"read back 340 WIC0_2G5G_OFDM pa2ga0": "10,-300,5000"}),
+    ("fault nv_read:340 1 2", "ignore " + CORRECT.partition(" ->")[0], {KEPT: "none", UNREAD: "code -1"}),
+    ("fault nv_read:340 1", "wifi_nvram_calibrate_clean 4 -> 1", {UNREAD: "code -1"}),
+    ("", "wifi_nvram_calibrate_clean 4 -> 1", {}),
+])
+@pytest.mark.parametrize("chip", ["vq2050", "vq2070"])
+def test_a_success_that_lost_calibration_fails(session, tmp_path, chip, fault, call, failed):
+    (tmp_path / "stored.txt").write_text(STORED)
+    run = session(f"nv load stored.txt\n{fault}\n{call}\n", "--chip", chip)
+    assert {e["what"]: e["got"] for e in run.failures()} == failed
+    assert run.of("call")[0]["result"] == 1 and run.verdicts()[0] == ("FAIL" if failed else "PASS")
