@@ -15,6 +15,7 @@
 #include "console/record/replay.h"
 #include "console/record/trace_reporter.h"
 #include "console/run/verdict.h"
+#include "console/text/output_file.h"
 #include "console/text/tcl_list.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -207,10 +208,25 @@ void refuse_idle_options(const command_line &line) {
                                     word.empty() ? "the prompt" : word, what)};
 }
 
+std::vector<used_file> files_of(const command_line &line) {
+  std::vector<used_file> all = {
+      {"--junit", line.junit_file, true},       {"--report", line.report_file, true},
+      {"--trace", line.trace_file, true},       {"--nv", line.with.nv_file, true},
+      {"--phone", line.with.phone_file, false}, {"--library", line.with.library, false}};
+  auto &words = line.words;
+  if (!words.empty() && (words[0] == "run" || words[0] == "replay" || words[0] == "diff"))
+    for (size_t i = 1; i < words.size(); ++i) all.push_back({words[0], words[i], false});
+  if (words.size() == 3 && words[0] == "nv")
+    all.push_back({"nv " + words[1], words[2], words[1] == "save" || words[1] == "backup"});
+  std::erase_if(all, [](auto &file) { return file.path.empty(); });
+  return all;
+}
+
 exit_status run(const command_line &line) {
   if (line.help) return fmt::print("{}", fold(command_line_help(), page_width())), exit_status::passed;
   if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), exit_status::passed;
   refuse_idle_options(line);
+  refuse_shared_files(files_of(line));
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
   if (line.words.empty()) return run_interactive(line);

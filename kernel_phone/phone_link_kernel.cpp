@@ -7,6 +7,7 @@
  */
 #include "console/phone/phone_link.h"
 
+#include "console/text/usage_error.h"
 #include "platform.h"
 #include "radio_keys.h"
 
@@ -353,11 +354,13 @@ std::vector<nv_item> nv_items() {
   std::vector<nv_item> all;
   nv_item item;
   char name[64], bytes[item_size];
-  while (phone_nv_at(all.size(), &item.number, name, sizeof name, bytes) == 1) {
+  int found;
+  while ((found = phone_nv_at(all.size(), &item.number, name, sizeof name, bytes)) == 1) {
     item.name = name;
     item.bytes.assign(bytes, item_size);
     all.push_back(item);
   }
+  if (found < 0) throw usage_error{"The NV store cannot be read."};
   return all;
 }
 
@@ -367,7 +370,9 @@ bool put_nv(const nv_item &item) {
   return phone_nv_put(item.number, item.name.c_str(), bytes.data()) == 0;
 }
 
-void clear_nv() { phone_nv_clear(); }
+void clear_nv() {
+  if (phone_nv_clear() != 0) throw usage_error{"The NV store cannot be cleared."};
+}
 std::string lasting_store() { return ""; }
 std::optional<std::string> on_a_copy(const std::function<std::string()> &) { return std::nullopt; }
 

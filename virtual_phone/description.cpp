@@ -15,6 +15,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace phone {
@@ -131,7 +132,10 @@ std::string add_table(description &file, const std::string &prefix, const toml::
 std::string load(const char *path) {
   FILE *readable = fopen(path, "re");
   if (!readable) return std::string(path) + ": cannot be read: " + strerror(errno);
+  struct stat found {};
+  bool is_folder = fstat(fileno(readable), &found) == 0 && S_ISDIR(found.st_mode);
   fclose(readable);
+  if (is_folder) return std::string(path) + ": is a folder; name a description file (TOML)";
   auto parsed = toml::parse_file(path);
   if (!parsed) {
     return std::string(path) + ":" + std::to_string(parsed.error().source().begin.line) + ": " +

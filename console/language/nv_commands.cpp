@@ -27,7 +27,13 @@ std::string write(session &s, const std::string &what, const std::vector<phone_l
 
 std::string load(session &s, text path) { return write(s, "nv load " + path, read_nv_file(path)); }
 
-std::string restore(session &s, text path) { return write(s, "nv restore " + path, whole_store(path)); }
+std::string restore(session &s, text path) {
+  auto items = whole_store(path);
+  auto failed_before = s.so_far().failed;
+  auto done = write(s, "nv restore " + path, items);
+  if (s.so_far().failed == failed_before) verify_restored(items);
+  return done;
+}
 
 std::string clear(session &s, text) {
   s.ask_before_writing("nv clear", phone_link::clear_nv);

@@ -53,11 +53,15 @@ std::string foresee(const std::string &what, const std::function<trial()> &act) 
   } catch (const usage_error &e) { return "!" + e.message; }
 }
 
-bool holds(const items_t &present, const phone_link::nv_item &item) {
-  auto bytes = item.bytes;
+std::string filled_up(std::string bytes) {
   bytes.resize(nv_item_size);
-  return std::ranges::any_of(
-      present, [&](auto &other) { return item_key(other) == item_key(item) && other.bytes == bytes; });
+  return bytes;
+}
+
+bool holds(const items_t &present, const phone_link::nv_item &item) {
+  return std::ranges::any_of(present, [&](auto &other) {
+    return item_key(other) == item_key(item) && filled_up(other.bytes) == filled_up(item.bytes);
+  });
 }
 
 bool has_key_of(const items_t &items, const phone_link::nv_item &item) {
@@ -182,10 +186,16 @@ nv_written write_items(const items_t &items) {
 }
 
 items_t whole_store(const std::string &path) {
-  auto items = read_nv_file(path);
+  auto items = read_backup(path);
   for (auto &item : phone_link::nv_items())
     if (!has_key_of(items, item)) items.push_back({item.number, item.name, std::string(nv_item_size, '\0')});
   return items;
+}
+
+void verify_restored(const items_t &items) {
+  for (auto &item : phone_link::nv_items())
+    if (!holds(items, item))
+      throw usage_error{fmt::format("nv restore: NV item {} is not as in the backup.", item_key(item))};
 }
 
 std::string nv_backup(const std::string &path) {
@@ -193,7 +203,7 @@ std::string nv_backup(const std::string &path) {
     throw usage_error{
         fmt::format("nv backup: {} exists, and a backup is never overwritten: give another name.", path)};
   auto text = nv_save(path);
-  if (!nv_changes(nv_values_of(phone_link::nv_items()), nv_values_of(read_nv_file(path))).empty())
+  if (!nv_changes(nv_values_of(phone_link::nv_items()), nv_values_of(read_backup(path))).empty())
     throw usage_error{fmt::format("nv backup: {} does not read as it was written: do not rely on it.", path)};
   return text;
 }

@@ -53,6 +53,8 @@ struct nv_written {
 nv_written write_items(const std::vector<phone_link::nv_item> &items);
 /** The items of a backup, and zeros for every other item of the store. */
 std::vector<phone_link::nv_item> whole_store(const std::string &path);
+/** Throws usage_error if the store holds anything else than these items. */
+void verify_restored(const std::vector<phone_link::nv_item> &items);
 /** Saves the store to a new file and verifies it; returns what it did, throws usage_error. */
 std::string nv_backup(const std::string &path);
 std::string nv_clear();

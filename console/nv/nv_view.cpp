@@ -2,11 +2,14 @@
 #include "console/nv/nv_view.h"
 
 #include "console/phone/observed.h"
+#include "console/text/output_file.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
 #include <optional>
@@ -46,6 +49,47 @@ std::string item_line(const phone_link::nv_item &item) {
   return fmt::format("{} {} {}\n", item.number, item.name, nv_text(item.bytes));
 }
 
+constexpr std::string_view backup_header = "# orva-station NV backup 1\n", end_mark = "# end: ";
+
+uint32_t crc32(std::string_view text) {
+  constexpr uint32_t polynomial = 0xEDB88320;
+  uint32_t sum = ~0u;
+  for (unsigned char c : text) {
+    sum ^= c;
+    for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ (sum & 1 ? polynomial : 0);
+  }
+  return ~sum;
+}
+
+/** The last line of a backup, for the text before it. */
+std::string end_line(std::string_view text) {
+  auto lines = static_cast<size_t>(std::ranges::count(text, '\n')) - 1;
+  return fmt::format("{}{}, CRC-32 {:08X}\n", end_mark, counted(lines, "NV item"), crc32(text));
+}
+
+/** A backup must be whole: a cut or altered one would be restored as the state of the unit. */
+void check_backup(const std::string &text, const std::string &path) {
+  auto at = text.rfind(std::string("\n") + std::string(end_mark));
+  if (at == text.npos)
+    throw usage_error{
+        fmt::format("{}: the backup is cut: its last line, \"# end\", is missing. Use another.", path)};
+  if (text.substr(at + 1) != end_line(text.substr(0, at + 1)))
+    throw usage_error{fmt::format(
+        "{}: the backup was altered: its checksum does not match. Use another; to load items of your own, "
+        "put them into a file without the lines \"{}\" and \"# end\".",
+        path, trim_end(backup_header))};
+}
+
+std::string read_text(const std::string &path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  if (file) text << file.rdbuf();
+  if (!file || std::filesystem::is_directory(path))
+    throw usage_error{fmt::format("The NV file {} cannot be read: {}.", path,
+                                  std::filesystem::is_directory(path) ? "it is a folder" : strerror(errno))};
+  return text.str();
+}
+
 std::string show_item(const phone_link::nv_item &item) {
   auto text = fmt::format("{} {}\n", item.number, item.name);
   auto content = nv_text(item.bytes);
@@ -66,16 +110,27 @@ std::optional<nv_values> snapshot;
 }  // namespace
 
 std::vector<phone_link::nv_item> read_nv_file(const std::string &path) {
-  std::ifstream file(path);
-  if (!file) throw usage_error{fmt::format("The NV file {} cannot be read: {}.", path, strerror(errno))};
+  auto text = read_text(path);
+  if (text.starts_with(backup_header)) check_backup(text, path);
   std::vector<phone_link::nv_item> items;
   size_t line_number = 0;
-  for (std::string line; std::getline(file, line);) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
     ++line_number;
     if (!trim_end(line).empty() && line[0] != '#')
       items.push_back(parse_item(line, fmt::format("{}:{}", path, line_number)));
   }
   return items;
+}
+
+std::vector<phone_link::nv_item> read_backup(const std::string &path) {
+  auto text = read_text(path);
+  if (!text.starts_with(backup_header))
+    throw usage_error{
+        fmt::format("{}: it is no backup: it does not begin with \"{}\". Give a file made by nv "
+                    "backup or nv save; nv load adds the items of any other.",
+                    path, trim_end(backup_header))};
+  return read_nv_file(path);
 }
 
 nv_values nv_values_of(const std::vector<phone_link::nv_item> &items) {
@@ -140,11 +195,13 @@ std::string nv_show(uint32_t number) {
 }
 
 std::string nv_save(const std::string &path) {
-  std::ofstream file(path);
   auto items = phone_link::nv_items();
-  for (auto &item : items) file << item_line(item);
-  file.close();
-  if (!file) throw usage_error{fmt::format("The file {} cannot be written: {}.", path, strerror(errno))};
+  std::string text(backup_header);
+  for (auto &item : items) text += item_line(item);
+  text += end_line(text);
+  output_file file(fmt::format("The file {} cannot be written", path), path);
+  file.write(text);
+  file.commit();
   return fmt::format("{} saved to {}.\n", counted(items.size(), "NV item"), path);
 }
 

@@ -24,8 +24,11 @@ struct nv_change {
 };
 std::vector<nv_change> nv_changes(const nv_values &before, const nv_values &after);
 
-/** Reads the items of a saved file; throws usage_error. */
+/** Reads the items of a saved file, or of one written by hand; throws usage_error, also for a cut backup. */
 std::vector<phone_link::nv_item> read_nv_file(const std::string &path);
+
+/** The same for a whole store; throws usage_error unless it is a complete file of nv_save. */
+std::vector<phone_link::nv_item> read_backup(const std::string &path);
 
 /** A line for each item: number, name, contents. */
 std::string nv_list();
@@ -34,7 +37,8 @@ std::string nv_show(uint32_t number);
 /** What changed since the last snapshot, or against a saved file if a path is given; a line for each value.
  */
 std::string nv_diff(const std::string &path);
-/** Saves all items for read_nv_file. Returns what it did; throws usage_error. */
+/** Saves all items for read_nv_file and read_backup, with a checksum in the last line. Returns what it did;
+ * throws usage_error. */
 std::string nv_save(const std::string &path);
 /** Remembers the store's contents for nv_diff. */
 void nv_snapshot();

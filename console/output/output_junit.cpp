@@ -2,10 +2,9 @@
 #include "console/output/output.h"
 
 #include "console/run/verdict.h"
+#include "console/text/output_file.h"
 #include "console/text/usage_error.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fmt/format.h>
 #include <tinyxml2.h>
 
@@ -17,15 +16,21 @@ using tinyxml2::XMLElement;
 /** A test case for each call and for each expectation outside a call. */
 class junit_reporter : public reporter {
 public:
-  explicit junit_reporter(std::string to) : path(std::move(to)) {
-    file = fopen(path.c_str(), "w");
-    if (!file) throw usage_error{fmt::format("--junit {}: {}.", path, strerror(errno))};
+  explicit junit_reporter(const std::string &path) : file("--junit " + path, path) {
     page.InsertFirstChild(page.NewDeclaration());
     suites = page.NewElement("testsuites");
     page.InsertEndChild(suites);
   }
+  /** An aborted run gets its report too, so that an older one is not taken for it. */
   ~junit_reporter() override {
-    if (file) fclose(file);
+    if (!file.is_open()) return;
+    try {
+      begin({.name = "run", .chip = "", .real_clock = false});
+      error("the run was aborted before its end", {});
+      end({});
+      save();
+    } catch (const usage_error &) {  // a destructor has nobody to tell
+    }
   }
 
   void begin(const session_info &info) override {
@@ -54,14 +59,16 @@ public:
     suite->SetAttribute("errors", errors);
     suite->SetAttribute("time", seconds(s.phone_us).c_str());
   }
-  void all_done(const std::vector<session_summary> &) override {
-    page.SaveFile(file);
-    bool written = fclose(file) == 0 && !page.Error();
-    file = nullptr;
-    if (!written) throw usage_error{fmt::format("--junit {}: the report could not be written.", path)};
-  }
+  void all_done(const std::vector<session_summary> &) override { save(); }
 
 private:
+  void save() {
+    tinyxml2::XMLPrinter text;
+    page.Print(&text);
+    file.write(text.CStr());
+    file.commit();
+  }
+
   static std::string seconds(int64_t us) { return fmt::format("{:.6f}", static_cast<double>(us) / 1e6); }
 
   XMLElement *add_case(const std::string &what, const place &where, int64_t us) {
@@ -98,8 +105,7 @@ private:
     return text;
   }
 
-  std::string path;
-  FILE *file;
+  output_file file;
   tinyxml2::XMLDocument page;
   XMLElement *suites;
   XMLElement *suite = nullptr;

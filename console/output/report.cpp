@@ -3,12 +3,11 @@
 
 #include "console/output/output.h"
 #include "console/phone/phone_link.h"
+#include "console/text/output_file.h"
 #include "console/text/usage_error.h"
 #include "report_page.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <map>
@@ -123,15 +122,17 @@ json phone_keys() {
 
 class report_reporter : public reporter {
 public:
-  report_reporter(std::string to, const settings &with)
-      : path(std::move(to)), options(with), events(make_json_reporter(text.stream())) {
-    file = fopen(path.c_str(), "w");
-    if (!file) throw usage_error{fmt::format("--report {}: {}.", path, strerror(errno))};
+  report_reporter(const std::string &to, const settings &with)
+      : options(with), file("--report " + to, to), events(make_json_reporter(text.stream())) {
     add({{"type", "report"}, {"made", local_time()}});
   }
   /** An aborted session gets its page too. */
   ~report_reporter() override {
-    if (file) write();
+    if (!file.is_open()) return;
+    try {
+      write();
+    } catch (const usage_error &) {  // a destructor has nobody to tell
+    }
   }
 
   void begin(const session_info &info) override {
@@ -168,7 +169,7 @@ public:
   }
   void all_done(const std::vector<session_summary> &all) override {
     events->all_done(all);
-    if (!write()) throw usage_error{fmt::format("--report {}: the page could not be written.", path)};
+    write();
   }
 
 private:
@@ -183,20 +184,17 @@ private:
     last_nv = std::move(now);
   }
 
-  bool write() {
+  void write() {
     auto data = inert(text.text());
     auto word = random_word();
     auto page = fill(report_page,
                      {{"WORD", word}, {"STYLE", report_style}, {"SCRIPT", report_script}, {"EVENTS", data}});
-    bool complete = fwrite(page.data(), 1, page.size(), file) == page.size();
-    bool closed = fclose(file) == 0;
-    file = nullptr;
-    return complete && closed;
+    file.write(page);
+    file.commit();
   }
 
-  std::string path;
   settings options;
-  FILE *file;
+  output_file file;
   memory_file text;
   std::shared_ptr<reporter> events;
   json last_nv;

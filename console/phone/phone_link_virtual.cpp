@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/phone/phone_link.h"
 
+#include "console/text/usage_error.h"
 #include "platform.h"
 
 #include <cerrno>
+#include <fmt/format.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -109,11 +111,13 @@ std::vector<nv_item> nv_items() {
   std::vector<nv_item> all;
   nv_item item;
   char name[64], bytes[nv_item_size];
-  while (phone_nv_at(all.size(), &item.number, name, sizeof name, bytes) == 1) {
+  int found;
+  while ((found = phone_nv_at(all.size(), &item.number, name, sizeof name, bytes)) == 1) {
     item.name = name;
     item.bytes.assign(bytes, nv_item_size);
     all.push_back(item);
   }
+  if (found < 0) throw usage_error{fmt::format("The NV store {} cannot be read.", nv_file)};
   return all;
 }
 
@@ -123,7 +127,9 @@ bool put_nv(const nv_item &item) {
   return phone_nv_put(item.number, item.name.c_str(), bytes.data()) == 0;
 }
 
-void clear_nv() { phone_nv_clear(); }
+void clear_nv() {
+  if (phone_nv_clear() != 0) throw usage_error{fmt::format("The NV store {} cannot be cleared.", nv_file)};
+}
 std::string lasting_store() { return nv_file; }
 
 std::optional<std::string> on_a_copy(const std::function<std::string()> &act) {

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <getopt.h>
+#include <set>
 
 namespace console {
 namespace {
@@ -155,6 +156,7 @@ command_line parse_command_line(int count, char **arguments) {
   line.with.library = "libwifi_factory_test_orva.so";
   opterr = 0;
   auto table = getopt_table();
+  std::set<int> given;
   for (int id; (id = getopt_long(count, arguments, "+:h", table.data(), nullptr)) != -1;) {
     std::string current = arguments[optind - 1];
     if (id == ':' || (id >= first_id && optarg && !*optarg))
@@ -166,7 +168,11 @@ command_line parse_command_line(int count, char **arguments) {
     if (id == '?')
       throw usage_error{fmt::format("{} is no option.{} See orva-station --help.", current,
                                     did_you_mean(current, option_names()))};
-    known_options[id - first_id].take(line, optarg ? optarg : "");
+    auto &found = known_options[id - first_id];
+    if (!given.insert(id).second && found.help.takes_value())
+      throw usage_error{fmt::format("--{0} is given twice, the second time as {1}: give --{0} once.",
+                                    found.help.name, current)};
+    found.take(line, optarg ? optarg : "");
   }
   line.words.assign(arguments + optind, arguments + count);
   if (line.words.size() == 2 && line.words[1] == "--help") line.words = {"help", line.words[0]};

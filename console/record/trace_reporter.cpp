@@ -5,22 +5,28 @@
 #include "console/record/contact_lines.h"
 #include "console/record/player.h"
 #include "console/run/functions.h"
+#include "console/text/output_file.h"
 #include "console/text/usage_error.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <fmt/format.h>
-#include <fstream>
 
 namespace console {
 namespace {
 
 class trace_reporter : public reporter {
 public:
-  explicit trace_reporter(const std::string &file) : path(file), out(file) {
-    if (!out) throw usage_error{fmt::format("--trace {}: cannot be written: {}.", path, strerror(errno))};
+  explicit trace_reporter(const std::string &path)
+      : out(fmt::format("--trace {}: cannot be written", path), path) {
     write({{"type", "trace"}, {"version", recording_version}});
+  }
+  /** The recording of an aborted run has no end line. */
+  ~trace_reporter() override {
+    if (!out.is_open()) return;
+    try {
+      out.commit();
+    } catch (const usage_error &) {  // a destructor has nobody to tell
+    }
   }
   void begin(const session_info &info) override {
     player::watch_all();
@@ -41,18 +47,16 @@ public:
   }
   void all_done(const std::vector<session_summary> &) override {
     write({{"type", "end"}, {"calls", calls}});
-    out.close();
-    if (!out) throw usage_error{fmt::format("--trace {}: could not be written to its end.", path)};
+    out.commit();
   }
 
 private:
   void write(const json &line) {
-    out << line.dump(-1, ' ', true, json::error_handler_t::replace) << "\n";
-    out.flush();
+    out.write(line.dump(-1, ' ', true, json::error_handler_t::replace) + "\n");
+    out.flush();  // a library that crashes leaves the recording up to there in the .part file
   }
 
-  std::string path;
-  std::ofstream out;
+  output_file out;
   size_t calls = 0;
 };
 

@@ -13,10 +13,20 @@ VIRTUAL_PHONE = "libvirtual_phone.so"
 _ROOT = Path(__file__).resolve().parents[2]
 
 
+def _named() -> list[Path]:
+    """The folders of ORVA_LIBRARY_PATH. Raises NotADirectoryError for one that does not exist: without it, another
+    library would be tested than the one meant."""
+    named = [Path(name) for name in os.environ.get("ORVA_LIBRARY_PATH", "").split(":") if name]
+    for folder in named:
+        if not folder.is_dir():
+            raise NotADirectoryError(f"ORVA_LIBRARY_PATH: {folder} is no folder; name folders, separated by colons")
+    return named
+
+
 def folders() -> list[Path]:
     """Folders that are looked through, in order: those of ORVA_LIBRARY_PATH (separated by colons); the build
     beside this module's source tree; the libraries of the installation that this module belongs to; the system's."""
-    named = [Path(name) for name in os.environ.get("ORVA_LIBRARY_PATH", "").split(":") if name]
+    named = _named()
     build = _ROOT / "build" / "release"
     lib = _ROOT.parent.parent / "lib"
     machine = sysconfig.get_config_var("MULTIARCH") or ""
@@ -26,8 +36,9 @@ def folders() -> list[Path]:
 
 def find(name: str) -> Path:
     """The library file with this name. Raises FileNotFoundError that tells where it was looked for."""
-    for folder in folders():
+    looked_in = folders()
+    for folder in looked_in:
         if (folder / name).is_file():
             return folder / name
-    looked = ", ".join(str(folder) for folder in folders())
+    looked = ", ".join(str(folder) for folder in looked_in)
     raise FileNotFoundError(f"{name} is in none of {looked}; name its folder in ORVA_LIBRARY_PATH")

@@ -193,7 +193,7 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "phone_nv_get": (c_int, (c_uint32, c_char_p, c_char_p)),
     "phone_nv_put": (c_int, (c_uint32, c_char_p, c_char_p)),
     "phone_nv_at": (c_int, (c_size_t, POINTER(c_uint32), c_char_p, c_size_t, c_char_p)),
-    "phone_nv_clear": (None, ()),
+    "phone_nv_clear": (c_int, ()),
 }
 
 
@@ -398,10 +398,13 @@ class VirtualPhone:
         items: list[NvItem] = []
         number, name = c_uint32(), ctypes.create_string_buffer(256)
         data = ctypes.create_string_buffer(NV_ITEM_SIZE)
-        while self._c.phone_nv_at(len(items), ctypes.byref(number), name, len(name), data):
+        while found := self._c.phone_nv_at(len(items), ctypes.byref(number), name, len(name), data):
+            if found < 0:
+                raise PhoneError("the NV store cannot be read")
             items.append(NvItem(number.value, name.value.decode("utf-8", "replace"), data.raw))
         return items
 
     def nv_clear(self) -> None:
         """Removes all items."""
-        self._c.phone_nv_clear()
+        if self._c.phone_nv_clear() != 0:
+            raise PhoneError("the NV store cannot be cleared")

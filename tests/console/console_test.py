@@ -16,7 +16,7 @@ from xml.etree import ElementTree
 import jsonschema
 import pytest
 
-from support.console import CARELESS, STATION, station
+from support.console import CARELESS, STATION, STATION_PHONE, station
 from support.tree import CHIPS, ROOT
 
 
@@ -80,6 +80,11 @@ def session(tmp_path):
         (["--log=loud", "list"], ["loud", "error"]),
         (["--phone", "/nowhere/phone.toml", "wifi_start_tx"], ["/nowhere/phone.toml"]),
         (["--library", "/nowhere/lib.so", "wifi_start_tx"], ["/nowhere/lib.so", "--library"]),
+        (["--phone", "/", "wifi_start_tx"], ["/: is a folder", "description file"]),
+        (["--chip", "vq2040", "--chip=vq2050", "wifi_start_tx"], ["--chip is given twice", "vq2050", "once"]),
+        (["--chip=vq2040", "--chip=vq2040", "wifi_start_tx"], ["--chip is given twice"]),
+        (["--nv", "a.nv", "--nv", "b.nv", "nv", "list"], ["--nv is given twice", "b.nv"]),
+        (["--log", "--log=error", "list"], ["--log is given twice"]),
         (["run"], ["session file"]),
         (["run", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
         (["run", "/"], ["cannot be read", "folder"]),
@@ -110,6 +115,12 @@ def test_misuse_is_named(arguments, expected):
     assert len(done.stderr.strip().splitlines()) == 1
     for words in expected:
         assert words in done.stderr
+
+
+def test_a_folder_in_the_environment_is_no_phone(tmp_path):
+    done = station("wifi_start_tx", program=STATION_PHONE, env={**os.environ, "ORVA_PHONE": str(tmp_path)})
+    assert done.returncode == 2 and done.stdout == ""
+    assert done.stderr.startswith(f"ORVA_PHONE: {tmp_path}: is a folder") and "description file" in done.stderr
 
 
 @pytest.mark.parametrize(

@@ -227,6 +227,14 @@ def test_missing_libraries_are_named(tmp_path, monkeypatch):
         Bench()
 
 
+def test_a_folder_that_is_none_or_no_phone_is_named(bench, tmp_path, monkeypatch):
+    with pytest.raises(PhoneError, match=f"{tmp_path}: is a folder.*description file"):
+        bench.phone.load(tmp_path)
+    monkeypatch.setenv("ORVA_LIBRARY_PATH", f"/nope:{os.environ['ORVA_LIBRARY_PATH']}")
+    with pytest.raises(NotADirectoryError, match="ORVA_LIBRARY_PATH: /nope is no folder"):
+        Bench()
+
+
 EMPTY_TESTS = '''
 def test_fault_that_never_fires(library, phone):
     phone.fault("popen")

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/text/output_file.h"
+
+#include "console/text/usage_error.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace console {
+namespace {
+
+namespace fs = std::filesystem;
+
+/** The file itself if the path is a link, which then stays one. */
+std::string resolved(const std::string &path) {
+  std::error_code failed;
+  auto real = fs::canonical(path, failed);
+  return failed ? path : real.string();
+}
+
+bool is_device(const std::string &path) {
+  std::error_code failed;
+  auto status = fs::status(path, failed);
+  return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+}
+
+void sync_folder_of(const std::string &path) {
+  auto folder = fs::path(path).parent_path();
+  int opened = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0) return;
+  fsync(opened);
+  close(opened);
+}
+
+/** A new file gets the permissions of the one it replaces. */
+void take_permissions(FILE *file, const std::string &from) {
+  struct stat old;
+  if (stat(from.c_str(), &old) == 0) fchmod(fileno(file), old.st_mode & 0777);
+}
+
+bool same_file(const std::string &one, const std::string &other) {
+  std::error_code failed;
+  if (fs::equivalent(one, other, failed)) return true;
+  auto path_of = [](const std::string &path) {
+    std::error_code ignored;
+    return fs::weakly_canonical(fs::absolute(path, ignored), ignored);
+  };
+  return path_of(one) == path_of(other);
+}
+
+}  // namespace
+
+output_file::output_file(std::string called, const std::string &path)
+    : name(std::move(called)), target(resolved(path)) {
+  if (fs::is_directory(target)) throw usage_error{fmt::format("{}: it is a folder; name a file.", name)};
+  written = is_device(target) ? target : fmt::format("{}.part-{}", target, getpid());
+  if (written != target && access(target.c_str(), F_OK) == 0 && access(target.c_str(), W_OK) != 0)
+    give_up(errno);
+  file = fopen(written.c_str(), "we");
+  if (!file) give_up(errno);
+  if (written != target) take_permissions(file, target);
+}
+
+output_file::~output_file() {
+  if (!file) return;
+  fclose(file);
+  if (written != target) unlink(written.c_str());
+}
+
+void output_file::give_up(int error) {
+  if (file) fclose(file);
+  file = nullptr;
+  if (written != target) unlink(written.c_str());
+  throw usage_error{fmt::format("{}: {}.", name, strerror(error))};
+}
+
+void output_file::write(std::string_view text) {
+  if (fwrite(text.data(), 1, text.size(), file) != text.size() && !failed) failed = errno;
+}
+
+void output_file::flush() {
+  if (fflush(file) != 0 && !failed) failed = errno;
+}
+
+void output_file::commit() {
+  flush();
+  if (failed) give_up(failed);
+  if (written != target && fsync(fileno(file)) != 0) give_up(errno);
+  int closed = fclose(file);
+  file = nullptr;
+  if (closed != 0) give_up(errno);
+  if (written == target) return;
+  if (rename(written.c_str(), target.c_str()) != 0) give_up(errno);
+  sync_folder_of(target);
+}
+
+void refuse_shared_files(const std::vector<used_file> &files) {
+  for (size_t i = 0; i < files.size(); ++i)
+    for (size_t j = i + 1; j < files.size(); ++j) {
+      auto &one = files[i], &other = files[j];
+      if ((!one.written && !other.written) || is_device(one.path) || !same_file(one.path, other.path))
+        continue;
+      throw usage_error{fmt::format("{} {} and {} {} are the same file: give {} a name of its own.", one.name,
+                                    one.path, other.name, other.path, one.written ? one.name : other.name)};
+    }
+}
+
+}  // namespace console

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+// Output files: written beside their name and renamed, so that a name always refers to a complete file.
+#ifndef CONSOLE_OUTPUT_FILE_H
+#define CONSOLE_OUTPUT_FILE_H
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace console {
+
+/** The old file stays until commit. Without it, the new one is removed. A device or pipe is written directly.
+ */
+class output_file {
+public:
+  /** The name is what messages begin with, as in "--report page.html". Throws usage_error. */
+  output_file(std::string name, const std::string &path);
+  ~output_file();
+  output_file(const output_file &) = delete;
+  output_file &operator=(const output_file &) = delete;
+
+  /** An error shows at commit. */
+  void write(std::string_view text);
+  void flush();
+  bool is_open() const { return file; }
+  /** Puts the file under its name, with its contents on the disk. Throws usage_error, and then nothing
+   * changed. */
+  void commit();
+
+private:
+  [[noreturn]] void give_up(int error);
+
+  std::string name, target, written;
+  FILE *file = nullptr;
+  int failed = 0; /**< the first errno of write and flush */
+};
+
+/** A file that this run reads or writes: an option and its value. */
+struct used_file {
+  std::string name, path;
+  bool written;
+};
+/** Throws usage_error if an output is also an input or another output, under this path or another one. */
+void refuse_shared_files(const std::vector<used_file> &files);
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,126 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Files that the console writes: never over an input, never half, and backups that prove that they are whole."""
+
+import resource
+import signal
+
+import pytest
+
+from support.console import station
+
+SESSION = "wifi_set_power 155\n"
+ITEMS = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
+
+
+@pytest.fixture
+def folder(tmp_path):
+    (tmp_path / "mine.tcl").write_text(SESSION)
+    (tmp_path / "items.txt").write_text(ITEMS)
+    return tmp_path
+
+
+@pytest.fixture
+def unit(folder):
+    """The options for a store with two items."""
+    options = ("--nv", folder / "unit.nv")
+    assert station(*options, "--yes", "nv", "load", folder / "items.txt").returncode == 0
+    return options
+
+
+def limited(size):
+    """A disk that is full after so many bytes of a file."""
+
+    def apply():
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
+
+    return apply
+
+
+def files(folder):
+    return {path.name: path.read_bytes() for path in folder.iterdir() if path.is_file()}
+
+
+@pytest.mark.parametrize("option", ["--report", "--junit", "--trace", "--nv"])
+@pytest.mark.parametrize("way", ["same", "path", "link", "hard link"])
+def test_an_output_is_never_an_input(folder, option, way):
+    target = folder / {"same": "mine.tcl", "path": "../" + folder.name + "/mine.tcl"}.get(way, "other.tcl")
+    if way == "link":
+        target.symlink_to("mine.tcl")
+    if way == "hard link":
+        target.hardlink_to(folder / "mine.tcl")
+    before = files(folder)
+    done = station(option, target, "run", folder / "mine.tcl")
+    assert done.returncode == 2 and option in done.stderr and "same file" in done.stderr
+    assert files(folder) == before
+
+
+def test_two_outputs_are_two_files(folder, unit):
+    new = folder / "new"
+    for arguments in (["--report", new, "--junit", new, "wifi_set_power", 1],
+                      ["--trace", new, "--nv", folder / "." / "new", "wifi_set_power", 1],
+                      ["--nv", folder / "unit.nv", "nv", "save", folder / "unit.nv"]):
+        before = files(folder)
+        done = station(*arguments)
+        assert done.returncode == 2 and "same file" in done.stderr and files(folder) == before
+    assert station("--report", "/dev/null", "--junit", "/dev/null", "wifi_set_power", 1).returncode == 0
+
+
+@pytest.mark.parametrize("option", ["--report", "--junit", "--trace"])
+def test_a_full_disk_leaves_the_old_output(folder, option):
+    target = folder / "out"
+    target.write_text("old")
+    before = files(folder)
+    done = station(option, target, "run", folder / "mine.tcl", preexec_fn=limited(100))
+    assert done.returncode == 2 and option in done.stderr and "too large" in done.stderr
+    assert files(folder) == before
+    done = station(option, "/dev/full", "run", folder / "mine.tcl")
+    assert done.returncode == 2 and "No space left" in done.stderr
+    linked = folder / "linked"
+    linked.symlink_to("out")
+    target.chmod(0o640)
+    assert station(option, linked, "run", folder / "mine.tcl").returncode == 0
+    assert linked.is_symlink() and target.read_text() != "old" and target.stat().st_mode & 0o777 == 0o640
+
+
+@pytest.mark.parametrize("option", ["--report", "--junit", "--trace"])
+def test_an_aborted_run_does_not_leave_an_older_output(folder, option):
+    target = folder / "out"
+    target.write_text("old")
+    done = station("--library", "/nowhere/lib.so", option, target, "run", folder / "mine.tcl")
+    assert done.returncode == 2 and "old" != target.read_text() != ""
+    if option == "--junit":
+        assert 'errors="1"' in target.read_text()
+
+
+def test_a_backup_on_a_full_disk_leaves_no_file(folder, unit):
+    for word in ("backup", "save"):
+        done = station(*unit, "nv", word, folder / "b.txt", preexec_fn=limited(60))
+        assert done.returncode == 2 and "b.txt" in done.stderr
+        assert sorted(files(folder)) == ["items.txt", "mine.tcl", "unit.nv"]
+
+
+def test_only_a_whole_backup_is_restored(folder, unit):
+    backup, damaged = folder / "b.txt", folder / "damaged.txt"
+    assert station(*unit, "nv", "backup", backup).returncode == 0
+    whole = backup.read_bytes()
+    store = (folder / "unit.nv").read_bytes()
+    cuts = [whole[:size] for size in range(len(whole))]
+    flips = [whole[:at] + bytes([whole[at] ^ 1]) + whole[at + 1:] for at in range(0, len(whole), 5)]
+    for content in cuts[::7] + cuts[-3:] + flips + [b"", whole + b"369 LATER a=1;\n", ITEMS.encode()]:
+        damaged.write_bytes(content)
+        done = station(*unit, "--yes", "nv", "restore", damaged)
+        assert done.returncode == 2 and "damaged.txt" in done.stderr, content
+    assert (folder / "unit.nv").read_bytes() == store
+    damaged.write_bytes(whole[:-10])
+    for word in ("load", "diff"):
+        assert station(*unit, "--yes", "nv", word, damaged).returncode == 2
+    assert station(*unit, "--yes", "nv", "clear").returncode == 0
+    assert station(*unit, "--yes", "nv", "restore", backup).returncode == 0
+    assert station(*unit, "nv", "diff", backup).stdout == ""
+
+
+def test_a_restore_onto_a_full_disk_fails(folder, unit):
+    assert station(*unit, "nv", "backup", folder / "b.txt").returncode == 0
+    done = station("--nv", folder / "new.nv", "--yes", "nv", "restore", folder / "b.txt", preexec_fn=limited(4096))
+    assert done.returncode == 2 and "cannot be written" in done.stderr
