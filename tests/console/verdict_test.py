@@ -8,6 +8,7 @@ from xml.etree import ElementTree
 import pytest
 
 from support.console import station
+from support.tree import CHIPS, PHONES, ROOT
 
 STATUS = {"PASS": 0, "FAIL": 1, "BROKEN": 2, "NO VERDICT": 3}
 
@@ -157,3 +158,22 @@ def test_a_success_that_lost_calibration_fails(session, tmp_path, chip, fault, c
     run = session(f"nv load stored.txt\n{fault}\n{call}\n", "--chip", chip)
     assert {e["what"]: e["got"] for e in run.failures()} == failed
     assert run.of("call")[0]["result"] == 1 and run.verdicts()[0] == ("FAIL" if failed else "PASS")
+
+
+@pytest.mark.parametrize("phone, failed", [
+    (PHONES / "good.toml", []),
+    (PHONES / "wrong-fem.toml", ["result", "driver", "rssi"]),
+    ("[check]\nfem = 2\n", ["result", "driver"]),
+    ("[radio]\nrssi = -71\n", ["rssi"]),
+    ("[radio]\nrssi = -40\n", ["rssi"]),
+    ("[radio]\npacket_rate = 100\n", ["packets in 2 s"]),
+    ("[[fault]]\nplace = \"ioctl:10\"\nnth = 2\ntimes = 0\n", ["result", "packets in 2 s"]),
+])
+@pytest.mark.parametrize("chip", CHIPS)
+def test_the_rf_session_fails_a_bad_unit(tmp_path, chip, phone, failed):
+    if isinstance(phone, str):
+        description, phone = phone, tmp_path / "phone.toml"
+        phone.write_text(description)
+    run = Run(tmp_path, "run", ROOT / "sessions/rf.tcl", options=("--chip", chip, "--phone", phone))
+    assert [e["what"] for e in run.failures()] == failed
+    assert run.verdicts()[0] == ("FAIL" if failed else "PASS")
