@@ -177,3 +177,17 @@ def test_the_rf_session_fails_a_bad_unit(tmp_path, chip, phone, failed):
     run = Run(tmp_path, "run", ROOT / "sessions/rf.tcl", options=("--chip", chip, "--phone", phone))
     assert [e["what"] for e in run.failures()] == failed
     assert run.verdicts()[0] == ("FAIL" if failed else "PASS")
+
+
+@pytest.mark.parametrize("typed, begun", [
+    ("foreach p {1 2} {\n  wifi_set_mode 99 -> 1\n", "foreach p {1 2} {"),
+    ("wifi_set_mode 99 -> {1", "wifi_set_mode 99 -> {1"),
+    ("wifi_set_mode [chip", "wifi_set_mode [chip"),
+    ('note "abc\n', 'note "abc'),
+    ("wifi_set_mode 99 \\\n", "wifi_set_mode 99 \\"),
+    ("wifi_set_mode 4 -> 1", ""),
+])
+def test_input_that_ends_inside_a_command_is_named(typed, begun):
+    done = station(stdin="wifi_set_mode 4 -> 1\n" + typed)
+    assert done.returncode == (2 if begun else 0)
+    assert begun in done.stderr and ("ends inside a command" in done.stderr) == bool(begun)
