@@ -61,6 +61,16 @@ int on_command(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objec
   });
 }
 
+/** For sweep: returns the point and, with an argument, sets it. */
+int on_point(ClientData, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[]) {
+  return answer(tcl, [&] {
+    auto words = words_of(count, objects);
+    auto before = owner(tcl).point;
+    if (!words.empty()) owner(tcl).point = words[0];
+    return before;
+  });
+}
+
 /** Commands of Tcl that a safe interpreter lacks; named to explain why. */
 constexpr std::string_view out_of_reach[] = {"cd",   "exec", "exit", "fconfigure", "file",  "glob",
                                              "load", "open", "pwd",  "socket",     "source"};
@@ -123,6 +133,7 @@ interpreter::interpreter(session &s)
     Tcl_CreateObjCommand(tcl, f.name, on_function, const_cast<function *>(&f), nullptr);
   for (auto &c : commands())
     Tcl_CreateObjCommand(tcl, c.help.name, on_command, const_cast<command *>(&c), nullptr);
+  Tcl_CreateObjCommand(tcl, "sweep_point", on_point, nullptr, nullptr);
   Tcl_CreateObjCommand(tcl, "unknown", on_unknown, nullptr, nullptr);
   Tcl_EvalEx(tcl, sweep_script, -1, TCL_EVAL_GLOBAL);
 }
@@ -142,7 +153,7 @@ std::string interpreter::eval(const std::string &command) {
 
 /** The line of the script that runs now: that of the innermost frame with a file. */
 place interpreter::where() const {
-  place found;
+  place found{.file = "", .point = point};
   if (script.empty() || Tcl_EvalEx(tcl, "info frame", -1, 0) != TCL_OK) return found;
   auto depth = parse_number(Tcl_GetStringResult(tcl)).value_or(0);
   for (auto level = depth - 1; level > 0 && found.file.empty(); --level) {
@@ -150,7 +161,7 @@ place interpreter::where() const {
     auto *frame = Tcl_GetObjResult(tcl);
     Tcl_IncrRefCount(frame);
     if (!dict_value(tcl, frame, "file").empty())
-      found = {script, static_cast<int>(parse_number(dict_value(tcl, frame, "line")).value_or(0))};
+      found = {script, static_cast<int>(parse_number(dict_value(tcl, frame, "line")).value_or(0)), point};
     Tcl_DecrRefCount(frame);
   }
   return found;

@@ -34,6 +34,9 @@ public:
   std::string beside_script(const std::string &path) const override;
   std::string eval(const std::string &command) override;
 
+  /** The point of the sweep that runs; "" outside a sweep. */
+  std::string point;
+
 private:
   session &running;
   Tcl_Interp *tcl;

@@ -21,17 +21,27 @@ proc sweep {names body} {
     foreach row $rows { foreach value $values { lappend longer [concat $row [list $name $value]] } }
     set rows $longer
   }
+  set outer [sweep_point]
   set done 0
   foreach row $rows {
     progress $done [llength $rows] $row
+    sweep_point [concat $outer $row]
     foreach {name value} $row { uplevel 1 [list set $name $value] }
     switch [catch {uplevel 1 $body} result options] {
       0 - 4 {}
       3 { break }
-      default { return -options $options $result }
+      1 {
+        sweep_point $outer
+        return -options $options "$result, at $row"
+      }
+      default {
+        sweep_point $outer
+        return -options $options $result
+      }
     }
     incr done
   }
+  sweep_point $outer
   progress [llength $rows] [llength $rows]
   return $done
 }

@@ -60,7 +60,17 @@ json to_json(const likely_cause &c) {
   return {{"what", c.what}, {"found", c.name}, {"cause", c.why}, {"cure", c.cure}};
 }
 
+json to_json(const failure_group &group) {
+  return {{"what", group.what},
+          {"where", group.file_line},
+          {"count", group.count},
+          {"first", group.first},
+          {"last", group.last}};
+}
+
 json to_json(const session_summary &s) {
+  json failures = json::array();
+  for (auto &group : s.failures) failures.push_back(to_json(group));
   return {{"session", s.info.name},
           {"chip", s.info.chip},
           {"calls", s.calls},
@@ -70,6 +80,7 @@ json to_json(const session_summary &s) {
           {"calls_us", s.calls_us},
           {"own_us", s.own_us},
           {"time", to_json(s.ledger)},
+          {"failures", failures},
           {"broken", s.broken},
           {"verdict", word_of(verdict_of(s))},
           {"passed", verdict_of(s) == verdict::pass}};
@@ -127,6 +138,7 @@ private:
   void write(const char *type, const json &body, const place &where = {}) {
     json line = {{"type", type}};
     if (!where.file.empty()) line.update({{"file", where.file}, {"line", where.line}});
+    if (!where.point.empty()) line["point"] = where.point;
     line.update(body);
     fmt::print(out, "{}\n", line.dump(-1, ' ', false, json::error_handler_t::replace));
   }

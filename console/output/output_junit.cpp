@@ -52,6 +52,10 @@ public:
   }
   void error(const std::string &text, const place &where) override { add_error(text, where); }
   void end(const session_summary &s) override {
+    std::string groups;
+    for (auto &group : s.failures)
+      groups += fmt::format("{} x {} [{}]\n", group.count, group.what, group.file_line);
+    if (!groups.empty()) suite->InsertNewChildElement("system-out")->SetText(groups.c_str());
     if (auto v = verdict_of(s); v == verdict::none)
       add_error(fmt::format("{}: nothing was expected", word_of(v)), {});
     suite->SetAttribute("tests", cases);
@@ -73,7 +77,8 @@ private:
 
   XMLElement *add_case(const std::string &what, const place &where, int64_t us) {
     auto *test = suite->InsertNewChildElement("testcase");
-    test->SetAttribute("name", what.c_str());
+    auto point = where.point.empty() ? "" : fmt::format(" at {}", where.point);
+    test->SetAttribute("name", (what + point).c_str());
     test->SetAttribute("classname", fmt::format("{}.{}", name, part).c_str());
     test->SetAttribute("time", seconds(us).c_str());
     if (!where.file.empty()) {

@@ -44,6 +44,7 @@ public:
 
   void begin(const session_info &info) override {
     session_heading.clear();
+    step_heading.clear();
     something_failed = false;
     if (!info.name.empty())
       session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
@@ -52,7 +53,8 @@ public:
   }
 
   void title(const std::string &text) override {
-    if (level != detail::quiet) print("\n{}\n", paint(BOLD, text));
+    step_heading = text;
+    if (level != detail::quiet) head();
   }
 
   void note(const std::string &text) override {
@@ -101,6 +103,19 @@ public:
     if (!bar_shown) fmt::print(out, "\r\033[K");
   }
 
+  /** Repeated failures once more, each with its count: a sweep gives many lines with one cause. */
+  void end(const session_summary &s) override {
+    bool repeated = std::ranges::any_of(s.failures, [](auto &group) { return group.count > 1; });
+    if (!repeated) return;
+    step_heading = "Failures by cause";
+    head();
+    for (auto &group : s.failures) {
+      auto at = group.file_line.empty() ? "" : fmt::format("  [{}]", group.file_line);
+      print("{}\n", fold(fmt::format("{:>4} x  {}{}", group.count, group.what, paint(DIM, at)), 8));
+      if (!group.first.empty()) print("{}\n", fold(points_text(group), 8));
+    }
+  }
+
   void all_done(const std::vector<session_summary> &all) override {
     if (all.empty() || all.front().info.name.empty()) return;
     size_t name = 8;
@@ -117,10 +132,18 @@ public:
   }
 
 private:
-  /** Prints the session's heading before its first line. With --quiet there may be none. */
+  static std::string points_text(const failure_group &group) {
+    auto text = fmt::format("        at {}", group.first);
+    return group.count > 1 ? fmt::format("{} to {}", text, group.last) : text;
+  }
+
+  /** Prints the headings of the session and the step before their first line. With --quiet there may be none.
+   */
   void head() {
     if (!session_heading.empty()) print("{}\n", session_heading);
+    if (!step_heading.empty()) print("\n{}\n", paint(BOLD, step_heading));
     session_heading.clear();
+    step_heading.clear();
   }
 
   /** Folds lines for a terminal only, so that a program reading a pipe gets whole lines. */
@@ -197,7 +220,7 @@ private:
   void failure(const expectation &e, const place &where) {
     print("        expected {} {}, got {}{}\n", e.what, e.limits.empty() ? "nothing" : e.limits,
           paint(RED, e.got.empty() ? "nothing" : e.got),
-          where.file.empty() ? "" : paint(DIM, "  [" + where.text() + "]"));
+          where.text().empty() ? "" : paint(DIM, "  [" + where.text() + "]"));
   }
 
   /** Why a call failed: the library's log, errors only if there are any, then likely causes. */
@@ -256,7 +279,7 @@ private:
   bool something_failed = false;
   bool terminal = isatty(fileno(out)) != 0;
   bool bar_shown = false;
-  std::string session_heading;
+  std::string session_heading, step_heading;
 };
 
 }  // namespace

@@ -106,14 +106,22 @@ public:
     auto text = next(prompt_text(s));
     while (text && !interrupted && !interpreter::complete(*text + "\n")) {
       auto more = next("... ");
-      if (!more || interrupted) return interrupted ? "" : more;
+      if (interrupted) return "";
+      if (!more) {
+        cut_short = *text;
+        return std::nullopt;
+      }
       *text += "\n" + *more;
     }
     return text;
   }
 
+  /** The command that the end of the input cut short; "" for none. */
+  const std::string &unfinished() const { return cut_short; }
+
 private:
   bool terminal;
+  std::string cut_short;
 };
 
 /** Runs a line and prints its value, unless a reporter has shown something. */
@@ -143,6 +151,11 @@ bool run_prompt(session &s) {
       understood = false;
     }
     fflush(stdout);
+  }
+  if (!source.unfinished().empty()) {
+    auto begin = split(source.unfinished(), '\n')[0];
+    fmt::print(stderr, "The input ends inside a command, which was not run: \"{}\" lacks its end.\n", begin);
+    understood = false;
   }
   return understood || source.is_terminal();
 }

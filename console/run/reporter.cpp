@@ -6,7 +6,34 @@
 
 namespace console {
 
-std::string place::text() const { return file.empty() ? "" : fmt::format("{}:{}", file, line); }
+static std::string file_line(const place &where) {
+  return where.file.empty() ? "" : fmt::format("{}:{}", where.file, where.line);
+}
+
+std::string place::text() const {
+  auto at = file_line(*this);
+  return at + (at.empty() || point.empty() ? "" : ", ") + point;
+}
+
+static std::string failure_text(const call_step *step, const expectation &e) {
+  auto text = fmt::format("expected {} {}, got {}", e.what, e.limits.empty() ? "nothing" : e.limits,
+                          e.got.empty() ? "nothing" : e.got);
+  if (!step) return text;
+  text = fmt::format("{}: {}", step->called->name, text);
+  for (auto &c : step->causes()) text += fmt::format("; {}: {}", c.what, c.name);
+  return text;
+}
+
+void session_summary::add_failure(const call_step *step, const expectation &e, const place &where) {
+  ++failed;
+  auto what = failure_text(step, e), line = file_line(where);
+  auto same = [&](auto &group) { return group.what == what && group.file_line == line; };
+  auto group = std::ranges::find_if(failures, same);
+  if (group == failures.end())
+    failures.push_back({what, line, 1, where.point, where.point});
+  else
+    ++group->count, group->last = where.point;
+}
 
 bool call_step::held() const { return std::ranges::all_of(expectations, &expectation::held); }
 

@@ -13,11 +13,22 @@
 
 namespace console {
 
-/** A line of a script; no file for a one-shot call. */
+/** A line of a script; no file for a one-shot call and at the prompt. */
 struct place {
   std::string file;
   int line = 0;
+  std::string point = {}; /**< of a sweep: "mhz 5500 power 500" */
+  /** "rf.tcl:12, mhz 5500 power 500" */
   std::string text() const;
+};
+
+/** Failures of one line with the same cause. */
+struct failure_group {
+  std::string what; /**< the call, the expectation and the cause, without the point */
+  std::string file_line;
+  size_t count;
+  std::string first; /**< point of the first one; "" outside a sweep */
+  std::string last;
 };
 
 struct expectation {
@@ -68,6 +79,10 @@ struct session_summary {
   int64_t calls_us = 0; /**< the calls' share of it */
   int64_t own_us = 0;   /**< real time that the calls took on this computer */
   time_ledger ledger;
+  std::vector<failure_group> failures;
+
+  /** Counts a failed expectation; of a call, if there is a step. */
+  void add_failure(const call_step *step, const expectation &e, const place &where);
 };
 
 class reporter {

@@ -90,14 +90,19 @@ call_step session::perform(const function &f, prepared_call &prepared, const pla
   return step;
 }
 
-void session::count(const expectation &e) { ++(e.held ? summary.held : summary.failed); }
+void session::count(const expectation &e, const call_step *step, const place &where) {
+  if (e.held)
+    ++summary.held;
+  else
+    summary.add_failure(step, e, where);
+}
 
 void session::count(const call_step &step) {
   ++summary.calls;
   summary.ledger += step.seen.ledger;
   summary.calls_us += step.phone_us;
   summary.own_us += step.own_us;
-  for (auto &e : step.expectations) count(e);
+  for (auto &e : step.expectations) count(e, &step, step.where);
 }
 
 static std::string call_text(const function &f, const std::vector<std::string> &words) {
@@ -135,7 +140,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
 }
 
 void session::expect(const expectation &e, const place &where) {
-  count(e);
+  count(e, nullptr, where);
   for (auto &r : reporters) r->expect(e, where);
 }
 

@@ -65,7 +65,7 @@ private:
   call_step perform(const function &f, prepared_call &prepared, const place &where);
   void judge(call_step &step, const std::vector<wanted> &wants, bool may_fail,
              const std::vector<phone_link::nv_item> &nv_before);
-  void count(const expectation &e);
+  void count(const expectation &e, const call_step *step, const place &where);
   void count(const call_step &step);
   void follow(const std::string &name);
   trial try_out(const std::function<void()> &act);

@@ -8,6 +8,7 @@ from xml.etree import ElementTree
 import pytest
 
 from support.console import station
+from support.tree import CHIPS, PHONES, ROOT
 
 STATUS = {"PASS": 0, "FAIL": 1, "BROKEN": 2, "NO VERDICT": 3}
 
@@ -157,3 +158,87 @@ def test_a_success_that_lost_calibration_fails(session, tmp_path, chip, fault, c
     run = session(f"nv load stored.txt\n{fault}\n{call}\n", "--chip", chip)
     assert {e["what"]: e["got"] for e in run.failures()} == failed
     assert run.of("call")[0]["result"] == 1 and run.verdicts()[0] == ("FAIL" if failed else "PASS")
+
+
+@pytest.mark.parametrize("phone, failed", [
+    (PHONES / "good.toml", []),
+    (PHONES / "wrong-fem.toml", ["result", "driver", "rssi"]),
+    ("[check]\nfem = 2\n", ["result", "driver"]),
+    ("[radio]\nrssi = -71\n", ["rssi"]),
+    ("[radio]\nrssi = -40\n", ["rssi"]),
+    ("[radio]\npacket_rate = 100\n", ["packets in 2 s"]),
+    ("[[fault]]\nplace = \"ioctl:10\"\nnth = 2\ntimes = 0\n", ["result", "packets in 2 s"]),
+])
+@pytest.mark.parametrize("chip", CHIPS)
+def test_the_rf_session_fails_a_bad_unit(tmp_path, chip, phone, failed):
+    if isinstance(phone, str):
+        description, phone = phone, tmp_path / "phone.toml"
+        phone.write_text(description)
+    run = Run(tmp_path, "run", ROOT / "sessions/rf.tcl", options=("--chip", chip, "--phone", phone))
+    assert [e["what"] for e in run.failures()] == failed
+    assert run.verdicts()[0] == ("FAIL" if failed else "PASS")
+
+
+@pytest.mark.parametrize("typed, begun", [
+    ("foreach p {1 2} {\n  wifi_set_mode 99 -> 1\n", "foreach p {1 2} {"),
+    ("wifi_set_mode 99 -> {1", "wifi_set_mode 99 -> {1"),
+    ("wifi_set_mode [chip", "wifi_set_mode [chip"),
+    ('note "abc\n', 'note "abc'),
+    ("wifi_set_mode 99 \\\n", "wifi_set_mode 99 \\"),
+    ("wifi_set_mode 4 -> 1", ""),
+])
+def test_input_that_ends_inside_a_command_is_named(typed, begun):
+    done = station(stdin="wifi_set_mode 4 -> 1\n" + typed)
+    assert done.returncode == (2 if begun else 0)
+    assert begun in done.stderr and ("ends inside a command" in done.stderr) == bool(begun)
+
+
+SWEEP = """
+step First
+wifi_set_band 0 -> 1
+step Modes
+sweep {mhz {2412 5500} power {100 500}} {
+  wifi_set_channel $mhz -> 1
+  if {$mhz == 5500} { wifi_set_mode 99 -> 1 }
+  limits own $power ..400
+}
+step Last
+limits own 5 1
+"""
+POINTS = ["mhz 2412 power 500", "mhz 5500 power 100", "mhz 5500 power 500", "mhz 5500 power 500"]
+
+
+def test_a_failure_in_a_sweep_names_its_point(session):
+    run = session(SWEEP)
+    failed = [line for line in run.lines for e in line.get("expectations", [line]) if e.get("held") is False]
+    assert [line.get("point") for line in failed] == [*POINTS, None]
+    assert [line.get("point") for line in run.lines if line["type"] == "call"][:2] == [None, "mhz 2412 power 100"]
+    for text in (run.text.stdout, run.quiet):
+        assert re.findall(r"expected .*session.tcl:\d+, (mhz .*)\]", text) == POINTS
+    cases = [case.get("name").partition(" at ")[2] for case in run.suites.iter("testcase") if case.find("failure") is not None]
+    assert cases == [*POINTS, ""]
+    assert [e.get("point") for e in run.events if e.get("held") is False or not all(x["held"] for x in e.get("expectations", []))] == [*POINTS, None]
+
+
+def test_failures_with_one_cause_are_counted(session):
+    run = session(SWEEP)
+    groups = [(g["count"], g["first"], g["last"]) for g in run.of("end")[0]["failures"]]
+    assert groups == [(2, POINTS[0], POINTS[3]), (2, POINTS[1], POINTS[3]), (1, "", "")]
+    shown = run.quiet.partition("Failures by cause")[2]
+    assert re.findall(r"^ +(\d) x  (.*?):? expected", shown, re.M) == [("2", "wifi_set_mode")] and shown.count(" 2 x  ") == 2
+    assert "2 x wifi_set_mode: expected result 1, got 0" in run.suites[0].findtext("system-out")
+    assert "Failures by cause" not in session("wifi_set_mode 99").quiet
+
+
+def test_quiet_shows_failures_under_their_step(session):
+    quiet = session(SWEEP).quiet
+    assert "First" not in quiet and quiet.index("Modes") < quiet.index("FAIL") < quiet.index("Last")
+    assert station("--quiet", "wifi_set_mode", "99").stdout.startswith("FAIL  wifi_set_mode 99")
+    assert station("--quiet", "wifi_set_mode", "4").stdout == ""
+
+
+def test_a_point_ends_with_its_sweep(session):
+    run = session("sweep {a {1 2}} { sweep {b {3}} { limits x 1 0 } }\ncatch { sweep {c 4} { error no } } why\n"
+                  "limits why [string equal $why {no, at c 4}] 1\nlimits x 1 0\nsweep {d 5} { nonsense }")
+    assert [e.get("point") for e in run.failures()] == ["a 1 b 3", "a 2 b 3", None]
+    assert run.status == 2 and run.of("error")[0]["text"].endswith(", at d 5")

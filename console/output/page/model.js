@@ -92,7 +92,7 @@ function callText(call) {
 }
 
 function place(item) {
-  return item.file ? `${item.file}:${item.line}` : "";
+  return [item.file && `${item.file}:${item.line}`, item.point].filter(Boolean).join(", ");
 }
 
 /** The values that queries gave during the session, each once: a call's output, or else the driver's answer. */

@@ -55,11 +55,19 @@ function failureCard(session, failure, i) {
     el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(failure.item), " ", el("a", {href: `#${failure.item.id}`, class: "tolog"}, "Show the step")));
 }
 
+/** Failures of one line with one cause, as the console counted them: only where some cause occurred more than once. */
+function failureGroups(session) {
+  const groups = session.end?.failures ?? [];
+  if (!groups.some(g => g.count > 1)) return null;
+  const points = g => g.first === "" ? "" : g.count > 1 ? `, at ${g.first} to ${g.last}` : `, at ${g.first}`;
+  return el("ul", {class: "groups"}, groups.map(g => el("li", {}, el("b", {}, `${g.count} × `), g.what, el("span", {class: "where"}, ` ${g.where}${points(g)}`))));
+}
+
 function failuresSection() {
   const cards = report.sessions.flatMap(s => s.failures.map((f, i) => failureCard(s, f, i)));
   const words = reportVerdict(report) === "pass" ? "Nothing failed." : "No expectation failed.";
   return el("section", {id: "failures", class: `card ${cards.length ? "has-failures" : ""}`, "aria-labelledby": "failures-title"},
-    el("h2", {id: "failures-title"}, "What failed"), cards.length ? el("ol", {class: "failures"}, cards) : el("p", {}, words));
+    el("h2", {id: "failures-title"}, "What failed"), report.sessions.map(failureGroups).filter(Boolean), cards.length ? el("ol", {class: "failures"}, cards) : el("p", {}, words));
 }
 
 /* ---- Sessions ---------------------------------------------------------------------------------------------------- */
