@@ -10,6 +10,9 @@ target_include_directories(orva_objects PUBLIC ${PROJECT_SOURCE_DIR})
 # No fused multiply-add: it would round calibration values differently on processors that have one.
 target_compile_options(orva_objects PRIVATE -fPIC -fvisibility=hidden -fno-exceptions -fno-rtti
   -fno-threadsafe-statics -ffp-contract=off -fno-asynchronous-unwind-tables -fno-unwind-tables)
+# A member left out of a chip's profile would silently be zero. clang overlooks those left out among designated
+# initializers, g++ does not.
+target_compile_options(orva_objects PRIVATE -Werror=missing-field-initializers)
 set_target_properties(orva_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   target_compile_options(orva_objects PRIVATE -Oz -ffunction-sections)

@@ -7,6 +7,7 @@
 #include "include/vq2040.h"
 #include "include/wifi_factory_test_orva.h"
 #include "virtual_phone/phone.h"
+#include "virtual_phone/radio_chips.h"
 
 using namespace fuzz;
 
@@ -71,16 +72,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
   const size_t chip = from.byte() % chips;
   begin(chip);
   const size_t reader = from.byte() % (count + 1);
-  const uint8_t refused = from.byte() % 40;
+  const uint8_t refused = from.byte() % RADIO_COMMANDS;
   const bool refuses = from.byte() % 4 == 0;
   const std::string data = from.rest();
   char error[200] = "";
-  for (uint32_t command = 0; command < 40; command++) {
+  for (uint32_t command = 0; command < RADIO_COMMANDS; command++) {
     phone_driver_answer(command, data.data(), std::min(data.size(), size_t{256}));
   }
   if (refuses) phone_set("driver.refuse", std::to_string(refused).c_str(), error, sizeof error);
   if (reader == count) {
-    read_check_time(chip % 2 == 0 ? 32 : 36);
+    read_check_time(4 * radio_chip_die_words(static_cast<uint32_t>(chip)));
   } else {
     readers[reader]();
   }

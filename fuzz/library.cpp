@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "chips/vq2070/state.h"
+#include "api/dispatch.h"
 #include "virtual_phone/phone.h"
 
 namespace fuzz {
@@ -77,9 +77,9 @@ void begin(size_t chip) {
     return all;
   }();
   for (size_t i = 0; i < chips; i++) initial[i].restore(profiles[i]->state);
-  orva::g_test_rutx_set_2070 = 0;
-  orva::g_test_rurx_set_2070 = 0;
-  orva::g_test_aid_2070 = 0;
+  for (const wifi_func_t ru_set : orva::g_func[orva::OP_RU_SET].func) {
+    if (ru_set != nullptr) reinterpret_cast<uint32_t (*)(int32_t, const char *)>(ru_set)(0, nullptr);
+  }
   phone_reset();
   char error[200] = "";
   expect(phone_set("chip", profiles[chip % chips]->name, error, sizeof error) == 0, error);

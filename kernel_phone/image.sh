@@ -48,7 +48,8 @@ build_programs() {
   native || options=(--toolchain "$root/cmake/aarch64-linux-gnu.cmake" "-DORVA_SYSROOT=$cache/$arch/sysroot")
   build_console "$(build_folder)" orva-station-kernel "${options[@]}"
   step driver_check "$(tools "$(gnu_name)")gcc" -std=gnu11 -O2 -Wall -Wextra -Werror \
-    -o "$cache/$arch/driver_check" "$root/kernel_phone/phone/driver_check.c"
+    -I"$root" \
+    -o "$cache/$arch/driver_check" "$root/kernel_phone/phone/driver_check.c" "$root/virtual_phone/radio_chips.c"
 }
 
 # The console with the virtual phone, for this machine: its results are compared with the real kernel's.

@@ -105,9 +105,11 @@ std::string expected(const struct radio_key &key) {
   case RADIO_KEY_WORDS: return std::to_string(key.size / 2) + " words of four hexadecimal digits";
   case RADIO_KEY_MAC: return "an address like 02:00:5E:10:20:30";
   case RADIO_KEY_CHIP: return chip_names();
-  case RADIO_KEY_REFUSE: return "command ids below 40 like 11 or 11*2, separated by commas";
+  case RADIO_KEY_REFUSE:
+    return "command ids below " + std::to_string(RADIO_COMMANDS) + " like 11 or 11*2, separated by commas";
   case RADIO_KEY_ANSWER:
-    return "command ids below 40 with hexadecimal data like 20:05000000, separated by commas";
+    return "command ids below " + std::to_string(RADIO_COMMANDS) +
+           " with hexadecimal data like 20:05000000, separated by commas";
   }
   return "";
 }

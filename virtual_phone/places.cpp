@@ -42,11 +42,13 @@ constexpr fault_place fault_places[] = {
     {"nv_lose:NUMBER", 0, "none", "writing one NV item: reported as done, nothing is stored"},
 };
 constexpr unsigned first_family = fn_can_fail;
-static_assert(std::size(fault_places) == first_family + family_count);
+static_assert(std::size(fault_places) == first_family + family_count,
+              "fault_places has a row for each function up to fn_can_fail and for each family");
 
 constexpr const char *counted_functions[] = {"sleep", "usleep", "get_orva_connectivity_subchip",
                                              "__android_log_print"};
-static_assert(std::size(counted_functions) == fn_count - fn_can_fail);
+static_assert(std::size(counted_functions) == fn_count - fn_can_fail,
+              "counted_functions names each function from fn_can_fail on");
 
 const char *function_name(unsigned place) {
   return place < fn_can_fail ? fault_places[place].name : counted_functions[place - fn_can_fail];

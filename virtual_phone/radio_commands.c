@@ -78,10 +78,11 @@ static const struct radio_form forms[] = {
     [RADIO_CMD_BROADCAST_LOOP] = {"broadcast_loop", NUMBER, NOTHING},
     [RADIO_CMD_RESOURCE_UNIT] = {"ru_setting", RESOURCE_UNIT, NOTHING},
 };
-static_assert(RADIO_COUNT(forms) == RADIO_CMDS, "a row per command");
+static_assert(RADIO_COUNT(forms) == RADIO_CMDS, "the last commands have no row");
 
 const struct radio_form *radio_command_form(enum radio_cmd command) {
-  return command > RADIO_CMD_NONE && command < RADIO_CMDS ? &forms[command] : NULL;
+  if (command <= RADIO_CMD_NONE || command >= RADIO_CMDS) return NULL;
+  return forms[command].name ? &forms[command] : NULL;
 }
 
 const struct radio_form *radio_chip_command_form(uint32_t chip, uint32_t id) {

@@ -17,12 +17,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-enum { PRIVATE_REQUEST = 0x89F2, RECORD_SIZE = 264, REQUEST_SIZE = 40, COMMANDS = 40, UNUSED_COMMAND = 15 };
+#include "virtual_phone/radio_chips.h"
 
-static const struct {
-  const char *name;
-  uint32_t magic;
-} chips[] = {{"vq2040", 2040}, {"vq2050", 2050}, {"vq2040a", 0x2040A}, {"vq2070", 2070}};
+enum { PRIVATE_REQUEST = 0x89F2, RECORD_SIZE = 264, REQUEST_SIZE = 40, UNUSED_COMMAND = 15 };
 
 static int driver;
 static int failures;
@@ -90,7 +87,7 @@ static void every_command(uint32_t magic, int at_end) {
   unsigned char *record = guarded(RECORD_SIZE, at_end), *request = guarded(REQUEST_SIZE, at_end);
   unsigned char sent[REQUEST_SIZE];
   int accepted = 0, faulted = 0, spilt = 0, changed = 0;
-  for (uint32_t command = 0; command < COMMANDS; command++) {
+  for (uint32_t command = 0; command < RADIO_COMMANDS; command++) {
     int error = send_record(request, record, magic, command);
     accepted += error == 0;
     faulted += error == EFAULT;
@@ -100,7 +97,7 @@ static void every_command(uint32_t magic, int at_end) {
   }
   char what[120];
   snprintf(what, sizeof what, "%d of %d commands accepted, guard pages %s the record and the request",
-           accepted, COMMANDS, at_end ? "behind" : "before");
+           accepted, RADIO_COMMANDS, at_end ? "behind" : "before");
   check(accepted > 20 && !faulted && !spilt && !changed, what);
 }
 
@@ -182,18 +179,21 @@ static void interface_down(uint32_t magic) {
 
 int main(int argc, char **argv) {
   const char *chip = argc == 2 ? argv[1] : "";
-  for (size_t i = 0; i < sizeof chips / sizeof *chips; i++) {
-    if (strcmp(chips[i].name, chip) != 0) continue;
+  for (uint32_t i = 0; i < RADIO_CHIPS; i++) {
+    uint32_t magic = radio_chip_magic(i);
+    if (strcmp(radio_chip_name(i), chip) != 0) continue;
     driver = socket(AF_INET, SOCK_DGRAM, 0);
     printf("%s\n", chip);
-    every_command(chips[i].magic, 1);
-    every_command(chips[i].magic, 0);
-    cut_records(chips[i].magic);
-    wrong_records(chips[i].magic);
-    ordinary_user(chips[i].magic);
-    interface_down(chips[i].magic);
+    every_command(magic, 1);
+    every_command(magic, 0);
+    cut_records(magic);
+    wrong_records(magic);
+    ordinary_user(magic);
+    interface_down(magic);
     return failures != 0;
   }
-  fprintf(stderr, "driver_check: '%s' is no chip; usage: driver_check vq2040|vq2050|vq2040a|vq2070\n", chip);
+  fprintf(stderr, "driver_check: '%s' is no chip; usage: driver_check", chip);
+  for (uint32_t i = 0; i < RADIO_CHIPS; i++) fprintf(stderr, "%c%s", i ? '|' : ' ', radio_chip_name(i));
+  fputc('\n', stderr);
   return 2;
 }

@@ -8,7 +8,7 @@ import pytest
 
 from support.console import station
 
-SESSION = "wifi_set_power 155\n"
+SESSION = "wifi_set_power 155 -> 1\n"
 ITEMS = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
 
 

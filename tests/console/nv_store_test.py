@@ -105,7 +105,7 @@ def test_ten_consoles_share_one_store(tmp_path):
         lines = [f"{1000 + 100 * console + i} ITEM console={console};" for i in range(items)]
         text.write_text("\n".join(lines) + "\n")
         script = tmp_path / f"session{console}.tcl"
-        script.write_text(f"for {{set i 0}} {{$i < 3}} {{incr i}} {{ nv load {text}; nv list }}\n")
+        script.write_text(f"for {{set i 0}} {{$i < 3}} {{incr i}} {{ nv load {text}; nv list }}\nwifi_set_rate 100 -> 1\n")
         running.append(subprocess.Popen([STATION, "--nv", path, "--yes", "run", script],
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True))
     printed = [process.communicate(timeout=100)[0] for process in running]

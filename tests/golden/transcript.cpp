@@ -101,9 +101,9 @@ void dispatch(book &book) {
 
 /// On a phone whose platform names no chip of the family, and on a chip without the operation.
 void dispatch_missing(book &book) {
-  book.heading("sub-chip 4: no back end");
+  book.heading("sub-chip 255: no back end");
   const bench bench(book.chip());
-  bench::set("subchip", "4");
+  bench::set("subchip", "255");
   book.line(bench, "wifi_get_func", uint32_t{0});
   book.line(bench, "wifi_set_power", 155);
   book.line(bench, "wifi_set_mode", 4);

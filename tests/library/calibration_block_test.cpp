@@ -34,7 +34,7 @@ protected:
 };
 
 class BlockCopy : public Block {};
-INSTANTIATE_TEST_SUITE_P(Chips, BlockCopy, ::testing::Values("vq2040", "vq2040a"), name_of_case);
+INSTANTIATE_TEST_SUITE_P(Chips, BlockCopy, CHIPS_WITH_COMMAND("cal_block_fetch"), name_of_case);
 
 TEST_P(BlockCopy, KeepsTheOldBlockUntilTheDriverGivesAGoodOne) {
   const block_t old = ramp(7), good = ramp(9);
@@ -58,7 +58,7 @@ TEST_P(BlockCopy, KeepsTheOldBlockUntilTheDriverGivesAGoodOne) {
 }
 
 class RawBlock : public Block {};
-INSTANTIATE_TEST_SUITE_P(Chips, RawBlock, ::testing::Values("vq2040"), name_of_case);
+INSTANTIATE_TEST_SUITE_P(Chips, RawBlock, CHIPS_WITH_COMMAND("cal_block_push"), name_of_case);
 
 /// First and last pair of each row of modes, from 2.4 GHz 11b to 5 GHz 80 MHz.
 const std::pair<size_t, size_t> pairs_of[] = {{0, 1},   {2, 6},   {7, 12},  {13, 20},
@@ -144,8 +144,10 @@ TEST_P(RawBlock, ReadsAsHexadecimalDigits) {
   }
 }
 
-TEST_F(PhoneTest, ItemsAreReadWithinTheGivenRoom) {
-  fit("vq2040a");
+class ItemAccess : public Block {};
+INSTANTIATE_TEST_SUITE_P(Chips, ItemAccess, CHIPS_WITH("read_wifi_nvram_param_from_nv"), name_of_case);
+
+TEST_P(ItemAccess, ItemsAreReadWithinTheGivenRoom) {
   const auto read =
       back_end<int32_t(char *, uint32_t, uint32_t, const char *)>("read_wifi_nvram_param_from_nv");
   put("396 WIC0_2GMU_OFDM", "mf2ga0=1,2;");
@@ -159,8 +161,7 @@ TEST_F(PhoneTest, ItemsAreReadWithinTheGivenRoom) {
 }
 
 /// The caller says how much of the block is written.
-TEST_F(PhoneTest, ABlockIsWrittenAsLongAsItsCallerSays) {
-  fit("vq2040a");
+TEST_P(ItemAccess, ABlockIsWrittenAsLongAsItsCallerSays) {
   const block_t block(block_size, 0x33);
   for (const uint32_t size : std::initializer_list<uint32_t>{104, 20}) {
     forget();

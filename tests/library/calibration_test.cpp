@@ -13,9 +13,6 @@
 
 namespace {
 
-#define TEXT_CHIPS      ::testing::Values("vq2050", "vq2040a", "vq2070")
-#define TWO_CHAIN_CHIPS ::testing::Values("vq2050", "vq2070")
-
 constexpr const char *curve = "1000,-3000,5000";  // shifted by 1: -3031, 5003
 constexpr const char *shifted = "1000,-3031,5003";
 constexpr const char *driver_curve = "2000,-3000,5000";
@@ -33,7 +30,7 @@ std::string joined(const std::vector<int> &values) {
 
 class Calibration : public ChipTest {
 protected:
-  std::string low_item() const { return is("vq2040a") ? "368 WIC0_5GLOW" : "369 WIC0_5GLOW"; }
+  std::string low_item() const { return has_two_chains() ? "369 WIC0_5GLOW" : "368 WIC0_5GLOW"; }
   uint32_t calibrate(int32_t band, int32_t freq, const std::string &error) {
     return PUBLIC(wifi_nvram_calibrate_set)(0, 0, 0, band, 0, freq, error.c_str());
   }
@@ -52,7 +49,7 @@ protected:
             {"340 WINVRAM", "raw"}};
   }
 };
-INSTANTIATE_TEST_SUITE_P(Chips, Calibration, TEXT_CHIPS, name_of_case);
+INSTANTIATE_TEST_SUITE_P(Chips, Calibration, CHIPS_WITH("check_nvname_2G_normal"), name_of_case);
 
 // ---- Arithmetic ----------------------------------------------------------------------------------------
 
@@ -102,7 +99,7 @@ TEST_P(Calibration, TakesChannelsByFrequency) {
   for (int32_t freq = 2400; freq <= 2481; freq++) {
     if (freq == 2442) continue;
     const bool centre = freq >= 2412 && freq <= 2472 && freq % 5 == 2;
-    const bool valid = is("vq2070") ? freq >= 2408 && freq <= 2476 : centre;
+    const bool valid = has("get_target_channel") ? freq >= 2408 && freq <= 2476 : centre;
     std::vector<int> values(13, 7);
     put("396 WIC0_2GMU_OFDM", "mf2ga0=" + joined(values) + ";");
     EXPECT_EQ(calibrate(0, freq, "-25"), valid ? 1U : 0U) << freq;
@@ -142,7 +139,7 @@ TEST_P(Calibration, ReadsTheErrorAsANumber) {
     SCOPED_TRACE(error.text);
     put("396 WIC0_2GMU_OFDM", "mf2ga0=1,2,3,4,5,6,7,8,9,10,11,12,13;");
     put(item_340, std::string("pa2ga0=") + curve + ";");
-    const bool taken = error.within || is("vq2070");
+    const bool taken = error.within || has("get_nvbuf_by_name");
     EXPECT_EQ(calibrate(0, 2412, error.text), taken ? 1U : 0U);
     EXPECT_EQ(calibrate(0, 2442, error.text), taken ? 1U : 0U);
     EXPECT_EQ(stored("396 WIC0_2GMU_OFDM"),
@@ -177,7 +174,7 @@ TEST_P(Calibration, MergesBetweenOtherEntries) {
 TEST_P(Calibration, AnItemWithoutASemicolonIsLostOnlyOnTheNewestChip) {
   set("calibration.pa2ga0", driver_curve);
   EXPECT_EQ(correct("pa2ga0=1000,-3000,5000"), 0U);
-  EXPECT_EQ(stored(item_340), is("vq2070") ? "" : "pa2ga0=1000,-3000,5000");
+  EXPECT_EQ(stored(item_340), has("get_nvbuf_by_name") ? "" : "pa2ga0=1000,-3000,5000");
 }
 
 /// An item holds 103 characters and a terminator.
@@ -262,8 +259,10 @@ TEST_P(Calibration, TheEntryWriterStaysInItsRoom) {
   EXPECT_STREQ(out, "none=;");
 }
 
-TEST_F(PhoneTest, TheBufferRoutineOfTheNewestChipStaysInItsRoom) {
-  fit("vq2070");
+class BufferRoutine : public ChipTest {};
+INSTANTIATE_TEST_SUITE_P(Chips, BufferRoutine, CHIPS_WITH("get_nvbuf_by_name"), name_of_case);
+
+TEST_P(BufferRoutine, StaysInItsRoom) {
   const auto run =
       back_end<void(char *, uint32_t, const orva_nvbuf_request *, uint32_t)>("get_nvbuf_by_name");
   const uint32_t values[] = {7, static_cast<uint32_t>(-8)};
@@ -308,7 +307,7 @@ TEST_P(Calibration, AllItemsAreReadWithinTheGivenRoom) {
 // ---- Cleaning ------------------------------------------------------------------------------------------
 
 class CalibrationClean : public Calibration {};
-INSTANTIATE_TEST_SUITE_P(Chips, CalibrationClean, TWO_CHAIN_CHIPS, name_of_case);
+INSTANTIATE_TEST_SUITE_P(Chips, CalibrationClean, CHIPS_WITH("clean_nvparam_2G_C1"), name_of_case);
 
 /// The four flags clean exactly what the four routines clean one after the other.
 TEST_P(CalibrationClean, FlagsAddUp) {
@@ -341,7 +340,7 @@ TEST_P(CalibrationClean, KeepsOneParameterOfAnItem) {
   for (const auto &[before, all, first] : items) {
     put("367 WITXCCK", before);
     keep(367, "WITXCCK", 104, "pa2gccka1");
-    EXPECT_EQ(stored("367 WITXCCK"), is("vq2050") ? all : first) << before;
+    EXPECT_EQ(stored("367 WITXCCK"), has("get_nvbuf_by_name") ? first : all) << before;
   }
 }
 

@@ -2,6 +2,7 @@
 // Dispatch: which back-end function serves an operation, and that arguments and results pass unchanged.
 #include <cstring>
 
+#include "platform/platform.h"
 #include "tests/support/phone_fixture.h"
 
 namespace {
@@ -127,8 +128,8 @@ TEST_P(Dispatch, EachWrapperPassesArgumentsAndResultOn) {
 }
 
 TEST_P(Dispatch, AnUnknownChipHasNoOperation) {
-  for (const char *index : {"4", "255", "4294967295"}) {
-    set("subchip", index);
+  for (const uint32_t index : {uint32_t{ORVA_SUBCHIPS}, 255U, 0xFFFFFFFFU}) {
+    set("subchip", std::to_string(index));
     forget();
     for (uint32_t id = 0; id < 256; id++) EXPECT_EQ(get(id), nullptr);
     EXPECT_EQ(PUBLIC(wifi_set_power)(155), 0U);
@@ -140,7 +141,7 @@ TEST_P(Dispatch, AnUnknownChipHasNoOperation) {
 /// A phone's answer may change between calls; nothing is remembered.
 TEST_P(Dispatch, TheChipIsAskedForOnEveryCall) {
   PUBLIC(wifi_set_rate)(1);
-  set("subchip", is("vq2050") ? "3" : "1");
+  set("subchip", is(chip_names[1]) ? "0" : "1");
   PUBLIC(wifi_set_rate)(2);
   std::vector<std::string> tags;
   int asked = 0;

@@ -234,8 +234,11 @@ class sweeper {
 public:
   sweeper(const std::string &chip, bool list) : chip_(chip), list_(list) {}
   bool has(const operation &op) const {
-    return (op.only.empty() || std::find(op.only.begin(), op.only.end(), chip_) != op.only.end()) &&
-           find(bench(chip_), op) != nullptr;
+    const bench bench(chip_);
+    const auto exported = [&](const char *name) { return bench.find(chip_ + "_" + name) != nullptr; };
+    if (op.beside != nullptr && !exported(op.beside)) return false;
+    if (op.without != nullptr && exported(op.without)) return false;
+    return find(bench, op) != nullptr;
   }
   void sweep(const operation &op);
   int report() const;
@@ -374,7 +377,9 @@ int run_session(const std::string &chip) {
 }
 
 int usage() {
-  fputs("usage: fault_sweep [--session | --list] vq2040 | vq2050 | vq2040a | vq2070\n", stderr);
+  std::string names;
+  for (const char *chip : chip_names) names += (names.empty() ? "" : " | ") + std::string(chip);
+  fprintf(stderr, "usage: fault_sweep [--session | --list] %s\n", names.c_str());
   return 2;
 }
 

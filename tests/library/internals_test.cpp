@@ -5,9 +5,6 @@
 #include <string>
 
 #include "common/driver_param.h"
-#include "include/vq2040.h"
-#include "include/vq2050.h"
-#include "include/vq2070.h"
 #include "tests/support/contacts.h"
 #include "tests/support/profiles.h"
 #include "virtual_phone/phone.h"
@@ -45,11 +42,10 @@ TEST(Internals, AParameterThatTheDriverDoesNotNumberIsNotAsked) {
 
 /// Beside a vq2050 the oldest chip stores a chain as well.
 TEST(Internals, ARefusedChainIsNotStored) {
-  const std::pair<const orva::chip *, uint32_t (*)(int32_t)> setters[] = {
-      {&orva::vq2040, vq2040_wifi_setmimo_channel},
-      {&orva::vq2050, vq2050_wifi_setmimo_channel},
-      {&orva::vq2070, vq2070_wifi_setmimo_channel}};
-  for (const auto &[chip, set_chain] : setters) {
+  for (uint32_t i = 0; i < ORVA_SUBCHIPS; i++) {
+    const orva::chip *chip = orva::profiles[i];
+    auto *set_chain = reinterpret_cast<uint32_t (*)(int32_t)>(orva::g_func[orva::OP_SETMIMO_CHANNEL].func[i]);
+    if (set_chain == nullptr) continue;
     SCOPED_TRACE(chip->name);
     fit(orva::vq2050);
     for (const int32_t chain : {1, 2}) {

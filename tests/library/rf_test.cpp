@@ -74,8 +74,10 @@ TEST_P(Rf, AFrequencyWithoutAChannelEndsAStartBeforeTheChannelCommand) {
   }
 }
 
-TEST_F(PhoneTest, SubBandsOfFiveGigahertz) {
-  fit("vq2070");
+class SubBand : public ChipTest {};
+INSTANTIATE_TEST_SUITE_P(Chips, SubBand, CHIPS_WITH("get_5g_band"), name_of_case);
+
+TEST_P(SubBand, LimitsOfFiveGigahertz) {
   const auto sub_band = back_end<int32_t(int32_t)>("get_5g_band");
   const int32_t limits[][3] = {{5180, 5320, 0}, {5500, 5640, 3}, {5660, 5720, 6}, {5745, 5825, 9}};
   for (int32_t frequency = 5150; frequency <= 5850; frequency++) {
@@ -91,7 +93,7 @@ TEST_F(PhoneTest, SubBandsOfFiveGigahertz) {
 
 /// The lookup takes the low byte; the setting keeps the whole number, also of an unknown mode.
 TEST_P(Rf, AnUnknownModeIsKeptButTheDriversStays) {
-  const bool newest = is("vq2070");
+  const bool newest = has("wifi_ru_set");
   const int32_t drivers[] = {3, 0, 1, 4, 7, 6, newest ? 12 : 2, newest ? 2 : -1};
   PUBLIC(wifi_set_channel)(2484);  // high enough that no mode is exchanged
   int32_t last = 0;
@@ -123,7 +125,7 @@ TEST_P(Rf, QueriesShowWhatWasSet) {
 
 /// A power goes out at once, but in test mode it waits for the next start.
 TEST_P(Rf, PowerIsSentAtOnceOutsideTestModeOnly) {
-  const std::string sent_at_once = is("vq2040") ? "25=-1" : "1=-15";
+  const std::string sent_at_once = command_id("connection_power") >= 0 ? "25=-1" : "1=-15";
   EXPECT_EQ(PUBLIC(wifi_set_power)(-155), 1U);
   EXPECT_EQ(sent_values(), sent_at_once);
   PUBLIC(wifi_start_testmode)();
@@ -198,32 +200,32 @@ TEST_P(Rf, LeavingTestMode) {
   }
 }
 
+/// Chips without a driver command for the power test write to a debug node.
+class NodePowerTest : public ChipTest {};
+INSTANTIATE_TEST_SUITE_P(Chips, NodePowerTest, CHIPS_WITHOUT_COMMAND("power_test"), name_of_case);
+
 /// A short write is not an error: the node takes one byte or none.
-TEST_F(PhoneTest, ThePowerTestOfTheOldestChipIgnoresWhatTheNodeTook) {
-  fit("vq2040");
+TEST_P(NodePowerTest, IgnoresWhatTheNodeTook) {
   fail("write");
   EXPECT_EQ(PUBLIC(wifi_pt_power_test)(1), 1U);
 }
 
-class ResourceUnit : public PhoneTest {
+class ResourceUnit : public ChipTest {
 protected:
-  void SetUp() override {
-    PhoneTest::SetUp();
-    fit("vq2070");
-  }
   /// The RU command of a receive start as setting and association id; "" where none is sent.
   std::string started() {
     PUBLIC(wifi_set_channel)(2484);
     forget();
     EXPECT_EQ(PUBLIC(wifi_start_rx)(nullptr, nullptr), 1U);
     for (const sent_command &one : sent()) {
-      if (one.id == 39) return std::to_string(one.value() >> 16) + " " + std::to_string(one.value() & 0xFFFF);
+      if (static_cast<int>(one.id) == command_id("ru_setting"))
+        return std::to_string(one.value() >> 16) + " " + std::to_string(one.value() & 0xFFFF);
     }
     return "";
   }
 };
 
-TEST_F(ResourceUnit, AnArmedTestServesOneReceiveStart) {
+TEST_P(ResourceUnit, AnArmedTestServesOneReceiveStart) {
   EXPECT_EQ(started(), "");
   const struct {
     int32_t set;
@@ -240,6 +242,7 @@ TEST_F(ResourceUnit, AnArmedTestServesOneReceiveStart) {
   EXPECT_EQ(started(), "2 291") << "a refused setting changes nothing";
 }
 
+INSTANTIATE_TEST_SUITE_P(Chips, ResourceUnit, CHIPS_WITH("wifi_ru_set"), name_of_case);
 INSTANTIATE_TEST_SUITE_P(Chips, Rf, ALL_CHIPS, name_of_case);
 
 }  // namespace

@@ -7,9 +7,7 @@ namespace {
 
 class Utilities : public ChipTest {
 protected:
-  uint32_t command(uint32_t vq2040, uint32_t newer, uint32_t vq2040a) const {
-    return is("vq2040") ? vq2040 : is("vq2040a") ? vq2040a : newer;
-  }
+  uint32_t command(const char *name) const { return static_cast<uint32_t>(command_id(name)); }
 };
 INSTANTIATE_TEST_SUITE_P(Chips, Utilities, ALL_CHIPS, name_of_case);
 
@@ -44,7 +42,7 @@ TEST_P(Utilities, TheExpiryAgeIsSignedOnTheCommandLine) {
     forget();
     EXPECT_EQ(PUBLIC(wifi_set_bss_expire_age)(age), 1U);
     ASSERT_EQ(sent().size(), 1U);
-    EXPECT_EQ(sent()[0].id, command(26, 37, 32));
+    EXPECT_EQ(sent()[0].id, command("bss_expire_age"));
     EXPECT_EQ(sent()[0].value(), static_cast<uint32_t>(age));
     EXPECT_TRUE(happened(std::string("sh -c \"wpa_cli_orva bss_expire_age ") + text + "\" -> 0"));
   }
@@ -59,13 +57,13 @@ std::string connection(const std::string &ssid, int rssi) {
 TEST_P(Utilities, TheConnectionIsCopiedWithoutOneByteMore) {
   const std::pair<std::string, int> cases[] = {{std::string(32, 's'), 200}, {"line 7", 127}, {"", 128}};
   for (const bool refused : {false, true}) {
-    set("driver.refuse", refused ? std::to_string(command(27, 38, 33)) : "");
+    set("driver.refuse", refused ? std::to_string(command("connection_info")) : "");
     for (const auto &[ssid, level] : cases) {
       guarded<33> name;
       guarded<6> address;
       guarded<1> rssi;
       const std::string given = connection(ssid, level);
-      answer_bytes(command(27, 38, 33), given);
+      answer_bytes(command("connection_info"), given);
       EXPECT_EQ(PUBLIC(wifi_conn_info)(reinterpret_cast<char *>(name.at()), address.at(), rssi.at()),
                 refused ? 0U : 1U);
       EXPECT_EQ(name.text() + address.text() + rssi.text(), given.substr(1, 40))
@@ -93,12 +91,13 @@ TEST_P(Utilities, TheUpcCodeIsReturnedWholeAndItsLowByteStored) {
 
 /// The flag disables: exactly 1 stores 0, anything else stores 1, and test mode sends what is stored.
 TEST_P(Utilities, OnlyAFlagOfExactly1DisablesSelfCalibration) {
-  if (is("vq2040")) return;  // not there
+  if (!has("wifi_selcal_disable_set")) GTEST_SKIP() << "the chip has no such operation";
   const auto sent_at_start = [&] {
     forget();
     PUBLIC(wifi_start_testmode)();
     uint32_t found = 99;
-    for (const sent_command &each : sent()) found = each.id == command(0, 36, 31) ? each.value() : found;
+    for (const sent_command &each : sent())
+      found = each.id == command("self_calibration") ? each.value() : found;
     PUBLIC(wifi_stop_testmode)();
     return found;
   };

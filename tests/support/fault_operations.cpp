@@ -92,7 +92,7 @@ template <uint32_t mode> int64_t fill_entry(void *function, outputs &out) {
   return 1;
 }
 
-/// Without the chain on vq2040a.
+/// Chips with one chain take no chain.
 template <typename... Chain> call_operation look_up(Chain... chain) {
   return [=](void *function, outputs &) -> int64_t {
     auto *typed =
@@ -314,14 +314,14 @@ void add_single_calibration_steps(std::vector<operation> &all) {
                  .good = {2},
                  .bad = no,
                  .call = look_up(uint32_t{0}),
-                 .only = {"vq2050", "vq2070"}});
+                 .beside = "clean_nvparam_2G_C1"});
   all.push_back({.name = lookup,
                  .back_end = true,
                  .needs = nothing,
                  .good = {2},
                  .bad = no,
                  .call = look_up(),
-                 .only = {"vq2040a"}});
+                 .without = "clean_nvparam_2G_C1"});
   for (const char *name : {"check_nvname_2G_normal", "check_nvname_2G_mucal", "check_nvname_5G_normal",
                            "check_nvname_5G_160M"}) {
     all.push_back({name, true, nothing, any, no, u32(static_cast<const char *>("pa2ga0"))});

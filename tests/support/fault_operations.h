@@ -41,10 +41,11 @@ struct operation {
   call_operation call;
   size_t text_size = 0;
   std::array<size_t, 3> small_sizes{};
-  bool says_nothing = false;           // fails without a line in the log
-  bool closes_socket = false;          // of its caller's
-  bool varies = false;                 // the good result changes with the clock
-  std::vector<std::string> only = {};  // chips that export it so; empty: all that export it
+  bool says_nothing = false;   // fails without a line in the log
+  bool closes_socket = false;  // of its caller's
+  bool varies = false;         // the good result changes with the clock
+  // The chip exports this function too, or does not: where the same name has different arguments.
+  const char *beside = nullptr, *without = nullptr;
 };
 
 const std::vector<operation> &operations();

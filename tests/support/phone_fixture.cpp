@@ -3,11 +3,22 @@
 
 #include <dlfcn.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "tests/support/contacts.h"
+#include "virtual_phone/radio_commands.h"
 
 namespace {
+
+constexpr const char *library_name = "libwifi_factory_test_orva.so";
+
+int command_id_on(const std::string &chip, const char *name) {
+  for (uint32_t i = 0; i < RADIO_CHIPS; i++) {
+    if (chip == radio_chip_name(i)) return radio_command_id(i, name);
+  }
+  return -1;
+}
 
 template <typename Visit> void each_event(const Visit &visit) {
   for (size_t i = 0; i < phone_event_count(); i++) visit(*phone_event(i));
@@ -34,9 +45,31 @@ uint32_t sent_command::value() const {
 
 std::string name_of_case(const ::testing::TestParamInfo<const char *> &info) { return info.param; }
 
+std::vector<const char *> chips_with(const char *function) {
+  void *library = dlopen(library_name, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) fprintf(stderr, "%s\n", dlerror());
+  std::vector<const char *> found;
+  for (const char *chip : chip_names) {
+    const std::string name = std::string(chip) + "_" + function;
+    if (library != nullptr && dlsym(library, name.c_str()) != nullptr) found.push_back(chip);
+  }
+  if (library != nullptr) dlclose(library);
+  return found;
+}
+
+std::vector<const char *> chips_by_command(const char *name, bool there) {
+  std::vector<const char *> found;
+  for (const char *chip : chip_names) {
+    if ((command_id_on(chip, name) >= 0) == there) found.push_back(chip);
+  }
+  return found;
+}
+
+int PhoneTest::command_id(const char *name) const { return command_id_on(chip_, name); }
+
 void PhoneTest::SetUp() {
   phone_reset();
-  library_ = dlopen("libwifi_factory_test_orva.so", RTLD_NOW | RTLD_LOCAL);
+  library_ = dlopen(library_name, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(library_, nullptr) << dlerror();
 }
 
@@ -62,7 +95,7 @@ void *PhoneTest::symbol(const std::string &name) {
   return address;
 }
 
-bool PhoneTest::has_symbol(const std::string &name) { return dlsym(library_, name.c_str()) != nullptr; }
+bool PhoneTest::has_symbol(const std::string &name) const { return dlsym(library_, name.c_str()) != nullptr; }
 
 void PhoneTest::set(const std::string &key, const std::string &value) {
   char error[200] = "";

@@ -44,11 +44,15 @@ protected:
   void fit(const std::string &chip);
   const std::string &chip() const { return chip_; }
   bool is(const char *chip) const { return chip_ == chip; }
-  bool has_two_chains() const { return is("vq2050") || is("vq2070"); }
+  /// Whether the library exports the chip's function of this name, as has("wifi_ru_set").
+  bool has(const std::string &name) const { return has_symbol(chip_ + "_" + name); }
+  bool has_two_chains() const { return has("clean_nvparam_2G_C1"); }
+  /// The id of a driver command by its name, as "bss_expire_age"; -1 if the fitted chip does not have it.
+  int command_id(const char *name) const;
 
   /// An exported function; the test fails where there is none.
   void *symbol(const std::string &name);
-  bool has_symbol(const std::string &name);
+  bool has_symbol(const std::string &name) const;
   /// A public function of the freshly loaded library: PUBLIC(wifi_set_power)(155).
   template <typename Function> Function *function(Function *, const std::string &name) {
     return reinterpret_cast<Function *>(symbol(name));
@@ -95,5 +99,13 @@ protected:
 std::string name_of_case(const ::testing::TestParamInfo<const char *> &info);
 
 #define ALL_CHIPS ::testing::ValuesIn(chip_names)
+
+/// The chips for which the library exports the back-end function of this name.
+std::vector<const char *> chips_with(const char *function);
+#define CHIPS_WITH(function) ::testing::ValuesIn(chips_with(function))
+/// The chips whose driver has the command of this name, or those whose driver does not.
+std::vector<const char *> chips_by_command(const char *name, bool there);
+#define CHIPS_WITH_COMMAND(name)    ::testing::ValuesIn(chips_by_command(name, true))
+#define CHIPS_WITHOUT_COMMAND(name) ::testing::ValuesIn(chips_by_command(name, false))
 
 #endif

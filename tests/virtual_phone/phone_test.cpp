@@ -15,6 +15,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <regex>
 #include <set>
 #include <signal.h>
@@ -49,6 +51,16 @@ const chip_facts chips[] = {
     {"vq2040a", 0x2040A, 8, numbers({{0, 14}, {16, 18}, {20, 35}}), 29, 27, 33, 26},
     {"vq2070", 2070, 9, numbers({{0, 14}, {16, 17}, {20, 27}, {29, 39}}), 26, 30, 38, 29},
 };
+
+static_assert(std::size(chips) == RADIO_CHIPS, "phone_test.cpp describes each chip of radio_chips.h");
+
+/// The chips' names as a message lists them.
+std::string listed_chips() {
+  std::string text;
+  for (uint32_t i = 0; i < RADIO_CHIPS; i++)
+    text += (i == 0 ? "" : i == RADIO_CHIPS - 1 ? " or " : ", ") + std::string(radio_chip_name(i));
+  return text;
+}
 
 struct driver_record {
   uint32_t magic = 0, command = 0;
@@ -261,7 +273,7 @@ TEST_P(Chip, CountsPacketsWhileItReceives) {
 
 TEST_P(Chip, GivesCalibrationParametersByItsOwnNumbers) {
   if (facts.parameter == 0) return;  // keeps a raw block
-  bool single = std::string(facts.name) == "vq2040a";
+  bool single = radio_command_id(radio_chip(), "mimo_chain") < 0;
   set("calibration.pa2g40a0", "1,2,3");
   for (int number : {single ? 3 : 2, single ? 0 : 10, 255}) {
     driver_record record{facts.magic, facts.parameter, {}};
@@ -349,6 +361,54 @@ TEST_F(Phone, TakesTheValuesThatTheLibrarySends) {
     EXPECT_EQ(get(c.key), c.kept);
   }
   EXPECT_EQ(give(32, 65536), -EINVAL) << "the bus mode has 16 bits";
+}
+
+/// The key under state. where a value command's number is kept, if it is not named as the command.
+std::string state_key(const std::string &command) {
+  static const std::map<std::string, std::string> others = {{"bandwidth", "band"},
+                                                            {"transmit", "transmitting"},
+                                                            {"receive", "receiving"},
+                                                            {"chip_check", "running_test"},
+                                                            {"mimo_chain", "chain"}};
+  const auto other = others.find(command);
+  return "state." + (other == others.end() ? command : other->second);
+}
+
+bool takes_one_number(const radio_form &form) {
+  const auto kind = form.request.field[0].form;
+  return form.request.count == 1 && form.request.field[0].at == 0 &&
+         (kind == RADIO_SIGNED || kind == RADIO_UNSIGNED);
+}
+
+/// A chip and the id that it has for a command.
+std::optional<std::pair<uint32_t, uint32_t>> holder_of(enum radio_cmd command) {
+  for (uint32_t chip = 0; chip < RADIO_CHIPS; chip++) {
+    for (uint32_t id = 0; id < RADIO_COMMANDS; id++) {
+      if (radio_chip_command(chip, id) == command) return std::pair(chip, id);
+    }
+  }
+  return std::nullopt;
+}
+
+/// Numbers are those of enum radio_cmd in radio_chips.h.
+TEST_F(Phone, EveryCommandHasItsFormItsDriverRowAndItsState) {
+  for (int number = RADIO_CMD_NONE + 1; number < RADIO_CMDS; number++) {
+    const auto command = static_cast<enum radio_cmd>(number);
+    SCOPED_TRACE("command " + std::to_string(number));
+    const struct radio_form *form = radio_command_form(command);
+    const auto holder = holder_of(command);
+    EXPECT_TRUE(form) << "radio_commands.c has no row for it";
+    EXPECT_TRUE(holder) << "radio_chips.c gives it to no chip";
+    if (!form || !holder) continue;
+    phone_reset();
+    set("chip", radio_chip_name(holder->first));
+    set("driver.strict_records", "false");
+    magic = radio_chip_magic(holder->first);
+    EXPECT_NE(give(holder->second, 1), -EOPNOTSUPP) << "radio_driver.c has no row for " << form->name;
+    if (takes_one_number(*form)) {
+      EXPECT_EQ(get(state_key(form->name).c_str()), "1") << "radio_keys.c has no key for " << form->name;
+    }
+  }
 }
 
 TEST_F(Phone, StrictValuesAreThoseOfAChip) {
@@ -579,19 +639,49 @@ TEST_F(Phone, AFailedCloseHasClosed) {
   EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
 }
 
-TEST_F(Phone, EveryListedPlaceTakesAFault) {
+/// Uses each function of the platform, and each family of places with the argument of place_with_argument.
+class PhoneWithEveryPlace : public Phone {
+protected:
+  void use_everything() {
+    give(11);
+    shell("true");
+    output_of("netcfg");
+    int node = open("/sys/vq20x0_debug/bfgx_test", O_WRONLY);
+    if (node >= 0) {
+      EXPECT_LE(write(node, "4", 1), 1);
+      close(node);
+    }
+    char text[104] = "";
+    int number = 0;
+    memcpy_s(text, sizeof(text), "a", 2);
+    memset_s(text, sizeof(text), 0, 1);
+    strncpy_s(text, sizeof(text), "a", 1);
+    snprintf_s(text, sizeof(text), 4, "%d", 1);
+    sprintf_s(text, sizeof(text), "%d", 1);
+    sscanf_s("1", "%d", &number);
+    kevoOperaNVWR(ORVA_NV_WRITE, 340, "WINVRAM", sizeof(text), text);
+    kevoOperaNVWR(ORVA_NV_READ, 340, "WINVRAM", sizeof(text), text);
+  }
+  static std::string place_with_argument(std::string place) {
+    for (auto [capitals, given] : {std::pair{"ID", "11"}, {"COMMAND", "true"}, {"NUMBER", "340"}}) {
+      if (place.ends_with(std::string(":") + capitals))
+        place.replace(place.find(':') + 1, strlen(capitals), given);
+    }
+    return place;
+  }
+};
+
+TEST_F(PhoneWithEveryPlace, EveryListedPlaceTakesAFault) {
   std::set<std::string> places;
   const char *value = nullptr, *meaning = nullptr;
   for (size_t i = 0; const char *name = phone_fault_place(i, &value, &meaning); i++) {
     EXPECT_TRUE(*value && *meaning) << name;
     places.insert(name);
-    std::string place = name;
-    for (auto [capitals, given] : {std::pair{"ID", "11"}, {"COMMAND", "true"}, {"NUMBER", "340"}}) {
-      if (place.ends_with(std::string(":") + capitals))
-        place.replace(place.find(':') + 1, strlen(capitals), given);
-    }
+    std::string place = place_with_argument(name);
     int id = phone_fault(place.c_str(), 1, 1, 0);
     EXPECT_GE(id, 0) << place;
+    use_everything();
+    EXPECT_EQ(phone_fault_fired(id), 1u) << place << " is listed, but nothing there fails";
     EXPECT_EQ(phone_fault((place + " ").c_str(), 1, 1, 0), place.starts_with("shell:") ? id + 1 : -1);
     phone_reset();
   }
@@ -787,10 +877,11 @@ TEST_F(Phone, LogLinesAreKeptAndPrintedInThreadtime) {
 
 TEST_F(Phone, ABadDescriptionIsNamedAndLeavesThePhoneAlone) {
   const struct {
-    const char *text, *complaint;
+    const char *text;
+    std::string complaint;
   } cases[] = {
       {"chip = \"vq2070\"\n[radio]\nrssi = \"loud\"\n", ":3: radio.rssi: 'loud' is not a whole number"},
-      {"chip = \"vq2060\"\n", ":1: chip: 'vq2060' is not vq2040, vq2050, vq2040a or vq2070"},
+      {"chip = \"vq2060\"\n", ":1: chip: 'vq2060' is not " + listed_chips()},
       {"[check]\npmuu = 1\n", ":2: check.pmuu: no such key; did you mean check.pmu?"},
       {"[state]\nband = 1\n", ":2: state.band: can only be read"},
       {"radio.rssi = 1.5\n", ":1: radio.rssi: must be a text, a whole number, true or false"},
