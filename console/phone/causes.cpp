@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/phone/causes.h"
 
+#include "console/text/text.h"
+#include "console/text/within.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -80,6 +83,50 @@ constexpr nv_row nv_codes[] = {
     {2, "the NV store cannot be used", "see that its partition is mounted, can be written and has room"},
 };
 
+/** A setting without which no channel can be sent, looked at in this order. */
+struct setting_row {
+  const char *logged; /**< text in the log before the value, which ends at "]" */
+  const char *usable; /**< limits of values that cannot be the cause */
+  const char *unset;  /**< the value if it was never set */
+  const char *what;
+  const char *setter;
+  const char *why;
+  const char *cure;
+};
+
+constexpr const char *no_channel_log = "*wifi_ioctl_set_channel fail*";
+constexpr setting_row settings_to_start[] = {
+    {"wifi_ioctl_set_band::band[", "0..3", "-1", "bandwidth", "wifi_set_band",
+     "the library knows no such bandwidth",
+     "give wifi_set_band 0 for 20 MHz, 1 for 40, 2 for 80 or 3 for 160"},
+    {"frequency[", "", "0", "channel in MHz", "wifi_set_channel",
+     "there is no such channel at this bandwidth",
+     "give wifi_set_channel 2412 to 2472 in steps of 5 (20 or 40 MHz), 2484, or 5180 to 5825 in steps of 5"},
+};
+
+/** The value that the log gives in brackets; "" if no line has it. */
+std::string logged_value(const observed &seen, const std::string &before) {
+  for (auto &line : seen.log)
+    if (auto at = line.text.find(before); at != line.text.npos) {
+      auto from = at + before.size();
+      return line.text.substr(from, line.text.find(']', from) - from);
+    }
+  return "";
+}
+
+std::vector<likely_cause> unusable_settings(const observed &seen) {
+  if (std::ranges::none_of(seen.log, [](auto &line) { return glob(no_channel_log, line.text); })) return {};
+  for (auto &row : settings_to_start) {
+    auto value = logged_value(seen, row.logged);
+    if (value.empty() || (*row.usable && within(row.usable, value))) continue;
+    if (value == row.unset)
+      return {
+          {{"not set", fmt::format("{} was not called before the start", row.setter), row.cure}, row.what}};
+    return {{{value, row.why, row.cure}, row.what}};
+  }
+  return {};
+}
+
 }  // namespace
 
 cause cause_of_error(int error) {
@@ -122,7 +169,7 @@ std::vector<likely_cause> likely_causes(const observed &seen) {
   for (auto &t : seen.troubles)
     if (causes.size() < enough && listed.insert({t.kind, t.number}).second)
       causes.push_back({cause_of(t), t.what});
-  return causes;
+  return causes.empty() ? unusable_settings(seen) : causes;
 }
 
 }  // namespace console

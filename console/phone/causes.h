@@ -29,7 +29,8 @@ struct likely_cause : cause {
   std::string text() const;
 };
 
-/** The causes of a failed call: one for each kind of trouble it met, at most three. */
+/** The causes of a failed call: one for each kind of trouble it met, at most three. Without any, the settings
+ * that the library logged as unusable. */
 std::vector<likely_cause> likely_causes(const observed &seen);
 
 }  // namespace console

@@ -242,3 +242,22 @@ def test_a_point_ends_with_its_sweep(session):
                   "limits why [string equal $why {no, at c 4}] 1\nlimits x 1 0\nsweep {d 5} { nonsense }")
     assert [e.get("point") for e in run.failures()] == ["a 1 b 3", "a 2 b 3", None]
     assert run.status == 2 and run.of("error")[0]["text"].endswith(", at d 5")
+
+
+START = {"mode": "wifi_set_mode 4 -> 1", "band": "wifi_set_band 0 -> 1", "channel": "wifi_set_channel 2412 -> 1"}
+
+
+@pytest.mark.parametrize("changed, what, found, words", [
+    ({"band": ""}, "bandwidth", "not set", "wifi_set_band was not called"),
+    ({"band": "wifi_set_band 9 -> 1"}, "bandwidth", "9", "no such bandwidth"),
+    ({"channel": "wifi_set_channel 5181 -> 1"}, "channel in MHz", "5181", "no such channel"),
+    ({"channel": ""}, "channel in MHz", "not set", "wifi_set_channel was not called"),
+    ({"channel": "fault ioctl:0 1 2 22\nwifi_set_channel 2412 -> 1"}, "driver command 0 channel", "EINVAL", "another chip's"),
+])
+@pytest.mark.parametrize("start", ["wifi_start_tx", "wifi_start_rx"])
+@pytest.mark.parametrize("chip", CHIPS)
+def test_an_unusable_setting_is_the_cause(session, chip, start, changed, what, found, words):
+    run = session("\n".join(["wifi_start_testmode -> 1", *{**START, **changed}.values(), f"{start} -> 1"]), "--chip", chip)
+    cause, = run.of("call")[-1]["causes"]
+    assert (cause["what"], cause["found"]) == (what, found) and words in cause["cause"]
+    assert f"cause    {what}: {found}: " in run.quiet
