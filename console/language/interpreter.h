@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 struct Tcl_Interp;
 
@@ -24,6 +25,8 @@ public:
   static void check_file(const std::string &path);
   /** Runs a script. An error ends it, is reported to the session, and gives false. */
   bool run_file(const std::string &path);
+  /** Runs the teardown bodies, the last one first. Their errors are reported to the session. */
+  void tear_down();
   /** Ends the command that runs. Safe to call from a signal handler. */
   static void interrupt();
   /** Is the text a whole command, with every brace and quote closed? */
@@ -33,13 +36,17 @@ public:
   place where() const override;
   std::string beside_script(const std::string &path) const override;
   std::string eval(const std::string &command) override;
+  void at_end(const std::string &body) override { teardowns.push_back(body); }
 
 private:
+  std::string result_of_ended();
+
   session &running;
   Tcl_Interp *tcl;
   struct async_stop;
   std::unique_ptr<async_stop> stop;
   std::string script;
+  std::vector<std::string> teardowns;
 };
 
 }  // namespace console

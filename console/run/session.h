@@ -32,6 +32,9 @@ public:
   /** Ends the session. A planned fault that never fired counts as a failed expectation. */
   session_summary finish();
 
+  /** Stops transmission, reception and test mode, as far as they run. */
+  void leave_test_mode();
+
   /** Calls f. The words are its arguments, then optionally "->" and what is expected. */
   const call_step &call(const function &f, const std::vector<std::string> &words, const place &where);
   void expect(const expectation &e, const place &where);
@@ -56,6 +59,7 @@ public:
   const test_progress &state() const { return progress; }
 
 private:
+  void tell(const std::function<void(reporter &)> &what);
   void load_library();
   call_step perform(const function &f, prepared_call &prepared, const place &where);
   void count(const expectation &e);
