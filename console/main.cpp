@@ -360,6 +360,6 @@ int main(int count, char **arguments) {
   errno = 0;
   if (status != console::MISUSED && (fflush(stdout) != 0 || ferror(stdout)))
     status = console::output_failed(errno ? errno : EIO);
-  Tcl_Finalize();
+  console::interpreter::finalize();
   return status;
 }

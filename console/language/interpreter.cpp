@@ -10,11 +10,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <stdexcept>
 #include <tcl.h>
 #include <utility>
 
@@ -40,6 +43,19 @@ constexpr const char *stop_message = "interrupted: the phone is as the last call
 void end_script(Tcl_Interp *tcl) {
   Tcl_LimitSetCommands(tcl, 1);
   Tcl_LimitTypeSet(tcl, TCL_LIMIT_COMMANDS);
+}
+
+bool tcl_is_broken;
+
+/** Tcl's default would abort, without reports and with the transmitter on. Tcl must not be called again. */
+[[noreturn]] void on_panic(const char *format, ...) {
+  char message[200];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(message, sizeof message, format, arguments);
+  va_end(arguments);
+  tcl_is_broken = true;
+  throw std::runtime_error(fmt::format("the script was ended, without its teardown: {}.", message));
 }
 
 /** Runs f for Tcl. The text it returns is the command's value, a usage_error the command's error. */
@@ -141,6 +157,7 @@ void interpreter::interrupt() {
 
 interpreter::interpreter(session &s)
     : running(s), tcl(Tcl_CreateInterp()), stop(std::make_unique<async_stop>()) {
+  Tcl_SetPanicProc(on_panic);
   Tcl_MakeSafe(tcl);
   for (auto *name : hidden) Tcl_HideCommand(tcl, name, name);
   Tcl_SetAssocData(tcl, "console", nullptr, this);
@@ -152,7 +169,13 @@ interpreter::interpreter(session &s)
   Tcl_EvalEx(tcl, sweep_script, -1, TCL_EVAL_GLOBAL);
 }
 
-interpreter::~interpreter() { Tcl_DeleteInterp(tcl); }
+interpreter::~interpreter() {
+  if (!tcl_is_broken) Tcl_DeleteInterp(tcl);
+}
+
+void interpreter::finalize() {
+  if (!tcl_is_broken) Tcl_Finalize();
+}
 
 bool interpreter::complete(const std::string &text) { return Tcl_CommandComplete(text.c_str()) != 0; }
 
@@ -220,7 +243,7 @@ bool interpreter::run_file(const std::string &path) {
 }
 
 void interpreter::tear_down() {
-  while (!teardowns.empty()) {
+  while (!teardowns.empty() && !tcl_is_broken) {
     auto body = std::move(teardowns.back());
     teardowns.pop_back();
     try {

@@ -29,6 +29,8 @@ public:
   void tear_down();
   /** Ends the command that runs. Safe to call from a signal handler. */
   static void interrupt();
+  /** At the program's end. */
+  static void finalize();
   /** Is the text a whole command, with every brace and quote closed? */
   static bool complete(const std::string &text);
 

@@ -93,6 +93,14 @@ def test_teardown_runs_after_a_signal_and_its_errors_count(tmp_path):
     assert "teardown" in station("help", "teardown").stdout
 
 
+def test_a_value_too_large_for_tcl_ends_the_session_with_its_reports(tmp_path):
+    script, junit = tmp_path / "session.tcl", tmp_path / "unit.xml"
+    script.write_text(TRANSMIT.partition("wait")[0] + "set a [string repeat x 1048576]\nwhile 1 { append b $a }\n")
+    done = station("--junit", junit, "run", script)
+    assert done.returncode == 2 and "max size for a Tcl value" in done.stderr
+    assert [case.get("name") for case in ElementTree.parse(junit).iter("testcase")][-2:] == ["wifi_stop_tx", "wifi_stop_testmode"]
+
+
 SCRIPT = "wifi_start_testmode\nwifi_start_tx\nnote {" + "x" * 5000 + "}\nwifi_set_power 1\n"
 WRITERS = [["wifi_set_power", "1"], ["--json", "wifi_set_power", "1"], ["doctor"], ["--json", "doctor"], ["list"],
            ["help"], ["generate", "man"], ["nv", "list"], ["run", "SCRIPT"], ["--json", "run", "SCRIPT"],
