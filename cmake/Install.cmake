@@ -39,10 +39,13 @@ if(TARGET orva-station)
   if(NOT CMAKE_CROSSCOMPILING)  # the console has to run to write these
     set(orva_generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
     function(install_generated what name folder)
-      add_custom_command(OUTPUT ${orva_generated}/${name} DEPENDS orva-station
-        COMMAND ${CMAKE_COMMAND} -E make_directory ${orva_generated}
-        COMMAND orva-station generate ${what} > ${orva_generated}/${name})
-      add_custom_target(generate_${what} ALL DEPENDS ${orva_generated}/${name})
+      # At installation, so that building the console alone is enough.
+      install(CODE "file(MAKE_DIRECTORY \"${orva_generated}\")
+        execute_process(COMMAND \"$<TARGET_FILE:orva-station>\" generate ${what}
+          OUTPUT_FILE \"${orva_generated}/${name}\" RESULT_VARIABLE status)
+        if(NOT status EQUAL 0)
+          message(FATAL_ERROR \"orva-station generate ${what}: \${status}\")
+        endif()")
       install(FILES ${orva_generated}/${name} DESTINATION ${folder})
     endfunction()
     install_generated(bash orva-station ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

@@ -21,8 +21,15 @@
 #include "console/text/usage_error.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <new>
+#include <sys/syscall.h>
 #include <system_error>
 #include <tcl.h>
 #include <tuple>
@@ -50,23 +57,68 @@ std::vector<settings> chips_to_test(const command_line &line) {
   return all;
 }
 
+/** Acts that all have their turn; the first exception is thrown at the end. */
+class attempts {
+public:
+  template <class F> void make(F act) {
+    try {
+      act();
+    } catch (...) {
+      if (!first) first = std::current_exception();
+    }
+  }
+  bool failed() const { return first != nullptr; }
+  void done() const {
+    if (first) std::rethrow_exception(first);
+  }
+
+private:
+  std::exception_ptr first;
+};
+
+void all_done(const reporters &to, const std::vector<session_summary> &all) {
+  attempts each;
+  for (auto &r : to) each.make([&] { r->all_done(all); });
+  each.done();
+}
+
+/** What an interrupted run owes the phone, before its reports end. */
+void leave_test_mode(session &s, const command_line &line) {
+  auto &now = s.state();
+  if (line.keep_test_mode || !(now.transmit || now.receive || now.test_mode)) return;
+  attempts each;
+  if (interrupted) each.make([&] { s.note(interruption_name() + ": test mode is left"); });
+  each.make([&] { s.leave_test_mode(); });
+  each.done();
+}
+
+session_summary run_session(const command_line &line, const settings &with, const std::string &path,
+                            const reporters &to, attempts &each) {
+  session s(with, path, to);
+  s.start();
+  interpreter in(s);
+  each.make([&] { in.run_file(path); });
+  each.make([&] { in.tear_down(); });
+  if (interrupted || each.failed()) each.make([&] { leave_test_mode(s, line); });
+  each.make([&] { s.finish(); });
+  return s.so_far();
+}
+
 exit_status run_sessions(const command_line &line) {
   if (line.words.size() < 2)
     throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
   for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
   auto to = make_reporters(line);
   std::vector<session_summary> all;
-  interrupt_guard guard;
+  interrupt_guard guard(true);
+  attempts each;
   for (auto &with : chips_to_test(line))
-    for (size_t i = 1; i < line.words.size() && !interrupted; ++i) {
-      session s(with, line.words[i], to);
-      s.start();
-      interpreter(s).run_file(line.words[i]);
-      all.push_back(s.finish());
-    }
+    for (size_t i = 1; i < line.words.size() && !interrupted && !each.failed(); ++i)
+      all.push_back(run_session(line, with, line.words[i], to, each));
   if (interrupted && !all.empty()) all.back().broken = true;  // the sessions after it were not run
-  for (auto &r : to) r->all_done(all);
-  return status_of(verdict_of(all));
+  each.make([&] { all_done(to, all); });
+  each.done();
+  return interrupted ? exit_status::misused : status_of(verdict_of(all));
 }
 
 /** The message for a first word that is unknown, with a guess at what was meant. */
@@ -91,15 +143,17 @@ exit_status run_call(const command_line &line) {
     if (!word.empty()) words.push_back(word);
   auto to = make_reporters(line);
   std::vector<session_summary> all;
+  interrupt_guard guard(true);
   for (auto &with : chips_to_test(line)) {
     session s(with, "", to);
     s.is_single_call();
     s.start();
     s.call(*f, words, {});
     all.push_back(s.finish());
+    if (interrupted) break;
   }
-  for (auto &r : to) r->all_done(all);
-  return status_of(verdict_of(all));
+  all_done(to, all);
+  return interrupted ? exit_status::misused : status_of(verdict_of(all));
 }
 
 exit_status run_nv_command(const command_line &line) {
@@ -132,10 +186,16 @@ exit_status run_interactive(const command_line &line) {
   auto to = make_reporters(line);
   session s(line.with, "", to);
   s.start();
-  bool understood = run_prompt(s);
-  auto summary = s.finish();
-  for (auto &r : to) r->all_done({summary});
-  return understood ? status_of(verdict_of({summary})) : exit_status::misused;
+  bool understood = false;
+  attempts each;
+  each.make([&] { understood = run_prompt(s); });
+  bool ended = interrupted && interrupted != SIGINT;
+  if (ended || each.failed()) each.make([&] { leave_test_mode(s, line); });
+  each.make([&] { s.finish(); });
+  auto summary = s.so_far();
+  each.make([&] { all_done(to, {summary}); });
+  each.done();
+  return !understood || ended ? exit_status::misused : status_of(verdict_of({summary}));
 }
 
 exit_status run_help(const command_line &line) {
@@ -234,21 +294,67 @@ exit_status run(const command_line &line) {
   return word == std::end(runners) ? run_call(line) : word->run(line);
 }
 
+/** Not with fmt, which throws where standard error cannot be written. */
+int complain(const std::string &message) {
+  fputs(fmt::format("orva-station: {}\n", message).c_str(), stderr);
+  return static_cast<int>(exit_status::misused);
+}
+
+/** The reader of a pipe may stop reading: no message then. */
+int output_failed(int error) {
+  return error == EPIPE ? static_cast<int>(exit_status::misused)
+                        : complain(fmt::format("the output cannot be written: {}.", strerror(error)));
+}
+
+bool had_standard_output;
+
+/**
+ * A file opened later must not become standard input, output or error. Runs before the libraries'
+ * constructors, which open files; so it must call the kernel itself, and not the virtual phone's open.
+ */
+void fill_standard_files(int, char **, char **) {
+  had_standard_output = syscall(SYS_fcntl, STDOUT_FILENO, F_GETFD) >= 0;
+  for (int i = 0; i <= STDERR_FILENO; ++i)
+    if (syscall(SYS_fcntl, i, F_GETFD) < 0) syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR);
+}
+
+[[gnu::section(".preinit_array"), gnu::used]] void (*const early_start)(int, char **,
+                                                                        char **) = fill_standard_files;
+
+/** Handlers, not SIG_IGN: that would be inherited by the programs that the library starts. */
+void keep_alive_on_failed_writes() {
+  struct sigaction catching = {};
+  catching.sa_handler = [](int) {};
+  catching.sa_flags = SA_RESTART;
+  sigaction(SIGPIPE, &catching, nullptr);
+  sigaction(SIGXFSZ, &catching, nullptr);
+}
+
+int guarded_run(int count, char **arguments) {
+  try {
+    return static_cast<int>(run(parse_command_line(count, arguments)));
+  } catch (const usage_error &e) {
+    fflush(stdout);
+    return complain(e.message);
+  } catch (const std::system_error &e) {
+    return output_failed(e.code().value());
+  } catch (const std::bad_alloc &) {
+    return complain("there is not enough memory.");
+  } catch (const std::exception &e) { return complain(e.what()); }
+}
+
 }  // namespace
 }  // namespace console
 
 int main(int count, char **arguments) {
   Tcl_FindExecutable(arguments[0]);
   setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader of a pipe gets each line at once
-  auto status = console::exit_status::misused;
-  try {
-    status = console::run(console::parse_command_line(count, arguments));
-  } catch (const console::usage_error &e) {
-    fflush(stdout);
-    fmt::print(stderr, "orva-station: {}\n", e.message);
-  } catch (const std::system_error &e) {
-    fmt::print(stderr, "orva-station: the output cannot be written: {}.\n", e.code().message());
-  }
-  Tcl_Finalize();
-  return static_cast<int>(status);
+  if (!console::had_standard_output) return console::output_failed(EBADF);
+  console::keep_alive_on_failed_writes();
+  int status = console::guarded_run(count, arguments);
+  errno = 0;
+  if (status != static_cast<int>(console::exit_status::misused) && (fflush(stdout) != 0 || ferror(stdout)))
+    status = console::output_failed(errno ? errno : EIO);
+  console::interpreter::finalize();
+  return status;
 }

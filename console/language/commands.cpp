@@ -276,6 +276,11 @@ std::string run_preview(script_context &in, words_t words) {
   return std::string(trim_end(in.current().preview(body, [&] { in.eval(body); }).text));
 }
 
+std::string run_teardown(script_context &in, words_t words) {
+  in.at_end(words[0]);
+  return "";
+}
+
 std::string run_help(script_context &, words_t words) {
   return std::string(
       trim_end(words.empty() ? help_overview(command_list()) : help_about(words[0], command_list())));
@@ -365,6 +370,13 @@ const command table[] = {
      1,
      MANY,
      run_preview},
+    {{"teardown", "teardown BODY",
+      "Runs the body when the session ends: after the last command, a failed one or an interruption. Of several, the "
+      "last one runs first.",
+      "teardown { wifi_stop_tx; wifi_stop_testmode }"},
+     1,
+     1,
+     run_teardown},
     {{"nv", "nv " + usage_of(nv_words()),
       "Shows and changes the NV store. diff shows what changed since the snapshot or against a saved file. load "
       "adds a file's items, restore makes the whole store equal to the backup; both read back what they wrote.",

@@ -22,6 +22,8 @@ public:
   virtual std::string beside_script(const std::string &path) const = 0;
   /** Evaluates one command and returns its value; throws usage_error. */
   virtual std::string eval(const std::string &command) = 0;
+  /** Evaluates the body when the script or prompt ends, however it ends. */
+  virtual void at_end(const std::string &body) = 0;
 
 protected:
   ~script_context() = default;

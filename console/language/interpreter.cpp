@@ -10,11 +10,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <stdexcept>
 #include <tcl.h>
+#include <utility>
 
 namespace console {
 namespace {
@@ -23,6 +28,34 @@ std::vector<std::string> words_of(int count, Tcl_Obj *const objects[]) {
   std::vector<std::string> words;
   for (int i = 1; i < count; ++i) words.emplace_back(Tcl_GetString(objects[i]));
   return words;
+}
+
+/** What a command threw apart from a usage_error: eval and run_file throw it on. */
+std::exception_ptr escaped;
+
+void throw_escaped() {
+  if (auto thrown = std::exchange(escaped, nullptr)) std::rethrow_exception(thrown);
+}
+
+constexpr const char *stop_message = "interrupted: the phone is as the last call left it";
+
+/** A script's catch would swallow an error, but not an exhausted limit. */
+void end_script(Tcl_Interp *tcl) {
+  Tcl_LimitSetCommands(tcl, 1);
+  Tcl_LimitTypeSet(tcl, TCL_LIMIT_COMMANDS);
+}
+
+bool tcl_is_broken;
+
+/** Tcl's default would abort, without reports and with the transmitter on. Tcl must not be called again. */
+[[noreturn]] void on_panic(const char *format, ...) {
+  char message[200];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(message, sizeof message, format, arguments);
+  va_end(arguments);
+  tcl_is_broken = true;
+  throw std::runtime_error(fmt::format("the script was ended, without its teardown: {}.", message));
 }
 
 /** Runs f for Tcl. The text it returns is the command's value, a usage_error the command's error. */
@@ -34,6 +67,11 @@ template <class F> int answer(Tcl_Interp *tcl, F f) {
   } catch (const usage_error &e) {
     text = e.message;
     status = TCL_ERROR;
+  } catch (const std::exception &e) {  // must not pass through Tcl's frames, which are C
+    escaped = std::current_exception();
+    text = e.what();
+    status = TCL_ERROR;
+    end_script(tcl);
   }
   Tcl_SetObjResult(tcl, Tcl_NewStringObj(text.data(), static_cast<int>(text.size())));
   return status;
@@ -107,6 +145,7 @@ struct interpreter::async_stop {
   Tcl_AsyncHandler handler;
   static inline Tcl_AsyncHandler current;
   static inline volatile std::sig_atomic_t running;
+  static inline bool stopped;
 
   async_stop() : handler(Tcl_AsyncCreate(on_stop, nullptr)) { current = handler; }
   ~async_stop() {
@@ -115,7 +154,9 @@ struct interpreter::async_stop {
   }
   static int on_stop(ClientData, Tcl_Interp *tcl, int status) {
     if (!tcl) return status;
-    Tcl_SetObjResult(tcl, Tcl_NewStringObj("interrupted: the phone is as the last call left it", -1));
+    Tcl_SetObjResult(tcl, Tcl_NewStringObj(stop_message, -1));
+    stopped = true;
+    end_script(tcl);
     return TCL_ERROR;
   }
 };
@@ -126,6 +167,7 @@ void interpreter::interrupt() {
 
 interpreter::interpreter(session &s)
     : running(s), tcl(Tcl_CreateInterp()), stop(std::make_unique<async_stop>()) {
+  Tcl_SetPanicProc(on_panic);
   Tcl_MakeSafe(tcl);
   for (auto *name : hidden) Tcl_HideCommand(tcl, name, name);
   Tcl_SetAssocData(tcl, "console", nullptr, this);
@@ -138,15 +180,29 @@ interpreter::interpreter(session &s)
   Tcl_EvalEx(tcl, sweep_script, -1, TCL_EVAL_GLOBAL);
 }
 
-interpreter::~interpreter() { Tcl_DeleteInterp(tcl); }
+interpreter::~interpreter() {
+  if (!tcl_is_broken) Tcl_DeleteInterp(tcl);
+}
+
+void interpreter::finalize() {
+  if (!tcl_is_broken) Tcl_Finalize();
+}
 
 bool interpreter::complete(const std::string &text) { return Tcl_CommandComplete(text.c_str()) != 0; }
+
+/** The result of a script that ended, which may have been made to. The interpreter can be used again. */
+std::string interpreter::result_of_ended() {
+  Tcl_LimitTypeReset(tcl, TCL_LIMIT_COMMANDS);
+  std::string text = std::exchange(async_stop::stopped, false) ? stop_message : Tcl_GetStringResult(tcl);
+  throw_escaped();
+  return text;
+}
 
 std::string interpreter::eval(const std::string &command) {
   async_stop::running = 1;
   int status = Tcl_EvalEx(tcl, command.data(), static_cast<int>(command.size()), TCL_EVAL_GLOBAL);
   async_stop::running = 0;
-  std::string text = Tcl_GetStringResult(tcl);
+  auto text = result_of_ended();
   if (status == TCL_ERROR) throw usage_error{text};
   return text;
 }
@@ -191,10 +247,20 @@ bool interpreter::run_file(const std::string &path) {
   int status = Tcl_FSEvalFileEx(tcl, name, "utf-8");
   async_stop::running = 0;
   Tcl_DecrRefCount(name);
+  auto message = result_of_ended();
   if (status != TCL_ERROR) return true;
-  std::string message = Tcl_GetStringResult(tcl);
   running.fail(message, {path, Tcl_GetErrorLine(tcl)});
   return false;
+}
+
+void interpreter::tear_down() {
+  while (!teardowns.empty() && !tcl_is_broken) {
+    auto body = std::move(teardowns.back());
+    teardowns.pop_back();
+    try {
+      eval(body);
+    } catch (const usage_error &e) { running.fail("teardown: " + e.message, {}); }
+  }
 }
 
 }  // namespace console

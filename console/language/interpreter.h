@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 struct Tcl_Interp;
 
@@ -24,8 +25,12 @@ public:
   static void check_file(const std::string &path);
   /** Runs a script. An error ends it, is reported to the session, and gives false. */
   bool run_file(const std::string &path);
+  /** Runs the teardown bodies, the last one first. Their errors are reported to the session. */
+  void tear_down();
   /** Ends the command that runs. Safe to call from a signal handler. */
   static void interrupt();
+  /** At the program's end. */
+  static void finalize();
   /** Is the text a whole command, with every brace and quote closed? */
   static bool complete(const std::string &text);
 
@@ -33,16 +38,20 @@ public:
   place where() const override;
   std::string beside_script(const std::string &path) const override;
   std::string eval(const std::string &command) override;
+  void at_end(const std::string &body) override { teardowns.push_back(body); }
 
   /** The point of the sweep that runs; "" outside a sweep. */
   std::string point;
 
 private:
+  std::string result_of_ended();
+
   session &running;
   Tcl_Interp *tcl;
   struct async_stop;
   std::unique_ptr<async_stop> stop;
   std::string script;
+  std::vector<std::string> teardowns;
 };
 
 }  // namespace console

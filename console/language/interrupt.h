@@ -1,25 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
-// Ctrl-C ends the running script, not the console.
+// Signals that end the running script, not the console: Ctrl-C, SIGTERM and SIGHUP.
 #ifndef CONSOLE_INTERRUPT_H
 #define CONSOLE_INTERRUPT_H
 
 #include <csignal>
+#include <string>
 
 namespace console {
 
-/** Set when Ctrl-C is pressed. */
+/** The signal's number once one arrived. */
 extern volatile std::sig_atomic_t interrupted;
 
-/** While it exists, Ctrl-C ends the running script. */
+/** The signals that a guard catches, for sigprocmask. */
+sigset_t interrupting_signals();
+/** "SIGTERM" */
+std::string interruption_name();
+
+/** While it exists, a signal ends the running script. */
 class interrupt_guard {
 public:
-  interrupt_guard();
+  /** With once, a second signal of the kind ends the console, should the first one's clean-up hang. */
+  explicit interrupt_guard(bool once);
   ~interrupt_guard();
   interrupt_guard(const interrupt_guard &) = delete;
   interrupt_guard &operator=(const interrupt_guard &) = delete;
 
 private:
-  struct sigaction before;
+  struct sigaction before[3];
 };
 
 }  // namespace console

@@ -27,7 +27,9 @@ public:
     try {
       begin({.name = "run", .chip = "", .real_clock = false});
       error("the run was aborted before its end", {});
-      end({});
+      session_summary aborted;
+      aborted.broken = true;
+      end(aborted);
       save();
     } catch (const usage_error &) {  // a destructor has nobody to tell
     }

@@ -84,6 +84,8 @@ const known_option known_options[] = {
      [](command_line &line, text) { line.how_much = detail::quiet; }},
     {{"write", "", "doctor: also test writing to NV, by writing an item back as it was read"},
      [](command_line &line, text) { line.write = true; }},
+    {{"keep-test-mode", "", "an interrupted session does not stop transmission and test mode"},
+     [](command_line &line, text) { line.keep_test_mode = true; }},
     {{"help", "", "show this help"}, [](command_line &line, text) { line.help = true; }},
     {{"version", "", "show the version"}, [](command_line &line, text) { line.version = true; }},
 };

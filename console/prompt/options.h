@@ -21,6 +21,8 @@ struct command_line {
   std::string junit_file;
   std::string report_file;
   std::string trace_file;
+  /** An interrupted session leaves the phone as it is. */
+  bool keep_test_mode = false;
   /** doctor also tests writing to NV. */
   bool write = false;
   bool help = false;

@@ -43,7 +43,7 @@ char **complete_word(const char *, int, int end) {
   return found.empty() ? nullptr : rl_completion_matches(word.c_str() + word.find_last_of(" [{;") + 1, give);
 }
 
-/** Waits for a key or Ctrl-C. SIGINT is unblocked during ppoll only, so that none is missed. */
+/** Waits for a key or a signal. Signals are unblocked during ppoll only, so that none is missed. */
 int read_key(FILE *from) {
   sigset_t none;
   sigemptyset(&none);
@@ -58,11 +58,9 @@ int read_key(FILE *from) {
 
 /** Edits one line; nothing at the end of the input or after Ctrl-C. */
 std::optional<std::string> edit_line(const std::string &prompt) {
-  sigset_t control_c, before;
-  sigemptyset(&control_c);
-  sigaddset(&control_c, SIGINT);
-  sigprocmask(SIG_BLOCK, &control_c, &before);
-  interrupted = 0;
+  sigset_t signals = interrupting_signals(), before;
+  sigprocmask(SIG_BLOCK, &signals, &before);
+  if (interrupted == SIGINT) interrupted = 0;
   std::unique_ptr<char, decltype(&free)> typed(readline(prompt.c_str()), free);
   sigprocmask(SIG_SETMASK, &before, nullptr);
   return typed ? std::optional<std::string>(typed.get()) : std::nullopt;
@@ -138,10 +136,11 @@ void run_line(interpreter &in, const std::string &line) {
 bool run_prompt(session &s) {
   interpreter in(s);
   line_source source(s);
-  interrupt_guard guard;
+  interrupt_guard guard(false);
   bool understood = true;
   if (source.is_terminal()) fmt::print("help explains, exit leaves, Tab completes.\n");
   while (auto line = source.command(s)) {
+    if (interrupted && interrupted != SIGINT) break;
     if (trim_end(*line) == "exit" || trim_end(*line) == "quit") break;
     try {
       run_line(in, *line);
@@ -151,12 +150,14 @@ bool run_prompt(session &s) {
       understood = false;
     }
     fflush(stdout);
+    if (interrupted && interrupted != SIGINT) break;
   }
   if (!source.unfinished().empty()) {
     auto begin = split(source.unfinished(), '\n')[0];
     fmt::print(stderr, "The input ends inside a command, which was not run: \"{}\" lacks its end.\n", begin);
     understood = false;
   }
+  in.tear_down();
   return understood || source.is_terminal();
 }
 

@@ -8,6 +8,7 @@
 #include "console/text/usage_error.h"
 
 #include <chrono>
+#include <exception>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -24,6 +25,34 @@ static std::string no_such_place(const std::string &what) {
   if (names.empty()) return fmt::format("\"{}\": a real phone cannot be made to fail on purpose.", what);
   return fmt::format("\"{}\" is no place where a fault can be planned: give one of {}.", what,
                      fmt::join(names, ", "));
+}
+
+/** A reporter that cannot write is dropped, after the others have heard the same. */
+void session::tell(const std::function<void(reporter &)> &what) {
+  std::exception_ptr failed;
+  std::erase_if(reporters, [&](auto &r) {
+    try {
+      what(*r);
+      return false;
+    } catch (...) { failed = std::current_exception(); }
+    return true;
+  });
+  if (failed) std::rethrow_exception(failed);
+}
+
+/** Calls what is still to be stopped; a reporter's failure must not keep the transmitter on. */
+void session::leave_test_mode() {
+  const std::pair<const char *, bool> stops[] = {{"wifi_stop_tx", progress.transmit},
+                                                 {"wifi_stop_rx", progress.receive},
+                                                 {"wifi_stop_testmode", progress.test_mode}};
+  std::exception_ptr failed;
+  for (auto &[name, needed] : stops) {
+    if (!needed) continue;
+    try {
+      call(*find_function(name), {}, {});
+    } catch (...) { failed = std::current_exception(); }
+  }
+  if (failed) std::rethrow_exception(failed);
 }
 
 void session::load_library() {
@@ -43,7 +72,7 @@ void session::start() {
   prepare_phone(options);
   load_library();
   summary.info.chip = chip_name();
-  for (auto &r : reporters) r->begin(summary.info);
+  tell([&](reporter &r) { r.begin(summary.info); });
 }
 
 session_summary session::finish() {
@@ -51,7 +80,7 @@ session_summary session::finish() {
     if (phone_link::fault_fired(fault.id) == 0)
       expect({"fault " + fault.what, "happens", "nothing used that place often enough", false}, fault.where);
   summary.phone_us = phone_link::now_us();
-  for (auto &r : reporters) r->end(summary);
+  tell([&](reporter &r) { r.end(summary); });
   return summary;
 }
 
@@ -135,30 +164,30 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   judge(*last_step, wants, may_fail, nv_before);
   if (last_step->result.means.verdict == outcome::good) follow(f.name);
   count(*last_step);
-  for (auto &r : reporters) r->call(*last_step);
+  tell([&](reporter &r) { r.call(*last_step); });
   return *last_step;
 }
 
 void session::expect(const expectation &e, const place &where) {
   count(e, nullptr, where);
-  for (auto &r : reporters) r->expect(e, where);
+  tell([&](reporter &r) { r.expect(e, where); });
 }
 
 void session::title(const std::string &text) {
-  for (auto &r : reporters) r->title(text);
+  tell([&](reporter &r) { r.title(text); });
 }
 
 void session::report_progress(size_t done, size_t total, const std::string &text) {
-  for (auto &r : reporters) r->progress(done, total, text);
+  tell([&](reporter &r) { r.progress(done, total, text); });
 }
 
 void session::note(const std::string &text) {
-  for (auto &r : reporters) r->note(text);
+  tell([&](reporter &r) { r.note(text); });
 }
 
 void session::fail(const std::string &text, const place &where) {
   summary.broken = true;
-  for (auto &r : reporters) r->error(text, where);
+  tell([&](reporter &r) { r.error(text, where); });
 }
 
 void session::plan_fault(const std::string &what, unsigned nth, unsigned times, int value,
@@ -172,7 +201,7 @@ void session::change_chip(unsigned chip) {
   require(phone_link::set("chip", console::chip_name(chip)));
   load_library();
   summary.info.chip = chip_name();
-  for (auto &r : reporters) r->chip_changed(summary.info);
+  tell([&](reporter &r) { r.chip_changed(summary.info); });
 }
 
 /** The last call's result in words, with the log's errors if it failed. */

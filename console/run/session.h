@@ -35,6 +35,9 @@ public:
   /** Ends the session. A planned fault that never fired counts as a failed expectation. */
   session_summary finish();
 
+  /** Stops transmission, reception and test mode, as far as they run. */
+  void leave_test_mode();
+
   /** Calls f. The words are its arguments, then optionally "->" and what is expected. Without that, a bad
    * result counts as a failed expectation, unless it may fail. */
   const call_step &call(const function &f, const std::vector<std::string> &words, const place &where,
@@ -61,6 +64,7 @@ public:
   const test_progress &state() const { return progress; }
 
 private:
+  void tell(const std::function<void(reporter &)> &what);
   void load_library();
   call_step perform(const function &f, prepared_call &prepared, const place &where);
   void judge(call_step &step, const std::vector<wanted> &wants, bool may_fail,

@@ -10,9 +10,11 @@ not the test run.
 from __future__ import annotations
 
 import os
+import re
 import signal
 import subprocess
 import sys
+import tempfile
 from multiprocessing.connection import Connection, Pipe
 from pathlib import Path
 from types import TracebackType
@@ -80,6 +82,7 @@ class Bench:
             raise
 
     def _start(self, library: str | os.PathLike[str], virtual_phone: str | os.PathLike[str]) -> None:
+        virtual_phone = self._preloadable(virtual_phone)
         # What is preloaded already (a sanitizer's runtime) must stay in front.
         preload = [os.environ.get("LD_PRELOAD", ""), os.fspath(virtual_phone)]
         source = str(Path(__file__).resolve().parents[1])
@@ -98,6 +101,17 @@ class Bench:
         except Exception:
             self.close()
             raise
+
+    def _preloadable(self, library: str | os.PathLike[str]) -> str:
+        """The library under a path that LD_PRELOAD can name: there, blanks and colons separate libraries."""
+        path = Path(os.path.abspath(library))
+        if not re.search(r"[\s:]", str(path)):
+            return os.fspath(library)
+        # Removed with this object. A link to the folder: the library looks for another one beside itself.
+        self._links = tempfile.TemporaryDirectory(prefix="orva-")
+        link = Path(self._links.name) / "lib"
+        link.symlink_to(path.parent)
+        return str(link / path.name)
 
     def _receive(self, doing: str) -> Any:
         try:

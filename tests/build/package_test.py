@@ -21,6 +21,7 @@ def run(command, **options):
 @pytest.fixture(scope="module")
 def prefix(tmp_path_factory):
     prefix = tmp_path_factory.mktemp("installed")
+    shutil.rmtree(BUILD / "generated", ignore_errors=True)  # as after a build of the console alone
     done = run(["cmake", "--install", BUILD, "--prefix", prefix])
     assert done.returncode == 0, done.stdout + done.stderr
     return prefix

@@ -235,6 +235,18 @@ def test_a_folder_that_is_none_or_no_phone_is_named(bench, tmp_path, monkeypatch
         Bench()
 
 
+def test_the_libraries_may_be_in_a_folder_with_a_blank(tmp_path):
+    folder = tmp_path / "a b:c"
+    folder.mkdir()
+    for name in (files.LIBRARY, files.VIRTUAL_PHONE):
+        found = files.find(name)
+        (folder / name).symlink_to(found)
+        for beside in found.parent.glob("libvirtual_phone_platform.so*"):
+            (folder / beside.name).symlink_to(beside)
+    with Bench(library=folder / files.LIBRARY, virtual_phone=folder / files.VIRTUAL_PHONE) as bench:
+        assert bench.library.wifi_set_power(155)
+
+
 EMPTY_TESTS = '''
 def test_fault_that_never_fires(library, phone):
     phone.fault("popen")
