@@ -155,15 +155,15 @@ int phone_interface_up(void);
 /** Descriptors, children and streams that library calls opened and did not give back. */
 unsigned phone_left_open(void);
 
-/** Keeps NV in an SQLite file from now on; null: in memory. The first write creates the file. Returns 0, or -1
- * with a message: a file that is damaged, cut or another program's is refused. */
+/** Keeps NV in an SQLite file from now on; null: in memory. The first write creates the file. Returns 0, or
+ * -1 with a message: a file that is damaged, cut or another program's is refused. */
 int phone_nv_open(const char *path, char *error, size_t error_size);
 /** Direct access to an item of 104 bytes, without trace or faults. An item never written reads as zeros.
  * Returns 0 or -1. */
 int phone_nv_get(uint32_t number, const char *name, void *item);
 int phone_nv_put(uint32_t number, const char *name, const void *item);
-/** The i-th stored item in order of number and name, counted in the store as item 0 was asked for. Returns 1, 0
- * past the last, or -1 if the store cannot be read. */
+/** The i-th stored item in order of number and name, counted in the store as item 0 was asked for. Returns 1,
+ * 0 past the last, or -1 if the store cannot be read. */
 int phone_nv_at(size_t i, uint32_t *number, char *name, size_t name_size, void *item);
 /** Removes all items. Returns 0 or -1. */
 int phone_nv_clear(void);
