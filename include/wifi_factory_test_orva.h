@@ -3,10 +3,10 @@
  * @file wifi_factory_test_orva.h
  * Factory test of the WLAN chip: what a test tool on the phone calls.
  *
- * Each function asks the platform which chip is fitted (vq2040, vq2050, vq2040a, vq2070) and passes its
+ * Each function asks the platform which chip is fitted and passes its
  * arguments to that chip's back end. Unless a function says otherwise:
  * - the result is 1 for success and 0 for failure;
- * - a missing operation, or a sub-chip index above 3, logs "<function>::funcname is null.\n" at
+ * - a missing operation, or an unknown sub-chip index, logs "<function>::funcname is null.\n" at
  * error priority under the tag "WIFI_ORVA_FAC_TEST" and give 0;
  * - pointers belong to the caller and are used only during the call; they are not checked for null unless a
  * function says so;
@@ -34,7 +34,7 @@ typedef void (*wifi_func_t)(void);
 /**
  * The fitted chip's back-end function for an operation.
  * @param op_id 0 to 39; only the low 8 bits count.
- * @return the function; null for an unknown id, a chip without the operation, or a sub-chip index above 3.
+ * @return the function; null for an unknown id, a chip without the operation, or an unknown sub-chip index.
  *         Nothing is logged.
  */
 wifi_func_t wifi_get_func(uint32_t op_id);
@@ -230,7 +230,7 @@ uint32_t conn_test_sdio_loop(const void *unused);
 /** @{ */
 
 /**
- * Copies the driver's calibration block to NV (vq2040, vq2040a; vq2050 and vq2070 log and give 0).
+ * Copies the driver's calibration block to NV (vq2040, vq2040a; the others log and give 0).
  * @param first, second, third passed on and not read.
  */
 uint32_t wifi_nvram_set(const void *first, const void *second, int32_t third);

@@ -88,7 +88,8 @@ void examine_library(const std::string &path, std::vector<finding> &all) {
 finding examine_chip(unsigned chip) {
   if (chip < chip_count) return good("chip", chip_name(chip));
   return missing("chip",
-                 {fmt::format("the phone reports index {}", chip), "the library knows 0 to 3 only",
+                 {fmt::format("the phone reports index {}", chip),
+                  fmt::format("the library knows 0 to {} only", chip_count - 1),
                   "see which chip is fitted, and what the phone's get_orva_connectivity_subchip reports"});
 }
 

@@ -80,15 +80,36 @@ std::string local_time() {
                      fmt::localtime(std::chrono::system_clock::to_time_t(std::chrono::system_clock::now())));
 }
 
+/** The page's letter for a kind of contact; empty for a kind that the page does not show. */
+std::string_view letter(phone_event_kind kind) {
+  switch (kind) {
+  case PHONE_IOCTL: return "d";
+  case PHONE_EXEC:
+  case PHONE_POPEN: return "s";
+  case PHONE_SLEEP: return "p";
+  case PHONE_NV_READ:
+  case PHONE_NV_WRITE: return "n";
+  case PHONE_WRITE: return "f";
+  case PHONE_SOCKET:
+  case PHONE_CLOSE:
+  case PHONE_FORK:
+  case PHONE_WAIT:
+  case PHONE_FREAD:
+  case PHONE_PCLOSE:
+  case PHONE_OPEN:
+  case PHONE_LOG:
+  case PHONE_SUBCHIP:
+  case PHONE_SECURE: break;
+  }
+  return {};
+}
+
 /** The order of a call's contacts, one letter for each. Their details are in the call's own event. */
 json contact_order() {
-  static const std::map<phone_event_kind, char> letters = {
-      {PHONE_IOCTL, 'd'},   {PHONE_EXEC, 's'},     {PHONE_POPEN, 's'}, {PHONE_SLEEP, 'p'},
-      {PHONE_NV_READ, 'n'}, {PHONE_NV_WRITE, 'n'}, {PHONE_WRITE, 'f'}};
   std::string order;
   json pauses = json::array();
   for (auto *e : phone_link::contacts()) {
-    if (auto letter = letters.find(e->kind); letter != letters.end()) order += letter->second;
+    order += letter(e->kind);
     if (e->kind == PHONE_SLEEP) pauses.push_back({{"at_us", e->time_us}, {"us", e->number[0]}});
   }
   return {{"type", "order"}, {"order", order}, {"pauses", pauses}};

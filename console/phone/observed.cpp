@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <map>
 #include <numeric>
 #include <unistd.h>
 
@@ -72,7 +71,15 @@ void add(observed &seen, const contact &e, std::string &path) {
     seen.files.push_back(
         fmt::format("{} <- {}", path, std::string(static_cast<const char *>(e.data), e.size)));
     break;
-  default: break;
+  case PHONE_SOCKET:
+  case PHONE_IOCTL:
+  case PHONE_CLOSE:
+  case PHONE_FORK:
+  case PHONE_WAIT:
+  case PHONE_FREAD:
+  case PHONE_PCLOSE:
+  case PHONE_SUBCHIP:
+  case PHONE_SECURE: break;
   }
 }
 
@@ -89,11 +96,32 @@ void add_request_trouble(observed &seen, const contact &e, unsigned chip) {
   if (e.result < 0) seen.troubles.push_back({what, trouble_kind::error, e.error});
 }
 
+/** The name of a system call that is in trouble when it leaves an errno; null for other kinds of contact. */
+const char *call_name(phone_event_kind kind) {
+  switch (kind) {
+  case PHONE_SOCKET: return "socket";
+  case PHONE_FORK: return "fork";
+  case PHONE_WAIT: return "waitpid";
+  case PHONE_POPEN: return "popen";
+  case PHONE_FREAD: return "fread";
+  case PHONE_PCLOSE: return "pclose";
+  case PHONE_OPEN: return "open";
+  case PHONE_WRITE: return "write";
+  case PHONE_IOCTL:
+  case PHONE_CLOSE:
+  case PHONE_EXEC:
+  case PHONE_SLEEP:
+  case PHONE_LOG:
+  case PHONE_SUBCHIP:
+  case PHONE_NV_READ:
+  case PHONE_NV_WRITE:
+  case PHONE_SECURE: break;
+  }
+  return nullptr;
+}
+
 void add_trouble(observed &seen, const contact &e, unsigned chip) {
-  static const std::map<phone_event_kind, const char *> calls = {
-      {PHONE_SOCKET, "socket"}, {PHONE_FORK, "fork"},     {PHONE_WAIT, "waitpid"}, {PHONE_POPEN, "popen"},
-      {PHONE_FREAD, "fread"},   {PHONE_PCLOSE, "pclose"}, {PHONE_OPEN, "open"},    {PHONE_WRITE, "write"}};
-  auto call = calls.find(e.kind);
+  auto *call = call_name(e.kind);
   if (e.kind == PHONE_IOCTL)
     add_request_trouble(seen, e, chip);
   else if (e.kind == PHONE_EXEC && e.result != 0)
@@ -102,9 +130,9 @@ void add_trouble(observed &seen, const contact &e, unsigned chip) {
   else if ((e.kind == PHONE_NV_READ || e.kind == PHONE_NV_WRITE) && e.result != 0)
     seen.troubles.push_back({fmt::format("NV {} {}", e.kind == PHONE_NV_READ ? "read" : "write", e.number[0]),
                              trouble_kind::nv_code, e.result});
-  else if (call != calls.end() && e.error != 0)
+  else if (call && e.error != 0)
     seen.troubles.push_back(
-        {fmt::format("{}{}{}", call->second, *e.text ? " " : "", e.text), trouble_kind::error, e.error});
+        {fmt::format("{}{}{}", call, *e.text ? " " : "", e.text), trouble_kind::error, e.error});
 }
 
 int64_t &account(time_ledger &ledger, phone_event_kind kind) {
@@ -118,8 +146,16 @@ int64_t &account(time_ledger &ledger, phone_event_kind kind) {
   case PHONE_POPEN:
   case PHONE_FREAD:
   case PHONE_PCLOSE: return ledger.shell_us;
-  default: return ledger.library_us;
+  case PHONE_EXEC:
+  case PHONE_OPEN:
+  case PHONE_WRITE:
+  case PHONE_LOG:
+  case PHONE_SUBCHIP:
+  case PHONE_NV_READ:
+  case PHONE_NV_WRITE:
+  case PHONE_SECURE: break;
   }
+  return ledger.library_us;
 }
 
 /** A contact records when it began, so each is charged the time until the caller's next contact. */

@@ -23,6 +23,12 @@ def _named() -> list[Path]:
     return named
 
 
+def chips_file() -> Path:
+    """The list of chips: beside this module where it is installed, else the source tree's."""
+    installed = Path(__file__).with_name("chips.txt")
+    return installed if installed.is_file() else _ROOT / "chips" / "chips.txt"
+
+
 def folders() -> list[Path]:
     """Folders that are looked through, in order: those of ORVA_LIBRARY_PATH (separated by colons); the build
     beside this module's source tree; the libraries of the installation that this module belongs to; the system's."""

@@ -11,8 +11,10 @@ from ctypes import POINTER, c_char_p, c_int, c_int32, c_int64, c_size_t, c_uint,
 from dataclasses import dataclass
 from typing import Any
 
+from orva import files
+
 #: The chips, by sub-chip index.
-CHIPS = ("vq2040", "vq2050", "vq2040a", "vq2070")
+CHIPS = tuple(files.chips_file().read_text(encoding="utf-8").split())
 #: Bytes of an NV item.
 NV_ITEM_SIZE = 104
 

@@ -340,6 +340,33 @@ def test_the_table_has_every_public_function():
     assert sorted(re.findall(r"^  (\w+)", station("list").stdout, re.M)) == sorted(declared())
 
 
+def example_of(name):
+    return station("help", name).stdout.rstrip().splitlines()[-1].strip()
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+def test_the_console_knows_which_functions_a_chip_has(chip, session):
+    """A chip without a function logs it. Each function's example is called, whatever comes of it."""
+    text = "".join(f'note "[has {name}]"\n{example_of(name)}\n' for name in declared())
+    _, reported = session(text, "--chip", chip)
+    told = dict(zip(declared(), [line["text"] for line in reported if line["type"] == "note"]))
+    absent = {line["function"] for line in calls(reported)
+              if any("funcname is null" in entry["text"] for entry in line["log"])}
+    assert len(calls(reported)) == len(told) == len(declared())
+    wrong = {name for name, has in told.items() if (has == "0") != (name in absent)}
+    assert wrong == set(), f"console/run/functions.cpp: .chips is wrong about {chip}"
+
+
+def session_commands():
+    overview = station("help").stdout.partition("Session language:")[2]
+    return re.findall(r"^  (\w+) ", overview, re.M)
+
+
+@pytest.mark.parametrize("name", session_commands())
+def test_the_example_of_a_session_command_is_one(name):
+    assert re.search(rf"(^|[\s\[;{{]){name}\b", example_of(name)), example_of(name)
+
+
 @pytest.mark.parametrize("name", declared())
 def test_help_and_its_example(name, session):
     text = station("help", name).stdout
