@@ -88,7 +88,7 @@ def test_teardown_runs_after_a_signal_and_its_errors_count(tmp_path):
     assert status == 2
     assert called(lines)[-4:] == ["wifi_start_tx", "wifi_stop_rx", "wifi_stop_tx", "wifi_stop_testmode"]
     assert "teardown: later" in [line["text"] for line in lines if line["type"] == "error"]
-    prompted = station("--json", stdin="teardown { note bye }\nwifi_set_power 1\n")
+    prompted = station("--json", stdin="teardown { note bye }\nwifi_set_power 1 -> 1\n")
     assert prompted.returncode == 0 and "bye" in prompted.stdout.splitlines()[-3]
     assert "teardown" in station("help", "teardown").stdout
 
