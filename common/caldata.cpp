@@ -29,7 +29,7 @@ bool fetch(const chip &chip, uint32_t socket, const char *copy_failure, caldata 
 
 }  // namespace
 
-bool copy_caldata_to_nv(const chip &chip, const char *copy_failure) {
+uint32_t copy_caldata_to_nv(const chip &chip, const char *copy_failure) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   caldata block = {};
@@ -44,7 +44,7 @@ bool copy_caldata_to_nv(const chip &chip, const char *copy_failure) {
   return false;
 }
 
-bool refuse_caldata(const chip &chip) {
+uint32_t refuse_caldata(const chip &chip) {
   LOG_ERROR(chip, "%s_wifi_nvram_set cal_type = 1, not adapt for orva\n", chip.name);
   return false;
 }

@@ -13,10 +13,10 @@ struct caldata {
 };
 
 /// Copies the driver's block to NV. A failed copy logs copy_failure and is otherwise ignored.
-bool copy_caldata_to_nv(const chip &chip, const char *copy_failure);
+uint32_t copy_caldata_to_nv(const chip &chip, const char *copy_failure);
 
 /// For chips without a block: logs the refusal. @return false.
-bool refuse_caldata(const chip &chip);
+uint32_t refuse_caldata(const chip &chip);
 
 /// Logs the block as big-endian words, up to the first word whose first byte is 0.
 void print_data(const chip &chip, const caldata &block);

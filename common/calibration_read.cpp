@@ -9,7 +9,7 @@
 
 namespace orva {
 
-bool wifi_nvram_calibrate_get(const chip &chip, char *out, int32_t size) {
+uint32_t wifi_nvram_calibrate_get(const chip &chip, char *out, int32_t size) {
   if (size < 1) return true;
   const uint32_t room = static_cast<uint32_t>(size);
   memset(out, 0, room);

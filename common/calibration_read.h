@@ -10,7 +10,7 @@ namespace orva {
 /// left out.
 /// @param size most bytes for each item; out has room for size bytes after every text
 /// @return true
-bool wifi_nvram_calibrate_get(const chip &chip, char *out, int32_t size);
+uint32_t wifi_nvram_calibrate_get(const chip &chip, char *out, int32_t size);
 
 }  // namespace orva
 

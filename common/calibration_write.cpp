@@ -96,8 +96,8 @@ bool parse_error(const chip &chip, const char *text, float &error) {
 
 }  // namespace
 
-bool wifi_nvram_calibrate_set(const chip &chip, int32_t cal_type, int32_t chain, int32_t mode, int32_t band,
-                              int32_t bandwidth, int32_t freq, const char *delta_gain) {
+uint32_t wifi_nvram_calibrate_set(const chip &chip, int32_t cal_type, int32_t chain, int32_t mode,
+                                  int32_t band, int32_t bandwidth, int32_t freq, const char *delta_gain) {
   if (cal_type != 0) {
     LOG_ERROR(chip, "%s_wifi_nvram_calibrate_set AT parameter < cal_type > error, should be 0\n", chip.name);
     return false;

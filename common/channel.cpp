@@ -39,19 +39,19 @@ const freq_bw g_ast_freq_bw[6] = {
     {.is_5g = 1, .first_mhz = 5180, .step_mhz = 5, .end_mhz = 5830, .bandwidth = 3, .offset = -14},
 };
 
-bool wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz) {
+uint32_t wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz) {
   const uint32_t sent = remap_mode(chip, mode, mhz);
   LOG_DEBUG(chip, "wifi_ioctl_set_mode::set mode[%d], frequency[%d].\n", sent, mhz);
   return wl_config_sockets_send(chip, COMMAND_MODE, sent);
 }
 
-bool wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth) {
+uint32_t wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth) {
   const uint32_t code = bandwidth_code(bandwidth);
   LOG_DEBUG(chip, "wifi_ioctl_set_band::band[%d], band_set[%d].\n", bandwidth, code);
   return wl_config_sockets_send(chip, COMMAND_BANDWIDTH, code);
 }
 
-bool wifi_ioctl_set_channel(const chip &chip, uint32_t mhz) {
+uint32_t wifi_ioctl_set_channel(const chip &chip, uint32_t mhz) {
   uint32_t channel = CHANNEL_14;
   if (mhz != CHANNEL_14_MHZ && !chip.channel_of(chip, mhz, channel)) return false;
   if (channel == 0) return false;
@@ -60,7 +60,7 @@ bool wifi_ioctl_set_channel(const chip &chip, uint32_t mhz) {
   return accepted;
 }
 
-bool wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain) {
+uint32_t wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain) {
   LOG_DEBUG(chip, "wifi_ioctl_setmimo_channel::set mimo_channel[%d].\n", chain);
   return wl_config_sockets_send(chip, COMMAND_MIMO_CHAIN, chain);
 }

@@ -8,11 +8,11 @@
 namespace orva {
 
 /// Each sends one value in the driver's terms. @return whether the driver accepted it.
-bool wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz);
-bool wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth);
+uint32_t wifi_ioctl_set_mode(const chip &chip, uint32_t mode, int32_t mhz);
+uint32_t wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth);
 /// Also false for a frequency without a channel number.
-bool wifi_ioctl_set_channel(const chip &chip, uint32_t mhz);
-bool wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain);
+uint32_t wifi_ioctl_set_channel(const chip &chip, uint32_t mhz);
+uint32_t wifi_ioctl_setmimo_channel(const chip &chip, uint32_t chain);
 
 /// A run of channels at one bandwidth: numbers go up by one per step.
 struct freq_bw {

@@ -113,7 +113,7 @@ int32_t sub_band_5g(int32_t mhz) {
 
 const param_family *family_of(const char *param) {
   for (const param_family &row : families) {
-    if (row.has(param)) return &row;
+    if (row.has(param) != 0) return &row;
   }
   return nullptr;
 }
@@ -129,22 +129,22 @@ int32_t parse_values(const param_family &family, const char *text, param_values 
 
 #pragma GCC diagnostic pop
 
-bool check_nvname_2G_normal(const char *name) {
+uint32_t check_nvname_2G_normal(const char *name) {
   static const char *const members[] = {"pa2gccka0", "pa2gccka1", "pa2ga0", "pa2ga1", "pa2g40a0", "pa2g40a1"};
   return is_prefix_of_any(members, name);
 }
 
-bool check_nvname_2G_mucal(const char *name) {
+uint32_t check_nvname_2G_mucal(const char *name) {
   static const char *const members[] = {"mf2ga0", "mf2ga1", "mf2gccka0", "mf2gccka1", "mf2g40a0", "mf2g40a1"};
   return is_prefix_of_any(members, name);
 }
 
-bool check_nvname_5G_normal(const char *name) {
+uint32_t check_nvname_5G_normal(const char *name) {
   static const char *const members[] = {"pa5ga0", "pa5ga1", "pa5glowa0", "pa5glowa1"};
   return is_prefix_of_any(members, name);
 }
 
-bool check_nvname_5G_160M(const char *name) {
+uint32_t check_nvname_5G_160M(const char *name) {
   static const char *const members[] = {"dpn160c0", "dpn160c1"};
   return is_prefix_of_any(members, name);
 }

@@ -25,7 +25,7 @@ struct measured_error {
 };
 
 struct param_family {
-  bool (*has)(const char *name);
+  uint32_t (*has)(const char *name);
   const char *format;        ///< of its values, for sscanf
   const char *initial_text;  ///< if NV holds none; null: ask the driver
   /// @return false if the frequency does not belong to the family; some families log that.
@@ -43,10 +43,10 @@ const param_family *family_of(const char *param);
 int32_t parse_values(const param_family &family, const char *text, param_values &values);
 
 /// Whether a name is a member of the family or a prefix of one. The empty name belongs to every family.
-bool check_nvname_2G_normal(const char *name);
-bool check_nvname_2G_mucal(const char *name);
-bool check_nvname_5G_normal(const char *name);
-bool check_nvname_5G_160M(const char *name);
+uint32_t check_nvname_2G_normal(const char *name);
+uint32_t check_nvname_2G_mucal(const char *name);
+uint32_t check_nvname_5G_normal(const char *name);
+uint32_t check_nvname_5G_160M(const char *name);
 
 }  // namespace orva
 

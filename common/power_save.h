@@ -7,10 +7,10 @@
 namespace orva {
 
 /// Switches power save off (0) or on; logged. @return whether the driver accepted it.
-bool wifi_set_pm_switch(const chip &chip, uint32_t pm_switch);
+uint32_t wifi_set_pm_switch(const chip &chip, uint32_t pm_switch);
 
 /// Sends the value in mode 1 only. @return whether the driver accepted it; false in any other mode.
-bool wifi_set_powermode(const chip &chip, int32_t mode, int32_t value);
+uint32_t wifi_set_powermode(const chip &chip, int32_t mode, int32_t value);
 
 }  // namespace orva
 

@@ -88,7 +88,7 @@ bool wl_config_pcie_test(const chip &chip, uint32_t socket, const char *interfac
   return pass;
 }
 
-bool wifi_hw_get(const chip &chip) {
+uint32_t wifi_hw_get(const chip &chip) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   const answer fem = ask(chip, socket, "wlan0", COMMAND_FEM_PA_STATUS);
@@ -99,7 +99,7 @@ bool wifi_hw_get(const chip &chip) {
   return all_bits_clear(fem);
 }
 
-bool wifi_check_pmu(const chip &chip) {
+uint32_t wifi_check_pmu(const chip &chip) {
   LOG_DEBUG(chip, "wl_config_pmu_check:enter\n");
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;

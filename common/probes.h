@@ -15,8 +15,8 @@ bool wl_config_wkup_io_test(const chip &chip, uint32_t socket, const char *inter
 bool wl_config_pcie_test(const chip &chip, uint32_t socket, const char *interface);
 
 /// Probes that open a socket of their own.
-bool wifi_hw_get(const chip &chip);
-bool wifi_check_pmu(const chip &chip);
+uint32_t wifi_hw_get(const chip &chip);
+uint32_t wifi_check_pmu(const chip &chip);
 
 }  // namespace orva
 

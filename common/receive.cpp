@@ -57,7 +57,7 @@ const start_step rx_bandwidth = {send_bandwidth, "wifi_ioctl_set_band fail.\n"};
 const start_step rx_channel = {send_channel, "wifi_ioctl_set_channel fail.\n"};
 const start_step rx_chain = {send_chain, "wifi_ioctl_setmimo_channel fail, ret[%d].\n"};
 
-bool wifi_set_hw_mac_addr(const chip &chip, const char *mac) {
+uint32_t wifi_set_hw_mac_addr(const chip &chip, const char *mac) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   const bool accepted = send_mac(chip, socket, mac);
@@ -65,7 +65,7 @@ bool wifi_set_hw_mac_addr(const chip &chip, const char *mac) {
   return accepted;
 }
 
-bool wifi_start_rx(const chip &chip, const char *mac) {
+uint32_t wifi_start_rx(const chip &chip, const char *mac) {
   chip.state.rx = 1;
   LOG_DEBUG(chip, "wifi_start_rx.\n");
   const bool accepted = wifi_set_hw_mac_addr(chip, mac);
@@ -83,7 +83,7 @@ bool stop_receiving(const chip &chip) {
   return accepted;
 }
 
-bool wifi_stop_rx(const chip &chip) {
+uint32_t wifi_stop_rx(const chip &chip) {
   if (chip.tx.stops_only_when_started && chip.state.rx == 0) {
     LOG_INFO(chip, "%s_wifi_stop_rx::already rx=0, return", chip.name);
     return true;
@@ -91,7 +91,7 @@ bool wifi_stop_rx(const chip &chip) {
   return stop_receiving(chip);
 }
 
-bool wifi_get_rx_rssi(const chip &chip, uint32_t *rssi) {
+uint32_t wifi_get_rx_rssi(const chip &chip, uint32_t *rssi) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   ioctl_data record = record_of(COMMAND_RSSI);

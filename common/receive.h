@@ -6,16 +6,16 @@
 
 namespace orva {
 
-bool wifi_start_rx(const chip &chip, const char *mac);
-bool wifi_stop_rx(const chip &chip);
+uint32_t wifi_start_rx(const chip &chip, const char *mac);
+uint32_t wifi_stop_rx(const chip &chip);
 
 /// Stores the driver's answer in rssi even if the driver refused. @return whether it accepted.
-bool wifi_get_rx_rssi(const chip &chip, uint32_t *rssi);
+uint32_t wifi_get_rx_rssi(const chip &chip, uint32_t *rssi);
 /// @return the number of packets; all bits set if the driver refused; 0 without a socket.
 uint32_t wifi_get_rx_pckg(const chip &chip);
 
 /// Sets the address filter. @param mac twelve hexadecimal digits; null: 00:11:22:33:44:55.
-bool wifi_set_hw_mac_addr(const chip &chip, const char *mac);
+uint32_t wifi_set_hw_mac_addr(const chip &chip, const char *mac);
 
 /// Lowers the receive flag and switches receive off. @return whether the driver accepted it.
 bool stop_receiving(const chip &chip);

@@ -23,7 +23,7 @@ int32_t if_positive(int32_t value) { return value < 1 ? -1 : value; }
 
 }  // namespace
 
-bool wifi_set_mode(const chip &chip, int32_t at_mode) {
+uint32_t wifi_set_mode(const chip &chip, int32_t at_mode) {
   chip.state.mode = at_mode;
   if (chip.mode_logs_every_call) LOG_ERROR(chip, "wifi_set_mode::mode[%d].\n", at_mode);
   const struct at_mode *row = find_at_mode(chip, at_mode);
@@ -36,25 +36,25 @@ bool wifi_set_mode(const chip &chip, int32_t at_mode) {
   return true;
 }
 
-bool wifi_set_rate(const chip &chip, int32_t rate) {
+uint32_t wifi_set_rate(const chip &chip, int32_t rate) {
   chip.state.rate = rate;
   LOG_DEBUG(chip, "wifi_set_rate::rate[%d].\n", rate);
   return true;
 }
 
-bool wifi_set_bandwidth(const chip &chip, int32_t bandwidth) {
+uint32_t wifi_set_bandwidth(const chip &chip, int32_t bandwidth) {
   chip.state.bandwidth = bandwidth;
   LOG_DEBUG(chip, "wifi_ioctl_set_band::band[%d].\n", bandwidth);
   return true;
 }
 
-bool wifi_set_channel(const chip &chip, int32_t mhz) {
+uint32_t wifi_set_channel(const chip &chip, int32_t mhz) {
   chip.state.channel_mhz = mhz;
   LOG_DEBUG(chip, "wifi_set_channel::set channel[%d].\n", mhz);
   return true;
 }
 
-bool wifi_set_antenna(const chip &chip, int32_t antenna) {
+uint32_t wifi_set_antenna(const chip &chip, int32_t antenna) {
   chip.state.antenna = antenna;
   const uint32_t drv_ant = antenna == 1 ? 0 : 1;
   const bool accepted = wl_config_sockets_send(chip, COMMAND_ANTENNA, drv_ant);
@@ -68,13 +68,13 @@ bool is_mimo_chain(const chip &chip, int32_t chain) {
   return false;
 }
 
-bool store_mimo_chain(const chip &chip, int32_t chain) {
+uint32_t store_mimo_chain(const chip &chip, int32_t chain) {
   chip.state.chain = chain;
   LOG_DEBUG(chip, "wifi_setmimo_channel::channel[%d].\n", chain);
   return true;
 }
 
-bool wifi_setmimo_channel(const chip &chip, int32_t chain) {
+uint32_t wifi_setmimo_channel(const chip &chip, int32_t chain) {
   return is_mimo_chain(chip, chain) && store_mimo_chain(chip, chain);
 }
 
@@ -84,7 +84,7 @@ bool send_and_settle(const chip &chip, uint32_t command, int32_t value) {
   return accepted;
 }
 
-bool wifi_ioctl_set_power(const chip &chip, int32_t power) {
+uint32_t wifi_ioctl_set_power(const chip &chip, int32_t power) {
   const int32_t step = power / chip.power_divisor;
   LOG_DEBUG(chip, "wifi_ioctl_set_power::pow_val[%d].\n", step);
   return send_and_settle(chip, COMMAND_POWER, step);
@@ -96,7 +96,7 @@ bool store_power(const chip &chip, int32_t power) {
   return chip.state.status == 0;
 }
 
-bool wifi_set_power(const chip &chip, int32_t power) {
+uint32_t wifi_set_power(const chip &chip, int32_t power) {
   if (!store_power(chip, power)) return true;
   const bool accepted = wifi_ioctl_set_power(chip, power);
   if (!accepted) LOG_ERROR(chip, "wifi_ioctl_set_power fail, ret [%d].\n", accepted);

@@ -8,19 +8,19 @@
 namespace orva {
 
 /// These only store the value; test starts send it. The chain setter refuses other chains than 1 and 2.
-bool wifi_set_rate(const chip &chip, int32_t rate);
-bool wifi_set_bandwidth(const chip &chip, int32_t bandwidth);
-bool wifi_set_channel(const chip &chip, int32_t mhz);
-bool wifi_setmimo_channel(const chip &chip, int32_t chain);
+uint32_t wifi_set_rate(const chip &chip, int32_t rate);
+uint32_t wifi_set_bandwidth(const chip &chip, int32_t bandwidth);
+uint32_t wifi_set_channel(const chip &chip, int32_t mhz);
+uint32_t wifi_setmimo_channel(const chip &chip, int32_t chain);
 
 /// Stores an AT mode and, if the chip knows it, the driver mode. @return whether it is known.
-bool wifi_set_mode(const chip &chip, int32_t at_mode);
+uint32_t wifi_set_mode(const chip &chip, int32_t at_mode);
 
 /// Stores and sends at once. @return whether the driver accepted it.
-bool wifi_set_antenna(const chip &chip, int32_t antenna);
+uint32_t wifi_set_antenna(const chip &chip, int32_t antenna);
 
 /// Stores a power and, outside test mode, sends it at once. @return false only if the driver refused it.
-bool wifi_set_power(const chip &chip, int32_t power);
+uint32_t wifi_set_power(const chip &chip, int32_t power);
 
 /// Stores and logs a power. @return whether to send it now: test mode is off.
 bool store_power(const chip &chip, int32_t power);
@@ -28,10 +28,10 @@ bool store_power(const chip &chip, int32_t power);
 /// Whether a chain is 1 or 2; logged if not.
 bool is_mimo_chain(const chip &chip, int32_t chain);
 /// Stores a chain already checked. @return true.
-bool store_mimo_chain(const chip &chip, int32_t chain);
+uint32_t store_mimo_chain(const chip &chip, int32_t chain);
 
 /// Sends the driver step of a power in the station's units and pauses 1 ms.
-bool wifi_ioctl_set_power(const chip &chip, int32_t power);
+uint32_t wifi_ioctl_set_power(const chip &chip, int32_t power);
 
 /// Sends a value and pauses 1 ms more than wl_config_sockets_send.
 bool send_and_settle(const chip &chip, uint32_t command, int32_t value);

@@ -38,7 +38,7 @@ void set_up_driver(const chip &chip) {
 
 }  // namespace
 
-bool wifi_start_testmode(const chip &chip) {
+uint32_t wifi_start_testmode(const chip &chip) {
   if (chip.state.status != 0) {
     LOG_DEBUG(chip, "wl_config_test:wifi test mode has enable.\n");
     return true;
@@ -57,7 +57,7 @@ bool wifi_start_testmode(const chip &chip) {
   return true;
 }
 
-bool wifi_stop_testmode(const chip &chip) {
+uint32_t wifi_stop_testmode(const chip &chip) {
   if (chip.state.status == 0) {
     LOG_DEBUG(chip, "wl_config_test:wifi test mode is disable\n");
     return true;
@@ -77,7 +77,7 @@ bool wifi_stop_testmode(const chip &chip) {
   return true;
 }
 
-bool wifi_set_country_all(const chip &chip) {
+uint32_t wifi_set_country_all(const chip &chip) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   ioctl_data record = record_of(COMMAND_COUNTRY);
@@ -86,7 +86,7 @@ bool wifi_set_country_all(const chip &chip) {
                          "set country code 99 fail.\n");
 }
 
-bool wifi_set_dyn_interval(const chip &chip) {
+uint32_t wifi_set_dyn_interval(const chip &chip) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   ioctl_data record = record_of(chip.command.dyn_interval);
@@ -99,7 +99,7 @@ bool wifi_set_dyn_interval(const chip &chip) {
                          "set dyn_cali_intervel fail.\n");
 }
 
-bool wifi_set_selfcali_interval(const chip &chip) {
+uint32_t wifi_set_selfcali_interval(const chip &chip) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   ioctl_data record = record_of(chip.command.selfcali_interval);
@@ -108,7 +108,7 @@ bool wifi_set_selfcali_interval(const chip &chip) {
                          "%s_wifi_set_selfcali_interval fail.\n");
 }
 
-bool wifi_pt_power_test(const chip &chip, int32_t mode) {
+uint32_t wifi_pt_power_test(const chip &chip, int32_t mode) {
   log_text(chip, ORVA_LOG_DEBUG, chip.testmode.power_test_message, mode);
   wl_config_disable_wifi(chip);
   return wl_config_sockets_send(chip, chip.command.power_test, static_cast<uint32_t>(mode));

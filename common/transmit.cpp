@@ -37,13 +37,13 @@ const start_step tx_chain = {send_chain, "wifi_ioctl_setmimo_channel fail, ret[%
 const start_step tx_rate = {send_rate, "wifi_ioctl_set_channel fail, ret[%d].\n"};
 const start_step tx_power = {send_power, "wifi_ioctl_set_power fail, ret [%d].\n"};
 
-bool wifi_start_tx(const chip &chip) {
+uint32_t wifi_start_tx(const chip &chip) {
   LOG_DEBUG(chip, "wifi_start_tx::start tx enable.\n");
   if (chip.tx.raises_flag_at_start) chip.state.tx = 1;
   return run_steps(chip, chip.tx.steps) && switch_on(chip, COMMAND_TX);
 }
 
-bool wifi_stop_tx(const chip &chip) {
+uint32_t wifi_stop_tx(const chip &chip) {
   if (chip.tx.stops_only_when_started && chip.state.tx == 0) {
     LOG_INFO(chip, "%s_wifi_stop_tx::already tx=0, return", chip.name);
     return true;

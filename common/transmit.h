@@ -6,8 +6,8 @@
 
 namespace orva {
 
-bool wifi_start_tx(const chip &chip);
-bool wifi_stop_tx(const chip &chip);
+uint32_t wifi_start_tx(const chip &chip);
+uint32_t wifi_stop_tx(const chip &chip);
 
 // The steps of a transmit start. A failed mode logs the bandwidth's message and a failed rate the channel's;
 // the station matches these texts.

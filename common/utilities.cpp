@@ -44,7 +44,7 @@ void log_connection(const chip &chip, const connection &info) {
 
 }  // namespace
 
-bool wifi_start_roam(const chip &chip, const char *target) {
+uint32_t wifi_start_roam(const chip &chip, const char *target) {
   LOG_ERROR(chip, "wpa_cli_orva roam start\n");
   if (target == nullptr) {
     LOG_ERROR(chip, "wpa_cli_orva roam mac is null\n");
@@ -59,14 +59,14 @@ bool wifi_start_roam(const chip &chip, const char *target) {
   return false;
 }
 
-bool wifi_start_roam_scan(const chip &chip) {
+uint32_t wifi_start_roam_scan(const chip &chip) {
   LOG_ERROR(chip, "wpa_cli_orva scan start\n");
   if (system_call(chip, "wpa_cli_orva scan") == 0) return true;
   LOG_ERROR(chip, "wpa_cli_orva scan failed\n");
   return false;
 }
 
-bool wifi_set_bss_expire_age(const chip &chip, int32_t age) {
+uint32_t wifi_set_bss_expire_age(const chip &chip, int32_t age) {
   LOG_DEBUG(chip, "%s_wifi_set_bss_expire_age::age[%d].\n", chip.name, age);
   const bool accepted = wl_config_sockets_send(chip, chip.command.bss_expire_age, static_cast<uint32_t>(age));
   char command[COMMAND_LINE_SIZE] = {};
@@ -83,7 +83,7 @@ bool wifi_set_bss_expire_age(const chip &chip, int32_t age) {
   return accepted;
 }
 
-bool wifi_conn_info(const chip &chip, char *ssid, uint8_t *bssid, uint8_t *rssi) {
+uint32_t wifi_conn_info(const chip &chip, char *ssid, uint8_t *bssid, uint8_t *rssi) {
   const uint32_t socket = open_socket(chip);
   if (socket == 0) return false;
   ioctl_data record = record_of(chip.command.conn_info);
@@ -116,25 +116,25 @@ uint32_t wifi_get_upc_code(const chip &chip, uint8_t *out1, uint8_t *out2, uint8
   return code;
 }
 
-bool wifi_power_set_range(uint8_t *lower, uint8_t *upper) {
+uint32_t wifi_power_set_range(uint8_t *lower, uint8_t *upper) {
   *lower = POWER_LOWER;
   *upper = POWER_UPPER;
   return true;
 }
 
-bool wifi_set_tas_ant_switch(const chip &chip, int32_t value) {
+uint32_t wifi_set_tas_ant_switch(const chip &chip, int32_t value) {
   const bool accepted = wl_config_sockets_send(chip, chip.command.tas_antenna, static_cast<uint32_t>(value));
   LOG_DEBUG(chip, "%s_wl_config_sockets_send::tas_switch[%d], ret[%d].\n", chip.name, value, accepted);
   return accepted;
 }
 
-bool wifi_set_pcie_sdio_mode(const chip &chip, uint32_t mode) {
+uint32_t wifi_set_pcie_sdio_mode(const chip &chip, uint32_t mode) {
   const bool accepted = wl_config_sockets_send(chip, COMMAND_BUS_MODE, mode);
   LOG_DEBUG(chip, "%s_wl_config_sockets_send::l_pcie_sdio_mode[%d], ret[%d].\n", chip.name, mode, accepted);
   return accepted;
 }
 
-bool wifi_selcal_disable_set(const chip &chip, int32_t flag) {
+uint32_t wifi_selcal_disable_set(const chip &chip, int32_t flag) {
   uint32_t &disable = *chip.state.selcal_disable_switch;
   disable = flag == 1 ? 0 : 1;
   LOG_DEBUG(chip, "%s_wifi_selcal_disable_set::flag[%d].\n", chip.utilities.selcal_logged_as, disable);

@@ -52,7 +52,7 @@ const weld_step weld_pcie = {wl_config_pcie_test, PIN_FAILURE};
 const weld_step weld_interface_down = {take_interface_down, nullptr};
 const weld_step weld_close = {close_socket, nullptr};
 
-bool wifi_test_weld(const chip &chip) {
+uint32_t wifi_test_weld(const chip &chip) {
   LOG_DEBUG(chip, "wifi_test_weld:wifi_test_weld\n");
   wl_config_disable_wifi(chip);
   if (!boot_up(chip, "wifi_test_weld", PAUSE_S)) return false;

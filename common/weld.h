@@ -9,7 +9,7 @@ namespace orva {
 
 /// Disables Wi-Fi, brings wlan0 up and runs the chip's steps. @return whether all passed; test mode is then
 /// off.
-bool wifi_test_weld(const chip &chip);
+uint32_t wifi_test_weld(const chip &chip);
 
 extern const weld_step weld_dbb, weld_efuse, weld_pin, weld_wakeup_io, weld_pcie;
 extern const weld_step weld_interface_down, weld_close;
