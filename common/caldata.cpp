@@ -31,22 +31,22 @@ bool fetch(const chip &chip, uint32_t socket, const char *copy_failure, caldata 
 
 uint32_t copy_caldata_to_nv(const chip &chip, const char *copy_failure) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   caldata block = {};
   const bool fetched = fetch(chip, socket, copy_failure, block);
   wl_config_sockets_close(socket);
-  if (!fetched) return false;
+  if (!fetched) return 0;
   if (write_caldata(&block, sizeof block) == 0) {
     LOG_DEBUG(chip, "%s_read_wifi_caldata_from_dts write cal data to nvm success\n", chip.name);
-    return true;
+    return 1;
   }
   LOG_ERROR(chip, "%s_read_wifi_caldata_from_dts write cal data to nvm failed\n", chip.name);
-  return false;
+  return 0;
 }
 
 uint32_t refuse_caldata(const chip &chip) {
   LOG_ERROR(chip, "%s_wifi_nvram_set cal_type = 1, not adapt for orva\n", chip.name);
-  return false;
+  return 0;
 }
 
 void print_data(const chip &chip, const caldata &block) {

@@ -15,7 +15,7 @@ struct caldata {
 /// Copies the driver's block to NV. A failed copy logs copy_failure and is otherwise ignored.
 uint32_t copy_caldata_to_nv(const chip &chip, const char *copy_failure);
 
-/// For chips without a block: logs the refusal. @return false.
+/// For chips without a block: logs the refusal. @return 0.
 uint32_t refuse_caldata(const chip &chip);
 
 /// Logs the block as big-endian words, up to the first word whose first byte is 0.

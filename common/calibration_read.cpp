@@ -10,7 +10,7 @@
 namespace orva {
 
 uint32_t wifi_nvram_calibrate_get(const chip &chip, char *out, int32_t size) {
-  if (size < 1) return true;
+  if (size < 1) return 1;
   const uint32_t room = static_cast<uint32_t>(size);
   memset(out, 0, room);
   for (const nv_item &item : chip.calibration->items) {
@@ -18,7 +18,7 @@ uint32_t wifi_nvram_calibrate_get(const chip &chip, char *out, int32_t size) {
     LOG_ERROR(chip, "%s_wifi_nvram_calibrate_get:read param from nv failed, nv_num[%d]", chip.name,
               item.number);
   }
-  return true;
+  return 1;
 }
 
 }  // namespace orva

@@ -100,16 +100,16 @@ uint32_t wifi_nvram_calibrate_set(const chip &chip, int32_t cal_type, int32_t ch
                                   int32_t band, int32_t bandwidth, int32_t freq, const char *delta_gain) {
   if (cal_type != 0) {
     LOG_ERROR(chip, "%s_wifi_nvram_calibrate_set AT parameter < cal_type > error, should be 0\n", chip.name);
-    return false;
+    return 0;
   }
   float error;
-  if (!parse_error(chip, delta_gain, error)) return false;
+  if (!parse_error(chip, delta_gain, error)) return 0;
   const cal_request request = {static_cast<uint32_t>(chain), static_cast<uint32_t>(mode),
                                static_cast<uint32_t>(band), static_cast<uint32_t>(bandwidth), freq};
   const orva_cal_lookup found = find_rows(chip, request);
   if (found.count == 0) {
     LOG_ERROR(chip, "%s_wifi_nvram_calibrate_set, AT param wrong!", chip.name);
-    return false;
+    return 0;
   }
   return correct_rows(chip, found, {freq, error});
 }

@@ -53,8 +53,8 @@ uint32_t wifi_ioctl_set_bandwidth(const chip &chip, uint32_t bandwidth) {
 
 uint32_t wifi_ioctl_set_channel(const chip &chip, uint32_t mhz) {
   uint32_t channel = CHANNEL_14;
-  if (mhz != CHANNEL_14_MHZ && !chip.channel_of(chip, mhz, channel)) return false;
-  if (channel == 0) return false;
+  if (mhz != CHANNEL_14_MHZ && !chip.channel_of(chip, mhz, channel)) return 0;
+  if (channel == 0) return 0;
   const bool accepted = wl_config_sockets_send(chip, COMMAND_CHANNEL, channel);
   LOG_DEBUG(chip, "%s_wifi_ioctl_set_channel::set wifichannel[%d], ret[%d].\n", chip.name, channel, accepted);
   return accepted;

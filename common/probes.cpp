@@ -90,7 +90,7 @@ bool wl_config_pcie_test(const chip &chip, uint32_t socket, const char *interfac
 
 uint32_t wifi_hw_get(const chip &chip) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   const answer fem = ask(chip, socket, "wlan0", COMMAND_FEM_PA_STATUS);
   // A bad status closes the socket before its message, a good one after it.
   if (fem.value != 0) wl_config_sockets_close(socket);
@@ -102,7 +102,7 @@ uint32_t wifi_hw_get(const chip &chip) {
 uint32_t wifi_check_pmu(const chip &chip) {
   LOG_DEBUG(chip, "wl_config_pmu_check:enter\n");
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   const bool pass = wl_config_pmu_check(chip, socket, "wlan0");
   if (!pass) LOG_ERROR(chip, "wifi_test_weld:  pin of wifi test fail\n");
   wl_config_sockets_close(socket);

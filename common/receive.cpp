@@ -59,7 +59,7 @@ const start_step rx_chain = {send_chain, "wifi_ioctl_setmimo_channel fail, ret[%
 
 uint32_t wifi_set_hw_mac_addr(const chip &chip, const char *mac) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   const bool accepted = send_mac(chip, socket, mac);
   wl_config_sockets_close(socket);
   return accepted;
@@ -71,7 +71,7 @@ uint32_t wifi_start_rx(const chip &chip, const char *mac) {
   const bool accepted = wifi_set_hw_mac_addr(chip, mac);
   if (!accepted) {
     LOG_ERROR(chip, "wifi_set_hw_mac_addr failed, ret[%d].\n", accepted);
-    return false;
+    return 0;
   }
   return run_steps(chip, chip.rx.steps) && switch_on(chip, COMMAND_RX);
 }
@@ -86,14 +86,14 @@ bool stop_receiving(const chip &chip) {
 uint32_t wifi_stop_rx(const chip &chip) {
   if (chip.tx.stops_only_when_started && chip.state.rx == 0) {
     LOG_INFO(chip, "%s_wifi_stop_rx::already rx=0, return", chip.name);
-    return true;
+    return 1;
   }
   return stop_receiving(chip);
 }
 
 uint32_t wifi_get_rx_rssi(const chip &chip, uint32_t *rssi) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   ioctl_data record = record_of(COMMAND_RSSI);
   const bool accepted = send_record(chip, socket, record);
   wl_config_sockets_close(socket);

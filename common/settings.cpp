@@ -29,29 +29,29 @@ uint32_t wifi_set_mode(const chip &chip, int32_t at_mode) {
   const struct at_mode *row = find_at_mode(chip, at_mode);
   if (row == nullptr) {
     log_text(chip, ORVA_LOG_ERROR, chip.mode.unknown, at_mode);
-    return false;
+    return 0;
   }
   chip.state.mode_driver = row->driver_mode;
   LOG_DEBUG(chip, "wifi_set_mode::mode[%d], enable[%d].\n", at_mode, chip.state.mode_driver);
-  return true;
+  return 1;
 }
 
 uint32_t wifi_set_rate(const chip &chip, int32_t rate) {
   chip.state.rate = rate;
   LOG_DEBUG(chip, "wifi_set_rate::rate[%d].\n", rate);
-  return true;
+  return 1;
 }
 
 uint32_t wifi_set_bandwidth(const chip &chip, int32_t bandwidth) {
   chip.state.bandwidth = bandwidth;
   LOG_DEBUG(chip, "wifi_ioctl_set_band::band[%d].\n", bandwidth);
-  return true;
+  return 1;
 }
 
 uint32_t wifi_set_channel(const chip &chip, int32_t mhz) {
   chip.state.channel_mhz = mhz;
   LOG_DEBUG(chip, "wifi_set_channel::set channel[%d].\n", mhz);
-  return true;
+  return 1;
 }
 
 uint32_t wifi_set_antenna(const chip &chip, int32_t antenna) {
@@ -71,7 +71,7 @@ bool is_mimo_chain(const chip &chip, int32_t chain) {
 uint32_t store_mimo_chain(const chip &chip, int32_t chain) {
   chip.state.chain = chain;
   LOG_DEBUG(chip, "wifi_setmimo_channel::channel[%d].\n", chain);
-  return true;
+  return 1;
 }
 
 uint32_t wifi_setmimo_channel(const chip &chip, int32_t chain) {
@@ -97,7 +97,7 @@ bool store_power(const chip &chip, int32_t power) {
 }
 
 uint32_t wifi_set_power(const chip &chip, int32_t power) {
-  if (!store_power(chip, power)) return true;
+  if (!store_power(chip, power)) return 1;
   const bool accepted = wifi_ioctl_set_power(chip, power);
   if (!accepted) LOG_ERROR(chip, "wifi_ioctl_set_power fail, ret [%d].\n", accepted);
   return accepted;

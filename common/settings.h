@@ -27,7 +27,7 @@ bool store_power(const chip &chip, int32_t power);
 
 /// Whether a chain is 1 or 2; logged if not.
 bool is_mimo_chain(const chip &chip, int32_t chain);
-/// Stores a chain already checked. @return true.
+/// Stores a chain already checked. @return 1.
 uint32_t store_mimo_chain(const chip &chip, int32_t chain);
 
 /// Sends the driver step of a power in the station's units and pauses 1 ms.

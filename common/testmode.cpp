@@ -41,7 +41,7 @@ void set_up_driver(const chip &chip) {
 uint32_t wifi_start_testmode(const chip &chip) {
   if (chip.state.status != 0) {
     LOG_DEBUG(chip, "wl_config_test:wifi test mode has enable.\n");
-    return true;
+    return 1;
   }
   wl_config_disable_wifi(chip);
   if (chip.testmode.sets_selfcali_interval && !wifi_set_selfcali_interval(chip)) {
@@ -49,23 +49,23 @@ uint32_t wifi_start_testmode(const chip &chip) {
   }
   if (system_call(chip, "ifconfig wlan0 up") != 0) {
     LOG_ERROR(chip, "ifconfig wlan0 up failed\n");
-    return false;
+    return 0;
   }
   chip.state.status = 1;
   set_up_driver(chip);
   LOG_DEBUG(chip, "wl_config_test:wifi test mode enable sucess\n");
-  return true;
+  return 1;
 }
 
 uint32_t wifi_stop_testmode(const chip &chip) {
   if (chip.state.status == 0) {
     LOG_DEBUG(chip, "wl_config_test:wifi test mode is disable\n");
-    return true;
+    return 1;
   }
   if (chip.state.rx == 1 && !stop_receiving(chip)) LOG_ERROR(chip, "wifi_stop_rx failed\n");
   if (system_call(chip, "ifconfig wlan0 down") != 0) {
     LOG_ERROR(chip, "ifconfig wlan0 down failed\n");
-    return false;
+    return 0;
   }
   usleep(INTERFACE_DOWN_PAUSE_US);
   chip.state.status = 0;
@@ -74,12 +74,12 @@ uint32_t wifi_stop_testmode(const chip &chip) {
     chip.state.rx = 0;
   }
   LOG_DEBUG(chip, "wl_config_test:disable wifi test mode is sucess\n");
-  return true;
+  return 1;
 }
 
 uint32_t wifi_set_country_all(const chip &chip) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   ioctl_data record = record_of(COMMAND_COUNTRY);
   memcpy(record.pri_data, "99", sizeof "99");
   return send_and_report(chip, socket, record, "set country code 99 successful.\n",
@@ -88,12 +88,12 @@ uint32_t wifi_set_country_all(const chip &chip) {
 
 uint32_t wifi_set_dyn_interval(const chip &chip) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   ioctl_data record = record_of(chip.command.dyn_interval);
   if (memcpy_s(record.pri_data, sizeof record.pri_data, "11", sizeof "11") != 0) {
     LOG_ERROR(chip, "memcpy_s error.\n");
     wl_config_sockets_close(socket);
-    return false;
+    return 0;
   }
   return send_and_report(chip, socket, record, "set dyn_cali_intervel successful.\n",
                          "set dyn_cali_intervel fail.\n");
@@ -101,7 +101,7 @@ uint32_t wifi_set_dyn_interval(const chip &chip) {
 
 uint32_t wifi_set_selfcali_interval(const chip &chip) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   ioctl_data record = record_of(chip.command.selfcali_interval);
   store_u32(record.pri_data, *chip.state.selcal_disable_switch);
   return send_and_report(chip, socket, record, "%s_wifi_set_selfcali_interval successful.\n",

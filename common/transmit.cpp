@@ -46,7 +46,7 @@ uint32_t wifi_start_tx(const chip &chip) {
 uint32_t wifi_stop_tx(const chip &chip) {
   if (chip.tx.stops_only_when_started && chip.state.tx == 0) {
     LOG_INFO(chip, "%s_wifi_stop_tx::already tx=0, return", chip.name);
-    return true;
+    return 1;
   }
   chip.state.tx = 0;
   const bool accepted = wl_config_sockets_send(chip, COMMAND_TX, 0);

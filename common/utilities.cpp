@@ -48,22 +48,22 @@ uint32_t wifi_start_roam(const chip &chip, const char *target) {
   LOG_ERROR(chip, "wpa_cli_orva roam start\n");
   if (target == nullptr) {
     LOG_ERROR(chip, "wpa_cli_orva roam mac is null\n");
-    return false;
+    return 0;
   }
   char command[COMMAND_LINE_SIZE] = {};
   if (snprintf_s(command, sizeof command, sizeof command - 1, "%s%s", "wpa_cli_orva roam ", target) < 0) {
     LOG_ERROR(chip, "%s", chip.utilities.roam_format_error);  // the truncated command still runs
   }
-  if (system_call(chip, command) == 0) return true;
+  if (system_call(chip, command) == 0) return 1;
   LOG_ERROR(chip, "wpa_cli_orva roam failed\n");
-  return false;
+  return 0;
 }
 
 uint32_t wifi_start_roam_scan(const chip &chip) {
   LOG_ERROR(chip, "wpa_cli_orva scan start\n");
-  if (system_call(chip, "wpa_cli_orva scan") == 0) return true;
+  if (system_call(chip, "wpa_cli_orva scan") == 0) return 1;
   LOG_ERROR(chip, "wpa_cli_orva scan failed\n");
-  return false;
+  return 0;
 }
 
 uint32_t wifi_set_bss_expire_age(const chip &chip, int32_t age) {
@@ -77,7 +77,7 @@ uint32_t wifi_set_bss_expire_age(const chip &chip, int32_t age) {
   }
   if (system_call(chip, command) != 0) {
     LOG_ERROR(chip, "%s_wifi_set_bss_expire_age failed\n", chip.name);
-    return false;
+    return 0;
   }
   usleep(EXPIRE_AGE_PAUSE_US);
   return accepted;
@@ -85,7 +85,7 @@ uint32_t wifi_set_bss_expire_age(const chip &chip, int32_t age) {
 
 uint32_t wifi_conn_info(const chip &chip, char *ssid, uint8_t *bssid, uint8_t *rssi) {
   const uint32_t socket = open_socket(chip);
-  if (socket == 0) return false;
+  if (socket == 0) return 0;
   ioctl_data record = record_of(chip.command.conn_info);
   const bool accepted = send_record(chip, socket, record);
   wl_config_sockets_close(socket);
@@ -93,7 +93,7 @@ uint32_t wifi_conn_info(const chip &chip, char *ssid, uint8_t *bssid, uint8_t *r
   // A refused command's record is copied too: zeros, and so an empty SSID, unless the driver wrote to it.
   const connection &info = reinterpret_cast<const connection &>(record.pri_data);
   if (!copy_out(chip, ssid, info.ssid, SSID_SIZE) || !copy_out(chip, bssid, info.bssid, BSSID_SIZE)) {
-    return false;
+    return 0;
   }
   *rssi = static_cast<uint8_t>(info.rssi);
   log_connection(chip, info);
@@ -119,7 +119,7 @@ uint32_t wifi_get_upc_code(const chip &chip, uint8_t *out1, uint8_t *out2, uint8
 uint32_t wifi_power_set_range(uint8_t *lower, uint8_t *upper) {
   *lower = POWER_LOWER;
   *upper = POWER_UPPER;
-  return true;
+  return 1;
 }
 
 uint32_t wifi_set_tas_ant_switch(const chip &chip, int32_t value) {
@@ -138,7 +138,7 @@ uint32_t wifi_selcal_disable_set(const chip &chip, int32_t flag) {
   uint32_t &disable = *chip.state.selcal_disable_switch;
   disable = flag == 1 ? 0 : 1;
   LOG_DEBUG(chip, "%s_wifi_selcal_disable_set::flag[%d].\n", chip.utilities.selcal_logged_as, disable);
-  return true;
+  return 1;
 }
 
 }  // namespace orva

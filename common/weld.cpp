@@ -55,12 +55,12 @@ const weld_step weld_close = {close_socket, nullptr};
 uint32_t wifi_test_weld(const chip &chip) {
   LOG_DEBUG(chip, "wifi_test_weld:wifi_test_weld\n");
   wl_config_disable_wifi(chip);
-  if (!boot_up(chip, "wifi_test_weld", PAUSE_S)) return false;
+  if (!boot_up(chip, "wifi_test_weld", PAUSE_S)) return 0;
   sleep(PAUSE_S);
   const uint32_t socket = open_socket(chip);
-  if (socket == 0 || !run_weld_steps(chip, socket)) return false;
+  if (socket == 0 || !run_weld_steps(chip, socket)) return 0;
   chip.state.status = 0;
-  return true;
+  return 1;
 }
 
 }  // namespace orva
