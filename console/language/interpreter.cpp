@@ -48,7 +48,7 @@ void end_script(Tcl_Interp *tcl) {
 bool tcl_is_broken;
 
 /** Tcl's default would abort, without reports and with the transmitter on. Tcl must not be called again. */
-[[noreturn]] void on_panic(const char *format, ...) {
+[[noreturn, gnu::format(printf, 1, 2)]] void on_panic(const char *format, ...) {
   char message[200];
   va_list arguments;
   va_start(arguments, format);

@@ -54,8 +54,8 @@ constexpr std::string_view backup_header = "# orva-station NV backup 1\n", end_m
 uint32_t crc32(std::string_view text) {
   constexpr uint32_t polynomial = 0xEDB88320;
   uint32_t sum = ~0u;
-  for (unsigned char c : text) {
-    sum ^= c;
+  for (char c : text) {
+    sum ^= static_cast<unsigned char>(c);
     for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ (sum & 1 ? polynomial : 0);
   }
   return ~sum;
