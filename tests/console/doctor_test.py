@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The console's doctor, the causes of failed calls, and recordings replayed and compared."""
 
+import errno
 import json
 import os
 import re
@@ -81,9 +82,6 @@ SHELL = "/system/bin/sh"
         ("[driver]\nloaded = false", "private request", "missing", "ENODEV"),
         ("[interface]\nup = false", "interface wlan0", "ok", "down"),
         ("[driver]\nrefuse = [24]", "private request", "missing", "EIO"),
-        (fault("ioctl", 95), "private request", "missing", "EOPNOTSUPP, from the driver"),
-        (fault("ioctl", 22), "private request", "missing", "EINVAL, from the driver"),
-        (fault("ioctl", 1), "private request", "missing", "EPERM, from a check of permissions"),
         (fault("ioctl", 13), "private request", "missing", "SELinux"),
         (fault("ioctl", 100), "private request", "missing", "wlan0 is down"),
         (fault("ioctl", 14), "private request", "missing", "EFAULT"),
@@ -128,6 +126,15 @@ def test_on_a_real_kernel_it_shows_who_asks(identity):
         assert found["driver module"]["state"] == "missing" and "lo" in found["driver module"]["found"]
         assert found["private request"]["found"] == "ENODEV, from the interface"
     assert [what for what, finding in found.items() if not finding["check"]] == []
+
+
+LAYERS = re.findall(r"^\| (E[A-Z, ]+) \| ([^|]+?) \| ", (ROOT / "docs/device.md").read_text(), re.M)
+
+
+@pytest.mark.parametrize("error, layer", [(error, layer) for errors, layer in LAYERS for error in errors.split(", ")])
+def test_a_refused_request_names_the_layer_that_the_guide_names(error, layer, phone):
+    found = doctor(*phone('chip = "vq2040"\n' + fault("ioctl", getattr(errno, error))))["private request"]["found"]
+    assert found == f"{error}, from {layer.split(',')[0]}"
 
 
 def test_on_the_virtual_phone_there_is_no_kernel_to_check_by_hand():
