@@ -73,9 +73,11 @@ finding explain_denial(finding f, int error, const access_sought &sought, const 
   if (error != EACCES || domain.empty()) return f;
   auto log = read_kernel_log(files.kernel_log);
   auto denial = log ? last_denial(*log, sought, domain) : "";
-  if (!denial.empty())
-    return f.why = "SELinux refused it: " + denial,
-           f.cure = "run in the domain of android/sepolicy, or allow this access there", f;
+  if (!denial.empty()) {
+    f.why = "SELinux refused it: " + denial;
+    f.cure = "run in the domain of android/sepolicy, or allow this access there";
+    return f;
+  }
   f.why =
       log ? fmt::format("the kernel log has no denial of {} on {} to {}: file permissions, or a line lost",
                         sought.permission, sought.object_class, domain)

@@ -48,23 +48,31 @@ bool sounds_like_wlan(const std::string &module) {
   return std::ranges::any_of(patterns, [&](auto pattern) { return glob(pattern, module); });
 }
 
+names_t wlan_modules(const system_files &files) {
+  auto names = loaded_modules(files);
+  std::erase_if(names, [](auto &name) { return !sounds_like_wlan(name); });
+  return names;
+}
+
 bool is_wlan(const system_files &files, const std::string &interface) {
   auto folder = files.sys + "/class/net/" + interface;
   std::error_code error;
   return fs::exists(folder + "/phy80211", error) || fs::exists(folder + "/wireless", error);
 }
 
-finding of_wlan0(const std::string &folder) {
+finding of_wlan0(const std::string &folder, const system_files &files) {
   if (auto module = link_target(folder + "/device/driver/module"); !module.empty())
     return good(what, fmt::format("{} is loaded and drives wlan0", module));
   if (auto driver = link_target(folder + "/device/driver"); !driver.empty())
     return good(what, fmt::format("none: {}, which drives wlan0, is built into the kernel", driver));
-  return good(what, "not named by the kernel, but wlan0 is there");
+  auto modules = wlan_modules(files);
+  return good(what, modules.empty() ? "not named by the kernel, but wlan0 is there"
+                                    : fmt::format("{} is loaded; wlan0 names no driver", modules[0]));
 }
 
 /** Why there is no wlan0: a silent module, another name, or no module at all. */
 finding without_wlan0(const system_files &files) {
-  auto modules = loaded_modules(files), others = interfaces(files);
+  auto others = interfaces(files), modules = loaded_modules(files);
   auto found = fmt::format("no wlan0; interfaces: {}",
                            others.empty() ? "none" : fmt::format("{}", fmt::join(others, " ")));
   auto other = std::ranges::find_if(others, [&](auto &name) { return is_wlan(files, name); });
@@ -72,14 +80,13 @@ finding without_wlan0(const system_files &files) {
     return missing(
         what, {found, fmt::format("the WLAN interface is named {}, and the library uses wlan0 only", *other),
                fmt::format("rename it while it is down: ip link set {} name wlan0", *other)});
-  auto module = std::ranges::find_if(modules, sounds_like_wlan);
-  if (module != modules.end())
+  if (auto silent = wlan_modules(files); !silent.empty())
     return missing(
         what,
         {found,
-         fmt::format("{} is loaded but made no interface: the chip or its firmware did not start", *module),
+         fmt::format("{} is loaded but made no interface: the chip or its firmware did not start", silent[0]),
          fmt::format("read what it says: dmesg | grep -i {}; check the firmware files and the chip's supply",
-                     *module)});
+                     silent[0])});
   return missing(
       what, {found,
              fmt::format("none of the {} looks like a WLAN driver", counted(modules.size(), "loaded module")),
@@ -91,7 +98,7 @@ finding without_wlan0(const system_files &files) {
 finding examine_module(const system_files &files) {
   auto folder = files.sys + "/class/net/wlan0";
   std::error_code error;
-  return fs::exists(folder, error) ? of_wlan0(folder) : without_wlan0(files);
+  return fs::exists(folder, error) ? of_wlan0(folder, files) : without_wlan0(files);
 }
 
 }  // namespace console
