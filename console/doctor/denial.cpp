@@ -67,24 +67,33 @@ std::string last_denial(const std::string &log, const access_sought &sought, con
   return last;
 }
 
-finding explain_denial(finding f, int error, const access_sought &sought, const system_files &files) {
-  if (error == EACCES || error == EPERM) f.check = sought.search();
-  auto domain = own_domain(files);
-  if (error != EACCES || domain.empty()) return f;
-  auto log = read_kernel_log(files.kernel_log);
-  auto denial = log ? last_denial(*log, sought, domain) : "";
-  if (!denial.empty()) {
-    f.why = "SELinux refused it: " + denial;
-    f.cure = "run in the domain of android/sepolicy, or allow this access there";
-    return f;
-  }
+static finding without_denial(finding f, const access_sought &sought, const std::string &domain,
+                              bool readable, const std::string &log_file) {
   f.why =
-      log ? fmt::format("the kernel log has no denial of {} on {} to {}: file permissions, or a line lost",
+      readable
+          ? fmt::format("the kernel log has no denial of {} on {} to {}: file permissions, or a line lost",
                         sought.permission, sought.object_class, domain)
-          : fmt::format("SELinux, most likely; {} cannot be read here, so its denial is not shown",
-                        files.kernel_log);
+          : fmt::format("SELinux, most likely; {} cannot be read here, so its denial is not shown", log_file);
   f.cure = fmt::format("as root, look for the line avc: denied {{ {} }} … scontext={} … tclass={}",
                        sought.permission, domain, sought.object_class);
+  return f;
+}
+
+/** SELinux answers EACCES, but EPERM if it withholds a capability that a check in the kernel asks for. */
+finding explain_denial(finding f, int error, const access_sought &wanted, const system_files &files) {
+  if (error != EACCES && error != EPERM) return f;
+  constexpr access_sought net_admin = {"net_admin", "capability"};
+  auto &sought = error == EPERM ? net_admin : wanted;
+  f.check = sought.search();
+  auto domain = own_domain(files);
+  if (domain.empty()) return f;
+  auto log = read_kernel_log(files.kernel_log);
+  auto denial = log ? last_denial(*log, sought, domain) : "";
+  if (denial.empty())
+    return error == EPERM ? f
+                          : without_denial(std::move(f), sought, domain, log.has_value(), files.kernel_log);
+  f.why = "SELinux refused it: " + denial;
+  f.cure = "run in the domain of android/sepolicy, or allow this access there";
   return f;
 }
 
