@@ -8,6 +8,7 @@
 #include "console/language/interrupt.h"
 #include "console/language/nv_commands.h"
 #include "console/output/report.h"
+#include "console/phone/abilities.h"
 #include "console/phone/chips.h"
 #include "console/prompt/generate.h"
 #include "console/prompt/options.h"
@@ -203,7 +204,7 @@ exit_status run_help(const command_line &line) {
     throw usage_error{"help: name one function, as in: orva-station help wifi_set_power"};
   auto text = line.words.size() == 2 ? help_about(line.words[1], command_list())
                                      : command_line_help() + "\n" + help_overview(command_list());
-  fmt::print("{}", fold(text, page_width()));
+  fmt::print("{}", fold(with_own_name(text), page_width()));
   return exit_status::passed;
 }
 
@@ -233,7 +234,7 @@ exit_status run_list(const command_line &line) {
 }
 
 exit_status run_generate(const command_line &line) {
-  fmt::print("{}", generate(line.words.size() == 2 ? line.words[1] : ""));
+  fmt::print("{}", with_own_name(generate(line.words.size() == 2 ? line.words[1] : "")));
   return exit_status::passed;
 }
 
@@ -283,20 +284,23 @@ std::vector<used_file> files_of(const command_line &line) {
 }
 
 exit_status run(const command_line &line) {
-  if (line.help) return fmt::print("{}", fold(command_line_help(), page_width())), exit_status::passed;
-  if (line.version) return fmt::print("orva-station {}\n", ORVA_VERSION), exit_status::passed;
+  if (line.help)
+    return fmt::print("{}", fold(with_own_name(command_line_help()), page_width())), exit_status::passed;
+  if (line.version)
+    return fmt::print("{} {}\n", with_own_name("orva-station"), ORVA_VERSION), exit_status::passed;
   refuse_idle_options(line);
   refuse_shared_files(files_of(line));
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
   if (line.words.empty()) return run_interactive(line);
+  require_works_here(line.words[0]);
   auto word = std::ranges::find(runners, line.words[0], &runner::name);
   return word == std::end(runners) ? run_call(line) : word->run(line);
 }
 
 /** Not with fmt, which throws where standard error cannot be written. */
 int complain(const std::string &message) {
-  fputs(fmt::format("orva-station: {}\n", message).c_str(), stderr);
+  fputs(with_own_name(fmt::format("orva-station: {}\n", message)).c_str(), stderr);
   return static_cast<int>(exit_status::misused);
 }
 

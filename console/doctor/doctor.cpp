@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/doctor/doctor.h"
 
+#include "console/doctor/denial.h"
+#include "console/doctor/driver_module.h"
 #include "console/doctor/platform_functions.h"
-#include "console/phone/causes.h"
+#include "console/doctor/process.h"
 #include "console/phone/chips.h"
 #include "console/phone/library.h"
 #include "console/phone/phone_link.h"
@@ -17,7 +19,6 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <fstream>
 #include <net/if.h>
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
@@ -29,21 +30,19 @@ namespace {
 
 using phone_link::nv_item_size;
 
-constexpr unsigned long private_request = 0x89F2;
+constexpr unsigned private_request = 0x89F2;
 constexpr const char *harmless_command = "upc_code";  // works with the interface up or down
 constexpr uint32_t nv_number = 340;
 constexpr const char *node = "/sys/vq20x0_debug/bfgx_test";
 
-finding good(std::string what, std::string found) {
-  return {std::move(what), presence::ok, std::move(found), "", ""};
+finding untried(std::string what, std::string why, std::string cure) {
+  return unknown(std::move(what), "not tried", std::move(why), std::move(cure));
 }
 
-finding missing(std::string what, const cause &c) {
-  return {std::move(what), presence::missing, c.name, c.why, c.cure};
-}
-
-finding unknown(std::string what, std::string why, std::string cure) {
-  return {std::move(what), presence::unknown, "not tried", std::move(why), std::move(cure)};
+/** What the kernel says about a refusal; null for the virtual phone, which has no kernel. */
+finding refused(std::string what, int error, const access_sought &sought, const system_files *files) {
+  auto f = missing(std::move(what), cause_of_error(error));
+  return files ? explain_denial(std::move(f), error, sought, *files) : f;
 }
 
 // ---- Library ---------------------------------------------------------------------------------------------
@@ -107,31 +106,59 @@ finding examine_interface(int socket) {
               request.ifr_flags & IFF_UP ? "up" : "down (the start of test mode takes it up)");
 }
 
-finding examine_request(int socket, unsigned chip) {
+/** Which layer answers the private request with this error. */
+struct refusal {
+  int error;
+  const char *by;
+};
+constexpr refusal refusals[] = {
+    {EPERM, "a check of permissions"},
+    {EACCES, "SELinux or a file's permissions"},
+    {EINVAL, "the driver"},
+    {EOPNOTSUPP, "the driver"},
+    {ENOTTY, "the driver"},
+    {EFAULT, "the driver"},
+    {EIO, "the driver"},
+    {EBUSY, "the driver"},
+    {ETIMEDOUT, "the chip"},
+    {ENODEV, "the interface"},
+    {ENETDOWN, "the interface"},
+};
+
+/** "EPERM, from a check of permissions" */
+std::string named_refusal(const std::string &name, int error) {
+  auto row = std::ranges::find(refusals, error, &refusal::error);
+  return row == std::end(refusals) ? name : fmt::format("{}, from {}", name, row->by);
+}
+
+finding examine_request(int socket, unsigned chip, const system_files *files) {
   struct {
     uint32_t magic, command;
     uint8_t data[256];
   } record{radio_chip_magic(chip), static_cast<uint32_t>(radio_command_id(chip, harmless_command)), {}};
   ifreq request{};
   request.ifr_data = reinterpret_cast<char *>(&record);
-  if (int error = ask(socket, private_request, request))
-    return missing("private request", cause_of_error(error));
+  if (int error = ask(socket, private_request, request)) {
+    auto f = refused("private request", error, {"ioctl", "udp_socket", private_request}, files);
+    f.found = named_refusal(f.found, error);
+    return f;
+  }
   return good("private request", fmt::format("the driver answers as a {}", chip_name(chip)));
 }
 
-void examine_driver(unsigned chip, std::vector<finding> &all) {
+void examine_driver(unsigned chip, const system_files *files, std::vector<finding> &all) {
   int opened = socket(AF_INET, SOCK_DGRAM, 0);
   if (opened < 0) {
-    all.push_back(missing("socket", cause_of_error(errno)));
-    all.push_back(unknown("interface wlan0", "no socket to ask with", "see the line \"socket\""));
-    all.push_back(unknown("private request", "no socket to ask with", "see the line \"socket\""));
+    all.push_back(refused("socket", errno, {"create", "udp_socket"}, files));
+    all.push_back(untried("interface wlan0", "no socket to ask with", "see the line \"socket\""));
+    all.push_back(untried("private request", "no socket to ask with", "see the line \"socket\""));
     return;
   }
   all.push_back(good("socket", "opened"));
   all.push_back(examine_interface(opened));
   all.push_back(chip < chip_count
-                    ? examine_request(opened, chip)
-                    : unknown("private request", "the chip is unknown", "see the line \"chip\""));
+                    ? examine_request(opened, chip, files)
+                    : untried("private request", "the chip is unknown", "see the line \"chip\""));
   close(opened);
 }
 
@@ -158,17 +185,17 @@ finding examine_program(const program &p) {
                                                        : missing(p.name, cause_of_status(done.status));
 }
 
-finding examine_shell_itself(const shell_result &done) {
+finding examine_shell_itself(const shell_result &done, const system_files *files) {
   constexpr const char *what = "/system/bin/sh";
-  if (done.error) return missing(what, cause_of_error(done.error));
+  if (done.error) return refused(what, done.error, {"execute", "file"}, files);
   return done.status ? missing(what, cause_of_status(done.status)) : good(what, "runs");
 }
 
-void examine_shell(std::vector<finding> &all) {
+void examine_shell(const system_files *files, std::vector<finding> &all) {
   auto tried = run_in_shell("true");
-  all.push_back(examine_shell_itself(tried));
+  all.push_back(examine_shell_itself(tried, files));
   for (auto &p : programs)
-    all.push_back(tried.error ? unknown(p.name, "no shell to run it", "see the line \"/system/bin/sh\"")
+    all.push_back(tried.error ? untried(p.name, "no shell to run it", "see the line \"/system/bin/sh\"")
                               : examine_program(p));
 }
 
@@ -177,9 +204,9 @@ void examine_shell(std::vector<finding> &all) {
 /** Skips an item of zeros: it may not exist yet, and writing would create it. */
 finding examine_nv_writing(const char *name, char (&item)[nv_item_size], bool write) {
   constexpr const char *what = "NV writing";
-  if (!write) return unknown(what, "this would write", "doctor --write writes an item back as it was read");
+  if (!write) return untried(what, "this would write", "doctor --write writes an item back as it was read");
   if (std::ranges::all_of(item, [](char byte) { return byte == 0; }))
-    return unknown(
+    return untried(
         what, fmt::format("item {} {} is empty, and writing would not leave it as it was", nv_number, name),
         "calibrate the unit first");
   int code = kevoOperaNVWR(ORVA_NV_WRITE, nv_number, name, nv_item_size, item);
@@ -192,29 +219,51 @@ void examine_nv(unsigned chip, bool write, std::vector<finding> &all) {
   int code = kevoOperaNVWR(ORVA_NV_READ, nv_number, name, nv_item_size, item);
   all.push_back(code ? missing("NV reading", cause_of_nv(code))
                      : good("NV reading", fmt::format("item {} {}", nv_number, name)));
-  all.push_back(code ? unknown("NV writing", "nothing was read that could be written back",
+  all.push_back(code ? untried("NV writing", "nothing was read that could be written back",
                                "see the line \"NV reading\"")
                      : examine_nv_writing(name, item, write));
 }
 
-bool may_administer_network() {
-  constexpr unsigned net_admin = 12;
-  std::ifstream status("/proc/self/status");
-  for (std::string word; status >> word;)
-    if (word == "CapEff:" && status >> word) return std::stoull(word, nullptr, 16) >> net_admin & 1;
-  return false;
-}
-
-void examine_permissions(unsigned chip, std::vector<finding> &all) {
-  if (phone_link::is_virtual())
-    all.push_back(good("permissions", "the virtual phone asks for none"));
-  else
-    all.push_back(may_administer_network() ? good("permissions", "CAP_NET_ADMIN")
-                                           : missing("permissions", cause_of_error(EPERM)));
+void examine_permissions(unsigned chip, const system_files *files, std::vector<finding> &all) {
+  if (!files) all.push_back(good("permissions", "the virtual phone asks for none"));
   if (chip >= chip_count || !chips[chip].has_test_node) return;
   int opened = open(node, O_WRONLY);
-  all.push_back(opened < 0 ? missing(node, cause_of_error(errno)) : good(node, "may be written"));
+  all.push_back(opened < 0 ? refused(node, errno, {"write", "file"}, files) : good(node, "may be written"));
   if (opened >= 0) close(opened);
+}
+
+// ---- By hand ---------------------------------------------------------------------------------------------
+
+struct hand_check {
+  const char *what;
+  const char *command;
+};
+
+constexpr hand_check hand_checks[] = {
+    {"user", "id"},
+    {"capabilities", "grep CapEff /proc/self/status"},
+    {"SELinux", "getenforce; cat /proc/self/attr/current"},
+    {"library", "ls -lZ /vendor/lib64/libwifi_factory_test_orva.so"},
+    {"platform functions", "on the host: readelf -W --dyn-syms LIBRARY | grep UND"},
+    {"library functions", "on the host: readelf -W --dyn-syms LIBRARY | grep wifi_"},
+    {"chip", "orva-station-phone wifi_get_func 0"},
+    {"driver module", "lsmod; ls -l /sys/class/net/wlan0/device/driver/module"},
+    {"socket", "id; look for 3003 (inet)"},
+    {"interface wlan0", "ifconfig wlan0"},
+    {"private request", "orva-station-phone wifi_get_upc_code; logcat -d -s WIFI_ORVA_FAC_TEST_2050"},
+    {"/system/bin/sh", "ls -lZ /system/bin/sh"},
+    {"NV reading", "orva-station-phone nv list"},
+    {"NV writing", "orva-station-phone --write doctor"},
+    {node, "ls -lZ /sys/vq20x0_debug/bfgx_test"},
+};
+
+void add_hand_checks(std::vector<finding> &all) {
+  for (auto &f : all) {
+    auto row = std::ranges::find(hand_checks, std::string_view(f.what), &hand_check::what);
+    auto program = std::ranges::find(programs, std::string_view(f.what), &program::name);
+    if (f.check.empty() && row != std::end(hand_checks)) f.check = row->command;
+    if (f.check.empty() && program != std::end(programs)) f.check = program->harmless;
+  }
 }
 
 // ---- Printing --------------------------------------------------------------------------------------------
@@ -228,6 +277,7 @@ void print_line(const finding &f) {
   fmt::print("{:<8} {:<20} {}\n", name_of(f.state), f.what, f.found);
   if (!f.why.empty())
     fmt::print("{:<8} {:<20} cause: {}\n{:<8} {:<20} cure:  {}\n", "", "", f.why, "", "", f.cure);
+  if (!f.check.empty()) fmt::print("{:<8} {:<20} check: {}\n", "", "", f.check);
 }
 
 void print_json(const finding &f) {
@@ -236,22 +286,27 @@ void print_json(const finding &f) {
                                             {"state", name_of(f.state)},
                                             {"found", f.found},
                                             {"cause", f.why},
-                                            {"cure", f.cure}}
+                                            {"cure", f.cure},
+                                            {"check", f.check}}
                          .dump());
 }
 
 }  // namespace
 
-std::vector<finding> examine(const settings &with, bool write) {
+std::vector<finding> examine(const settings &with, bool write, const system_files &given) {
   prepare_phone(with);
+  auto *files = phone_link::is_virtual() ? nullptr : &given;
   std::vector<finding> all;
+  if (files) all = examine_process(*files);
   examine_library(with.library, all);
   auto chip = phone_link::chip();
   all.push_back(examine_chip(chip));
-  examine_driver(chip, all);
-  examine_shell(all);
+  if (files) all.push_back(examine_module(*files));
+  examine_driver(chip, files, all);
+  examine_shell(files, all);
   examine_nv(chip, write, all);
-  examine_permissions(chip, all);
+  examine_permissions(chip, files, all);
+  if (files) add_hand_checks(all);
   return all;
 }
 

@@ -3,25 +3,19 @@
 #ifndef CONSOLE_DOCTOR_H
 #define CONSOLE_DOCTOR_H
 
+#include "console/doctor/finding.h"
+#include "console/doctor/system_files.h"
 #include "console/phone/settings.h"
 
-#include <string>
 #include <vector>
 
 namespace console {
 
-enum class presence { ok, missing, unknown };
-
-struct finding {
-  std::string what;
-  presence state;
-  std::string found; /**< in a few words */
-  std::string why;   /**< "" if nothing is wrong */
-  std::string cure;
-};
-
-/** Changes nothing on the phone, except that `write` writes an NV item back as it was read. */
-std::vector<finding> examine(const settings &with, bool write);
+/**
+ * Changes nothing on the phone, except that `write` writes an NV item back as it was read. The files are read
+ * for a real phone only: the virtual one has no kernel.
+ */
+std::vector<finding> examine(const settings &with, bool write, const system_files &files = {});
 
 /** Prints the findings, as JSON lines if asked. True if nothing is missing. */
 bool print_findings(const std::vector<finding> &findings, bool json);

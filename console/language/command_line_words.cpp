@@ -2,11 +2,13 @@
 #include "console/language/command_line_words.h"
 
 #include "console/language/nv_commands.h"
+#include "console/phone/abilities.h"
 #include "console/text/text.h"
 
 #include <algorithm>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <iterator>
 
 namespace console {
 
@@ -28,7 +30,9 @@ static std::vector<command_line_word> make_words() {
        "print a shell's completion, or the manual page", fmt::format("{}", fmt::join(generated_names, " "))},
   };
   static_assert(std::size(words) == command_line_names.size());
-  return {std::begin(words), std::end(words)};
+  std::vector<command_line_word> all;
+  std::ranges::copy_if(words, std::back_inserter(all), works_here, &command_line_word::name);
+  return all;
 }
 
 const std::vector<command_line_word> &command_line_words() {

@@ -3,6 +3,7 @@
 
 #include "console/language/help.h"
 #include "console/language/nv_commands.h"
+#include "console/phone/abilities.h"
 #include "console/phone/chips.h"
 #include "console/phone/log_priority.h"
 #include "console/phone/phone_link.h"
@@ -77,6 +78,7 @@ std::string run_expect(script_context &in, words_t words) {
     throw usage_error{fmt::format("expect: \"{}{}\" is nothing that can be expected: give {}.", words[0],
                                   words.size() == 3 ? " " + words[1] : "",
                                   either(names_of(words_of_table(expect_rows))))};
+  require_works_here(fmt::format("expect {}", row->word.name));
   auto e = row->make(in, step, words);
   in.current().expect(e, in.where());
   return e.held ? "1" : "0";
@@ -190,6 +192,7 @@ std::string run_progress(script_context &in, words_t words) {
 
 std::string run_chip(script_context &in, words_t words) {
   if (words.empty()) return in.current().chip_name();
+  require_works_here("chip NAME");
   auto chip = chip_index(words[0]);
   if (!chip) throw usage_error{fmt::format("\"{}\" is no chip: give {}.", words[0], either(chip_names()))};
   in.current().change_chip(*chip);
@@ -335,7 +338,9 @@ const command table[] = {
      2,
      3,
      run_progress},
-    {{"chip", "chip ?NAME?", "The fitted chip. With a name, fits that chip and resets the test state.",
+    {{"chip", works_here("chip NAME") ? "chip ?NAME?" : "chip",
+      works_here("chip NAME") ? "The fitted chip. With a name, fits that chip and resets the test state."
+                              : "The fitted chip.",
       "if {[chip] eq \"vq2070\"} { wifi_ru_set 0 -> 1 }"},
      0,
      1,
@@ -401,7 +406,8 @@ std::span<const command> commands() { return table; }
 const std::vector<command_help> &command_list() {
   static const std::vector<command_help> all = [] {
     std::vector<command_help> list;
-    for (auto &c : table) list.push_back(c.help);
+    for (auto &c : table)
+      if (works_here(c.help.name)) list.push_back(c.help);
     list.push_back(sweep_help);
     return list;
   }();

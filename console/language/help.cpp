@@ -2,6 +2,7 @@
 #include "console/language/help.h"
 
 #include "console/language/command_line_words.h"
+#include "console/phone/abilities.h"
 #include "console/phone/phone_link.h"
 #include "console/run/functions.h"
 #include "console/text/text.h"
@@ -90,6 +91,7 @@ std::string help_overview(const std::vector<command_help> &commands) {
 
 std::string help_about(const std::string &name, const std::vector<command_help> &commands) {
   if (auto *f = find_function(name)) return about_function(*f);
+  require_works_here(name);
   auto command = std::ranges::find(commands, name, &command_help::name);
   if (command != commands.end()) return about_command(*command);
   if (auto *word = find_command_line_word(name)) return about_word(*word);

@@ -3,6 +3,7 @@
 
 #include "console/language/command_line_words.h"
 #include "console/language/sweep.h"
+#include "console/phone/abilities.h"
 #include "console/run/functions.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -95,6 +96,7 @@ int on_command(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objec
     auto words = words_of(count, objects);
     if (words.size() < c.least || words.size() > c.most)
       throw usage_error{fmt::format("{}: usage: {}", c.help.name, c.help.usage)};
+    require_works_here(c.help.name);
     return c.run(owner(tcl), words);
   });
 }

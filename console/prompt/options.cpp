@@ -2,6 +2,7 @@
 #include "console/prompt/options.h"
 
 #include "console/language/command_line_words.h"
+#include "console/phone/abilities.h"
 #include "console/phone/chips.h"
 #include "console/phone/log_priority.h"
 #include "console/run/verdict.h"
@@ -63,7 +64,9 @@ const known_option known_options[] = {
      [](command_line &line, text value) { line.with.log_priority = parse_log_priority(value); }},
     {{"nv", "FILE", "keep NV in this file instead of in memory", "FILE"},
      [](command_line &line, text value) { line.with.nv_file = value; }},
-    {{"yes", "", "change a lasting NV store (--nv, or a phone's own) without asking"},
+    {{"yes", "",
+      works_here("--nv") ? "change a lasting NV store (--nv, or a phone's own) without asking"
+                         : "change the phone's NV without asking"},
      [](command_line &line, text) { line.with.yes = true; }},
     {{"library", "FILE", "the library under test", "FILE"},
      [](command_line &line, text value) { line.with.library = value; }},
@@ -107,7 +110,7 @@ std::vector<option> getopt_table() {
 
 std::vector<std::string> option_names() {
   std::vector<std::string> names;
-  for (auto &o : known_options) names.push_back(fmt::format("--{}", o.help.name));
+  for (auto &o : options()) names.push_back(o.full_name());
   return names;
 }
 
@@ -129,11 +132,14 @@ void refuse_late_options(const std::vector<std::string> &given) {
 const std::vector<option_help> &options() {
   static const std::vector<option_help> all = [] {
     std::vector<option_help> list;
-    for (auto &o : known_options) list.push_back(o.help);
+    for (auto &o : known_options)
+      if (works_here(o.help.full_name())) list.push_back(o.help);
     return list;
   }();
   return all;
 }
+
+std::string option_help::full_name() const { return fmt::format("--{}", name); }
 
 std::string option_help::usage() const {
   return fmt::format("--{}{}{}", name, takes_value() && !value_is_optional() ? " " : "", value);
@@ -156,6 +162,7 @@ std::string command_line_help() {
 command_line parse_command_line(int count, char **arguments) {
   command_line line;
   line.with.library = "libwifi_factory_test_orva.so";
+  line.with.real_clock = !works_here("--clock");  // a real phone's pauses are real
   opterr = 0;
   auto table = getopt_table();
   std::set<int> given;
@@ -171,6 +178,7 @@ command_line parse_command_line(int count, char **arguments) {
       throw usage_error{fmt::format("{} is no option.{} See orva-station --help.", current,
                                     did_you_mean(current, option_names()))};
     auto &found = known_options[id - first_id];
+    require_works_here(found.help.full_name());
     if (!given.insert(id).second && found.help.takes_value())
       throw usage_error{fmt::format("--{0} is given twice, the second time as {1}: give --{0} once.",
                                     found.help.name, current)};

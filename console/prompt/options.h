@@ -42,6 +42,8 @@ struct option_help {
 
   bool takes_value() const { return *value != 0; }
   bool value_is_optional() const { return *value == '['; }
+  /** "--chip" */
+  std::string full_name() const;
   /** "--chip NAME", "--log[=PRIORITY]" */
   std::string usage() const;
 };

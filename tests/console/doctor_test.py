@@ -1,22 +1,25 @@
 # SPDX-License-Identifier: Apache-2.0
 """The console's doctor, the causes of failed calls, and recordings replayed and compared."""
 
+import errno
 import json
+import os
+import re
 import subprocess
 from xml.etree import ElementTree
 
 import jsonschema
 import pytest
 
-from support.console import CARELESS, station
+from support.console import CARELESS, STATION_PHONE, station
 from support.tree import CHIPS, ROOT
 
 SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/session.schema.json").read_text()))
 
 
-def doctor(*arguments):
+def doctor(*arguments, **options):
     """The findings by subject. Checks the verdict and the exit status against them."""
-    done = station("--json", *arguments, "doctor")
+    done = station("--json", *arguments, "doctor", **options)
     *findings, verdict = [json.loads(line) for line in done.stdout.splitlines()]
     for line in [*findings, verdict]:
         SCHEMA.validate(line)
@@ -79,8 +82,6 @@ SHELL = "/system/bin/sh"
         ("[driver]\nloaded = false", "private request", "missing", "ENODEV"),
         ("[interface]\nup = false", "interface wlan0", "ok", "down"),
         ("[driver]\nrefuse = [24]", "private request", "missing", "EIO"),
-        (fault("ioctl", 95), "private request", "missing", "EOPNOTSUPP"),
-        (fault("ioctl", 1), "private request", "missing", "EPERM"),
         (fault("ioctl", 13), "private request", "missing", "SELinux"),
         (fault("ioctl", 100), "private request", "missing", "wlan0 is down"),
         (fault("ioctl", 14), "private request", "missing", "EFAULT"),
@@ -107,6 +108,39 @@ def test_what_is_missing_is_named_with_its_cause(description, what, state, expec
     finding = doctor(*phone(chip + description), "--write")[what]
     assert finding["state"] == state
     assert expected in " ".join(finding.values())
+
+
+ORDINARY = {"user": 65534, "group": 65534, "extra_groups": [3003]}
+
+
+@pytest.mark.parametrize("identity", [{}, ORDINARY], ids=["as I am", "ordinary"])
+def test_on_a_real_kernel_it_shows_who_asks(identity):
+    if identity and os.getuid() != 0:
+        pytest.skip("only root can become another user")
+    found = doctor(program=STATION_PHONE, **identity)
+    uid = identity.get("user", os.getuid())
+    assert re.match(rf"uid {uid}\b.*, gid {identity.get('group', os.getgid())}\b", found["user"]["found"])
+    assert ("groups 3003" in found["user"]["found"]) == bool(identity)
+    assert (found["capabilities"]["state"] == "missing") == (uid != 0), found["capabilities"]
+    if not os.path.exists("/sys/class/net/wlan0"):
+        assert found["driver module"]["state"] == "missing" and "lo" in found["driver module"]["found"]
+        assert found["private request"]["found"] == "ENODEV, from the interface"
+    assert [what for what, finding in found.items() if not finding["check"]] == []
+
+
+LAYERS = re.findall(r"^\| (E[A-Z, ]+) \| ([^|]+?) \| ", (ROOT / "docs/device.md").read_text(), re.M)
+
+
+@pytest.mark.parametrize("error, layer", [(error, layer) for errors, layer in LAYERS for error in errors.split(", ")])
+def test_a_refused_request_names_the_layer_that_the_guide_names(error, layer, phone):
+    found = doctor(*phone('chip = "vq2040"\n' + fault("ioctl", getattr(errno, error))))["private request"]["found"]
+    assert found == f"{error}, from {layer.split(',')[0]}"
+
+
+def test_on_the_virtual_phone_there_is_no_kernel_to_check_by_hand():
+    found = doctor()
+    assert not {"user", "capabilities", "SELinux", "driver module"} & found.keys()
+    assert {finding["check"] for finding in found.values()} == {""}
 
 
 def test_a_library_that_is_not_there_or_not_the_one(tmp_path):

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/phone/abilities.h"
+
+#include "console/phone/phone_link.h"
+#include "console/text/usage_error.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <iterator>
+#include <regex>
+
+namespace console {
+namespace {
+
+/** What the phone must allow beyond calls of the library. */
+enum class ability { set_up, watch, copy, replay };
+
+/** A real phone allows none of them. One that is watched allows `watch`. */
+bool phone_allows(ability) { return phone_link::is_virtual(); }
+
+constexpr const char *reasons[] = {
+    "a real phone cannot be set up; the console with the virtual phone can do this",
+    "this console sees a real phone's results only, not its driver commands, pauses and log",
+    "only the virtual phone can be copied; here take nv backup FILE before, and nv diff FILE afterwards",
+    "a real phone plays no recording; the console with the virtual phone can do this",
+};
+static_assert(std::size(reasons) == static_cast<size_t>(ability::replay) + 1);
+
+struct limited_feature {
+  std::string_view name;
+  ability wants;
+};
+
+/** What is not listed works on every phone. */
+constexpr limited_feature limited[] = {
+    {"--chip", ability::set_up},       {"--phone", ability::set_up},   {"--clock", ability::set_up},
+    {"--nv", ability::set_up},         {"phone", ability::set_up},     {"fault", ability::set_up},
+    {"expect phone", ability::set_up}, {"chip NAME", ability::set_up}, {"--log", ability::watch},
+    {"--trace", ability::watch},       {"expect", ability::watch},     {"seen", ability::watch},
+    {"log", ability::watch},           {"trace", ability::watch},      {"preview", ability::copy},
+    {"replay", ability::replay},
+};
+
+/** Null for what works here. */
+const limited_feature *obstacle(std::string_view name) {
+  auto row = std::ranges::find(limited, name, &limited_feature::name);
+  return row == std::end(limited) || phone_allows(row->wants) ? nullptr : row;
+}
+
+}  // namespace
+
+bool works_here(std::string_view name) { return !obstacle(name); }
+
+void require_works_here(std::string_view name) {
+  if (auto *row = obstacle(name))
+    throw usage_error{fmt::format("{}: {}.", name, reasons[static_cast<size_t>(row->wants)])};
+}
+
+std::string with_own_name(std::string text) {
+  if (phone_link::is_virtual()) return text;
+  static const std::regex name(R"((^|[^/A-Za-z0-9.-])orva(\\?-)station(?![\w./-]))");
+  return std::regex_replace(text, name, "$1orva$2station$2phone");
+}
+
+}  // namespace console

@@ -1,0 +1,70 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The console for a real phone offers what works there, and says why the rest does not."""
+
+import re
+
+import pytest
+
+from support.console import STATION_PHONE, station
+
+
+def phone(*arguments, **options):
+    return station(*arguments, program=STATION_PHONE, **options)
+
+
+def offered(run):
+    """The options, words and session commands in a console's help."""
+    text = run("help").stdout
+    top, language = text.split("Session language: ")
+    return (set(re.findall(r"^  (--[\w-]+)", top, re.M)),
+            set(re.findall(r"^  ([a-z]+)", top.split("\nOptions:")[0], re.M)),
+            set(re.findall(r"^  ([a-z]+)  ", language, re.M)))
+
+
+OPTIONS, WORDS, COMMANDS = (virtual - real for virtual, real in zip(offered(station), offered(phone)))
+
+
+def test_it_offers_less_than_the_virtual_phone_and_nothing_else():
+    assert OPTIONS == {"--chip", "--phone", "--clock", "--nv", "--log", "--trace"}
+    assert WORDS == {"preview", "replay"}
+    assert COMMANDS == {"expect", "phone", "fault", "seen", "log", "trace", "preview"}
+    assert [real - virtual for virtual, real in zip(offered(station), offered(phone))] == [set()] * 3
+
+
+@pytest.mark.parametrize("what", ["bash", "zsh", "man"])
+def test_completion_and_manual_offer_the_same(what):
+    made = phone("generate", what).stdout.replace("\\-", "-")
+    named = set(re.findall(r"--[a-z][a-z-]*", re.sub(r"^ *#.*", "", made, flags=re.M)))
+    assert "--report" in named and not named & OPTIONS
+    assert "orva-station-phone" in made and not re.search(r"orva-station(?!-phone)", made.replace("_orva-station", ""))
+
+
+VALUE = {"--chip": ["vq2050"], "--clock": ["real"], "--log": [], "--phone": ["x.toml"], "--nv": ["x.nv"], "--trace": ["x.trace"]}
+
+
+@pytest.mark.parametrize("words", [*([name, *VALUE[name], "wifi_power_set_range"] for name in sorted(OPTIONS)),
+                                   *([name, "wifi_stop_tx"] for name in sorted(WORDS | COMMANDS))], ids=lambda words: words[0])
+def test_what_is_not_offered_says_why(words):
+    done = phone(*words)
+    assert (done.returncode, done.stdout) == (2, "")
+    reason, = done.stderr.splitlines()
+    assert reason.startswith(f"orva-station-phone: {words[0]}: ") and "real phone" in reason or "virtual phone" in reason
+    if not words[0].startswith("-"):
+        assert phone("help", words[0]).stderr == done.stderr
+
+
+@pytest.mark.parametrize("line", ["expect log x", "expect phone radio.rssi 1", "phone set chip vq2040", "fault ioctl 1", "seen driver",
+                                  "log", "trace", "preview {wifi_stop_tx}", "chip vq2040"])
+def test_a_session_that_wants_more_stops_there(line, tmp_path):
+    script = tmp_path / "session.tcl"
+    script.write_text(f"wifi_power_set_range -> 1\n{line}\nnote unreached\n")
+    done = phone("run", script)
+    assert done.returncode == 2 and "unreached" not in done.stdout
+    assert re.search(rf"STOP .*session.tcl:2: {line.split()[0]}.* (real|virtual) phone", done.stdout), done.stdout
+
+
+def test_a_session_of_calls_runs_on_the_real_clock(tmp_path):
+    script = tmp_path / "session.tcl"
+    script.write_text("wifi_power_set_range -> 1 lower 0 upper 14\nnote [chip] [has wifi_set_power]\n")
+    done = phone("run", script)
+    assert done.returncode == 0 and "real clock" in done.stdout and re.search("PASS", done.stdout), done.stdout
