@@ -188,6 +188,7 @@ private:
   void add(json &&event) {
     auto point = event.value("point", "");
     event.erase("point");
+    event.erase("failures");  // the page counts them itself
     if (point != last_point) data.add_event({{"type", "point"}, {"point", point}});
     last_point = point;
     if (current)

@@ -159,6 +159,7 @@ function judgedIn(part) {
 
 function tally(part) {
   const judged = judgedIn(part);
+  if (judged === 0 && !part.failed) return null;
   return el("span", {class: part.failed ? "tally bad" : "tally"}, part.failed ? `${part.failed} failed of ${judged}` : `${judged} held`);
 }
 
