@@ -2,9 +2,7 @@
 // What failed: first the finding in plain words, then every failure, equal ones together.
 
 /** Numbers differ between the points of a sweep; what is left tells one failure from another. */
-function withoutNumbers(text) {
-  return text.replace(/-?\d+(\.\d+)?/g, "#");
-}
+const withoutNumbers = memo(text => text.replace(/-?\d+(\.\d+)?/g, "#"));
 
 function causesOf(item) {
   return item.call?.data.causes ?? [];

@@ -47,10 +47,12 @@ function addCheck(line, item, check) {
   known.seen.push({point: item.point, check});
 }
 
+const lineKey = memo(data => `${data.file}:${data.line} ${data.function ?? data.type} ${data.function ? "" : withoutNumbers(data.what ?? "")}`);
+
 function linesOf(items) {
   const lines = new Map();
   for (const item of items) {
-    const key = `${lineOf(item)} ${item.data.function ?? item.kind} ${item.kind === "expectation" ? withoutNumbers(item.data.what) : ""}`;
+    const key = lineKey(item.data);
     if (!lines.has(key)) lines.set(key, newLine(item));
     const line = lines.get(key);
     ++line.count;
@@ -91,9 +93,10 @@ function plainSummary(line) {
 
 function sweepSummary(session, run, caption) {
   const lines = linesOf(run.items);
-  const rows = lines.flatMap(line => line.checks.size > 0 ? [...line.checks.values()].map(c => checkSummary(session, line, c)) : [plainSummary(line)]);
+  const rows = lines.flatMap(line => line.checks.size > 0 ? [...line.checks.values()].map(check => ({line, check})) : [{line}]);
+  const render = ({line, check}) => tableRow(lineColumns, check ? checkSummary(session, line, check) : plainSummary(line));
   const host = emptyTable("steps lines", `${caption}, by line`, lineColumns);
-  const [earlier, , later] = longList(host.tBodies[0], rows, r => tableRow(lineColumns, r)).nodes;
+  const [earlier, , later] = longList(host.tBodies[0], rows, render).nodes;
   return [earlier, host, later, run.swept && sweepFigures(lines, run.items)];
 }
 
