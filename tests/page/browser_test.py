@@ -190,6 +190,7 @@ def test_the_steps_are_searched_with_what_is_closed(page):
 
 def test_pauses_stand_on_the_time_axis(page):
     unfold(page, "#s0-time")
+    until(page, "all('.axis').length === 1")
     assert "2 s" in texts(page, ".axis .span.pause text")
     assert "wait 1.5 s" in texts(page, ".axis .span.wait text")
     label = "return document.querySelector('.axis').getAttribute('aria-label')"
@@ -218,7 +219,7 @@ def test_it_fits_and_can_be_read(page, width, scheme):
     screen(page, width, scheme)
     unfold(page, "details.card, .part")
     assert run(page, "return document.documentElement.scrollWidth") <= width
-    assert len(texts(page, ".axis .grid text")) >= 3
+    until(page, "all('.axis .grid text').length >= 3")
     ratio, what = page.execute_script(CONTRAST)
     assert ratio >= 4.5, what
 
