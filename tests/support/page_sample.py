@@ -43,11 +43,14 @@ def write_report(directory, script=SCRIPT, chips="vq2070", more=()):
 
 
 def unpack(text):
-    """The events of a page's data, each with the numbers of its own as `own`."""
-    values, events = [], []
+    """The events of a page's data, each with its point in a sweep and the numbers of its own as `own`."""
+    values, events, point = [], [], {}
     for entry in json.loads(text):
         if isinstance(entry, list):
-            events.append({**values[entry[0]], "own": entry[1:]})
+            event = {**values[entry[0]], "own": entry[1:]}
+            if event["type"] == "point":
+                point = {"point": event["point"]} if event["point"] else {}
+            events.append(event | point)
         elif not isinstance(entry, dict):
             values.append(entry)
         elif "list" in entry:
