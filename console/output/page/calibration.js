@@ -198,7 +198,7 @@ function changesAt(session, i) {
 function historyList(session) {
   if (session.nv.length < 2) return [];
   const moments = session.nv.slice(1).map((_, i) => i + 1);
-  return [el("h3", {}, "Every change, in order"), longList(el("ol", {class: "history"}), moments, i => changesAt(session, i)).nodes];
+  return [el("h3", {}, "Every change, in order"), new LongList(el("ol", {class: "history"}), moments, i => changesAt(session, i)).nodes];
 }
 
 function momentText(session, i) {

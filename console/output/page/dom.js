@@ -76,52 +76,65 @@ function unfold(node) {
 
 const listChunk = 200;
 
-/**
- * Shows a list of any length in `host`: as many items as the reader scrolls to. `render` returns an item's nodes.
- * show(i) makes sure that item i is there.
- */
-function longList(host, items, render) {
-  let from = 0, to = 0;
-  const button = onclick => el("button", {type: "button", class: "more", onclick});
-  const create = (first, last) => {
+/** Shows a list of any length in `host`: as many items as the reader scrolls to. `render` returns an item's nodes. */
+class LongList {
+  from = 0;
+  to = 0;
+
+  constructor(host, items, render) {
+    Object.assign(this, {host, items, render});
+    const button = onclick => el("button", {type: "button", class: "more", onclick});
+    this.earlier = button(() => this.growUp());
+    this.later = button(() => this.grow());
+    this.nodes = [this.earlier, host, this.later];
+    this.grow();
+    this.growWhenNear();
+  }
+
+  create(from, to) {
     const nodes = document.createDocumentFragment();
-    appendAll(nodes, items.slice(first, last).map(render));
+    appendAll(nodes, this.items.slice(from, to).map(item => this.render(item)));
     return nodes;
-  };
-  const label = () => {
-    earlier.hidden = from === 0;
-    earlier.textContent = `${from} earlier`;
-    later.hidden = to === items.length;
-    later.textContent = `${items.length - to} more`;
-  };
-  const grow = () => {
-    const first = to;
-    to = Math.min(to + listChunk, items.length);
-    host.append(create(first, to));
-    label();
-  };
-  const earlier = button(() => {
-    const last = from;
-    from = Math.max(from - listChunk, 0);
-    host.prepend(create(from, last));
-    label();
-  });
-  const later = button(grow);
-  const near = new IntersectionObserver(entries => {
-    if (!entries.at(-1).isIntersecting || to === items.length) return;
-    grow();
-    near.unobserve(later);  // the button may still be in view, which is no change
-    near.observe(later);
-  }, {rootMargin: "400px"});
-  near.observe(later);
-  const show = index => {
-    if (index >= from && index < to) return;
-    host.replaceChildren();
-    from = to = Math.max(index - 20, 0);
-    grow();
-  };
-  grow();
-  return {nodes: [earlier, host, later], show};
+  }
+
+  label() {
+    this.earlier.hidden = this.from === 0;
+    this.earlier.textContent = `${this.from} earlier`;
+    this.later.hidden = this.to === this.items.length;
+    this.later.textContent = `${this.items.length - this.to} more`;
+  }
+
+  grow() {
+    const end = Math.min(this.to + listChunk, this.items.length);
+    this.host.append(this.create(this.to, end));
+    this.to = end;
+    this.label();
+  }
+
+  growUp() {
+    const start = Math.max(this.from - listChunk, 0);
+    this.host.prepend(this.create(start, this.from));
+    this.from = start;
+    this.label();
+  }
+
+  growWhenNear() {
+    const near = new IntersectionObserver(entries => {
+      if (!entries.at(-1).isIntersecting || this.to === this.items.length) return;
+      this.grow();
+      near.unobserve(this.later);  // the button may still be in view, which is no change
+      near.observe(this.later);
+    }, {rootMargin: "400px"});
+    near.observe(this.later);
+  }
+
+  /** Makes sure that an item is there. */
+  show(index) {
+    if (index >= this.from && index < this.to) return;
+    this.host.replaceChildren();
+    this.from = this.to = Math.max(index - 20, 0);
+    this.grow();
+  }
 }
 
 /* ---- Drawings ---------------------------------------------------------------------------------------------------- */

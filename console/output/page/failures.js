@@ -85,7 +85,7 @@ function whereText(session, group) {
   const line = el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(first), points, " ", stepLink(first, "Show the step"));
   if (group.length === 1) return line;
   return [line, fold({class: "each"}, `Each of the ${group.length}`, false, () =>
-    longList(el("ol"), group, f => el("li", {}, stepLink(f.item, f.item.point || lineOf(f.item) || f.item.id), " ",
+    new LongList(el("ol"), group, f => el("li", {}, stepLink(f.item, f.item.point || lineOf(f.item) || f.item.id), " ",
       el("code", {class: "bad"}, f.expectation.got))).nodes)];
 }
 
@@ -105,7 +105,7 @@ function findingLines() {
 function failuresSection() {
   const cards = report.sessions.flatMap(session => failureGroups(session).map((group, i, all) => ({session, group, before: all[i - 1]})));
   const words = reportVerdict(report) === "pass" ? "Nothing failed." : "No expectation failed.";
-  const list = () => longList(el("ol", {class: "failures"}), cards, c => failureCard(c.session, c.group, c.before)).nodes;
+  const list = () => new LongList(el("ol", {class: "failures"}), cards, c => failureCard(c.session, c.group, c.before)).nodes;
   return el("section", {id: "failures", class: `card ${cards.length ? "has-failures" : ""}`, "aria-labelledby": "failures-title"},
     el("h2", {id: "failures-title"}, "What failed"), findingLines(), cards.length ? list() : el("p", {}, words));
 }

@@ -53,6 +53,14 @@ function countsByPriority(session) {
   return [...counts].sort(([a], [b]) => a - b);
 }
 
+function priorityBoxes(session, off, show) {
+  return countsByPriority(session).map(([priority, n]) => checkbox(`${priorityOf(priority)[1]} (${n})`, true, event => {
+    if (event.target.checked) off.delete(priority);
+    else off.add(priority);
+    show();
+  }));
+}
+
 function logSection(session) {
   const total = logCount(session), filter = {off: new Set(), failedOnly: false, words: ""};
   if (total === 0) return el("p", {class: "hint"}, "Nothing was logged.");
@@ -60,15 +68,11 @@ function logSection(session) {
   let lines, list;
   const show = () => {
     lines = linesToShow(session, filter);
-    list = longList(el("ol", {class: "log"}), lines, l => logRow(session, l.call, l.number, filter.words));
+    list = new LongList(el("ol", {class: "log"}), lines, l => logRow(session, l.call, l.number, filter.words));
     host.replaceChildren(...list.nodes);
     count.textContent = `${lines.length} of ${total} lines`;
   };
-  const boxes = countsByPriority(session).map(([priority, n]) => checkbox(`${priorityOf(priority)[1]} (${n})`, true, event => {
-    if (event.target.checked) filter.off.delete(priority);
-    else filter.off.add(priority);
-    show();
-  }));
+  const boxes = priorityBoxes(session, filter.off, show);
   const failedBox = checkbox("of failed calls only", false, e => { filter.failedOnly = e.target.checked; show(); });
   const search = searchBox("Search the log", words => { filter.words = words; show(); });
   markFailedCalls(session);
@@ -76,7 +80,8 @@ function logSection(session) {
   session.revealLog = call => {
     const line = () => lines.findIndex(l => l.call === call && l.number === 0);
     if (line() < 0) {
-      Object.assign(filter, {off: new Set(), failedOnly: false, words: ""});
+      Object.assign(filter, {failedOnly: false, words: ""});
+      filter.off.clear();
       search.value = "";
       failedBox.firstChild.checked = false;
       for (const box of boxes) box.firstChild.checked = true;

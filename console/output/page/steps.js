@@ -123,7 +123,7 @@ function isFound(item, words) {
 
 /** A table of items, created as the reader scrolls. */
 function itemList(caption, items) {
-  const node = emptyTable("steps", caption, columns), list = longList(node.tBodies[0], items, rowsOf);
+  const node = emptyTable("steps", caption, columns), list = new LongList(node.tBodies[0], items, rowsOf);
   const [earlier, , later] = list.nodes;
   return {nodes: [earlier, node, later], reveal: item => list.show(items.indexOf(item))};
 }
@@ -190,41 +190,58 @@ function partsToShow(session, {words, failedOnly}) {
   return session.parts.map(part => ({part, found: part.items.filter(keep)})).filter(p => p.found.length > 0);
 }
 
-function stepsSection(session) {
-  const host = el("div", {class: "parts"}), filter = {words: "", failedOnly: false}, count = el("output", {class: "count", "aria-live": "polite"});
-  let parts, list, nodes;
-  const show = () => {
-    parts = partsToShow(session, filter);
-    nodes = new Map();
-    host.replaceChildren();
-    const inner = el("div");
-    list = longList(inner, parts, ({part, found}) => {
-      nodes.set(part, partBlock(session, part, found));
-      return nodes.get(part);
+/** The parts of a session as far as the filters leave them. show() draws them anew, reveal(item) shows one of their items. */
+class PartList {
+  filter = {words: "", failedOnly: false};
+  host = el("div", {class: "parts"});
+  count = el("output", {class: "count", "aria-live": "polite"});
+
+  constructor(session) {
+    this.session = session;
+    this.show();
+  }
+
+  show() {
+    const {words, failedOnly} = this.filter;
+    this.parts = partsToShow(this.session, this.filter);
+    this.blocks = new Map();
+    this.list = new LongList(el("div"), this.parts, ({part, found}) => {
+      this.blocks.set(part, partBlock(this.session, part, found));
+      return this.blocks.get(part);
     });
-    appendAll(host, list.nodes);
-    const found = parts.reduce((n, p) => n + (p.found?.length ?? p.part.items.length), 0);
-    count.textContent = filter.words || filter.failedOnly ? `${found} of ${session.items.length} found` : "";
-  };
-  const failedBox = checkbox("failed only", false, e => { filter.failedOnly = e.target.checked; host.classList.toggle("failed-only", filter.failedOnly); show(); });
-  const search = searchBox("Search the steps", words => { filter.words = words; show(); });
-  show();
+    this.host.replaceChildren(...this.list.nodes);
+    this.host.classList.toggle("failed-only", failedOnly);
+    const found = this.parts.reduce((n, p) => n + (p.found?.length ?? 0), 0);
+    this.count.textContent = words || failedOnly ? `${found} of ${this.session.items.length} found` : "";
+  }
+
+  apply(change) {
+    Object.assign(this.filter, change);
+    this.show();
+  }
+
+  reveal(item) {
+    this.list.show(this.parts.findIndex(p => p.part === item.part));
+    this.blocks.get(item.part).reveal(item);
+  }
+}
+
+function stepsSection(session) {
+  const list = new PartList(session);
+  const failedBox = checkbox("failed only", false, e => list.apply({failedOnly: e.target.checked}));
+  const search = searchBox("Search the steps", words => list.apply({words}));
   session.searchSteps = words => {
     search.value = words;
-    filter.words = words.toLowerCase();
-    show();
+    list.apply({words: words.toLowerCase()});
   };
   session.revealStep = item => {
-    if (filter.words || filter.failedOnly) {
-      filter.words = search.value = "";
-      filter.failedOnly = failedBox.firstChild.checked = false;
-      host.classList.remove("failed-only");
-      show();
-    }
-    list.show(parts.findIndex(p => p.part === item.part));
-    nodes.get(item.part).reveal(item);
+    search.value = "";
+    failedBox.firstChild.checked = false;
+    if (list.filter.words || list.filter.failedOnly) list.apply({words: "", failedOnly: false});
+    list.reveal(item);
   };
-  return [el("div", {class: "controls"}, checkbox("what each call did", true, e => host.classList.toggle("hide-did", !e.target.checked)), failedBox, search, count), host];
+  return [el("div", {class: "controls"}, checkbox("what each call did", true, e => list.host.classList.toggle("hide-did", !e.target.checked)),
+    failedBox, search, list.count), list.host];
 }
 
 /** Searches everything, also what is not shown yet; the browser's own search cannot. */

@@ -96,7 +96,7 @@ function sweepSummary(session, run, caption) {
   const rows = lines.flatMap(line => line.checks.size > 0 ? [...line.checks.values()].map(check => ({line, check})) : [{line}]);
   const render = ({line, check}) => tableRow(lineColumns, check ? checkSummary(session, line, check) : plainSummary(line));
   const host = emptyTable("steps lines", `${caption}, by line`, lineColumns);
-  const [earlier, , later] = longList(host.tBodies[0], rows, render).nodes;
+  const [earlier, , later] = new LongList(host.tBodies[0], rows, render).nodes;
   return [earlier, host, later, run.swept && sweepFigures(lines, run.items)];
 }
 
