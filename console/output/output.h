@@ -6,7 +6,9 @@
 #include "console/run/reporter.h"
 
 #include <cstdio>
+#include <functional>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 
 namespace console {
 
@@ -14,6 +16,8 @@ enum class detail { quiet, brief, full };
 
 std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour);
 std::shared_ptr<reporter> make_json_reporter(FILE *to);
+/** Hands over the objects that make_json_reporter prints. */
+std::shared_ptr<reporter> make_event_reporter(std::function<void(nlohmann::ordered_json &&)> sink);
 /** Throws usage_error if the file cannot be written. */
 std::shared_ptr<reporter> make_junit_reporter(const std::string &path);
 

@@ -51,8 +51,9 @@ json to_json(const observed &seen) {
   for (auto &n : seen.nv)
     nv.push_back(
         {{"write", n.write}, {"number", n.number}, {"name", n.name}, {"text", n.text}, {"code", n.code}});
-  return {{"driver", driver}, {"shell", shell}, {"files", seen.files},     {"pauses_us", seen.pauses_us},
-          {"log", log},       {"nv", nv},       {"records", seen.records}, {"time", to_json(seen.ledger)}};
+  return {{"driver", std::move(driver)}, {"shell", std::move(shell)},   {"files", seen.files},
+          {"pauses_us", seen.pauses_us}, {"log", std::move(log)},       {"nv", std::move(nv)},
+          {"records", seen.records},     {"time", to_json(seen.ledger)}};
 }
 
 /** With the same field names as the doctor's findings. */
@@ -86,9 +87,14 @@ json to_json(const session_summary &s) {
           {"passed", verdict_of(s) == verdict::pass}};
 }
 
-class json_reporter : public reporter {
+/** Appends the members of an object. Unlike update(), it does not copy them. */
+void append(json &object, json &&members) {
+  for (auto &[key, value] : members.items()) object.push_back({key, std::move(value)});
+}
+
+class event_reporter : public reporter {
 public:
-  explicit json_reporter(FILE *to) : out(to) {}
+  explicit event_reporter(std::function<void(json &&)> to) : sink(std::move(to)) {}
 
   void begin(const session_info &info) override {
     write("begin", {{"version", 1},
@@ -107,19 +113,19 @@ public:
     for (auto &c : step.causes()) causes.push_back(to_json(c));
     json line = {
         {"function", step.called->name},
-        {"arguments", arguments},
+        {"arguments", std::move(arguments)},
         {"result", value_json(step.result.value, step.called->result != result_kind::function_pointer)},
         {"outcome", verdict_name(step.result.means.verdict)},
         {"meaning", step.result.means.meaning},
-        {"outputs", outputs},
-        {"expectations", wants},
-        {"causes", causes},
+        {"outputs", std::move(outputs)},
+        {"expectations", std::move(wants)},
+        {"causes", std::move(causes)},
         {"remarks", step.remarks},
         {"at_us", step.start_us},
         {"phone_us", step.phone_us},
         {"own_us", step.own_us}};
-    line.update(to_json(step.seen));
-    write("call", line, step.where);
+    append(line, to_json(step.seen));
+    write("call", std::move(line), step.where);
   }
   void expect(const expectation &e, const place &where) override { write("expectation", to_json(e), where); }
   void progress(size_t done, size_t total, const std::string &text) override {
@@ -135,19 +141,27 @@ public:
   }
 
 private:
-  void write(const char *type, const json &body, const place &where = {}) {
+  void write(const char *type, json &&body, const place &where = {}) {
     json line = {{"type", type}};
     if (!where.file.empty()) line.update({{"file", where.file}, {"line", where.line}});
     if (!where.point.empty()) line["point"] = where.point;
-    line.update(body);
-    fmt::print(out, "{}\n", line.dump(-1, ' ', false, json::error_handler_t::replace));
+    append(line, std::move(body));
+    sink(std::move(line));
   }
 
-  FILE *out;
+  std::function<void(json &&)> sink;
 };
 
 }  // namespace
 
-std::shared_ptr<reporter> make_json_reporter(FILE *to) { return std::make_shared<json_reporter>(to); }
+std::shared_ptr<reporter> make_event_reporter(std::function<void(json &&)> sink) {
+  return std::make_shared<event_reporter>(std::move(sink));
+}
+
+std::shared_ptr<reporter> make_json_reporter(FILE *to) {
+  return make_event_reporter([to](json &&event) {
+    fmt::print(to, "{}\n", event.dump(-1, ' ', false, json::error_handler_t::replace));
+  });
+}
 
 }  // namespace console

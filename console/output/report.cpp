@@ -2,58 +2,25 @@
 #include "console/output/report.h"
 
 #include "console/output/output.h"
+#include "console/output/packed_json.h"
 #include "console/phone/phone_link.h"
 #include "console/text/output_file.h"
 #include "console/text/usage_error.h"
 #include "report_page.h"
 
+#include <algorithm>
 #include <chrono>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <random>
 
 namespace console {
 namespace {
 
 using json = nlohmann::ordered_json;
-
-/** A stream whose output can be read back as text. */
-class memory_file {
-public:
-  memory_file() : file(open_memstream(&bytes, &size)) {
-    if (!file) throw usage_error{"--report: there is no memory for it."};
-  }
-  memory_file(const memory_file &) = delete;
-  memory_file &operator=(const memory_file &) = delete;
-  ~memory_file() {
-    fclose(file);
-    free(bytes);
-  }
-  FILE *stream() { return file; }
-  std::string_view text() {
-    fflush(file);
-    return {bytes, size};
-  }
-
-private:
-  char *bytes = nullptr;
-  size_t size = 0;
-  FILE *file;
-};
-
-/** Escapes "<" in JSON, where it occurs in strings only, so that it cannot end the page's script element. */
-std::string inert(std::string_view text) {
-  std::string safe;
-  safe.reserve(text.size());
-  for (char c : text)
-    if (c == '<')
-      safe += "\\u003c";
-    else
-      safe += c;
-  return safe;
-}
 
 /** Replaces each {{NAME}} of the page. Inserted text is not searched again. */
 std::string fill(std::string_view page, const std::map<std::string_view, std::string_view> &values) {
@@ -104,15 +71,23 @@ std::string_view letter(phone_event_kind kind) {
   return {};
 }
 
-/** The order of a call's contacts, one letter for each. Their details are in the call's own event. */
-json contact_order() {
+/** The order of a call's contacts, one letter for each, and the pauses among them. The other contacts'
+ * details are in the call's event. */
+void add_order(json &event, int64_t start_us) {
   std::string order;
   json pauses = json::array();
   for (auto *e : phone_link::contacts()) {
     order += letter(e->kind);
-    if (e->kind == PHONE_SLEEP) pauses.push_back({{"at_us", e->time_us}, {"us", e->number[0]}});
+    if (e->kind == PHONE_SLEEP) pauses.push_back({{"at_us", e->time_us - start_us}, {"us", e->number[0]}});
   }
-  return {{"type", "order"}, {"order", order}, {"pauses", pauses}};
+  event["order"] = order;
+  event["pauses"] = std::move(pauses);
+}
+
+/** Replaces times on the phone's clock by times since the start of the call, which are the same in equal
+ * calls. */
+void make_relative(json &contacts, int64_t start_us) {
+  for (auto &contact : contacts) contact["at_us"] = contact["at_us"].get<int64_t>() - start_us;
 }
 
 /** Units of a call's inputs and outputs by name. */
@@ -126,11 +101,19 @@ json units(const call_step &step) {
   return all;
 }
 
-json nv_state() {
+using nv_store = std::vector<phone_link::nv_item>;
+
+json nv_event(const nv_store &store) {
   json items = json::array();
-  for (auto &item : phone_link::nv_items())
+  for (auto &item : store)
     items.push_back({{"number", item.number}, {"name", item.name}, {"text", nv_text(item.bytes)}});
-  return {{"type", "nv_state"}, {"items", items}};
+  return {{"type", "nv_state"}, {"items", std::move(items)}};
+}
+
+bool same_store(const nv_store &one, const nv_store &other) {
+  return std::ranges::equal(one, other, [](auto &a, auto &b) {
+    return a.number == b.number && a.name == b.name && a.bytes == b.bytes;
+  });
 }
 
 /** How the phone is set up. The state.* keys change during the session and are left out. */
@@ -141,30 +124,37 @@ json phone_keys() {
   return keys;
 }
 
+constexpr std::string_view data_mark = "{{EVENTS}}";
+
+/** Writes the page as the session goes on, so that a long one needs no memory for it. */
 class report_reporter : public reporter {
 public:
   report_reporter(const std::string &to, const settings &with)
-      : options(with), file("--report " + to, to), events(make_json_reporter(text.stream())) {
-    add({{"type", "report"}, {"made", local_time()}});
+      : options(with), file("--report " + to, to), nonce(random_word()),
+        data([this](std::string_view text) { file.write(text); }),
+        events(make_event_reporter([this](json &&event) { add(std::move(event)); })) {
+    write_page(report_page.substr(0, report_page.find(data_mark)));
+    data.add_event({{"type", "report"}, {"made", local_time()}});
   }
   /** An aborted session gets its page too. */
   ~report_reporter() override {
     if (!file.is_open()) return;
     try {
-      write();
+      finish();
     } catch (const usage_error &) {  // a destructor has nobody to tell
     }
   }
 
   void begin(const session_info &info) override {
     events->begin(info);
-    add({{"type", "phone"},
-         {"virtual", phone_link::is_virtual()},
-         {"description", options.phone_file},
-         {"nv_file", options.nv_file},
-         {"library", options.library},
-         {"keys", phone_keys()}});
-    last_nv = nullptr;
+    data.add_event({{"type", "phone"},
+                    {"virtual", phone_link::is_virtual()},
+                    {"description", options.phone_file},
+                    {"nv_file", options.nv_file},
+                    {"library", options.library},
+                    {"keys", phone_keys()}});
+    last_nv.reset();
+    last_point.clear();
     look_at_nv();
   }
   void title(const std::string &words) override {
@@ -176,10 +166,9 @@ public:
     events->note(words);
   }
   void call(const call_step &step) override {
+    current = &step;
     events->call(step);
-    auto order = contact_order();
-    order["units"] = units(step);
-    add(order);
+    current = nullptr;
     look_at_nv();
   }
   void expect(const expectation &e, const place &where) override { events->expect(e, where); }
@@ -190,35 +179,59 @@ public:
   }
   void all_done(const std::vector<session_summary> &all) override {
     events->all_done(all);
-    write();
+    finish();
   }
 
 private:
-  void add(const json &event) {
-    fmt::print(text.stream(), "{}\n", event.dump(-1, ' ', false, json::error_handler_t::replace));
+  /** The point of a sweep becomes an event of its own: everything done at it shares it, and calls at
+   * different points stay alike. */
+  void add(json &&event) {
+    auto point = event.value("point", "");
+    event.erase("point");
+    event.erase("failures");  // the page counts them itself
+    if (point != last_point) data.add_event({{"type", "point"}, {"point", point}});
+    last_point = point;
+    if (current)
+      add_call(std::move(event), *current);
+    else
+      data.add_event(event);
+  }
+
+  /** Leaves out what the page does not show. */
+  void add_call(json &&event, const call_step &step) {
+    for (auto key : {"at_us", "phone_us", "own_us", "pauses_us", "records", "time"}) event.erase(key);
+    make_relative(event["driver"], step.start_us);
+    make_relative(event["shell"], step.start_us);
+    add_order(event, step.start_us);
+    event["units"] = units(step);
+    data.add_event(event, {step.start_us, step.phone_us});
   }
 
   /** Adds the NV store if it changed; calls and the script itself can change it. */
   void look_at_nv() {
-    auto now = nv_state();
-    if (now != last_nv) add(now);
+    auto now = phone_link::nv_items();
+    if (!last_nv || !same_store(*last_nv, now)) data.add_event(nv_event(now));
     last_nv = std::move(now);
   }
 
-  void write() {
-    auto data = inert(text.text());
-    auto word = random_word();
-    auto page = fill(report_page,
-                     {{"WORD", word}, {"STYLE", report_style}, {"SCRIPT", report_script}, {"EVENTS", data}});
-    file.write(page);
+  void write_page(std::string_view part) {
+    file.write(fill(part, {{"WORD", nonce}, {"STYLE", report_style}, {"SCRIPT", report_script}}));
+  }
+
+  void finish() {
+    data.finish();
+    write_page(report_page.substr(report_page.find(data_mark) + data_mark.size()));
     file.commit();
   }
 
   settings options;
   output_file file;
-  memory_file text;
+  std::string nonce;
+  packed_json data;
   std::shared_ptr<reporter> events;
-  json last_nv;
+  const call_step *current = nullptr; /**< during call() */
+  std::optional<nv_store> last_nv;
+  std::string last_point;
 };
 
 }  // namespace

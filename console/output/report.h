@@ -11,7 +11,8 @@
 
 namespace console {
 
-/** The page is written when all sessions are done. Throws usage_error if the file cannot be written. */
+/** The page is complete, and gets its name, when all sessions are done. Throws usage_error if the file cannot
+ * be written. */
 std::shared_ptr<reporter> make_report_reporter(const std::string &path, const settings &with);
 
 }  // namespace console

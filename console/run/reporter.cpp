@@ -27,12 +27,11 @@ static std::string failure_text(const call_step *step, const expectation &e) {
 void session_summary::add_failure(const call_step *step, const expectation &e, const place &where) {
   ++failed;
   auto what = failure_text(step, e), line = file_line(where);
-  auto same = [&](auto &group) { return group.what == what && group.file_line == line; };
-  auto group = std::ranges::find_if(failures, same);
-  if (group == failures.end())
-    failures.push_back({what, line, 1, where.point, where.point});
-  else
-    ++group->count, group->last = where.point;
+  auto [known, added] = group_of.try_emplace(line + "\n" + what, failures.size());
+  if (added) failures.push_back({what, line, 0, where.point, where.point});
+  auto &group = failures[known->second];
+  ++group.count;
+  group.last = where.point;
 }
 
 bool call_step::held() const { return std::ranges::all_of(expectations, &expectation::held); }

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace console {
@@ -83,6 +84,9 @@ struct session_summary {
 
   /** Counts a failed expectation; of a call, if there is a step. */
   void add_failure(const call_step *step, const expectation &e, const place &where);
+
+private:
+  std::unordered_map<std::string, size_t> group_of; /**< index by line and what; a long session has many */
 };
 
 class reporter {

@@ -8,6 +8,7 @@ from xml.etree import ElementTree
 import pytest
 
 from support.console import station
+from support.page_sample import unpack
 from support.tree import CHIPS, PHONES, ROOT
 
 STATUS = {"PASS": 0, "FAIL": 1, "BROKEN": 2, "NO VERDICT": 3}
@@ -24,7 +25,7 @@ class Run:
         self.text = station(*options, *words)
         self.quiet = station("--quiet", *options, *words).stdout
         self.page = page.read_text(encoding="utf-8")
-        self.events = [json.loads(line) for line in re.search(r'id="events"[^>]*>(.*?)</script>', self.page, re.S)[1].splitlines() if line]
+        self.events = unpack(re.search(r'id="events"[^>]*>(.*?)</script>', self.page, re.S)[1])
         self.suites = ElementTree.parse(report).getroot() if self.lines else []
 
     def of(self, kind):

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The report in a browser: what comes first, the filters, narrow and wide, light and dark, on paper."""
 import base64
+import re
 import shutil
 import tempfile
 
@@ -59,13 +60,26 @@ def path(tmp_path_factory):
 
 
 @pytest.fixture
-def page(browser, path):
-    """The page, freshly loaded. Anything in the browser's log fails the test."""
-    screen(browser, 1280, "light")
-    browser.get("about:blank")
-    browser.get(path.as_uri())
-    yield browser
+def show(browser):
+    """Loads a page freshly. Anything in the browser's log fails the test."""
+    def load(path):
+        screen(browser, 1280, "light")
+        browser.get("about:blank")
+        browser.get(path.as_uri())
+        return browser
+
+    yield load
     assert [entry["message"] for entry in browser.get_log("browser")] == []
+
+
+@pytest.fixture
+def page(show, path):
+    return show(path)
+
+
+def sheets(page):
+    pdf = base64.b64decode(page.execute_cdp_cmd("Page.printToPDF", {})["data"])
+    return len(re.findall(rb"/Type\s*/Page\b", pdf))
 
 
 def screen(browser, width, scheme, media=""):
@@ -94,8 +108,14 @@ def click(page, label):
     run(page, f"all('label, a').find(e => e.textContent.trim().startsWith({label!r})).click()")
 
 
-def search(page, words):
-    run(page, f"const box = all('input[type=search]')[0]; box.value = {words!r}; box.dispatchEvent(new Event('input'))")
+def unfold(page, selector):
+    """Opens the visible blocks that match, as a reader does."""
+    run(page, f"for (const d of all({selector!r})) if (!d.open) d.querySelector('summary').click()")
+    until(page, f"all({selector!r}).every(d => d.open && d.children.length > 1)")
+
+
+def search(page, what, words):
+    run(page, f"const box = all('input[placeholder=\"Search the {what}\"]')[0]; box.value = {words!r}; box.dispatchEvent(new Event('input'))")
 
 
 def test_the_verdict_and_what_failed_come_first(page):
@@ -120,36 +140,40 @@ def test_a_failure_leads_to_its_step(page):
 def test_quoted_text_is_never_markup(page):
     assert run(page, "return document.querySelectorAll('img, .log b, .note b').length + document.scripts.length") == 2
     assert texts(page, "tr.note .step") == [HOSTILE]
+    unfold(page, "#s0-log")
     assert any(HOSTILE[:40] in line for line in texts(page, ".log .text"))
 
 
 def test_the_log_is_filtered_by_priority_words_and_failure(page):
-    kinds = run(page, "return all('.log li').map(e => e.className)")
+    unfold(page, "#s0-log")
+    kinds = run(page, "return all('.log li').map(e => e.className.split(' ')[0])")
     assert {"debug", "info", "error"} <= set(kinds)
     click(page, "debug")
-    assert run(page, "return all('.log li').map(e => e.className)") == [k for k in kinds if k != "debug"]
+    assert run(page, "return all('.log li').map(e => e.className.split(' ')[0])") == [k for k in kinds if k != "debug"]
     click(page, "info")
     errors = texts(page, ".log .text")
     assert len(errors) == kinds.count("error")
-    assert texts(page, ".count") == [f"{len(errors)} of {len(kinds)} lines"]
-    search(page, "COUNTRY code")
+    assert texts(page, ".log-count") == [f"{len(errors)} of {len(kinds)} lines"]
+    search(page, "log", "COUNTRY code")
     assert texts(page, ".log .text") == [e for e in errors if "country code" in e] != []
     assert texts(page, ".log mark") == ["country code"]
-    search(page, "")
+    search(page, "log", "")
     click(page, "of failed calls")
     assert set(texts(page, ".log .from")) == {"wifi_start_rx"}
-    screen(page, 1280, "light", media="print")
-    assert len(texts(page, ".log .text")) == len(kinds)
 
 
 def test_a_link_to_a_hidden_log_line_shows_it(page):
-    search(page, "nothing has these words")
-    assert texts(page, ".log .text") == []
+    unfold(page, ".part")
     click(page, "9 log lines")
     until(page, "document.querySelector(':target')?.getClientRects().length === 1")
+    search(page, "log", "nothing has these words")
+    assert texts(page, ".log .text") == []
+    click(page, "9 log lines")  # the address stays the same
+    until(page, "document.querySelector('.log :target')?.getClientRects().length === 1")
 
 
 def test_steps_can_be_thinned_out(page):
+    unfold(page, ".part")
     assert len(texts(page, ".strip")) > 5
     click(page, "what each call did")
     assert texts(page, ".strip") == []
@@ -157,7 +181,16 @@ def test_steps_can_be_thinned_out(page):
     assert run(page, "return all('.steps tbody tr').map(e => e.className)") == ["bad", "why bad", "bad"]
 
 
+def test_the_steps_are_searched_with_what_is_closed(page):
+    search(page, "steps", "MODE=")
+    assert texts(page, ".steps .call") == ["wifi_start_rx"] * 2 and texts(page, ".count") == ["2 of 13 found"]
+    search(page, "steps", "")
+    assert texts(page, ".part:not([open])") != []
+
+
 def test_pauses_stand_on_the_time_axis(page):
+    unfold(page, "#s0-time")
+    until(page, "all('.axis').length === 1")
     assert "2 s" in texts(page, ".axis .span.pause text")
     assert "wait 1.5 s" in texts(page, ".axis .span.wait text")
     label = "return document.querySelector('.axis').getAttribute('aria-label')"
@@ -169,9 +202,13 @@ def test_pauses_stand_on_the_time_axis(page):
 
 
 def test_calibration_is_shown_before_and_after(page):
+    unfold(page, "#s0-nv")
     captions = dict(run(page, "return all('figure').map(f => [f.querySelector('b').textContent, f.querySelector('.words').textContent])"))
-    assert captions == {"pa2ga0": "a 10, b −300 → −302, c 5000 → 5002", "mf2ga0": "offsets: channel 1: 0 → −3"}
-    assert run(page, "return document.querySelectorAll('figure polyline, figure .bar').length") == 3 + 13
+    assert captions == {"pa2ga0": "a 10, b -300 → -302, c 5000 → 5002", "mf2ga0": "offsets: channel 1: 0 → -3"}
+    until(page, "document.querySelectorAll('figure polyline, figure .bar').length === 3 + 13")
+    assert texts(page, ".axis-name") == ["detector, counts", "change", "power, dBm", "offset, 0.1 dB", "channel"]
+    assert any("10,-302,5002" in text for text in texts(page, "table.nv td"))  # as typed
+    assert run(page, "return document.body.textContent.includes('\\u2212')") is False
     run(page, "const s = document.querySelectorAll('#s0-nv select')[1]; s.value = 0; s.dispatchEvent(new Event('change'))")
     assert texts(page, "figure") == []
 
@@ -180,14 +217,109 @@ def test_calibration_is_shown_before_and_after(page):
 @pytest.mark.parametrize("scheme", ["light", "dark"])
 def test_it_fits_and_can_be_read(page, width, scheme):
     screen(page, width, scheme)
+    unfold(page, "details.card, .part")
     assert run(page, "return document.documentElement.scrollWidth") <= width
-    assert len(texts(page, ".axis .grid text")) >= 3
+    until(page, "all('.axis .grid text').length >= 3")
     ratio, what = page.execute_script(CONTRAST)
     assert ratio >= 4.5, what
 
 
 def test_paper_has_all_sessions(page):
-    pdf = page.execute_cdp_cmd("Page.printToPDF", {})["data"]
-    assert base64.b64decode(pdf).startswith(b"%PDF")
+    assert sheets(page) <= 3
     assert run(page, "return document.querySelectorAll('.view').length") == 2
+    screen(page, 700, "light", media="print")
+    assert len(texts(page, ".session-name")) == 2
+    assert len(texts(page, ".failures > li")) == 2 and len(texts(page, ".steps tr.bad")) >= 2
+    assert texts(page, ".log li") == texts(page, ".axis") == []  # closed
     assert run(page, "return performance.getEntriesByType('resource').length") == 0
+
+
+# The script, then the page's verdict, its kind, its colour, and its reason.
+VERDICTS = [
+    ("wifi_query_setting 1 -> 0", "PASS", "pass", "rgb(23, 113, 58)", "The one expectation held."),
+    ("wifi_query_setting 1 -> 1", "FAIL", "fail", "rgb(179, 33, 29)", "1 of 1 expectation failed."),
+    ("note done", "NO VERDICT", "none", "rgb(85, 96, 110)", "Nothing was expected, so nothing was judged."),
+    ("wifi_query_setting 1 -> 0\nerror {out of fixtures}", "BROKEN", "broken", "rgb(179, 33, 29)",
+     "A session stopped before its end: out of fixtures"),
+]
+
+
+@pytest.mark.parametrize("script, word, kind, colour, reason", VERDICTS, ids=[v[1] for v in VERDICTS])
+def test_the_verdict_has_its_word_colour_and_reason(show, tmp_path, script, word, kind, colour, reason):
+    page = show(write_report(tmp_path, script)[0])
+    assert (texts(page, "h1 .word"), page.title.split(":")[0]) == ([word], word)
+    assert run(page, "return document.body.dataset.verdict") == kind
+    assert run(page, "return getComputedStyle(document.getElementById('verdict')).backgroundColor") == colour
+    assert texts(page, ".reason-of-verdict") == [reason]
+    failed = texts(page, "#failures")[0]
+    assert ("No expectation failed" in failed, "Nothing failed" in failed) == (word == "NO VERDICT", word == "PASS")
+    assert ("out of fixtures" in failed) == (word == "BROKEN")
+
+
+BROKEN_BOARD = """
+phone set check.efuse 5
+conn_test_chipcheck -> 0
+wifi_test_weld -> 1
+note {a solder joint is bad}
+"""
+
+
+def test_the_finding_stands_first(show, tmp_path):
+    page = show(write_report(tmp_path, BROKEN_BOARD)[0])
+    assert run(page, "return document.querySelector('#failures h2').nextElementSibling.textContent") == "a solder joint is bad"
+    unfold(page, "#s0-log")
+    failures = texts(page, ".log .failure .text")
+    assert any("efuse status of wifi fail" in text for text in failures)
+    errors = run(page, "return all('.log .error').map(e => e.querySelector('.from').textContent)")
+    assert "conn_test_chipcheck" in errors  # logs an error with every success
+    assert set(run(page, "return all('.log .failure .from').map(e => e.textContent)")) == {"wifi_test_weld"}
+
+
+SWEEP = """
+wifi_start_testmode -> 1
+set channels {}
+for {set mhz 2412} {$mhz <= 2472} {incr mhz 5} { lappend channels $mhz }
+for {set mhz 5180} {$mhz <= 5320} {incr mhz 20} { lappend channels $mhz }
+sweep [list channel $channels] {
+  phone set radio.rssi [expr {$channel > 2450 && $channel < 3000 ? -75 : -$channel / 100}]
+  wifi_get_rx_rssi -> 1 rssi -70..-20
+}
+wifi_stop_testmode -> 1
+"""
+
+
+def test_a_sweep_is_grouped_and_drawn(show, tmp_path):
+    page = show(write_report(tmp_path, SWEEP)[0])
+    failures = texts(page, ".failures > li")
+    assert len(failures) == 1 and "5 ×" in failures[0] and "rssi is -75 dBm, limits -70..-20" in failures[0]
+    assert "channel 2452 to channel 2472" in failures[0]
+    until(page, "all('figure .cross').length === 5")
+    assert texts(page, "figure .axis-name") == ["rssi, dBm", "channel, MHz"]
+    heights = run(page, "return all('polyline.limit').map(l => new Set(l.getAttribute('points').split(' ').map(p => p.split(',')[1])).size)")
+    assert heights == [1, 1, 1, 1]  # two limits in each of two bands, level
+    rows = run(page, "return all('table.lines tbody tr').map(r => [...r.cells].slice(2).map(c => c.textContent))")
+    assert rows == [["1", "1", "21 held"], ["-70..-20", "-75..-25 dBm", "5 failed of 21"]]
+    unfold(page, ".failures .each")
+    run(page, "all('.failures .each a')[4].click()")
+    until(page, "document.querySelector(':target')?.textContent.includes('channel 2472')")
+    assert len(texts(page, ".every .steps tbody tr.bad")) == 5
+
+
+def test_a_long_session_opens_quickly_and_prints_briefly(show, tmp_path):
+    script = """set list {}; for {set i 1} {$i <= 6000} {incr i} { lappend list $i }
+sweep [list round $list] { wifi_query_setting 1 -> 0; wifi_query_setting 2 -> [expr {$round % 1000 ? 0 : 7}] }
+for {set i 1} {$i <= 60000} {incr i} { note "line $i" }"""
+    path, _ = write_report(tmp_path, script, chips="vq2050")
+    assert path.stat().st_size < 5_000_000
+    page = show(path)
+    assert page.title.startswith("FAIL")
+    assert run(page, "return performance.getEntriesByType('navigation')[0].loadEventEnd") < 10_000  # 0.5 s on an idle machine
+    assert run(page, "return document.getElementsByTagName('*').length") < 3000
+    assert "6 ×" in texts(page, ".failures > li")[0]
+    assert sheets(page) <= 12
+    search(page, "steps", "round 5999")
+    assert texts(page, ".count") == ["2 of 72000 found"]
+    search(page, "steps", "line 59999")
+    assert texts(page, ".note .step") == ["line 59999"]
+    run(page, "all('.failures a')[0].click()")
+    until(page, "document.querySelector(':target')?.textContent.includes('round 1000')")

@@ -7,7 +7,7 @@ import re
 import pytest
 
 from support.console import station
-from support.page_sample import HOSTILE, SCRIPT, write_report
+from support.page_sample import HOSTILE, SCRIPT, unpack, write_report
 
 
 class Page(html.parser.HTMLParser):
@@ -35,7 +35,7 @@ def page(tmp_path_factory):
 
 
 def events(page):
-    return [json.loads(line) for line in page.raw["events"].strip().split("\n")]
+    return unpack(page.raw["events"])
 
 
 def test_it_refers_to_nothing_outside_itself(page):
@@ -62,22 +62,42 @@ def test_it_holds_the_events_of_the_json_output(page, tmp_path):
     script.write_text(SCRIPT, encoding="utf-8")
     lines = station("--json", "--chip", "vq2070", "run", script).stdout.split("\n")
     wanted = [json.loads(line) for line in lines if line]
-    own = [e for e in events(page) if e["type"] not in ("report", "phone", "order", "nv_state")]
-    key = ("type", "function", "result", "expectations", "what", "held", "text", "driver", "pauses_us", "passed")
+    own = [e for e in events(page) if e["type"] not in ("report", "phone", "point", "nv_state")]
+    for event in own:
+        if event["type"] == "call":
+            event["at_us"], event["phone_us"] = event["own"]
+            event["pauses_us"] = [p["us"] for p in event["pauses"]]
+            event["driver"] = [{**d, "at_us": d["at_us"] + event["at_us"]} for d in event["driver"]]
+    key = ("type", "function", "result", "expectations", "what", "held", "text", "driver", "pauses_us", "at_us", "phone_us", "passed")
     assert [{k: e.get(k) for k in key} for e in own] == [{k: e.get(k) for k in key} for e in wanted]
 
 
 def test_pauses_and_commands_stand_in_the_order_they_happened(page):
-    for call, order in zip(*[[e for e in events(page) if e["type"] == t] for t in ("call", "order")]):
-        assert order["order"].count("d") == sum(d["attempts"] for d in call["driver"]) == len(call["records"])
-        assert [p["us"] for p in order["pauses"]] == call["pauses_us"]
+    calls = [e for e in events(page) if e["type"] == "call"]
+    for call in calls:
+        assert call["order"].count("d") == sum(d["attempts"] for d in call["driver"])
+        assert call["order"].count("p") == len(call["pauses"])
+
+
+def test_equal_calls_take_no_room(tmp_path):
+    def size(times):
+        path, _ = write_report(tmp_path, f"for {{set i 0}} {{$i < {times}}} {{incr i}} {{ wifi_get_rx_rssi }}")
+        return path.stat().st_size
+
+    assert (size(2000) - size(1000)) / 1000 < 30
+
+
+def test_each_call_at_a_point_has_it(tmp_path):
+    path, _ = write_report(tmp_path, "sweep {power {1 2}} { wifi_set_power $power -> 1; wifi_set_mode 4 -> 1 }; wifi_set_mode 1 -> 1")
+    calls = [e for e in events(Page(path.read_text(encoding="utf-8"))) if e["type"] == "call"]
+    assert [e.get("point") for e in calls] == ["power 1", "power 1", "power 2", "power 2", None]
 
 
 @pytest.mark.parametrize("script, status", [("wifi_set_power nonsense", 2), ("error {out of fixtures}", 2), ("note done", 3)])
 def test_a_session_that_stops_has_its_page_too(tmp_path, script, status):
     path, run = write_report(tmp_path, script)
     last = events(Page(path.read_text(encoding="utf-8")))[-1]
-    assert (run.returncode, last) == (status, {"type": "summary", "sessions": 1, "verdict": "BROKEN" if status == 2 else "NO VERDICT", "passed": False})
+    assert (run.returncode, last) == (status, {"own": [], "type": "summary", "sessions": 1, "verdict": "BROKEN" if status == 2 else "NO VERDICT", "passed": False})
 
 
 def test_a_file_that_cannot_be_written_is_named(tmp_path):

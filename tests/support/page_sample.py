@@ -1,5 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """A report with a bit of everything: failures, refused commands, waits, calibration, and text that looks like markup."""
+import json
+
 from support.console import station
 
 HOSTILE = "</script><script>document.title='broken in'</script><img src=x onerror=alert(1)>&amp;\u2028<b>bold</b>"
@@ -38,3 +40,21 @@ def write_report(directory, script=SCRIPT, chips="vq2070", more=()):
     page = directory / "report.html"
     run = station("--quiet", "--chip", chips, "--report", page, "run", *paths)
     return page, run
+
+
+def unpack(text):
+    """The events of a page's data, each with its point in a sweep and the numbers of its own as `own`."""
+    values, events, point = [], [], {}
+    for entry in json.loads(text):
+        if isinstance(entry, list):
+            event = {**values[entry[0]], "own": entry[1:]}
+            if event["type"] == "point":
+                point = {"point": event["point"]} if event["point"] else {}
+            events.append(event | point)
+        elif not isinstance(entry, dict):
+            values.append(entry)
+        elif "list" in entry:
+            values.append([values[i] for i in entry["list"]])
+        else:
+            values.append(dict(zip(values[entry["keys"]], [values[i] for i in entry["values"]])))
+    return events

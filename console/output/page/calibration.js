@@ -23,26 +23,31 @@ const oneChainNumbers = ["", "pa2gccka0", "pa2ga0", "pa2g40a0", "pa5ga0", "pa5gl
 
 function driverValues(session) {
   const names = session.chip === "vq2040a" ? oneChainNumbers : twoChainNumbers, values = new Map();
-  for (const d of session.calls.flatMap(c => c.driver))
-    if (d.name === "cal_parameter" && d.answer !== "" && !values.has(names[d.sent])) values.set(names[d.sent], d.answer);
+  for (const {data} of session.calls)
+    for (const d of data.driver)
+      if (d.name === "cal_parameter" && d.answer !== "" && !values.has(names[d.sent])) values.set(names[d.sent], d.answer);
   return values;
 }
 
-/** The parameters of a text item, or the groups of a block, each with its item. */
-function parametersOf(state) {
-  const all = new Map();
-  const put = (item, name, value) => all.set(`${item.number} ${item.name} ${name}`, {item, name, value});
-  for (const item of state.items) {
-    if (item.name === "WINVRAM" && item.text.startsWith("0x")) {
-      const bytes = bytesOf(item.text);
-      for (const [name, first, last] of blockGroups) put(item, name, bytes.slice(2 * first, 2 * last + 2).join(","));
-    } else if (item.text.startsWith("0x")) put(item, "bytes", item.text);
-    else for (const entry of item.text.split(";")) {
-      const equals = entry.indexOf("=");
-      if (entry !== "") put(item, equals < 0 ? "text" : entry.slice(0, equals), entry.slice(equals + 1));
-    }
+/** The parameters of a text item, or the groups of a block. */
+const parametersOfItem = memo(item => {
+  if (item.name === "WINVRAM" && item.text.startsWith("0x")) {
+    const bytes = bytesOf(item.text);
+    return blockGroups.map(([name, first, last]) => ({item, name, value: bytes.slice(2 * first, 2 * last + 2).join(",")}));
   }
-  return all;
+  if (item.text.startsWith("0x")) return [{item, name: "bytes", value: item.text}];
+  return item.text.split(";").filter(Boolean).map(entry => {
+    const equals = entry.indexOf("=");
+    return {item, name: equals < 0 ? "text" : entry.slice(0, equals), value: entry.slice(equals + 1)};
+  });
+});
+
+function parametersOf(state) {
+  return new Map(state.items.flatMap(parametersOfItem).map(p => [`${p.item.number} ${p.item.name} ${p.name}`, p]));
+}
+
+function parameterCount(state) {
+  return state.items.reduce((n, item) => n + parametersOfItem(item).length, 0);
 }
 
 function familyOf(name) {
@@ -58,49 +63,29 @@ function numbersOf(family, parameter) {
 
 /* ---- Plots ------------------------------------------------------------------------------------------------------- */
 
-const plotLeft = 54, curveSteps = 1024;
-
-function scale(from, to, low, high) {
-  return v => low + (v - from) / (to - from) * (high - low);
-}
-
-function rangeOf(values, least) {
-  const low = Math.min(...values), high = Math.max(...values), room = Math.max((high - low) * 0.08, least);
-  return [low - room, high + room];
-}
-
-function valueAxis(range, y, width, wanted) {
-  return ticks(...range, wanted).map(v => svg("g", {class: "grid"},
-    svg("line", {x1: plotLeft, x2: width, y1: y(v), y2: y(v)}),
-    svg("text", {x: plotLeft - 6, y: y(v) + 4, "text-anchor": "end"}, String(v).replace("-", "−"))));
-}
+const mostPower = 24;  // dBm
 
 function curveAt([a, b, c], x) {
   return c + b * x / 1024 + a * x * x / 65536;
 }
 
-function line(points, kind) {
-  return svg("polyline", {class: kind, points: points.map(p => p.map(n => n.toFixed(1)).join(",")).join(" ")});
+/** The change from one curve to the other, below them. */
+function drawChange(changed, xs, x, width) {
+  const reach = rangeOf([...changed, 0], 0.5), y = scale(...reach, 206, 156);
+  return [valueAxis(reach, y, width, 3, "change"), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: y(0), y2: y(0)}),
+    line(xs.map((v, i) => [x(v), y(changed[i])]), "change")];
 }
 
-/** The curve at both moments, and below it the difference. */
 function drawCurve({before, after}, width) {
-  const xs = Array.from({length: 33}, (_, i) => i * curveSteps / 32);
-  const x = scale(0, curveSteps, plotLeft, width - 8);
+  const xs = Array.from({length: 33}, (_, i) => i * mostPower / 32), x = scale(0, mostPower, plotLeft, width - 8);
   const lines = [["before", before], ["after", after]].filter(([, c]) => c);
-  const range = rangeOf(lines.flatMap(([, c]) => xs.map(v => curveAt(c, v))), 1), y = scale(...range, 128, 6);
-  const parts = [valueAxis(range, y, width, 3), lines.map(([kind, c]) => line(xs.map(v => [x(v), y(curveAt(c, v))]), kind))];
-  const changed = before && after && xs.map(v => curveAt(after, v) - curveAt(before, v));
-  if (changed) {
-    const reach = rangeOf([...changed, 0], 0.5), z = scale(...reach, 196, 146);
-    parts.push(valueAxis(reach, z, width, 3), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: z(0), y2: z(0)}),
-      line(xs.map((v, i) => [x(v), z(changed[i])]), "change"),
-      svg("text", {class: "inside", x: width - 4, y: 208, "text-anchor": "end"}, "after − before"));
-  }
-  const bottom = changed ? 212 : 132;
-  parts.push([0, 512, 1024].map(v => svg("text", {x: x(v), y: bottom + 14, "text-anchor": ["start", "middle", "end"][v / 512]},
-    v === 512 ? "x = 512" : v)));
-  return svg("svg", {viewBox: `0 0 ${width} ${bottom + 18}`, width, height: bottom + 18, "aria-hidden": "true"}, parts);
+  const range = rangeOf(lines.flatMap(([, c]) => xs.map(v => curveAt(c, v))), 0.5), y = scale(...range, 138, 6);
+  const changed = before && after && xs.map(v => curveAt(after, v) - curveAt(before, v)), bottom = changed ? 212 : 142;
+  return svg("svg", {viewBox: `0 0 ${width} ${bottom + 34}`, width, height: bottom + 34, "aria-hidden": "true"},
+    valueAxis(range, y, width, 3, "detector, counts"), lines.map(([kind, c]) => line(xs.map(v => [x(v), y(curveAt(c, v))]), kind)),
+    changed && drawChange(changed, xs, x, width),
+    [0, 6, 12, 18, 24].map(v => svg("text", {x: x(v), y: bottom + 14, "text-anchor": v === mostPower ? "end" : "middle"}, String(v))),
+    axisName("power, dBm", (plotLeft + width) / 2, bottom + 30));
 }
 
 function drawOffsets({before, after, family}, width) {
@@ -109,35 +94,33 @@ function drawOffsets({before, after, family}, width) {
   const bar = (values, kind, shift) => values?.map((v, i) => svg("rect", {class: `bar ${kind}`,
     x: plotLeft + slot * (i + shift), width: Math.min(slot * 0.36, 40), y: Math.min(y(v), y(0)) - (v === 0 ? 1 : 0),
     height: Math.max(Math.abs(y(v) - y(0)), 2)}));
-  return svg("svg", {viewBox: `0 0 ${width} 186`, width, height: 186, "aria-hidden": "true"},
-    valueAxis(range, y, width, 4), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: y(0), y2: y(0)}),
+  return svg("svg", {viewBox: `0 0 ${width} 188`, width, height: 188, "aria-hidden": "true"},
+    valueAxis(range, y, width, 4, "offset, 0.1 dB"), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: y(0), y2: y(0)}),
     bar(before, "before", 0.1), bar(after, "after", 0.5),
     family.labels.map((l, i) => svg("text", {x: plotLeft + slot * (i + 0.48), y: 166, "text-anchor": "middle"}, l)),
-    svg("text", {x: width - 2, y: 182, "text-anchor": "end"}, family.of));
+    axisName(family.of === "MHz" ? "channel, MHz" : "channel", (plotLeft + width) / 2, 184));
 }
 
 function drawBlock({before, after}, width) {
-  const top = width < 600 ? 118 : 74, slope = width < 600 ? -90 : -30, low = top + 152, height = low + 24;
+  const top = width < 600 ? 118 : 74, slope = width < 600 ? -90 : -30, low = top + 152, height = low + 38;
   const x = scale(-0.5, 44.5, plotLeft, width - (width < 600 ? 4 : 70)), y = scale(0, 255, low, top);
   const points = (codes, kind) => codes?.map((v, i) => svg("circle", {class: `dot ${kind}`, cx: x(i), cy: y(v), r: kind === "after" ? 3 : 4}));
   const groups = blockGroups.map(([name, first, last], i) => [
     svg("rect", {class: i % 2 ? "stripe" : "stripe odd", x: x(first - 0.5), width: x(last + 0.5) - x(first - 0.5), y: top, height: 152}),
     svg("text", {transform: `translate(${x((first + last) / 2) + 4} ${top - 6}) rotate(${slope})`}, name)]);
   return svg("svg", {viewBox: `0 0 ${width} ${height}`, width, height, "aria-hidden": "true"}, groups,
-    valueAxis([0, 255], y, width, 4), points(before, "before"), points(after, "after"),
-    [0, 10, 20, 30, 40].map(v => svg("text", {x: x(v), y: low + 16, "text-anchor": "middle"}, v === 20 ? "pair 20" : v)));
-}
-
-function figure(title, words, changed, draw, wide) {
-  const host = el("div", {class: "plot"});
-  drawing(host, draw).small = !wide;
-  return el("figure", {class: `${wide ? "wide" : ""} ${changed ? "changed" : ""}`},
-    el("figcaption", {}, el("b", {}, title), el("span", {class: "words"}, words)), host);
+    valueAxis([0, 255], y, width, 4, "code"), points(before, "before"), points(after, "after"),
+    [0, 10, 20, 30, 40].map(v => svg("text", {x: x(v), y: low + 16, "text-anchor": "middle"}, String(v))),
+    axisName("pair", (plotLeft + width) / 2, low + 32));
 }
 
 function arrow(before, after) {
-  const text = v => v === null || v === undefined || v === "" ? "none" : String(v).replaceAll("-", "−");
+  const text = v => v === null || v === undefined || v === "" ? "none" : String(v);
   return text(before) === text(after) ? text(after) : `${text(before)} → ${text(after)}`;
+}
+
+function changedClass(changed) {
+  return changed ? {class: "changed"} : {};
 }
 
 function curveFigures(name, family, before, after) {
@@ -146,7 +129,7 @@ function curveFigures(name, family, before, after) {
     const [b, a] = [of(before), of(after)];
     const words = ["a", "b", "c"].map((letter, k) => `${letter} ${arrow(b?.[k], a?.[k])}`).join(", ");
     const changed = String(b) !== String(a);
-    return {changed, node: figure([name, part].filter(Boolean).join(", "), words, changed, w => drawCurve({before: b, after: a}, w))};
+    return {changed, node: figure([name, part].filter(Boolean).join(", "), words, changedClass(changed), w => drawCurve({before: b, after: a}, w), true)};
   });
 }
 
@@ -154,7 +137,7 @@ function offsetFigure(name, family, before, after) {
   const changes = family.labels.map((l, i) => [l, before?.[i] ?? 0, after?.[i] ?? 0]).filter(([, b, a]) => b !== a);
   const words = changes.length === 0 ? "offsets, unchanged"
     : `offsets: ${changes.map(([l, b, a]) => `${family.of === "MHz" ? `${l} MHz` : `channel ${l}`}: ${arrow(b, a)}`).join("; ")}`;
-  return [{changed: changes.length > 0, node: figure(name, words, changes.length > 0, w => drawOffsets({before, after, family}, w))}];
+  return [{changed: changes.length > 0, node: figure(name, words, changedClass(changes.length > 0), w => drawOffsets({before, after, family}, w), true)}];
 }
 
 function blockFigures(before, after) {
@@ -166,20 +149,20 @@ function blockFigures(before, after) {
   if (!b && !a) return [];
   const changed = Array.from({length: 45}, (_, i) => i).filter(i => b?.[i] !== a?.[i]).length;
   return [{changed: changed > 0, node: figure("WINVRAM, second byte of each pair", changed ? `${changed} of 45 codes changed` : "unchanged",
-    changed > 0, w => drawBlock({before: b, after: a}, w), true)}];
+    {class: changed > 0 ? "wide changed" : "wide"}, w => drawBlock({before: b, after: a}, w), false)}];
 }
 
 function figuresOf(before, after, driver) {
   const [old, now] = [parametersOf(before), parametersOf(after)];
-  const list = blockFigures(before, after);
+  const list = [blockFigures(before, after)];
   for (const key of new Set([...old.keys(), ...now.keys()])) {
     const name = (now.get(key) ?? old.get(key)).name, family = familyOf(name);
     if (!family) continue;
     const start = old.get(key) ?? (driver.has(name) && {value: driver.get(name)});
     const [b, a] = [numbersOf(family, start), numbersOf(family, now.get(key))];
-    if (b || a) list.push(...(family.kind === "curve" ? curveFigures : offsetFigure)(name, family, b, a));
+    if (b || a) list.push((family.kind === "curve" ? curveFigures : offsetFigure)(name, family, b, a));
   }
-  return [...list.filter(f => f.changed), ...list.filter(f => !f.changed)].map(f => f.node);
+  return list.flat().sort((p, q) => q.changed - p.changed).map(f => f.node);
 }
 
 /* ---- Numbers ----------------------------------------------------------------------------------------------------- */
@@ -194,7 +177,7 @@ function changedParameters(before, after) {
 }
 
 function valueText(value) {
-  return value === null ? "none" : value === "" ? "empty" : value.replaceAll(",", ", ").replaceAll("-", "−");
+  return value === null ? "none" : value === "" ? "empty" : value;
 }
 
 function nvTable(before, after) {
@@ -207,13 +190,15 @@ function nvTable(before, after) {
   }));
 }
 
+function changesAt(session, i) {
+  const changes = changedParameters(session.nv[i - 1], session.nv[i]).filter(r => r.before !== r.after);
+  return el("li", {}, momentText(session, i), el("ul", {}, changes.map(r => el("li", {}, el("code", {}, r.name), " ", arrow(r.before, r.after)))));
+}
+
 function historyList(session) {
-  const steps = session.nv.slice(1).map((state, i) => {
-    const changes = changedParameters(session.nv[i], state).filter(r => r.before !== r.after);
-    return el("li", {}, momentText(session, i + 1), el("ul", {}, changes.map(r =>
-      el("li", {}, el("code", {}, r.name), " ", arrow(r.before, r.after)))));
-  });
-  return steps.length ? [el("h3", {}, "Every change, in order"), el("ol", {class: "history"}, steps)] : [];
+  if (session.nv.length < 2) return [];
+  const moments = session.nv.slice(1).map((_, i) => i + 1);
+  return [el("h3", {}, "Every change, in order"), new LongList(el("ol", {class: "history"}), moments, i => changesAt(session, i)).nodes];
 }
 
 function momentText(session, i) {
@@ -221,15 +206,15 @@ function momentText(session, i) {
   const {call} = session.nv[i];
   const last = i === session.nv.length - 1 ? " (as at the end)" : "";
   if (!call) return `set by the script${last}`;
-  const wrote = call.nv.some(n => n.write);
-  return `${wrote ? "after" : "set by the script after"} call ${call.number}, ${callText(call)}${last}`;
+  const wrote = call.data.nv.some(n => n.write);
+  return `${wrote ? "after" : "set by the script after"} call ${call.number}, ${callText(call.data)}${last}`;
 }
 
 /** Start and end. If the store is empty at the end, the moment with the most data; if at the start, the first with any. */
 function momentsToCompare(session) {
-  const sizes = session.nv.map(state => parametersOf(state).size), last = sizes.length - 1;
+  const sizes = session.nv.map(parameterCount), last = sizes.length - 1;
   if (sizes[last] > 0) return [0, last];
-  return [sizes[0] > 0 ? 0 : sizes.findIndex(n => n > 0), sizes.lastIndexOf(Math.max(...sizes))];
+  return [sizes[0] > 0 ? 0 : sizes.findIndex(n => n > 0), sizes.lastIndexOf(highest(sizes))];
 }
 
 function momentHint(session, [before, after]) {
@@ -239,9 +224,17 @@ function momentHint(session, [before, after]) {
   return `NV was empty ${empty} of the session; compared are moments within it.`;
 }
 
+const mostChoices = 500;
+
+/** The moments by name or, if they are many, by number. */
+function momentChoice(session, chosen, onchange) {
+  if (session.nv.length > mostChoices) return el("input", {type: "number", min: 0, max: session.nv.length - 1, value: chosen, onchange});
+  return el("select", {onchange}, session.nv.map((_, i) => el("option", {value: i, selected: i === chosen}, momentText(session, i))));
+}
+
 function calibrationSection(session) {
   if (!session.phone.virtual) return el("p", {class: "hint"}, "The NV store of a phone that is there cannot be looked at from outside.");
-  if (session.nv.every(state => parametersOf(state).size === 0))
+  if (session.nv.every(state => parameterCount(state) === 0))
     return el("p", {class: "hint"}, "The NV store held nothing, from start to end.");
   const host = el("div"), chosen = momentsToCompare(session), driver = driverValues(session);
   const show = () => {
@@ -253,10 +246,10 @@ function calibrationSection(session) {
       figures.length ? el("div", {class: "figures"}, figures) : el("p", {class: "hint"}, "No calibration is stored at these moments."),
       el("h3", {}, "NV contents, decoded"), nvTable(before, after));
   };
-  const choice = (which, label) => el("label", {}, label, " ", el("select", {onchange: e => { chosen[which] = Number(e.target.value); show(); }},
-    session.nv.map((_, i) => el("option", {value: i, selected: i === chosen[which]}, momentText(session, i)))));
+  const choose = which => e => { chosen[which] = Number(e.target.value); show(); };
+  const choice = (which, label) => el("label", {}, label, " ", momentChoice(session, chosen[which], choose(which)));
   show();
   return [el("p", {class: "hint"}, momentHint(session, chosen), session.chip === "vq2040" ? ""
-    : " A curve is a·x² + 64·b·x + 65536·c, drawn divided by 65536. Where NV has no value before, the curve is the driver's own."),
+    : " A curve is the detector's reading C(x) = (a x² + 64 b x + 65536 c) / 65536 at a power of x dBm. Where NV has no value before, the curve is the driver's own."),
     el("div", {class: "controls"}, choice(0, "before"), choice(1, "after")), host, historyList(session)];
 }

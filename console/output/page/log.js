@@ -1,63 +1,94 @@
 // SPDX-License-Identifier: Apache-2.0
-// The log with filters by priority, text and failure. Printing ignores the filters.
+// The log with filters by priority, text and failure.
 
 const priorities = [["V", "verbose", 2], ["D", "debug", 3], ["I", "info", 4], ["W", "warn", 5], ["E", "error", 6], ["F", "fatal", 7]];
+const errorPriority = 6;
 
 function priorityOf(number) {
   return priorities.find(([, , n]) => n === number) ?? ["?", "other", number];
 }
 
-function logLines(session) {
-  const failed = new Set(session.failures.map(f => f.item.call));
-  return session.calls.flatMap(call => call.log.map((l, i) => {
-    const [letter, name] = priorityOf(l.priority), text = el("span", {class: "text"}, l.text);
-    const node = el("li", {class: name, id: i === 0 ? `s${session.index}-log-${call.number}` : null},
-      el("span", {class: "priority", title: name}, letter),
-      el("a", {href: `#${call.id}`, class: "from", title: `${callText(call)}, at ${duration(call.at_us)}`}, call.function),
-      el("span", {class: "logtag"}, l.tag), text);
-    return {node, text, line: l, name, failed: failed.has(call), sought: `${call.function} ${l.tag} ${l.text}`.toLowerCase()};
-  }));
+function logCount(session) {
+  return session.calls.reduce((n, c) => n + c.data.log.length, 0);
 }
 
-function highlight(line, words) {
-  const text = line.line.text, at = words === "" ? -1 : text.toLowerCase().indexOf(words);
-  if (at < 0) line.text.textContent = text;
-  else line.text.replaceChildren(text.slice(0, at), el("mark", {}, text.slice(at, at + words.length)), text.slice(at + words.length));
+/** Appends the text with the sought words marked. */
+function highlighted(text, words) {
+  const at = words === "" ? -1 : text.toLowerCase().indexOf(words);
+  return at < 0 ? text : [text.slice(0, at), el("mark", {}, text.slice(at, at + words.length)), text.slice(at + words.length)];
+}
+
+/** Many lines are logged with normal meaning at error priority; only those that explain a failure look like one. */
+function logRow(session, call, number, words) {
+  const logged = call.data.log[number], [letter, name] = priorityOf(logged.priority);
+  return el("li", {class: isFailureLine(session, call, logged) ? `${name} failure` : name, id: number === 0 ? call.id.replace("-i", "-log-i") : null},
+    el("span", {class: "priority", title: name}, letter),
+    el("a", {href: `#${call.id}`, class: "from", title: `${callText(call.data)}, at ${duration(call.at_us)}`}, call.data.function),
+    el("span", {class: "logtag"}, logged.tag), el("span", {class: "text"}, highlighted(logged.text, words)));
+}
+
+const soughtInLine = memo(logged => `${logged.tag} ${logged.text}`.toLowerCase());
+
+/** The lines that the filters leave, each as its call and its number in the call. */
+function linesToShow(session, {off, failedOnly, words}) {
+  const found = [];
+  for (const call of session.calls) {
+    if (failedOnly && !call.said) continue;
+    const all = call.data.function.toLowerCase().includes(words);
+    call.data.log.forEach((logged, number) => {
+      if (!off.has(logged.priority) && (all || soughtInLine(logged).includes(words))) found.push({call, number});
+    });
+  }
+  return found;
+}
+
+/** Marks the calls that a failure is about, which can be an expectation after the call. */
+function markFailedCalls(session) {
+  for (const {item} of session.failures) if (item.call) item.call.said = true;
+}
+
+function countsByPriority(session) {
+  const counts = new Map();
+  for (const call of session.calls) for (const {priority} of call.data.log) counts.set(priority, (counts.get(priority) ?? 0) + 1);
+  return [...counts].sort(([a], [b]) => a - b);
+}
+
+function priorityBoxes(session, off, show) {
+  return countsByPriority(session).map(([priority, n]) => checkbox(`${priorityOf(priority)[1]} (${n})`, true, event => {
+    if (event.target.checked) off.delete(priority);
+    else off.add(priority);
+    show();
+  }));
 }
 
 function logSection(session) {
-  const lines = logLines(session);
-  if (lines.length === 0) return el("p", {class: "hint"}, "Nothing was logged.");
-  const off = new Set(), count = el("output", {class: "count", "aria-live": "polite"});
-  let words = "", failedOnly = false;
-  const filter = () => {
-    let shown = 0;
-    for (const line of lines) {
-      const seen = !off.has(line.name) && (!failedOnly || line.failed) && line.sought.includes(words);
-      line.node.classList.toggle("filtered", !seen);
-      highlight(line, words);
-      shown += seen;
+  const total = logCount(session), filter = {off: new Set(), failedOnly: false, words: ""};
+  if (total === 0) return el("p", {class: "hint"}, "Nothing was logged.");
+  const count = el("output", {class: "count log-count", "aria-live": "polite"}), host = el("div");
+  let lines, list;
+  const show = () => {
+    lines = linesToShow(session, filter);
+    list = new LongList(el("ol", {class: "log"}), lines, l => logRow(session, l.call, l.number, filter.words));
+    host.replaceChildren(...list.nodes);
+    count.textContent = `${lines.length} of ${total} lines`;
+  };
+  const boxes = priorityBoxes(session, filter.off, show);
+  const failedBox = checkbox("of failed calls only", false, e => { filter.failedOnly = e.target.checked; show(); });
+  const search = searchBox("Search the log", words => { filter.words = words; show(); });
+  markFailedCalls(session);
+  show();
+  session.revealLog = call => {
+    const line = () => lines.findIndex(l => l.call === call && l.number === 0);
+    if (line() < 0) {
+      Object.assign(filter, {failedOnly: false, words: ""});
+      filter.off.clear();
+      search.value = "";
+      failedBox.firstChild.checked = false;
+      for (const box of boxes) box.firstChild.checked = true;
+      show();
     }
-    count.textContent = `${shown} of ${lines.length} lines`;
+    list.show(line());
   };
-  const present = priorities.filter(([, name]) => lines.some(l => l.name === name));
-  const boxes = present.map(([, name]) => checkbox(`${name} (${lines.filter(l => l.name === name).length})`, true, event => {
-    if (event.target.checked) off.delete(name);
-    else off.add(name);
-    filter();
-  }));
-  const search = el("input", {type: "search", placeholder: "Search the log", "aria-label": "Search the log",
-    oninput: event => { words = event.target.value.trim().toLowerCase(); filter(); }});
-  filter();
-  session.showLog = () => {
-    off.clear();
-    words = search.value = "";
-    failedOnly = false;
-    for (const box of controls.querySelectorAll("input[type=checkbox]")) box.checked = !box.closest(".only-failed");
-    filter();
-  };
-  const failedBox = el("span", {class: "only-failed"}, checkbox("of failed calls only", false, e => { failedOnly = e.target.checked; filter(); }));
-  const controls = el("div", {class: "controls"}, el("fieldset", {class: "priorities"}, el("legend", {class: "unseen"}, "Priorities"), boxes),
-    failedBox, search, count);
-  return [controls, el("ol", {class: "log"}, lines.map(l => l.node))];
+  return [el("div", {class: "controls"}, el("fieldset", {class: "priorities"}, el("legend", {class: "unseen"}, "Priorities"), boxes),
+    failedBox, search, count), host];
 }

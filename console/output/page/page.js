@@ -8,16 +8,18 @@ function total(count) {
   return report.sessions.reduce((sum, s) => sum + count(s), 0);
 }
 
-function plural(n, word) {
-  return `${n} ${word}${n === 1 ? "" : "s"}`;
+/** The message that a session stopped with. */
+function stopReason() {
+  const stop = report.sessions.flatMap(s => s.failures).find(f => f.error);
+  return stop ? `A session stopped before its end: ${stop.error}` : "A session stopped before its end.";
 }
 
 function verdictSentence(verdict, failed, judged) {
   if (verdict === "cut") return "The session came to no end; this is what happened until then.";
   if (verdict === "none") return "Nothing was expected, so nothing was judged.";
-  if (verdict === "broken") return "A session stopped before its end.";
-  if (failed > 0) return `${failed} of ${plural(judged, "expectation")} failed`;
-  return judged > 0 ? `${judged === 1 ? "The one expectation" : `All ${judged} expectations`} held` : "The call succeeded.";
+  if (verdict === "broken") return stopReason();
+  if (failed > 0) return `${failed} of ${plural(judged, "expectation")} failed.`;
+  return judged > 0 ? `${judged === 1 ? "The one expectation" : `All ${judged} expectations`} held.` : "The call succeeded.";
 }
 
 function showVerdict() {
@@ -27,47 +29,10 @@ function showVerdict() {
   document.title = `${verdictWords[verdict]}: ${name}${one ? ` on ${one.chip}` : ""}`;
   document.body.dataset.verdict = verdict;
   document.getElementById("verdict").append(
-    el("h1", {}, el("span", {class: "word"}, verdictWords[verdict]), " ", el("span", {class: "what"}, name)),
-    el("p", {}, verdictSentence(verdict, failed, judged), `. ${plural(total(s => s.calls.length), "call")}, ${duration(total(s => s.end?.phone_us ?? 0))} on the phone's clock.`),
+    el("h1", {}, el("span", {class: "word"}, verdictWords[verdict]), " ", el("span", {class: "what"}, name, one ? ` on ${one.chip}` : "")),
+    el("p", {class: "reason-of-verdict"}, verdictSentence(verdict, failed, judged)),
+    el("p", {}, `${plural(total(s => s.calls.length), "call")}, ${duration(total(s => s.end?.phone_us ?? 0))} on the phone's clock.`),
     el("p", {class: "made"}, report.made));
-}
-
-/* ---- What failed ------------------------------------------------------------------------------------------------- */
-
-/** The errors that the library logged in a call or, without errors, all its log lines. */
-function reasons(call) {
-  const lines = call?.log ?? [], errors = lines.filter(l => l.priority >= 6);
-  return (errors.length ? errors : lines).slice(-3).map(l => el("code", {class: "reason"}, l.text));
-}
-
-function failureText({item, expectation: e, error}) {
-  if (error) return [el("b", {}, "The session stopped: "), error];
-  const unit = item.units?.[e.what];
-  return [item.call ? el("code", {class: "call"}, callText(item.call)) : "", " ", el("b", {}, e.what), " is ",
-    el("code", {class: "bad"}, e.got === "" ? "nothing" : withUnit(e.got, unit)),
-    e.what === "result" && item.meaning ? ` (${item.meaning})` : "", ", limits ", el("code", {}, limitsText(e))];
-}
-
-function failureCard(session, failure, i) {
-  const many = report.sessions.length > 1, call = failure.item.call;
-  const told = call && session.failures[i - 1]?.item.call === call;  // a call's failures share one reason
-  return el("li", {}, el("p", {}, failureText(failure)), told ? "" : [reasons(call), causeLines(call)],
-    el("p", {class: "where"}, many ? `${session.chip}, ` : "", place(failure.item), " ", el("a", {href: `#${failure.item.id}`, class: "tolog"}, "Show the step")));
-}
-
-/** Failures of one line with one cause, as the console counted them: only where some cause occurred more than once. */
-function failureGroups(session) {
-  const groups = session.end?.failures ?? [];
-  if (!groups.some(g => g.count > 1)) return null;
-  const points = g => g.first === "" ? "" : g.count > 1 ? `, at ${g.first} to ${g.last}` : `, at ${g.first}`;
-  return el("ul", {class: "groups"}, groups.map(g => el("li", {}, el("b", {}, `${g.count} × `), g.what, el("span", {class: "where"}, ` ${g.where}${points(g)}`))));
-}
-
-function failuresSection() {
-  const cards = report.sessions.flatMap(s => s.failures.map((f, i) => failureCard(s, f, i)));
-  const words = reportVerdict(report) === "pass" ? "Nothing failed." : "No expectation failed.";
-  return el("section", {id: "failures", class: `card ${cards.length ? "has-failures" : ""}`, "aria-labelledby": "failures-title"},
-    el("h2", {id: "failures-title"}, "What failed"), report.sessions.map(failureGroups).filter(Boolean), cards.length ? el("ol", {class: "failures"}, cards) : el("p", {}, words));
 }
 
 /* ---- Sessions ---------------------------------------------------------------------------------------------------- */
@@ -77,7 +42,7 @@ function sessionsSection() {
   const rows = report.sessions.map(s => {
     const verdict = sessionVerdict(s);
     return {class: verdict === "pass" ? "" : "bad", cells: [mark({pass: "ok", fail: "bad", none: "plain", broken: "bad", cut: "bad"}[verdict]),
-      el("a", {href: `#s${s.index}`}, s.name || "call"), s.chip, String(s.calls.length), `${s.judged}`,
+      el("a", {href: `#s${s.index}`}, s.name || "call"), s.chip, String(s.calls.length), String(s.judged),
       String(s.failures.length), duration(s.end?.phone_us ?? 0)]};
   });
   return el("section", {id: "sessions-all", class: "card", "aria-labelledby": "sessions-title"}, el("h2", {id: "sessions-title"}, "Sessions"),
@@ -96,20 +61,35 @@ function unitSection(session) {
       definitions(keys.map(([k, v]) => [k, v === "" ? "–" : v]), {class: "keys"}))];
 }
 
-const sections = [["unit", "Unit", unitSection], ["steps", "Steps", stepsSection], ["time", "Time", timeSection],
-  ["nv", "Calibration", calibrationSection], ["log", "Log", logSection]];
+const openCalls = 5000;
 
-function buildView(session) {
-  const id = `s${session.index}`, many = report.sessions.length > 1;
-  return el("div", {class: "view", id}, many && el("p", {class: "session-name"}, `${session.name || "call"} on ${session.chip}`),
-    sections.map(([name, title, fill]) => el("section", {class: "card", "aria-labelledby": `${id}-${name}-title`, id: `${id}-${name}`},
-      el("h2", {id: `${id}-${name}-title`}, title), fill(session))));
+/** What each section's title adds, whether it starts open, and what fills it. */
+const sections = [
+  {name: "unit", title: "Unit", about: () => "", open: () => true, fill: unitSection},
+  {name: "steps", title: "Steps", about: s => plural(s.calls.length, "call"), open: () => true, fill: stepsSection},
+  {name: "time", title: "Time", about: s => duration(s.end?.phone_us ?? 0),
+    open: s => report.sessions.length === 1 && s.calls.length <= openCalls && s.end?.phone_us > 0, fill: timeSection},
+  {name: "nv", title: "Calibration", about: s => s.nv.length > 1 ? plural(s.nv.length - 1, "change") : "",
+    open: s => report.sessions.length === 1 && s.nv.length > 1 && s.calls.length <= openCalls, fill: calibrationSection},
+  {name: "log", title: "Log", about: s => plural(logCount(s), "line"), open: () => false, fill: logSection},
+];
+
+function sectionOf(session, {name, title, about, open, fill}) {
+  const id = `s${session.index}-${name}`;
+  return fold({class: "card", id}, [el("h2", {}, title), " ", el("span", {class: "tally"}, about(session))], open(session), () => fill(session));
 }
 
-/** Draws a session when it is first shown: a sweep over all chips has a hundred thousand lines. */
+function buildView(session) {
+  return el("div", {class: "view", id: `s${session.index}`},
+    report.sessions.length > 1 && el("p", {class: "session-name"}, `${session.name || "call"} on ${session.chip}: ${verdictWords[sessionVerdict(session)]}`),
+    sections.map(section => sectionOf(session, section)));
+}
+
+/** Builds a session when it is first shown or printed. */
 function view(index) {
   if (!views[index]) {
     views[index] = buildView(report.sessions[index]);
+    views[index].classList.add("closed");
     const next = views.slice(index + 1).find(Boolean) ?? null;
     document.getElementById("main").insertBefore(views[index], next);
   }
@@ -121,28 +101,37 @@ function showSession(index) {
   for (const other of views) other?.classList.toggle("closed", other !== shown);
   const link = (name, text) => el("a", {href: `#${name}`}, text);
   document.getElementById("sections").replaceChildren(el("ul", {}, [link("failures", "Failed"),
-    report.sessions.length > 1 && link("sessions-all", "Sessions"), sections.map(([name, title]) => link(`s${index}-${name}`, title))]
+    report.sessions.length > 1 && link("sessions-all", "Sessions"), sections.map(({name, title}) => link(`s${index}-${name}`, title))]
     .flat().filter(Boolean).map(a => el("li", {}, a))));
 }
 
-/** Follows a link into a session that is not shown yet, or to a line that a filter hides. */
+/** Creates what a link leads to: "s0-log", "s0-i12" (an item), "s0-log-i12" (its log). */
+function reveal(session, section, number) {
+  const item = session.items[number], name = section ?? (item && "steps");
+  if (name) unfold(document.getElementById(`s${session.index}-${name}`));
+  if (item && name === "log") session.revealLog?.(item);
+  else if (item) session.revealStep(item);
+}
+
+/** Follows a link into what is not shown yet: another session, a closed block, a line that a filter hides. */
 function follow() {
-  const id = location.hash.slice(1), index = /^s(\d+)(-|$)/.exec(id)?.[1];
-  if (index === undefined || !report.sessions[index]) return;
+  const id = location.hash.slice(1), [, index, section, number] = /^s(\d+)(?:-([a-z]{2,}))?(?:-i(\d+))?$/.exec(id) ?? [];
+  const session = report.sessions[index];
+  if (!session) return;
   showSession(Number(index));
+  reveal(session, section, number);
   const target = document.getElementById(id);
-  if (target?.closest(".filtered")) report.sessions[index].showLog();
-  target?.closest(".failed-only")?.classList.remove("failed-only");
-  target?.scrollIntoView({block: target.matches("section, .view") ? "start" : "center"});
+  if (target && !target.matches(":target")) location.replace(`#${id}`);  // it was created just now
+  target?.scrollIntoView({block: target.matches("details, .view") ? "start" : "center"});
 }
 
 /* ---- Printing ---------------------------------------------------------------------------------------------------- */
 
 const paperWidth = 680, paperFigureWidth = 320;
 
+/** Prints all sessions, of each what is open. */
 function toPaper() {
   report.sessions.forEach((s, i) => { view(i); s.wholeAxis?.(); });
-  for (const d of document.querySelectorAll("details")) d.open = true;
   for (const d of drawings) d.redraw(d.small ? paperFigureWidth : paperWidth);
 }
 
@@ -152,10 +141,13 @@ function fromPaper() {
 
 showVerdict();
 const first = Math.max(report.sessions.findIndex(s => sessionVerdict(s) !== "pass"), 0);
-document.getElementById("main").append(...[failuresSection(), sessionsSection()].filter(Boolean));
+appendAll(document.getElementById("main"), [failuresSection(), sessionsSection()]);
 if (report.sessions.length > 0) showSession(first);
 document.getElementById("footer").append(el("p", {}, "Written by orva-station. This page is one file and loads nothing."));
 addEventListener("hashchange", follow);
+addEventListener("click", e => {  // the same link again is no change
+  if (e.target.closest("a")?.hash === location.hash && location.hash) follow();
+});
 addEventListener("beforeprint", toPaper);
 addEventListener("afterprint", fromPaper);
 if (location.hash) follow();

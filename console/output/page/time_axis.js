@@ -15,11 +15,13 @@ function commandText(d) {
 }
 
 function partSpans(session) {
-  const spans = session.parts.filter(p => p.items.some(i => i.kind === "call")).map(p => {
-    const calls = p.items.filter(i => i.kind === "call");
-    return {label: p.title || "before the first step", from: calls[0].at_us, to: calls.at(-1).at_us + calls.at(-1).phone_us};
-  });
-  spans.forEach((span, i) => { if (i + 1 < spans.length) span.to = spans[i + 1].from; });
+  const spans = [];
+  for (const part of session.parts) {
+    const first = part.items.find(i => i.kind === "call"), last = part.items.findLast(i => i.kind === "call");
+    if (!first) continue;
+    if (spans.length > 0) spans.at(-1).to = first.at_us;
+    spans.push({label: () => part.title || "before the first step", from: first.at_us, to: last.at_us + last.phone_us});
+  }
   return spans;
 }
 
@@ -27,48 +29,56 @@ function partSpans(session) {
 function waitSpans(session) {
   const spans = [];
   let since = 0;
+  const wait = (from, to) => { if (to > from) spans.push({label: () => `wait ${duration(to - from)}`, from, to}); };
   for (const c of session.calls) {
-    if (c.at_us > since) spans.push({label: `wait ${duration(c.at_us - since)}`, from: since, to: c.at_us});
+    wait(since, c.at_us);
     since = Math.max(since, c.at_us + c.phone_us);
   }
-  const end = session.end?.phone_us ?? since;
-  if (end > since) spans.push({label: `wait ${duration(end - since)}`, from: since, to: end});
+  wait(since, session.end?.phone_us ?? since);
   return spans;
 }
 
+/** What the calls did, as marks. Their labels are made when they are drawn: there can be a million. */
+function contactMarks(session, contacts, mark) {
+  const marks = [];
+  for (const call of session.calls) for (const what of contacts(call.data)) marks.push(mark(call, what));
+  return marks;
+}
+
 function timeMarks(session) {
-  const all = list => session.calls.flatMap(list);
   return {
     step: partSpans(session),
-    call: session.calls.map(c => ({label: callText(c), from: c.at_us, to: c.at_us + c.phone_us})),
-    driver: all(c => c.driver.map(d => ({label: `${d.id} ${commandText(d)}`, from: d.at_us, to: d.at_us, bad: !d.taken}))),
-    shell: all(c => c.shell.map(s => ({label: s.command, from: s.at_us, to: s.at_us, bad: s.status !== 0}))),
-    pause: all(c => c.pauses.map(p => ({label: `pause ${duration(p.us)} in ${c.function}`, text: duration(p.us), from: p.at_us, to: p.at_us + p.us}))),
+    call: session.calls.map(c => ({label: () => callText(c.data), from: c.at_us, to: c.at_us + c.phone_us})),
+    driver: contactMarks(session, c => c.driver, (c, d) =>
+      ({label: () => `${d.id} ${commandText(d)}`, from: c.at_us + d.at_us, to: c.at_us + d.at_us, bad: !d.taken})),
+    shell: contactMarks(session, c => c.shell, (c, s) => ({label: () => s.command, from: c.at_us + s.at_us, to: c.at_us + s.at_us, bad: s.status !== 0})),
+    pause: contactMarks(session, c => c.pauses, (c, p) =>
+      ({label: () => `pause ${duration(p.us)} in ${c.data.function}`, text: () => duration(p.us), from: c.at_us + p.at_us, to: c.at_us + p.at_us + p.us})),
     wait: waitSpans(session),
   };
 }
 
-/** Merges overlapping marks into one with their number. */
-function gather(marks, x) {
+/** Merges marks into groups as long as `joins` says that the next one belongs to the group. */
+function gather(marks, x, joins) {
   const groups = [];
   for (const m of marks) {
-    const last = groups.at(-1);
-    if (last && x(m.from) - last.end < 9) {
+    const last = groups.at(-1), start = x(m.from), end = x(m.to);
+    if (last && joins(last, start, end)) {
       last.marks.push(m);
-      last.end = x(m.from);
-    } else groups.push({start: x(m.from), end: x(m.from), marks: [m]});
+      last.end = Math.max(last.end, end);
+    } else groups.push({start, end, marks: [m]});
   }
   return groups;
 }
 
 function listed(marks) {
-  const lines = marks.slice(0, 12).map(m => `${duration(m.from)}  ${m.label}`);
+  const lines = marks.slice(0, 12).map(m => `${duration(m.from)}  ${m.label()}`);
   if (marks.length > 12) lines.push(`and ${marks.length - 12} more`);
   return lines.join("\n");
 }
 
 function drawPoints(marks, kind, x, y) {
-  return gather(marks, x).map(g => {
+  return gather(marks, x, (group, start) => start - group.end < 9).map(g => {
     const bad = g.marks.some(m => m.bad), many = g.marks.length, middle = (g.start + g.end) / 2;
     const width = Math.max(g.end - g.start + 12, many > 1 ? 10 + 7 * String(many).length : 10);
     return svg("g", {class: `point ${kind} ${bad ? "bad" : ""}`},
@@ -78,15 +88,20 @@ function drawPoints(marks, kind, x, y) {
   });
 }
 
+function spanText(marks, kind, width) {
+  if (marks.length > 1) return "";
+  const text = (marks[0].text ?? marks[0].label)(), room = Math.floor((width - 8) / 6.4);
+  return text.length <= room ? text : room > 4 && kind !== "pause" ? `${text.slice(0, room - 1)}…` : "";
+}
+
 function drawSpans(spans, kind, x, y, view) {
-  return spans.filter(s => s.to >= view.from && s.from <= view.to).map((s, i) => {
-    const left = Math.max(x(s.from), x(view.from)), right = Math.min(x(s.to), x(view.to)), width = Math.max(right - left, 2);
-    const text = s.text ?? s.label, room = Math.floor((width - 8) / 6.4);
-    const shown = text.length <= room ? text : room > 4 && kind !== "pause" ? `${text.slice(0, room - 1)}…` : "";
+  const within = us => x(Math.min(Math.max(us, view.from), view.to));
+  return gather(spans, within, (group, start, end) => end - group.start < 3).map((g, i) => {
+    const width = Math.max(g.end - g.start, 2), shown = spanText(g.marks, kind, width);
     return svg("g", {class: `span ${kind} ${i % 2 ? "odd" : "even"}`},
-      svg("title", {}, listed([s])),
-      svg("rect", {x: left, y: y + 5, width, height: 20, rx: Math.min(3, width / 2)}),
-      shown && svg("text", {x: left + width / 2, y: y + 19, "text-anchor": "middle"}, shown));
+      svg("title", {}, listed(g.marks)),
+      svg("rect", {x: g.start, y: y + 5, width, height: 20, rx: Math.min(3, width / 2)}),
+      shown && svg("text", {x: g.start + width / 2, y: y + 19, "text-anchor": "middle"}, shown));
   });
 }
 
@@ -106,7 +121,7 @@ function drawAxis(marks, view, width) {
     svg("line", {class: "lane", x1: 0, x2: width, y1: (i + 1) * laneHeight, y2: (i + 1) * laneHeight}),
     svg("text", {class: "lane-name", x: 0, y: i * laneHeight + 19}, laneTitles[name]),
     name === "driver" || name === "shell" ? drawPoints(seen(marks[name]), name, x, i * laneHeight)
-      : drawSpans(marks[name], name, x, i * laneHeight, view)];
+      : drawSpans(seen(marks[name]), name, x, i * laneHeight, view)];
   return svg("svg", {class: "axis", viewBox: `0 0 ${width} ${bottom + 24}`, width, height: bottom + 24, role: "img",
     "aria-label": `Time axis from ${duration(view.from)} to ${duration(view.to)}: ${seen(marks.driver).length} driver commands, ${seen(marks.pause).length} required pauses. The steps list them in words.`},
     drawGrid(view, x, left, width, bottom), lanes.map(lane));
@@ -127,11 +142,11 @@ function axisControls(marks, whole, show) {
   const steps = el("select", {"aria-label": "Part of the session to show", onchange: () => {
     const step = marks.step[steps.value];
     show(() => step ? {from: step.from, to: Math.max(step.to, step.from + 1000)} : whole);
-  }}, el("option", {value: ""}, "whole session"), marks.step.map((s, i) => el("option", {value: i}, s.label)));
+  }}, el("option", {value: ""}, "whole session"), marks.step.slice(0, mostChoices).map((s, i) => el("option", {value: i}, s.label())));
   const move = (shift, zoom) => () => show(view => moved(view, whole, shift, zoom));
   return el("div", {class: "controls", role: "group", "aria-label": "Time axis"}, steps,
     button("Earlier", "◀", move(-0.5, 1)), button("Later", "▶", move(0.5, 1)),
-    button("Closer", "+", move(0, 0.5)), button("Farther", "−", move(0, 2)));
+    button("Closer", "+", move(0, 0.5)), button("Farther", "-", move(0, 2)));
 }
 
 function timeShares(session) {
@@ -141,16 +156,19 @@ function timeShares(session) {
     ["driver", "driver", time.driver_us], ["shell", "shell", time.shell_us], ["own", "library", time.library_us]];
   const present = shares.filter(([, , us]) => us > 0);
   let at = 0;
-  const bars = present.map(([kind, , us]) => svg("rect", {class: kind, x: (at += us) - us, y: 0, width: us, height: 10}));
+  const bars = present.map(([kind, , us]) => {
+    const width = 1000 * us / total;
+    return svg("rect", {class: kind, x: (at += width) - width, y: 0, width, height: 10});
+  });
   const percent = us => `${(100 * us / total).toFixed(us > 0 && us * 100 < total ? 1 : 0)} %`;
   return el("div", {class: "shares"},
-    svg("svg", {viewBox: `0 0 ${total} 10`, preserveAspectRatio: "none", "aria-hidden": "true"}, bars),
+    svg("svg", {viewBox: "0 0 1000 10", preserveAspectRatio: "none", "aria-hidden": "true"}, bars),
     el("ul", {}, shares.map(([kind, name, us]) => el("li", {}, el("span", {class: `swatch ${kind}`}), ` ${name} `,
       el("b", {}, duration(us)), ` ${percent(us)}`))));
 }
 
 function timeSection(session) {
-  const end = session.end?.phone_us ?? Math.max(0, ...session.calls.map(c => c.at_us + c.phone_us));
+  const end = session.end?.phone_us ?? session.calls.reduce((last, c) => Math.max(last, c.at_us + c.phone_us), 0);
   const marks = timeMarks(session), whole = {from: 0, to: Math.max(end, 1000)};
   const host = el("div", {class: "plot", tabindex: "0", role: "group", "aria-label": "Time axis; arrow keys move, plus and minus zoom"});
   let view = whole;
