@@ -1,16 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
 # RF test on every chip: test mode, settings, transmit, receive, every query, and back.
 # The table has what differs between chips.
-# power sent, rate sent, commands of test mode, has a chain, reports that it transmits, memory test time, switches
+# power sent, rate sent, commands of test mode, reports that it transmits, memory test time, switches
 # antennas, strength of the test signal in dBm on a good unit in this fixture
 set facts {
-  vq2040  {power 1  rate 65 testmode {11=0 23=99}             chain 0 flag 0 memory 255 antenna 1 rssi -60..-45}
-  vq2050  {power 15 rate 65 testmode {36=1 11=0 23=99 33=11}  chain 1 flag 1 memory 10  antenna 1 rssi -60..-45}
-  vq2040a {power 15 rate 65 testmode {31=1 11=0 23=99}        chain 0 flag 0 memory 10  antenna 0 rssi -60..-45}
-  vq2070  {power 15 rate 65 testmode {36=1 11=0 23=99 33=11}  chain 1 flag 1 memory 10  antenna 1 rssi -60..-45}
+  vq2040  {power 1  rate 65 testmode {11=0 23=99}             flag 0 memory 255 antenna 1 rssi -60..-45}
+  vq2050  {power 15 rate 65 testmode {36=1 11=0 23=99 33=11}  flag 1 memory 10  antenna 1 rssi -60..-45}
+  vq2040a {power 15 rate 65 testmode {31=1 11=0 23=99}        flag 0 memory 10  antenna 0 rssi -60..-45}
+  vq2070  {power 15 rate 65 testmode {36=1 11=0 23=99 33=11}  flag 1 memory 10  antenna 1 rssi -60..-45}
 }
 set my [dict get $facts [chip]]
-set chain [expr {[dict get $my chain] ? "mimo_chain=1" : ""}]
+set chain [expr {[has driver mimo_chain] ? "mimo_chain=1" : ""}]
 
 step "Before anything is set"
 foreach item {3 4 5 7 11} { wifi_query_setting $item -> -1 }
@@ -43,7 +43,7 @@ if {[dict get $my antenna]} {
   expect log "unknow ioctl cmd"
 }
 if {[has wifi_setmimo_channel]} {
-  wifi_setmimo_channel 1 -> [dict get $my chain]
+  wifi_setmimo_channel 1 -> [has driver mimo_chain]
   wifi_setmimo_channel 3 -> 0
 }
 

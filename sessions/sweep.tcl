@@ -17,8 +17,8 @@ wifi_start_testmode -> 1
 wifi_set_mode 4 -> 1
 wifi_set_rate 6500 -> 1
 wifi_set_power 155 -> 1
-# A chip with one chain may have the function and refuse every chain: either is right.
-if {[has wifi_setmimo_channel]} { ignore wifi_setmimo_channel 1 }
+# A chip with one chain may have the function, but refuses every chain.
+if {[has wifi_setmimo_channel]} { wifi_setmimo_channel 1 -> [has driver mimo_chain] }
 
 sweep [list bandwidth {0 1 2 3} channel $channels] {
   wifi_set_band $bandwidth -> 1

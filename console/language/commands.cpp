@@ -196,7 +196,21 @@ std::string run_chip(script_context &in, words_t words) {
   return in.current().chip_name();
 }
 
+bool has_command(unsigned chip, const std::string &name) {
+  std::vector<std::string> known;
+  for (unsigned any = 0; any < chip_count; ++any)
+    for (auto &command : command_names(any)) known.push_back(command);
+  if (std::ranges::find(known, name) == known.end())
+    throw usage_error{
+        fmt::format("has driver: no chip has a driver command \"{}\".{}", name, did_you_mean(name, known))};
+  return std::ranges::count(command_names(chip), name) > 0;
+}
+
 std::string run_has(script_context &in, words_t words) {
+  if (words.size() == 2) {
+    if (words[0] != "driver") throw usage_error{"has: give a function, or driver and a driver command."};
+    return has_command(in.current().chip(), words[1]) ? "1" : "0";
+  }
   auto *f = find_function(words[0]);
   if (!f)
     throw usage_error{
@@ -340,9 +354,11 @@ const command table[] = {
      0,
      1,
      run_chip},
-    {{"has", "has FUNCTION", "1 if the fitted chip has the function, else 0.", "has wifi_setmimo_channel"},
+    {{"has", "has FUNCTION | driver COMMAND",
+      "1 if the fitted chip has the function, or the driver command, else 0.",
+      "if {[has driver mimo_chain]} { wifi_setmimo_channel 1 -> 1 }"},
      1,
-     1,
+     2,
      run_has},
     {{"output", "output NAME", "An output of the last call, as a value.", "set rssi [output rssi]"},
      1,

@@ -244,6 +244,8 @@ def test_a_failed_expectation_is_recorded_and_the_session_goes_on(session):
         ("wifi_set_band 0\nfault ioctl 0", "counts from 1"),
         ("wifi_set_band 0\nwait soon", "seconds"),
         ("wifi_set_band 0\nchip vq9", "vq2070"),
+        ("wifi_set_band 0\nhas driver mimo_chian", "Did you mean mimo_chain"),
+        ("wifi_set_band 0\nhas shell ls", "driver"),
         ("wifi_set_band 0\nexpr {1 +}", "missing operand"),
     ],
 )
@@ -383,6 +385,18 @@ def test_help_and_its_example(name, session):
 def test_shipped_sessions_pass_on_a_good_phone(name, chip):
     status, reported = lines("--chip", chip, "run", ROOT / f"sessions/{name}.tcl")
     assert status == 0, [line for line in reported if not line.get("held", True)]
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+def test_the_sweep_judges_the_chain(chip):
+    reported = lines("--chip", chip, "run", ROOT / "sessions/sweep.tcl")[1]
+    made = [step for step in calls(reported) if step["function"] == "wifi_setmimo_channel"]
+    assert [len(step["expectations"]) for step in made] == [1] * len(made)
+
+
+@pytest.mark.parametrize("text, value", [("has driver mimo_chain", "1"), ("has driver bss_expire_age", "1"), ("has driver cal_block_push", "0")])
+def test_a_session_asks_for_a_driver_command(session, text, value):
+    assert session(f"limits has [{text}] {value}\n", "--chip", "vq2050")[0] == 0
 
 
 DOCUMENTED = re.findall(r"^```tcl\n(.*?)^```", (ROOT / "docs/sessions.md").read_text(), re.M | re.S)
