@@ -31,7 +31,6 @@
 #include <new>
 #include <sys/syscall.h>
 #include <system_error>
-#include <tcl.h>
 #include <tuple>
 #include <unistd.h>
 
@@ -41,12 +40,14 @@ namespace {
 using reporters = std::vector<std::shared_ptr<reporter>>;
 
 reporters make_reporters(const command_line &line) {
-  bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
+  bool capable = is_capable_terminal(STDOUT_FILENO);
+  bool log_between = line.with.log_priority != 0 && isatty(STDERR_FILENO);  // would end up in the bar's line
+  text_style style = {.how_much = line.how_much, .colour = capable, .progress_bar = capable && !log_between};
   reporters all;
   if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
   if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
   if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
-  all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour));
+  all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, style));
   return all;
 }
 
@@ -347,7 +348,7 @@ int guarded_run(int count, char **arguments) {
 }  // namespace console
 
 int main(int count, char **arguments) {
-  Tcl_FindExecutable(arguments[0]);
+  console::interpreter::initialize(arguments[0]);
   setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader of a pipe gets each line at once
   if (!console::had_standard_output) return console::output_failed(EBADF);
   console::keep_alive_on_failed_writes();

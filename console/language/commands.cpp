@@ -349,7 +349,7 @@ const command table[] = {
      2,
      3,
      run_progress},
-    {{"chip", "chip ?NAME?", "The fitted chip. With a name, fits that chip and resets the test state.",
+    {{"chip", "chip ?CHIP?", "The fitted chip. With an argument, fits that chip and resets the test state.",
       "if {[chip] eq \"vq2070\"} { wifi_ru_set 0 -> 1 }"},
      0,
      1,
@@ -360,7 +360,7 @@ const command table[] = {
      1,
      2,
      run_has},
-    {{"output", "output NAME", "An output of the last call, as a value.", "set rssi [output rssi]"},
+    {{"output", "output OUTPUT", "An output of the last call, as a value.", "set rssi [output rssi]"},
      1,
      1,
      run_output},
@@ -400,7 +400,7 @@ const command table[] = {
      1,
      2,
      run_nv_command},
-    {{"help", "help ?FUNCTION?", "Explains a function or command.", "help wifi_set_power"}, 0, 1, run_help},
+    {{"help", "help ?COMMAND?", "Explains a function or command.", "help wifi_set_power"}, 0, 1, run_help},
     {{"functions", "functions", "All functions, by subject.", "functions"}, 0, 0, run_list},
 };
 

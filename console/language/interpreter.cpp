@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -17,6 +18,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <langinfo.h>
 #include <stdexcept>
 #include <tcl.h>
 #include <utility>
@@ -182,6 +184,13 @@ interpreter::interpreter(session &s)
 
 interpreter::~interpreter() {
   if (!tcl_is_broken) Tcl_DeleteInterp(tcl);
+}
+
+void interpreter::initialize(const char *program) {
+  Tcl_FindExecutable(program);
+  setlocale(LC_CTYPE, "");
+  if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") setlocale(LC_CTYPE, "C.UTF-8");
+  Tcl_SetSystemEncoding(nullptr, "utf-8");
 }
 
 void interpreter::finalize() {

@@ -29,6 +29,8 @@ public:
   void tear_down();
   /** Ends the command that runs. Safe to call from a signal handler. */
   static void interrupt();
+  /** At the program's start. Texts, files' names and the terminal are UTF-8, whatever the locale. */
+  static void initialize(const char *program);
   /** At the program's end. */
   static void finalize();
   /** Is the text a whole command, with every brace and quote closed? */

@@ -12,7 +12,12 @@ namespace console {
 
 enum class detail { quiet, brief, full };
 
-std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour);
+struct text_style {
+  detail how_much = detail::full;
+  bool colour = false;
+  bool progress_bar = false; /**< moves the cursor */
+};
+std::shared_ptr<reporter> make_text_reporter(FILE *to, const text_style &style);
 std::shared_ptr<reporter> make_json_reporter(FILE *to);
 /** Throws usage_error if the file cannot be written. */
 std::shared_ptr<reporter> make_junit_reporter(const std::string &path);

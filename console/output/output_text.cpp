@@ -39,8 +39,10 @@ std::vector<std::string> nv_texts(const observed &seen) {
 
 class text_reporter : public reporter {
 public:
-  text_reporter(FILE *to, detail how_much, bool with_colour)
-      : out(to), level(how_much), colour(with_colour) {}
+  text_reporter(FILE *to, const text_style &look) : out(to), style(look) {}
+  ~text_reporter() override { clear_bar(); }
+  text_reporter(const text_reporter &) = delete;
+  text_reporter &operator=(const text_reporter &) = delete;
 
   void begin(const session_info &info) override {
     session_heading.clear();
@@ -49,33 +51,34 @@ public:
     if (!info.name.empty())
       session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
                                                 info.real_clock ? "real" : "virtual"));
-    if (level != detail::quiet) head();
+    if (style.how_much != detail::quiet) head();
   }
 
   void title(const std::string &text) override {
     step_heading = text;
-    if (level != detail::quiet) head();
+    if (style.how_much != detail::quiet) head();
   }
 
   void note(const std::string &text) override {
-    if (level == detail::quiet && !something_failed) return;
+    if (style.how_much == detail::quiet && !something_failed) return;
     head();
-    print("{}\n", fold("        " + text, 8));
+    auto lines = split(trim_end(text), '\n');
+    print("{}\n", fold(fmt::format("        {}", fmt::join(lines, "\n        ")), 8));
   }
 
   void call(const call_step &step) override {
-    if (level == detail::quiet && step.held()) return;
+    if (style.how_much == detail::quiet && step.held()) return;
     head();
     something_failed |= !step.held();
     print("{}  {}\n", status(step), call_line(step));
     for (auto &e : step.expectations)
       if (!e.held) failure(e, step.where);
     if (!step.held()) reasons(step);
-    if (level == detail::full) details(step);
+    if (style.how_much == detail::full) details(step);
   }
 
   void expect(const expectation &e, const place &where) override {
-    if (level == detail::quiet && e.held) return;
+    if (style.how_much == detail::quiet && e.held) return;
     head();
     something_failed |= !e.held;
     if (e.held)
@@ -91,20 +94,23 @@ public:
     print("{}\n", fold(fmt::format("{}  {}: {}", paint(RED, "STOP"), where.text(), text), 8));
   }
 
+  void make_room() override { clear_bar(); }
+
   void progress(size_t done, size_t total, const std::string &text) override {
-    if (!terminal || total == 0) return;
+    if (!style.progress_bar || total == 0) return;
     constexpr size_t bar = 30;
     auto full = std::min(bar, done * bar / total);
     clear_bar();
     auto line = fmt::format("[{:#<{}}{:.<{}}] {}/{} {}", "", full, "", bar - full, done, total, text);
-    fmt::print(out, "{}", line.substr(0, width - 1));
+    fmt::print(out, "{}", cut_to_columns(line, width - 1));
     fflush(out);
-    bar_shown = done < total;
-    if (!bar_shown) fmt::print(out, "\r\033[K");
+    bar_shown = true;
+    if (done == total) clear_bar();
   }
 
   /** Repeated failures once more, each with its count: a sweep gives many lines with one cause. */
   void end(const session_summary &s) override {
+    clear_bar();
     bool repeated = std::ranges::any_of(s.failures, [](auto &group) { return group.count > 1; });
     if (!repeated) return;
     step_heading = "Failures by cause";
@@ -128,7 +134,7 @@ public:
     for (auto &s : all)
       print("{}\n", row(s.info.chip, s.info.name, name, s.calls, s.held, s.failed, duration(s.phone_us),
                         painted_verdict(s)));
-    if (level == detail::full) ledger(all, name);
+    if (style.how_much == detail::full) ledger(all, name);
   }
 
 private:
@@ -152,7 +158,7 @@ private:
   }
 
   void clear_bar() {
-    if (bar_shown) fmt::print(out, "\r\033[K");
+    if (bar_shown) fputs("\r\033[K", out), fflush(out);
     bar_shown = false;
   }
 
@@ -191,7 +197,7 @@ private:
   }
 
   std::string paint(const char *code, const std::string &text) const {
-    return colour ? fmt::format("\033[{}m{}\033[0m", code, text) : text;
+    return style.colour ? fmt::format("\033[{}m{}\033[0m", code, text) : text;
   }
   std::string mark(bool held) const { return held ? paint(GREEN, "  ok") : paint(RED, "FAIL"); }
 
@@ -273,8 +279,7 @@ private:
   }
 
   FILE *out;
-  detail level;
-  bool colour;
+  text_style style;
   size_t width = page_width();
   bool something_failed = false;
   bool terminal = isatty(fileno(out)) != 0;
@@ -291,8 +296,8 @@ std::string call_text(const call_step &step) {
   return text;
 }
 
-std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour) {
-  return std::make_shared<text_reporter>(to, how_much, colour);
+std::shared_ptr<reporter> make_text_reporter(FILE *to, const text_style &style) {
+  return std::make_shared<text_reporter>(to, style);
 }
 
 }  // namespace console

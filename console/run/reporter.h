@@ -94,6 +94,8 @@ public:
   virtual void title(const std::string &) {}
   virtual void note(const std::string &) {}
   virtual void call(const call_step &) {}
+  /** Something else is about to be printed: a progress bar makes room. */
+  virtual void make_room() {}
   virtual void progress(size_t /*done*/, size_t /*total*/, const std::string &) {}
   /** An expectation outside a call. */
   virtual void expect(const expectation &, const place &) {}

@@ -181,6 +181,10 @@ void session::report_progress(size_t done, size_t total, const std::string &text
   tell([&](reporter &r) { r.progress(done, total, text); });
 }
 
+void session::make_room() {
+  tell([](reporter &r) { r.make_room(); });
+}
+
 void session::note(const std::string &text) {
   tell([&](reporter &r) { r.note(text); });
 }
@@ -227,6 +231,7 @@ foresight session::preview(const std::string &what, const std::function<void()> 
 }
 
 void session::ask_before_writing(const std::string &what, const std::function<void()> &act) {
+  make_room();
   if (options.yes || allowed || !confirm_writing(what, [&] { return try_out(act); })) return;
   allowed = !summary.info.name.empty();  // a script is asked about once, the prompt each time
 }

@@ -46,6 +46,8 @@ public:
   void title(const std::string &text);
   void report_progress(size_t done, size_t total, const std::string &text);
   void note(const std::string &text);
+  /** Before something is printed that no reporter knows of. */
+  void make_room();
   void fail(const std::string &text, const place &where);
   void plan_fault(const std::string &what, unsigned nth, unsigned times, int value, const place &where);
   /** Fits another chip and loads the library anew, so that no test state survives. */

@@ -3,13 +3,10 @@
 
 import json
 import os
-import pty
 import re
-import select
 import shutil
 import signal
 import subprocess
-import termios
 import time
 from xml.etree import ElementTree
 
@@ -17,6 +14,7 @@ import jsonschema
 import pytest
 
 from support.console import CARELESS, STATION, STATION_PHONE, station
+from support.terminal import Terminal
 from support.tree import CHIPS, ROOT
 
 
@@ -493,38 +491,6 @@ def test_the_prompt_works_in_a_pipe():
     assert done.returncode == 0 and done.stdout.count("wifi_set_power") >= 2 and "42" in done.stdout
     assert station(stdin="wifi_set_power 1 -> 0\n").returncode == 1
     assert station(stdin="nonsense\nwifi_set_power 1\n").returncode == 2
-
-
-class Terminal:
-    """The console, or a shell, on a terminal."""
-
-    def __init__(self, home, *arguments, columns=80, program=STATION, term="xterm"):
-        self.pid, self.fd = pty.fork()
-        if self.pid == 0:
-            os.chdir(home)
-            os.environ.update(HOME=str(home), TERM=term)
-            os.environ.pop("NO_COLOR", None)
-            termios.tcsetwinsize(1, (24, columns))
-            os.execvp(program, [program, *arguments])
-
-    def rest(self):
-        """The rest of its output, and its exit status."""
-        seen = b""
-        try:
-            while piece := os.read(self.fd, 4096):
-                seen += piece
-        except OSError:
-            pass
-        return seen.decode(errors="replace"), os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
-
-    def type(self, text, until):
-        os.write(self.fd, text.encode())
-        seen, end = "", time.monotonic() + 20
-        while not re.search(until, seen):
-            assert time.monotonic() < end, f"waited for {until!r} after {text!r}, saw {seen!r}"
-            if select.select([self.fd], [], [], 0.2)[0]:
-                seen += os.read(self.fd, 4096).decode(errors="replace")
-        return seen
 
 
 def test_the_prompt_on_a_terminal(tmp_path):
