@@ -42,7 +42,10 @@ using reporters = std::vector<std::shared_ptr<reporter>>;
 reporters make_reporters(const command_line &line) {
   bool capable = is_capable_terminal(STDOUT_FILENO);
   bool log_between = line.with.log_priority != 0 && isatty(STDERR_FILENO);  // would end up in the bar's line
-  text_style style = {.how_much = line.how_much, .colour = capable, .progress_bar = capable && !log_between};
+  text_style style = {.how_much = line.how_much,
+                      .colour = capable,
+                      .progress_bar = capable && !log_between,
+                      .several_chips = line.all_chips};
   reporters all;
   if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
   if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
@@ -98,7 +101,10 @@ session_summary run_session(const command_line &line, const settings &with, cons
   session s(with, path, to);
   s.start();
   interpreter in(s);
-  each.make([&] { in.run_file(path); });
+  if (interrupted)
+    each.make([&] { s.fail(interruption_name() + ": the session was not begun", {path}); });
+  else
+    each.make([&] { in.run_file(path); });
   each.make([&] { in.tear_down(); });
   if (interrupted || each.failed()) each.make([&] { leave_test_mode(s, line); });
   each.make([&] { s.finish(); });
@@ -113,13 +119,14 @@ exit_status run_sessions(const command_line &line) {
   std::vector<session_summary> all;
   interrupt_guard guard(true);
   attempts each;
+  // A signal between two sessions breaks the one after it, so that the reports say that sessions are missing.
+  auto goes_on = [&] { return !each.failed() && !(interrupted && !all.empty() && all.back().broken); };
   for (auto &with : chips_to_test(line))
-    for (size_t i = 1; i < line.words.size() && !interrupted && !each.failed(); ++i)
+    for (size_t i = 1; i < line.words.size() && goes_on(); ++i)
       all.push_back(run_session(line, with, line.words[i], to, each));
-  if (interrupted && !all.empty()) all.back().broken = true;  // the sessions after it were not run
   each.make([&] { all_done(to, all); });
   each.done();
-  return interrupted ? exit_status::misused : status_of(verdict_of(all));
+  return status_of(verdict_of(all));
 }
 
 /** The message for a first word that is unknown, with a guess at what was meant. */
@@ -150,11 +157,12 @@ exit_status run_call(const command_line &line) {
     s.is_single_call();
     s.start();
     s.call(*f, words, {});
+    if (interrupted) s.fail(interruption_name() + ": the run ends with this call", {});
     all.push_back(s.finish());
     if (interrupted) break;
   }
   all_done(to, all);
-  return interrupted ? exit_status::misused : status_of(verdict_of(all));
+  return status_of(verdict_of(all));
 }
 
 exit_status run_nv_command(const command_line &line) {

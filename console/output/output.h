@@ -15,7 +15,8 @@ enum class detail { quiet, brief, full };
 struct text_style {
   detail how_much = detail::full;
   bool colour = false;
-  bool progress_bar = false; /**< moves the cursor */
+  bool progress_bar = false;  /**< moves the cursor */
+  bool several_chips = false; /**< sessions, failures and verdicts name their chip */
 };
 std::shared_ptr<reporter> make_text_reporter(FILE *to, const text_style &style);
 std::shared_ptr<reporter> make_json_reporter(FILE *to);

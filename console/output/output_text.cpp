@@ -48,11 +48,14 @@ public:
     session_heading.clear();
     step_heading.clear();
     something_failed = false;
-    if (!info.name.empty())
-      session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
+    chip = info.chip;
+    if (!info.name.empty() || style.several_chips)
+      session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", name_of(info), info.chip,
                                                 info.real_clock ? "real" : "virtual"));
     if (style.how_much != detail::quiet) head();
   }
+
+  void chip_changed(const session_info &info) override { chip = info.chip; }
 
   void title(const std::string &text) override {
     step_heading = text;
@@ -91,7 +94,7 @@ public:
 
   void error(const std::string &text, const place &where) override {
     head();
-    print("{}\n", fold(fmt::format("{}  {}: {}", paint(RED, "STOP"), where.text(), text), 8));
+    print("{}\n", fold(fmt::format("{}  {}: {}", paint(RED, "STOP"), location(where.text()), text), 8));
   }
 
   void make_room() override { clear_bar(); }
@@ -108,22 +111,16 @@ public:
     if (done == total) clear_bar();
   }
 
-  /** Repeated failures once more, each with its count: a sweep gives many lines with one cause. */
   void end(const session_summary &s) override {
     clear_bar();
-    bool repeated = std::ranges::any_of(s.failures, [](auto &group) { return group.count > 1; });
-    if (!repeated) return;
-    step_heading = "Failures by cause";
+    if (std::ranges::any_of(s.failures, [](auto &group) { return group.count > 1; })) causes(s);
+    if (!style.several_chips || style.how_much == detail::quiet) return;
     head();
-    for (auto &group : s.failures) {
-      auto at = group.file_line.empty() ? "" : fmt::format("  [{}]", group.file_line);
-      print("{}\n", fold(fmt::format("{:>4} x  {}{}", group.count, group.what, paint(DIM, at)), 8));
-      if (!group.first.empty()) print("{}\n", fold(points_text(group), 8));
-    }
+    print("{}  {} on {}\n", painted_verdict(s), name_of(s.info), s.info.chip);
   }
 
   void all_done(const std::vector<session_summary> &all) override {
-    if (all.empty() || all.front().info.name.empty()) return;
+    if (all.empty() || (all.front().info.name.empty() && !style.several_chips)) return;
     size_t name = 8;
     for (auto &s : all) name = std::max(name, s.info.name.size());
     auto row = [&](auto... cells) {
@@ -132,12 +129,32 @@ public:
     print("\n{}\n",
           paint(BOLD, row("chip", "session", name, "calls", "held", "failed", "phone time", "verdict")));
     for (auto &s : all)
-      print("{}\n", row(s.info.chip, s.info.name, name, s.calls, s.held, s.failed, duration(s.phone_us),
+      print("{}\n", row(s.info.chip, name_of(s.info), name, s.calls, s.held, s.failed, duration(s.phone_us),
                         painted_verdict(s)));
     if (style.how_much == detail::full) ledger(all, name);
   }
 
 private:
+  static std::string name_of(const session_info &info) { return info.name.empty() ? "call" : info.name; }
+
+  /** Where something failed: with the chip, if there are several. */
+  std::string location(const std::string &at) const {
+    if (!style.several_chips) return at;
+    return at.empty() ? chip : fmt::format("{}, {}", chip, at);
+  }
+
+  /** Repeated failures once more, each with its count: a sweep gives many lines with one cause. */
+  void causes(const session_summary &s) {
+    step_heading = "Failures by cause";
+    head();
+    for (auto &group : s.failures) {
+      auto place = location(group.file_line);
+      auto at = place.empty() ? "" : fmt::format("  [{}]", place);
+      print("{}\n", fold(fmt::format("{:>4} x  {}{}", group.count, group.what, paint(DIM, at)), 8));
+      if (!group.first.empty()) print("{}\n", fold(points_text(group), 8));
+    }
+  }
+
   static std::string points_text(const failure_group &group) {
     auto text = fmt::format("        at {}", group.first);
     return group.count > 1 ? fmt::format("{} to {}", text, group.last) : text;
@@ -179,7 +196,7 @@ private:
     auto head = fmt::format("{:<8} {:<{}}", "time", "session", name);
     std::vector<std::string> rows;
     bool timed = false;
-    for (auto &s : all) rows.push_back(fmt::format("{:<8} {:<{}}", s.info.chip, s.info.name, name));
+    for (auto &s : all) rows.push_back(fmt::format("{:<8} {:<{}}", s.info.chip, name_of(s.info), name));
     for (auto &c : columns) {
       if (std::ranges::all_of(all, [&](auto &s) { return c.us(s) == 0; })) continue;
       timed = true;
@@ -224,9 +241,9 @@ private:
   }
 
   void failure(const expectation &e, const place &where) {
+    auto at = location(where.text());
     print("        expected {} {}, got {}{}\n", e.what, e.limits.empty() ? "nothing" : e.limits,
-          paint(RED, e.got.empty() ? "nothing" : e.got),
-          where.text().empty() ? "" : paint(DIM, "  [" + where.text() + "]"));
+          paint(RED, e.got.empty() ? "nothing" : e.got), at.empty() ? "" : paint(DIM, "  [" + at + "]"));
   }
 
   /** Why a call failed: the library's log, errors only if there are any, then likely causes. */
@@ -280,6 +297,7 @@ private:
 
   FILE *out;
   text_style style;
+  std::string chip;
   size_t width = page_width();
   bool something_failed = false;
   bool terminal = isatty(fileno(out)) != 0;
