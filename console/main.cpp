@@ -45,6 +45,7 @@ reporters make_reporters(const command_line &line) {
   text_style style = {.how_much = line.how_much,
                       .colour = capable,
                       .progress_bar = capable && !log_between,
+                      .at_prompt = line.words.empty(),
                       .several_chips = line.all_chips};
   reporters all;
   if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
@@ -114,6 +115,8 @@ session_summary run_session(const command_line &line, const settings &with, cons
 exit_status run_sessions(const command_line &line) {
   if (line.words.size() < 2)
     throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
+  if (std::ranges::count(line.words, "-") > 1)
+    throw usage_error{"run: - is given twice, but there is one standard input: give it once."};
   for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
   auto to = make_reporters(line);
   std::vector<session_summary> all;
@@ -191,20 +194,36 @@ exit_status run_preview(const command_line &line) {
   return good ? exit_status::passed : exit_status::failed;
 }
 
+/** A session from the prompt: on a phone as the options describe it, with the chip that is fitted now. */
+std::string run_from_prompt(const command_line &line, session &s, const reporters &to,
+                            const std::string &path, const std::vector<std::string> &words) {
+  auto with = line.with;
+  with.parameters = parse_parameters(words);
+  if (s.chip() < chip_count) with.chip = s.chip(), with.chip_given = true;
+  attempts each;
+  s.give_way([&] { return run_session(line, with, path, to, each); });
+  each.done();
+  return word_of(verdict_of(s.parts().back()));
+}
+
 exit_status run_interactive(const command_line &line) {
   auto to = make_reporters(line);
   session s(line.with, "", to);
   s.start();
   bool understood = false;
   attempts each;
-  each.make([&] { understood = run_prompt(s); });
+  each.make([&] {
+    understood =
+        run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
+  });
   bool ended = interrupted && interrupted != SIGINT;
   if (ended || each.failed()) each.make([&] { leave_test_mode(s, line); });
   each.make([&] { s.finish(); });
-  auto summary = s.so_far();
-  each.make([&] { all_done(to, {summary}); });
+  auto all = s.parts();
+  if (s.is_open()) all.push_back(s.so_far());
+  each.make([&] { all_done(to, all); });
   each.done();
-  return !understood || ended ? exit_status::misused : status_of(verdict_of({summary}));
+  return !understood || ended ? exit_status::misused : status_of(verdict_of(all));
 }
 
 exit_status run_help(const command_line &line) {
@@ -284,7 +303,8 @@ std::vector<used_file> files_of(const command_line &line) {
       {"--phone", line.with.phone_file, false}, {"--library", line.with.library, false}};
   auto &words = line.words;
   if (!words.empty() && (words[0] == "run" || words[0] == "replay" || words[0] == "diff"))
-    for (size_t i = 1; i < words.size(); ++i) all.push_back({words[0], words[i], false});
+    for (size_t i = 1; i < words.size(); ++i)
+      if (words[i] != "-") all.push_back({words[0], words[i], false});
   if (words.size() == 3 && words[0] == "nv")
     all.push_back({"nv " + words[1], words[2], words[1] == "save" || words[1] == "backup"});
   std::erase_if(all, [](auto &file) { return file.path.empty(); });

@@ -16,6 +16,7 @@ struct text_style {
   detail how_much = detail::full;
   bool colour = false;
   bool progress_bar = false;  /**< moves the cursor */
+  bool at_prompt = false;     /**< each session shows its verdict at its end */
   bool several_chips = false; /**< sessions, failures and verdicts name their chip */
 };
 std::shared_ptr<reporter> make_text_reporter(FILE *to, const text_style &style);

@@ -57,6 +57,12 @@ public:
 
   void chip_changed(const session_info &info) override { chip = info.chip; }
 
+  void parameter_taken(const parameter &p) override {
+    if (style.how_much == detail::quiet) return;
+    head();
+    print("        parameter {} = {}{}\n", p.name, p.value, p.given ? "" : " (default)");
+  }
+
   void title(const std::string &text) override {
     step_heading = text;
     if (style.how_much != detail::quiet) head();
@@ -114,9 +120,12 @@ public:
   void end(const session_summary &s) override {
     clear_bar();
     if (std::ranges::any_of(s.failures, [](auto &group) { return group.count > 1; })) causes(s);
-    if (!style.several_chips || style.how_much == detail::quiet) return;
+    bool shown =
+        style.at_prompt ? !s.info.name.empty() : style.several_chips && style.how_much != detail::quiet;
+    if (!shown) return;
     head();
-    print("{}  {} on {}\n", painted_verdict(s), name_of(s.info), s.info.chip);
+    print("{}  {} on {}: {} held, {} failed\n", painted_verdict(s), name_of(s.info), s.info.chip, s.held,
+          s.failed);
   }
 
   void all_done(const std::vector<session_summary> &all) override {

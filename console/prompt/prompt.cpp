@@ -85,18 +85,20 @@ private:
 
 /** Runs a line and prints its value, unless a reporter has shown something. */
 void run_line(interpreter &in, const std::string &line) {
-  auto &summary = in.current().so_far();
-  auto before = summary.calls + summary.held + summary.failed;
+  auto &s = in.current();
+  auto shown = [&] { return s.so_far().calls + s.so_far().held + s.so_far().failed; };
+  auto before = shown(), parts = s.parts().size();
   auto text = in.eval(line);
-  in.current().make_room();
-  if (!text.empty() && before == summary.calls + summary.held + summary.failed)
+  s.make_room();
+  if (!text.empty() && parts == s.parts().size() && before == shown())
     fmt::print("{}\n", fold(text, page_width()));
 }
 
 }  // namespace
 
-bool run_prompt(session &s) {
+bool run_prompt(session &s, const interpreter::session_runner &runner) {
   interpreter in(s);
+  in.allow_files(runner);
   line_source source(s);
   interrupt_guard guard(false);
   bool understood = true;

@@ -6,6 +6,7 @@
 #include "console/phone/causes.h"
 #include "console/phone/observed.h"
 #include "console/run/call.h"
+#include "console/run/parameters.h"
 
 #include <cstdint>
 #include <string>
@@ -91,6 +92,8 @@ public:
   virtual void begin(const session_info &) {}
   /** The session goes on with another chip and a newly loaded library. */
   virtual void chip_changed(const session_info &) {}
+  /** A parameter that the session takes, with its value. */
+  virtual void parameter_taken(const parameter &) {}
   virtual void title(const std::string &) {}
   virtual void note(const std::string &) {}
   virtual void call(const call_step &) {}

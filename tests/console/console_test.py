@@ -84,6 +84,9 @@ def session(tmp_path):
         (["--nv", "a.nv", "--nv", "b.nv", "nv", "list"], ["--nv is given twice", "b.nv"]),
         (["--log", "--log=error", "list"], ["--log is given twice"]),
         (["run"], ["session file"]),
+        (["run", "x.tcl", "--", "power"], ["\"power\"", "NAME=VALUE"]),
+        (["run", "x.tcl", "--", "power=1", "power=2"], ["power", "twice"]),
+        (["run", "-", "-"], ["twice", "standard input"]),
         (["run", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
         (["run", "/"], ["cannot be read", "folder"]),
         (["run", "/dev/null"], ["no command"]),
@@ -395,6 +398,58 @@ def test_the_sweep_judges_the_chain(chip):
 @pytest.mark.parametrize("text, value", [("has driver mimo_chain", "1"), ("has driver bss_expire_age", "1"), ("has driver cal_block_push", "0")])
 def test_a_session_asks_for_a_driver_command(session, text, value):
     assert session(f"limits has [{text}] {value}\n", "--chip", "vq2050")[0] == 0
+
+
+TAKES = "set p [parameter power integer 0..300 155]\nset s [parameter serial text ?*]\nset l [parameter rssi limits * -70..-40]\nif {[chip] eq {}} {}\nwifi_set_power $p -> 1\nlimits l -50 $l\n"
+TAKEN = "The session takes power (an integer in 0..300, default 155), serial (a text in ?*, must be given), rssi (limits, default -70..-40)."
+
+
+def test_parameters_are_given_and_recorded(tmp_path):
+    script, junit, page = tmp_path / "session.tcl", tmp_path / "unit.xml", tmp_path / "unit.html"
+    script.write_text(TAKES)
+    status, reported = lines("--junit", junit, "--report", page, "run", script, "--", "power=0x10", "serial=a=b c")
+    values = [("power", "0x10", True), ("serial", "a=b c", True), ("rssi", "-70..-40", False)]
+    assert status == 0 and calls(reported)[0]["arguments"]["power"] == 16
+    assert [(line["name"], line["value"], line["given"]) for line in reported if line["type"] == "parameter"] == values
+    assert [(one.get("name"), one.get("value")) for one in ElementTree.parse(junit).iter("property")] == [value[:2] for value in values]
+    assert "parameter power = 0x10" in page.read_text() and "parameter rssi = -70..-40 (default)" in station("run", script, "--", "serial=1").stdout
+
+
+@pytest.mark.parametrize("given, message", [
+    (["power=1"], "The parameter serial is missing. " + TAKEN), (["serial=1", "pwer=2"], 'There is no parameter "pwer". Did you mean power? ' + TAKEN),
+    (["serial=1", "power=loud"], 'parameter power: the value is "loud": give an integer in 0..300.'),
+    (["serial=1", "power=301"], 'parameter power: the value is "301"'), (["serial=1", "power=1.5"], "give an integer"),
+    (["serial="], "give a text in ?*"), (["serial=1", "rssi=5..1"], "give limits")])
+def test_wrong_parameters_end_a_session_before_its_first_call(tmp_path, given, message):
+    script = tmp_path / "session.tcl"
+    script.write_text(TAKES)
+    status, reported = lines("run", script, "--", *given)
+    assert status == 2 and calls(reported) == []
+    assert message in [line["text"] for line in reported if line["type"] == "error"][0]
+
+
+@pytest.mark.parametrize("text, message", [
+    ("wifi_set_power 1\nparameter a text *", "before the session's first act"), ("parameter a word *", "integer, number, text or limits"),
+    ("parameter a integer 5..1", "allows nothing"), ("parameter a integer 1..5 9", "the default"), ("parameter {a b} text * x", "no name"),
+    ("parameter a text * x\nparameter a text * x", "already"), ("run x.tcl", "for the prompt"), ("source x.tcl", "no files")])
+def test_a_wrong_declaration_is_named(session, text, message):
+    status, reported = session(text + "\n")
+    assert status == 2 and message in [line["text"] for line in reported if line["type"] == "error"][0]
+
+
+def test_a_session_from_standard_input(tmp_path):
+    done = station("--chip", "all", "run", "-", "--", "power=3", stdin="set p [parameter power integer 0..9]\nwifi_set_power $p -> 1\nlimits a 1 2\n", cwd=tmp_path)
+    assert done.returncode == 1 and done.stdout.count("wifi_set_power 3") == done.stdout.count(", -:3]") == len(CHIPS)
+    assert station("run", "-").returncode == 2
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+def test_shipped_sessions_take_their_limits(chip):
+    status, reported = lines("--chip", chip, "run", ROOT / "sessions/rf.tcl", "--", "power=230", "rssi=-30..-20")
+    failed = [e["what"] for step in calls(reported) for e in step["expectations"] if not e["held"]]
+    assert (status, failed) == (1, ["rssi"])
+    assert lines("--chip", chip, "run", ROOT / "sessions/board_check.tcl", "--", "rssi=-30..-20")[0] == 1
+    assert lines("--chip", chip, "run", ROOT / "sessions/sweep.tcl", "--", "power=90")[0] == 0
 
 
 DOCUMENTED = re.findall(r"^```tcl\n(.*?)^```", (ROOT / "docs/sessions.md").read_text(), re.M | re.S)

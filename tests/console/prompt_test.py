@@ -4,6 +4,8 @@
 import os
 import re
 import subprocess
+import time
+from xml.etree import ElementTree
 
 import pytest
 
@@ -157,3 +159,32 @@ def test_the_log_does_not_run_into_the_bar(tmp_path):
     assert "wifi_set_power" in shown and "#" not in shown
     quiet = subprocess.run([STATION, "--quiet", "run", "long.tcl"], cwd=tmp_path, capture_output=True, text=True, check=True)
     assert "\033" not in quiet.stdout + quiet.stderr
+
+
+def test_run_and_source_at_the_prompt(folder):
+    (folder / "two.tcl").write_text("proc both {p} { wifi_set_power $p -> 1 }\nboth [parameter power integer 0..300 1]\nlimits rssi [phone get radio.rssi] -52\n")
+    here = open_prompt(folder, "--chip", "vq2050", "--junit", "run.xml")
+    assert "PASS  two.tcl on vq2050: 2 held, 0 failed" in plain(here.type("run two.tcl power=7\r", READY))
+    here.type("phone set radio.rssi -80\r", READY)
+    seen = here.type("source two.tcl\r", READY)
+    assert "expected rssi -52, got -80" in plain(seen)
+    assert "both" in here.type("info procs b*\r", READY)
+    assert plain(here.type("chip vq2070; foreach p {1 2} { run two.tcl power=$p }\r", READY)).count("PASS  two.tcl on vq2070") == 2
+    assert "nowhere.tcl cannot be read" in here.type("source nowhere.tcl\r", READY)
+    assert "There is no parameter \"pwr\". Did you mean power?" in here.type("run two.tcl pwr=1\r", READY)
+    here.type("phone load sub/\x15source my\t", r" file\.tcl ")
+    here.type("\r", READY)
+    os.write(here.fd, b"exit\r")
+    assert here.rest()[1] == 2  # the run with the wrong parameter was broken
+    suites = [(suite.get("name"), suite.get("errors")) for suite in ElementTree.parse(folder / "run.xml").iter("testsuite")]
+    assert suites == [("two.tcl on vq2050", "0"), ("call on vq2050", "0"), ("two.tcl on vq2070", "0"), ("two.tcl on vq2070", "0"),
+                      ("two.tcl on vq2070", "1"), ("call on vq2070", "0")]
+
+
+def test_an_interrupted_run_returns_to_the_prompt(folder):
+    (folder / "long.tcl").write_text("wifi_start_testmode -> 1\nwait 60\n")
+    here = open_prompt(folder, "--clock", "real")
+    here.type("foreach i {1 2 3} { run long.tcl }\r", "wifi_start_testmode")
+    time.sleep(0.3)
+    assert "wifi_stop_testmode" in here.type("\x03", r"interrupted[\s\S]*" + READY)
+    assert "42" in here.type("expr {6*7}\r", r"42\r\n[\s\S]*" + READY)

@@ -275,6 +275,6 @@ def test_text_of_several_chips_names_each(tmp_path, words, detail):
         assert re.search(rf"expected result 0, got 1  \[{chip}{', .*:1' if runs else ''}\]", done.stdout)
         assert len(re.findall(rf"^STOP  {chip}, .*:3", done.stdout, re.M)) == runs
         assert re.search(rf"^{chip} .*{'BROKEN' if runs else 'FAIL'}$", done.stdout, re.M)
-        assert bool(re.search(rf"^(BROKEN|FAIL)  \S+ on {chip}$", done.stdout, re.M)) == (detail != ["--quiet"])
+        assert bool(re.search(rf"^(BROKEN|FAIL)  \S+ on {chip}: ", done.stdout, re.M)) == (detail != ["--quiet"])
     alone = station("--chip", CHIPS[0], *detail, "run", script).stdout
     assert f"[{script}:1]" in alone and "\nBROKEN" not in alone
