@@ -32,7 +32,6 @@
 #include <new>
 #include <sys/syscall.h>
 #include <system_error>
-#include <tcl.h>
 #include <tuple>
 #include <unistd.h>
 
@@ -42,12 +41,18 @@ namespace {
 using reporters = std::vector<std::shared_ptr<reporter>>;
 
 reporters make_reporters(const command_line &line) {
-  bool colour = isatty(STDOUT_FILENO) && !getenv("NO_COLOR");
+  bool capable = is_capable_terminal(STDOUT_FILENO);
+  bool log_between = line.with.log_priority != 0 && isatty(STDERR_FILENO);  // would end up in the bar's line
+  text_style style = {.how_much = line.how_much,
+                      .colour = capable,
+                      .progress_bar = capable && !log_between,
+                      .at_prompt = line.words.empty(),
+                      .several_chips = line.all_chips};
   reporters all;
   if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
   if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
   if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
-  all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, line.how_much, colour));
+  all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, style));
   return all;
 }
 
@@ -98,7 +103,10 @@ session_summary run_session(const command_line &line, const settings &with, cons
   session s(with, path, to);
   s.start();
   interpreter in(s);
-  each.make([&] { in.run_file(path); });
+  if (interrupted)
+    each.make([&] { s.fail(interruption_name() + ": the session was not begun", {path}); });
+  else
+    each.make([&] { in.run_file(path); });
   each.make([&] { in.tear_down(); });
   if (interrupted || each.failed()) each.make([&] { leave_test_mode(s, line); });
   each.make([&] { s.finish(); });
@@ -108,18 +116,21 @@ session_summary run_session(const command_line &line, const settings &with, cons
 exit_status run_sessions(const command_line &line) {
   if (line.words.size() < 2)
     throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
+  if (std::ranges::count(line.words, "-") > 1)
+    throw usage_error{"run: - is given twice, but there is one standard input: give it once."};
   for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
   auto to = make_reporters(line);
   std::vector<session_summary> all;
   interrupt_guard guard(true);
   attempts each;
+  // A signal between two sessions breaks the one after it, so that the reports say that sessions are missing.
+  auto goes_on = [&] { return !each.failed() && !(interrupted && !all.empty() && all.back().broken); };
   for (auto &with : chips_to_test(line))
-    for (size_t i = 1; i < line.words.size() && !interrupted && !each.failed(); ++i)
+    for (size_t i = 1; i < line.words.size() && goes_on(); ++i)
       all.push_back(run_session(line, with, line.words[i], to, each));
-  if (interrupted && !all.empty()) all.back().broken = true;  // the sessions after it were not run
   each.make([&] { all_done(to, all); });
   each.done();
-  return interrupted ? exit_status::misused : status_of(verdict_of(all));
+  return status_of(verdict_of(all));
 }
 
 /** The message for a first word that is unknown, with a guess at what was meant. */
@@ -150,11 +161,12 @@ exit_status run_call(const command_line &line) {
     s.is_single_call();
     s.start();
     s.call(*f, words, {});
+    if (interrupted) s.fail(interruption_name() + ": the run ends with this call", {});
     all.push_back(s.finish());
     if (interrupted) break;
   }
   all_done(to, all);
-  return interrupted ? exit_status::misused : status_of(verdict_of(all));
+  return status_of(verdict_of(all));
 }
 
 exit_status run_nv_command(const command_line &line) {
@@ -183,20 +195,36 @@ exit_status run_preview(const command_line &line) {
   return good ? exit_status::passed : exit_status::failed;
 }
 
+/** A session from the prompt: on a phone as the options describe it, with the chip that is fitted now. */
+std::string run_from_prompt(const command_line &line, session &s, const reporters &to,
+                            const std::string &path, const std::vector<std::string> &words) {
+  auto with = line.with;
+  with.parameters = parse_parameters(words);
+  if (s.chip() < chip_count) with.chip = s.chip(), with.chip_given = true;
+  attempts each;
+  s.give_way([&] { return run_session(line, with, path, to, each); });
+  each.done();
+  return word_of(verdict_of(s.parts().back()));
+}
+
 exit_status run_interactive(const command_line &line) {
   auto to = make_reporters(line);
   session s(line.with, "", to);
   s.start();
   bool understood = false;
   attempts each;
-  each.make([&] { understood = run_prompt(s); });
+  each.make([&] {
+    understood =
+        run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
+  });
   bool ended = interrupted && interrupted != SIGINT;
   if (ended || each.failed()) each.make([&] { leave_test_mode(s, line); });
   each.make([&] { s.finish(); });
-  auto summary = s.so_far();
-  each.make([&] { all_done(to, {summary}); });
+  auto all = s.parts();
+  if (s.is_open()) all.push_back(s.so_far());
+  each.make([&] { all_done(to, all); });
   each.done();
-  return !understood || ended ? exit_status::misused : status_of(verdict_of({summary}));
+  return !understood || ended ? exit_status::misused : status_of(verdict_of(all));
 }
 
 exit_status run_help(const command_line &line) {
@@ -276,7 +304,8 @@ std::vector<used_file> files_of(const command_line &line) {
       {"--phone", line.with.phone_file, false}, {"--library", line.with.library, false}};
   auto &words = line.words;
   if (!words.empty() && (words[0] == "run" || words[0] == "replay" || words[0] == "diff"))
-    for (size_t i = 1; i < words.size(); ++i) all.push_back({words[0], words[i], false});
+    for (size_t i = 1; i < words.size(); ++i)
+      if (words[i] != "-") all.push_back({words[0], words[i], false});
   if (words.size() == 3 && words[0] == "nv")
     all.push_back({"nv " + words[1], words[2], words[1] == "save" || words[1] == "backup"});
   std::erase_if(all, [](auto &file) { return file.path.empty(); });
@@ -351,7 +380,7 @@ int guarded_run(int count, char **arguments) {
 }  // namespace console
 
 int main(int count, char **arguments) {
-  Tcl_FindExecutable(arguments[0]);
+  console::interpreter::initialize(arguments[0]);
   setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a reader of a pipe gets each line at once
   if (!console::had_standard_output) return console::output_failed(EBADF);
   console::keep_alive_on_failed_writes();

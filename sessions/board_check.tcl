@@ -10,6 +10,8 @@ set facts {
   vq2070  {weld {dbb_number=?* efuse_status=0 pin_test=0 wakeup_io=0 pcie_test=0} downs 1 digits 36 stops 1}
 }
 set my [dict get $facts [chip]]
+# Of the access point that the phone is connected to, in dBm.
+set rssi [parameter rssi limits * -70..-20]
 set findings {}
 proc finding {text} { lappend ::findings $text }
 
@@ -25,7 +27,7 @@ proc weld_finding {} {
 }
 
 step "As a WLAN station"
-wifi_conn_info -> 1 ssid ?* rssi -70..-20
+wifi_conn_info -> 1 ssid ?* rssi $rssi
 set network [output ssid]
 set access_point [output bssid]
 wifi_start_roam_scan -> 1

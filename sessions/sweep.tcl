@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Every channel at every bandwidth: a transmit start must send the right channel number, or fail if there is no such
 # channel. Takes a few seconds on a phone, an instant on the virtual clock.
+set power [parameter power integer 0..300 155]
 set channels 2484
 for {set mhz 2412} {$mhz <= 2472} {incr mhz 5} { lappend channels $mhz }
 for {set mhz 5180} {$mhz <= 5825} {incr mhz 5} { lappend channels $mhz }
@@ -16,9 +17,9 @@ proc number {mhz bandwidth} {
 wifi_start_testmode -> 1
 wifi_set_mode 4 -> 1
 wifi_set_rate 6500 -> 1
-wifi_set_power 155 -> 1
-# A chip with one chain may have the function and refuse every chain: either is right.
-if {[has wifi_setmimo_channel]} { ignore wifi_setmimo_channel 1 }
+wifi_set_power $power -> 1
+# A chip with one chain may have the function, but refuses every chain.
+if {[has wifi_setmimo_channel]} { wifi_setmimo_channel 1 -> [has driver mimo_chain] }
 
 sweep [list bandwidth {0 1 2 3} channel $channels] {
   wifi_set_band $bandwidth -> 1

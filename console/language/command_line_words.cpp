@@ -15,7 +15,8 @@ namespace console {
 static std::vector<command_line_word> make_words() {
   auto nv = nv_command_line_words();
   const command_line_word words[] = {
-      {"run", "[OPTIONS] run SESSION.tcl...", "run sessions", "FILE"},
+      {"run", "[OPTIONS] run FILE... [-- NAME=VALUE...]",
+       "run sessions, - from standard input, with parameters", "FILE"},
       {"preview", "[OPTIONS] preview FUNCTION [ARGUMENT...]", "show what a call would change in NV",
        "FUNCTION"},
       {"nv", "[OPTIONS] nv WORD [NUMBER|FILE]", fmt::format("{} NV", either(nv)),

@@ -192,14 +192,28 @@ std::string run_progress(script_context &in, words_t words) {
 
 std::string run_chip(script_context &in, words_t words) {
   if (words.empty()) return in.current().chip_name();
-  require_works_here("chip NAME");
+  require_works_here("chip CHIP");
   auto chip = chip_index(words[0]);
   if (!chip) throw usage_error{fmt::format("\"{}\" is no chip: give {}.", words[0], either(chip_names()))};
   in.current().change_chip(*chip);
   return in.current().chip_name();
 }
 
+bool has_command(unsigned chip, const std::string &name) {
+  std::vector<std::string> known;
+  for (unsigned any = 0; any < chip_count; ++any)
+    for (auto &command : command_names(any)) known.push_back(command);
+  if (std::ranges::find(known, name) == known.end())
+    throw usage_error{
+        fmt::format("has driver: no chip has a driver command \"{}\".{}", name, did_you_mean(name, known))};
+  return std::ranges::count(command_names(chip), name) > 0;
+}
+
 std::string run_has(script_context &in, words_t words) {
+  if (words.size() == 2) {
+    if (words[0] != "driver") throw usage_error{"has: give a function, or driver and a driver command."};
+    return has_command(in.current().chip(), words[1]) ? "1" : "0";
+  }
   auto *f = find_function(words[0]);
   if (!f)
     throw usage_error{
@@ -279,6 +293,18 @@ std::string run_preview(script_context &in, words_t words) {
   return std::string(trim_end(in.current().preview(body, [&] { in.eval(body); }).text));
 }
 
+std::string run_parameter(script_context &in, words_t words) {
+  parameter wanted{.name = words[0], .type = words[1], .limits = words[2], .fallback = {}, .value = ""};
+  if (words.size() > 3) wanted.fallback = words[3];
+  return in.current().take_parameter(wanted);
+}
+
+std::string run_file(script_context &in, words_t words) {
+  return in.run(words[0], {words.begin() + 1, words.end()});
+}
+
+std::string run_source(script_context &in, words_t words) { return in.source(words[0]); }
+
 std::string run_teardown(script_context &in, words_t words) {
   in.at_end(words[0]);
   return "";
@@ -338,18 +364,22 @@ const command table[] = {
      2,
      3,
      run_progress},
-    {{"chip", works_here("chip NAME") ? "chip ?NAME?" : "chip",
-      works_here("chip NAME") ? "The fitted chip. With a name, fits that chip and resets the test state."
+    {{"chip", works_here("chip CHIP") ? "chip ?CHIP?" : "chip",
+      works_here("chip CHIP") ? "The fitted chip. With an argument, fits that chip and resets the test state."
                               : "The fitted chip.",
       "if {[chip] eq \"vq2070\"} { wifi_ru_set 0 -> 1 }"},
      0,
      1,
-     run_chip},
-    {{"has", "has FUNCTION", "1 if the fitted chip has the function, else 0.", "has wifi_setmimo_channel"},
+     run_chip,
+     true},
+    {{"has", "has FUNCTION | driver COMMAND",
+      "1 if the fitted chip has the function, or the driver command, else 0.",
+      "if {[has driver mimo_chain]} { wifi_setmimo_channel 1 -> 1 }"},
      1,
-     1,
-     run_has},
-    {{"output", "output NAME", "An output of the last call, as a value.", "set rssi [output rssi]"},
+     2,
+     run_has,
+     true},
+    {{"output", "output OUTPUT", "An output of the last call, as a value.", "set rssi [output rssi]"},
      1,
      1,
      run_output},
@@ -375,6 +405,29 @@ const command table[] = {
      1,
      MANY,
      run_preview},
+    {{"parameter", "parameter NAME TYPE LIMITS ?DEFAULT?",
+      "Declares a parameter of the session and returns its value, which run FILE -- NAME=VALUE gives. TYPE is integer, "
+      "number, text or limits. Without a default it must be given. Parameters come before anything else that the "
+      "session does.",
+      "set power [parameter power integer 0..300 155]"},
+     3,
+     4,
+     run_parameter,
+     true},
+    {{"run", "run FILE ?NAME=VALUE...?",
+      "At the prompt: runs a file as a session of its own, which begins with a phone as the options describe it, and "
+      "gives its verdict. The prompt goes on with the phone that the session left.",
+      "run sessions/rf.tcl power=155"},
+     1,
+     MANY,
+     run_file,
+     true},
+    {{"source", "source FILE", "At the prompt: runs a file's commands here, on the phone as it is.",
+      "source sessions/rf.tcl"},
+     1,
+     1,
+     run_source,
+     true},
     {{"teardown", "teardown BODY",
       "Runs the body when the session ends: after the last command, a failed one or an interruption. Of several, the "
       "last one runs first.",
@@ -389,8 +442,12 @@ const command table[] = {
      1,
      2,
      run_nv_command},
-    {{"help", "help ?FUNCTION?", "Explains a function or command.", "help wifi_set_power"}, 0, 1, run_help},
-    {{"functions", "functions", "All functions, by subject.", "functions"}, 0, 0, run_list},
+    {{"help", "help ?COMMAND?", "Explains a function or command.", "help wifi_set_power"},
+     0,
+     1,
+     run_help,
+     true},
+    {{"functions", "functions", "All functions, by subject.", "functions"}, 0, 0, run_list, true},
 };
 
 /** Written in the session language itself, see sweep.h. */

@@ -22,6 +22,10 @@ public:
   virtual std::string beside_script(const std::string &path) const = 0;
   /** Evaluates one command and returns its value; throws usage_error. */
   virtual std::string eval(const std::string &command) = 0;
+  /** At the prompt: runs a file's commands here, or a file as a session of its own. Both throw usage_error in
+   * a session, which reaches no files. */
+  virtual std::string source(const std::string &path) = 0;
+  virtual std::string run(const std::string &path, const std::vector<std::string> &parameters) = 0;
   /** Evaluates the body when the script or prompt ends, however it ends. */
   virtual void at_end(const std::string &body) = 0;
 
@@ -34,6 +38,8 @@ struct command {
   size_t least;
   size_t most;
   std::string (*run)(script_context &in, const std::vector<std::string> &words);
+  /** Does nothing that a session could be judged by; may stand before a parameter's declaration. */
+  bool only_asks = false;
 };
 
 std::span<const command> commands();

@@ -2,6 +2,7 @@
 #include "console/language/interpreter.h"
 
 #include "console/language/command_line_words.h"
+#include "console/language/interrupt.h"
 #include "console/language/sweep.h"
 #include "console/phone/abilities.h"
 #include "console/run/functions.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -18,8 +20,13 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <iostream>
+#include <iterator>
+#include <langinfo.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <tcl.h>
+#include <unistd.h>
 #include <utility>
 
 namespace console {
@@ -82,10 +89,17 @@ interpreter &owner(Tcl_Interp *tcl) {
   return *static_cast<interpreter *>(Tcl_GetAssocData(tcl, "console", nullptr));
 }
 
+/** Parameters are checked before anything happens. */
+void begin_acting(session &s) {
+  require(s.close_parameters());
+  s.open();
+}
+
 int on_function(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[]) {
   auto &f = *static_cast<const function *>(data);
   return answer(tcl, [&] {
     auto &me = owner(tcl);
+    begin_acting(me.current());
     return me.current().call(f, words_of(count, objects), me.where()).result.value;
   });
 }
@@ -97,6 +111,7 @@ int on_command(ClientData data, Tcl_Interp *tcl, int count, Tcl_Obj *const objec
     if (words.size() < c.least || words.size() > c.most)
       throw usage_error{fmt::format("{}: usage: {}", c.help.name, c.help.usage)};
     require_works_here(c.help.name);
+    if (!c.only_asks) begin_acting(owner(tcl).current());
     return c.run(owner(tcl), words);
   });
 }
@@ -149,9 +164,11 @@ struct interpreter::async_stop {
   static inline volatile std::sig_atomic_t running;
   static inline bool stopped;
 
+  Tcl_AsyncHandler outer = current;  // of the prompt that runs a session
+
   async_stop() : handler(Tcl_AsyncCreate(on_stop, nullptr)) { current = handler; }
   ~async_stop() {
-    current = nullptr;
+    current = outer;
     Tcl_AsyncDelete(handler);
   }
   static int on_stop(ClientData, Tcl_Interp *tcl, int status) {
@@ -186,6 +203,13 @@ interpreter::~interpreter() {
   if (!tcl_is_broken) Tcl_DeleteInterp(tcl);
 }
 
+void interpreter::initialize(const char *program) {
+  Tcl_FindExecutable(program);
+  setlocale(LC_CTYPE, "");
+  if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") setlocale(LC_CTYPE, "C.UTF-8");
+  Tcl_SetSystemEncoding(nullptr, "utf-8");
+}
+
 void interpreter::finalize() {
   if (!tcl_is_broken) Tcl_Finalize();
 }
@@ -201,9 +225,10 @@ std::string interpreter::result_of_ended() {
 }
 
 std::string interpreter::eval(const std::string &command) {
+  auto was_running = async_stop::running;
   async_stop::running = 1;
   int status = Tcl_EvalEx(tcl, command.data(), static_cast<int>(command.size()), TCL_EVAL_GLOBAL);
-  async_stop::running = 0;
+  async_stop::running = was_running;
   auto text = result_of_ended();
   if (status == TCL_ERROR) throw usage_error{text};
   return text;
@@ -230,29 +255,69 @@ std::string interpreter::beside_script(const std::string &path) const {
   return !script.empty() && std::filesystem::exists(beside) ? beside.string() : path;
 }
 
+/** Standard input, read once; /proc gives it a name for each session of the run. */
+static std::string readable(const std::string &path) {
+  if (path != "-") return path;
+  static const int copy = [] {
+    std::string text{std::istreambuf_iterator<char>(std::cin), {}};
+    int file = memfd_create("session", MFD_CLOEXEC);
+    if (file < 0 || write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+      throw usage_error{fmt::format("The session from standard input cannot be kept: {}.", strerror(errno))};
+    return file;
+  }();
+  return fmt::format("/proc/self/fd/{}", copy);
+}
+
 void interpreter::check_file(const std::string &path) {
   if (std::filesystem::is_directory(path))
     throw usage_error{fmt::format("The session file {} cannot be read: it is a folder.", path)};
-  std::ifstream file(path);
+  std::ifstream file(readable(path));
   if (!file) throw usage_error{fmt::format("The session file {} cannot be read: {}.", path, strerror(errno))};
   for (std::string line; std::getline(file, line);)
     if (auto start = line.find_first_not_of(" \t\r"); start != line.npos && line[start] != '#') return;
   throw usage_error{fmt::format("The session file {} holds no command: it would prove nothing.", path)};
 }
 
-bool interpreter::run_file(const std::string &path) {
-  check_file(path);
+int interpreter::eval_file(const std::string &path) {
   script = path;
-  auto *name = Tcl_NewStringObj(path.c_str(), -1);
+  auto *name = Tcl_NewStringObj(readable(path).c_str(), -1);
   Tcl_IncrRefCount(name);
+  auto was_running = async_stop::running;
   async_stop::running = 1;
   int status = Tcl_FSEvalFileEx(tcl, name, "utf-8");
-  async_stop::running = 0;
+  async_stop::running = was_running;
   Tcl_DecrRefCount(name);
+  return status;
+}
+
+bool interpreter::run_file(const std::string &path) {
+  check_file(path);
+  int status = eval_file(path);
   auto message = result_of_ended();
-  if (status != TCL_ERROR) return true;
-  running.fail(message, {path, Tcl_GetErrorLine(tcl)});
+  auto line = status == TCL_ERROR ? Tcl_GetErrorLine(tcl) : 0;
+  auto wrong = running.close_parameters(status != TCL_ERROR);  // may be why the script failed
+  if (status != TCL_ERROR && wrong.empty()) return true;
+  running.fail(wrong.empty() ? message : wrong, {path, line});
   return false;
+}
+
+std::string interpreter::source(const std::string &path) {
+  if (!runner) throw usage_error{"\"source\": a session reaches no files, programs or sockets."};
+  check_file(path);
+  auto outer = script;
+  int status = eval_file(path);
+  script = outer;
+  std::string message = Tcl_GetStringResult(tcl);
+  if (status != TCL_ERROR) return message;
+  throw usage_error{fmt::format("{}:{}: {}", path, Tcl_GetErrorLine(tcl), message)};
+}
+
+std::string interpreter::run(const std::string &path, const std::vector<std::string> &parameters) {
+  if (!runner) throw usage_error{"\"run\" is for the prompt, and for the command line: orva-station run ..."};
+  check_file(path);
+  auto text = runner(path, parameters);
+  if (interrupted) throw usage_error{stop_message};
+  return text;
 }
 
 void interpreter::tear_down() {

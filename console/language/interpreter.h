@@ -6,6 +6,7 @@
 
 #include "console/language/commands.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,12 +24,20 @@ public:
 
   /** Throws usage_error for a script that cannot be read or holds no command. */
   static void check_file(const std::string &path);
-  /** Runs a script. An error ends it, is reported to the session, and gives false. */
+  /** How the prompt runs a file as a session of its own. */
+  using session_runner =
+      std::function<std::string(const std::string &path, const std::vector<std::string> &parameters)>;
+  /** Lets run and source read files, as at the prompt. */
+  void allow_files(session_runner how) { runner = std::move(how); }
+  /** Runs a script, "-" from standard input. An error ends it, is reported to the session, and gives false.
+   */
   bool run_file(const std::string &path);
   /** Runs the teardown bodies, the last one first. Their errors are reported to the session. */
   void tear_down();
   /** Ends the command that runs. Safe to call from a signal handler. */
   static void interrupt();
+  /** At the program's start. Texts, files' names and the terminal are UTF-8, whatever the locale. */
+  static void initialize(const char *program);
   /** At the program's end. */
   static void finalize();
   /** Is the text a whole command, with every brace and quote closed? */
@@ -38,6 +47,8 @@ public:
   place where() const override;
   std::string beside_script(const std::string &path) const override;
   std::string eval(const std::string &command) override;
+  std::string source(const std::string &path) override;
+  std::string run(const std::string &path, const std::vector<std::string> &parameters) override;
   void at_end(const std::string &body) override { teardowns.push_back(body); }
 
   /** The point of the sweep that runs; "" outside a sweep. */
@@ -45,6 +56,7 @@ public:
 
 private:
   std::string result_of_ended();
+  int eval_file(const std::string &path);
 
   session &running;
   Tcl_Interp *tcl;
@@ -52,6 +64,7 @@ private:
   std::unique_ptr<async_stop> stop;
   std::string script;
   std::vector<std::string> teardowns;
+  session_runner runner;
 };
 
 }  // namespace console

@@ -14,7 +14,14 @@ namespace console {
 
 enum class detail { quiet, brief, full };
 
-std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour);
+struct text_style {
+  detail how_much = detail::full;
+  bool colour = false;
+  bool progress_bar = false;  /**< moves the cursor */
+  bool at_prompt = false;     /**< each session shows its verdict at its end */
+  bool several_chips = false; /**< sessions, failures and verdicts name their chip */
+};
+std::shared_ptr<reporter> make_text_reporter(FILE *to, const text_style &style);
 std::shared_ptr<reporter> make_json_reporter(FILE *to);
 /** Hands over the objects that make_json_reporter prints. */
 std::shared_ptr<reporter> make_event_reporter(std::function<void(nlohmann::ordered_json &&)> sink);

@@ -102,6 +102,9 @@ public:
                     {"chip", info.chip},
                     {"clock", info.real_clock ? "real" : "virtual"}});
   }
+  void parameter_taken(const parameter &p) override {
+    write("parameter", {{"name", p.name}, {"value", p.value}, {"given", p.given}});
+  }
   void title(const std::string &text) override { write("step", {{"title", text}}); }
   void note(const std::string &text) override { write("note", {{"text", text}}); }
   void call(const call_step &step) override {

@@ -42,6 +42,13 @@ public:
     part = info.chip;
     cases = failures = errors = 0;
   }
+  void parameter_taken(const parameter &p) override {
+    auto *list = suite->FirstChildElement("properties");
+    if (!list) suite->InsertFirstChild(list = page.NewElement("properties"));
+    auto *property = list->InsertNewChildElement("property");
+    property->SetAttribute("name", p.name.c_str());
+    property->SetAttribute("value", p.value.c_str());
+  }
   void title(const std::string &text) override { part = text; }
 
   void call(const call_step &step) override {

@@ -39,43 +39,55 @@ std::vector<std::string> nv_texts(const observed &seen) {
 
 class text_reporter : public reporter {
 public:
-  text_reporter(FILE *to, detail how_much, bool with_colour)
-      : out(to), level(how_much), colour(with_colour) {}
+  text_reporter(FILE *to, const text_style &look) : out(to), style(look) {}
+  ~text_reporter() override { clear_bar(); }
+  text_reporter(const text_reporter &) = delete;
+  text_reporter &operator=(const text_reporter &) = delete;
 
   void begin(const session_info &info) override {
     session_heading.clear();
     step_heading.clear();
     something_failed = false;
-    if (!info.name.empty())
-      session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", info.name, info.chip,
+    chip = info.chip;
+    if (!info.name.empty() || style.several_chips)
+      session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", name_of(info), info.chip,
                                                 info.real_clock ? "real" : "virtual"));
-    if (level != detail::quiet) head();
+    if (style.how_much != detail::quiet) head();
+  }
+
+  void chip_changed(const session_info &info) override { chip = info.chip; }
+
+  void parameter_taken(const parameter &p) override {
+    if (style.how_much == detail::quiet) return;
+    head();
+    print("        parameter {} = {}{}\n", p.name, p.value, p.given ? "" : " (default)");
   }
 
   void title(const std::string &text) override {
     step_heading = text;
-    if (level != detail::quiet) head();
+    if (style.how_much != detail::quiet) head();
   }
 
   void note(const std::string &text) override {
-    if (level == detail::quiet && !something_failed) return;
+    if (style.how_much == detail::quiet && !something_failed) return;
     head();
-    print("{}\n", fold("        " + text, 8));
+    auto lines = split(trim_end(text), '\n');
+    print("{}\n", fold(fmt::format("        {}", fmt::join(lines, "\n        ")), 8));
   }
 
   void call(const call_step &step) override {
-    if (level == detail::quiet && step.held()) return;
+    if (style.how_much == detail::quiet && step.held()) return;
     head();
     something_failed |= !step.held();
     print("{}  {}\n", status(step), call_line(step));
     for (auto &e : step.expectations)
       if (!e.held) failure(e, step.where);
     if (!step.held()) reasons(step);
-    if (level == detail::full) details(step);
+    if (style.how_much == detail::full) details(step);
   }
 
   void expect(const expectation &e, const place &where) override {
-    if (level == detail::quiet && e.held) return;
+    if (style.how_much == detail::quiet && e.held) return;
     head();
     something_failed |= !e.held;
     if (e.held)
@@ -88,36 +100,36 @@ public:
 
   void error(const std::string &text, const place &where) override {
     head();
-    print("{}\n", fold(fmt::format("{}  {}: {}", paint(RED, "STOP"), where.text(), text), 8));
+    print("{}\n", fold(fmt::format("{}  {}: {}", paint(RED, "STOP"), location(where.text()), text), 8));
   }
 
+  void make_room() override { clear_bar(); }
+
   void progress(size_t done, size_t total, const std::string &text) override {
-    if (!terminal || total == 0) return;
+    if (!style.progress_bar || total == 0) return;
     constexpr size_t bar = 30;
     auto full = std::min(bar, done * bar / total);
     clear_bar();
     auto line = fmt::format("[{:#<{}}{:.<{}}] {}/{} {}", "", full, "", bar - full, done, total, text);
-    fmt::print(out, "{}", line.substr(0, width - 1));
+    fmt::print(out, "{}", cut_to_columns(line, width - 1));
     fflush(out);
-    bar_shown = done < total;
-    if (!bar_shown) fmt::print(out, "\r\033[K");
+    bar_shown = true;
+    if (done == total) clear_bar();
   }
 
-  /** Repeated failures once more, each with its count: a sweep gives many lines with one cause. */
   void end(const session_summary &s) override {
-    bool repeated = std::ranges::any_of(s.failures, [](auto &group) { return group.count > 1; });
-    if (!repeated) return;
-    step_heading = "Failures by cause";
+    clear_bar();
+    if (std::ranges::any_of(s.failures, [](auto &group) { return group.count > 1; })) causes(s);
+    bool shown =
+        style.at_prompt ? !s.info.name.empty() : style.several_chips && style.how_much != detail::quiet;
+    if (!shown) return;
     head();
-    for (auto &group : s.failures) {
-      auto at = group.file_line.empty() ? "" : fmt::format("  [{}]", group.file_line);
-      print("{}\n", fold(fmt::format("{:>4} x  {}{}", group.count, group.what, paint(DIM, at)), 8));
-      if (!group.first.empty()) print("{}\n", fold(points_text(group), 8));
-    }
+    print("{}  {} on {}: {} held, {} failed\n", painted_verdict(s), name_of(s.info), s.info.chip, s.held,
+          s.failed);
   }
 
   void all_done(const std::vector<session_summary> &all) override {
-    if (all.empty() || all.front().info.name.empty()) return;
+    if (all.empty() || (all.front().info.name.empty() && !style.several_chips)) return;
     size_t name = 8;
     for (auto &s : all) name = std::max(name, s.info.name.size());
     auto row = [&](auto... cells) {
@@ -126,12 +138,32 @@ public:
     print("\n{}\n",
           paint(BOLD, row("chip", "session", name, "calls", "held", "failed", "phone time", "verdict")));
     for (auto &s : all)
-      print("{}\n", row(s.info.chip, s.info.name, name, s.calls, s.held, s.failed, duration(s.phone_us),
+      print("{}\n", row(s.info.chip, name_of(s.info), name, s.calls, s.held, s.failed, duration(s.phone_us),
                         painted_verdict(s)));
-    if (level == detail::full) ledger(all, name);
+    if (style.how_much == detail::full) ledger(all, name);
   }
 
 private:
+  static std::string name_of(const session_info &info) { return info.name.empty() ? "call" : info.name; }
+
+  /** Where something failed: with the chip, if there are several. */
+  std::string location(const std::string &at) const {
+    if (!style.several_chips) return at;
+    return at.empty() ? chip : fmt::format("{}, {}", chip, at);
+  }
+
+  /** Repeated failures once more, each with its count: a sweep gives many lines with one cause. */
+  void causes(const session_summary &s) {
+    step_heading = "Failures by cause";
+    head();
+    for (auto &group : s.failures) {
+      auto place = location(group.file_line);
+      auto at = place.empty() ? "" : fmt::format("  [{}]", place);
+      print("{}\n", fold(fmt::format("{:>4} x  {}{}", group.count, group.what, paint(DIM, at)), 8));
+      if (!group.first.empty()) print("{}\n", fold(points_text(group), 8));
+    }
+  }
+
   static std::string points_text(const failure_group &group) {
     auto text = fmt::format("        at {}", group.first);
     return group.count > 1 ? fmt::format("{} to {}", text, group.last) : text;
@@ -152,7 +184,7 @@ private:
   }
 
   void clear_bar() {
-    if (bar_shown) fmt::print(out, "\r\033[K");
+    if (bar_shown) fputs("\r\033[K", out), fflush(out);
     bar_shown = false;
   }
 
@@ -173,7 +205,7 @@ private:
     auto head = fmt::format("{:<8} {:<{}}", "time", "session", name);
     std::vector<std::string> rows;
     bool timed = false;
-    for (auto &s : all) rows.push_back(fmt::format("{:<8} {:<{}}", s.info.chip, s.info.name, name));
+    for (auto &s : all) rows.push_back(fmt::format("{:<8} {:<{}}", s.info.chip, name_of(s.info), name));
     for (auto &c : columns) {
       if (std::ranges::all_of(all, [&](auto &s) { return c.us(s) == 0; })) continue;
       timed = true;
@@ -191,7 +223,7 @@ private:
   }
 
   std::string paint(const char *code, const std::string &text) const {
-    return colour ? fmt::format("\033[{}m{}\033[0m", code, text) : text;
+    return style.colour ? fmt::format("\033[{}m{}\033[0m", code, text) : text;
   }
   std::string mark(bool held) const { return held ? paint(GREEN, "  ok") : paint(RED, "FAIL"); }
 
@@ -218,9 +250,9 @@ private:
   }
 
   void failure(const expectation &e, const place &where) {
+    auto at = location(where.text());
     print("        expected {} {}, got {}{}\n", e.what, e.limits.empty() ? "nothing" : e.limits,
-          paint(RED, e.got.empty() ? "nothing" : e.got),
-          where.text().empty() ? "" : paint(DIM, "  [" + where.text() + "]"));
+          paint(RED, e.got.empty() ? "nothing" : e.got), at.empty() ? "" : paint(DIM, "  [" + at + "]"));
   }
 
   /** Why a call failed: the library's log, errors only if there are any, then likely causes. */
@@ -273,8 +305,8 @@ private:
   }
 
   FILE *out;
-  detail level;
-  bool colour;
+  text_style style;
+  std::string chip;
   size_t width = page_width();
   bool something_failed = false;
   bool terminal = isatty(fileno(out)) != 0;
@@ -291,8 +323,8 @@ std::string call_text(const call_step &step) {
   return text;
 }
 
-std::shared_ptr<reporter> make_text_reporter(FILE *to, detail how_much, bool colour) {
-  return std::make_shared<text_reporter>(to, how_much, colour);
+std::shared_ptr<reporter> make_text_reporter(FILE *to, const text_style &style) {
+  return std::make_shared<text_reporter>(to, style);
 }
 
 }  // namespace console

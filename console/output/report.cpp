@@ -157,6 +157,10 @@ public:
     last_point.clear();
     look_at_nv();
   }
+  void parameter_taken(const parameter &p) override {
+    events->parameter_taken(p);
+    events->note(fmt::format("parameter {} = {}{}", p.name, p.value, p.given ? "" : " (default)"));
+  }
   void title(const std::string &words) override {
     look_at_nv();
     events->title(words);

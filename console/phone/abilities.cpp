@@ -35,7 +35,7 @@ struct limited_feature {
 constexpr limited_feature limited[] = {
     {"--chip", ability::set_up},       {"--phone", ability::set_up},   {"--clock", ability::set_up},
     {"--nv", ability::set_up},         {"phone", ability::set_up},     {"fault", ability::set_up},
-    {"expect phone", ability::set_up}, {"chip NAME", ability::set_up}, {"--log", ability::watch},
+    {"expect phone", ability::set_up}, {"chip CHIP", ability::set_up}, {"--log", ability::watch},
     {"--trace", ability::watch},       {"expect", ability::watch},     {"seen", ability::watch},
     {"log", ability::watch},           {"trace", ability::watch},      {"preview", ability::copy},
     {"replay", ability::replay},

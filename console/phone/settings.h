@@ -4,6 +4,8 @@
 #define CONSOLE_SETTINGS_H
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace console {
 
@@ -15,6 +17,8 @@ struct settings {
   std::string nv_file;
   bool real_clock = false;
   int log_priority = 0;
+  /** For the session's script. */
+  std::vector<std::pair<std::string, std::string>> parameters;
   /** Lasting NV stores may be changed without asking. */
   bool yes = false;
 };

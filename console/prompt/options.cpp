@@ -5,6 +5,7 @@
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
 #include "console/phone/log_priority.h"
+#include "console/run/parameters.h"
 #include "console/run/verdict.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -127,6 +128,15 @@ void refuse_late_options(const std::vector<std::string> &given) {
     }
 }
 
+/** "run FILE... -- NAME=VALUE..." */
+void take_parameters(command_line &line) {
+  auto &words = line.words;
+  auto mark = std::ranges::find(words, "--");
+  if (words.empty() || words[0] != "run" || mark == words.end()) return;
+  line.with.parameters = parse_parameters({mark + 1, words.end()});
+  words.erase(mark, words.end());
+}
+
 }  // namespace
 
 const std::vector<option_help> &options() {
@@ -187,6 +197,7 @@ command_line parse_command_line(int count, char **arguments) {
   line.words.assign(arguments + optind, arguments + count);
   if (line.words.size() == 2 && line.words[1] == "--help") line.words = {"help", line.words[0]};
   refuse_late_options(line.words);
+  take_parameters(line);
   return line;
 }
 

@@ -3,13 +3,14 @@
 #ifndef CONSOLE_PROMPT_H
 #define CONSOLE_PROMPT_H
 
+#include "console/language/interpreter.h"
 #include "console/run/session.h"
 
 namespace console {
 
 /** Reads and runs commands until the end of the input or "exit". False if a command from a pipe was not
- * understood. */
-bool run_prompt(session &s);
+ * understood. `runner` runs a file as a session of its own. */
+bool run_prompt(session &s, const interpreter::session_runner &runner);
 
 }  // namespace console
 

@@ -6,6 +6,7 @@
 #include "console/phone/causes.h"
 #include "console/phone/observed.h"
 #include "console/run/call.h"
+#include "console/run/parameters.h"
 
 #include <cstdint>
 #include <string>
@@ -95,9 +96,13 @@ public:
   virtual void begin(const session_info &) {}
   /** The session goes on with another chip and a newly loaded library. */
   virtual void chip_changed(const session_info &) {}
+  /** A parameter that the session takes, with its value. */
+  virtual void parameter_taken(const parameter &) {}
   virtual void title(const std::string &) {}
   virtual void note(const std::string &) {}
   virtual void call(const call_step &) {}
+  /** Something else is about to be printed: a progress bar makes room. */
+  virtual void make_room() {}
   virtual void progress(size_t /*done*/, size_t /*total*/, const std::string &) {}
   /** An expectation outside a call. */
   virtual void expect(const expectation &, const place &) {}

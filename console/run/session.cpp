@@ -11,11 +11,12 @@
 #include <exception>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <utility>
 
 namespace console {
 
 session::session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to)
-    : options(with), reporters(std::move(to)) {
+    : options(with), taken(with.parameters), reporters(std::move(to)) {
   summary.info = {.name = std::move(name), .chip = "", .real_clock = with.real_clock};
 }
 
@@ -72,16 +73,53 @@ void session::start() {
   prepare_phone(options);
   load_library();
   summary.info.chip = chip_name();
+  if (!is_prompt()) open();
+}
+
+void session::open() {
+  if (std::exchange(opened, true)) return;
   tell([&](reporter &r) { r.begin(summary.info); });
 }
 
 session_summary session::finish() {
+  if (!opened && !ended.empty()) return summary;
+  open();
   for (auto &fault : faults)
     if (phone_link::fault_fired(fault.id) == 0)
       expect({"fault " + fault.what, "happens", "nothing used that place often enough", false}, fault.where);
   summary.phone_us = phone_link::now_us();
   tell([&](reporter &r) { r.end(summary); });
   return summary;
+}
+
+void session::give_way(const std::function<session_summary()> &act) {
+  if (opened) ended.push_back(finish());
+  auto info = summary.info;
+  summary = {};
+  summary.info = info;
+  opened = false;
+  faults.clear();
+  last_step.reset();
+  ended.push_back(act());
+  load_library();
+  summary.info.chip = chip_name();
+}
+
+std::string session::take_parameter(const parameter &wanted) {
+  if (parameters_closed && !is_prompt())
+    throw usage_error{
+        fmt::format("parameter {}: declare parameters before the session's first act.", wanted.name)};
+  auto &found = taken.declare(wanted);
+  if (is_prompt() && !found.fallback && !found.given)
+    throw usage_error{
+        fmt::format("parameter {}: it has no default: use run FILE {}=VALUE.", found.name, found.name)};
+  open();
+  tell([&](reporter &r) { r.parameter_taken(found); });
+  return found.value;
+}
+
+std::string session::close_parameters(bool all_declared) {
+  return std::exchange(parameters_closed, true) ? "" : taken.fault(all_declared);
 }
 
 static int64_t real_us() {
@@ -181,6 +219,10 @@ void session::report_progress(size_t done, size_t total, const std::string &text
   tell([&](reporter &r) { r.progress(done, total, text); });
 }
 
+void session::make_room() {
+  tell([](reporter &r) { r.make_room(); });
+}
+
 void session::note(const std::string &text) {
   tell([&](reporter &r) { r.note(text); });
 }
@@ -227,6 +269,7 @@ foresight session::preview(const std::string &what, const std::function<void()> 
 }
 
 void session::ask_before_writing(const std::string &what, const std::function<void()> &act) {
+  make_room();
   if (options.yes || allowed || !confirm_writing(what, [&] { return try_out(act); })) return;
   allowed = !summary.info.name.empty();  // a script is asked about once, the prompt each time
 }

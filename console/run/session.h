@@ -35,6 +35,22 @@ public:
   /** Ends the session. A planned fault that never fired counts as a failed expectation. */
   session_summary finish();
 
+  /** Tells the reporters that the session begins, if they do not know; the prompt does so with its first act.
+   */
+  void open();
+  /** Ends this part of the session, lets act take the phone over, and begins another part on the phone as it
+   * is then. */
+  void give_way(const std::function<session_summary()> &act);
+  /** The parts that have ended, with the sessions that took over between them. */
+  const std::vector<session_summary> &parts() const { return ended; }
+  /** Did anything happen since the last part ended? */
+  bool is_open() const { return opened; }
+
+  /** Declares a parameter and returns its value. A session declares them before it does anything else. */
+  std::string take_parameter(const parameter &wanted);
+  /** Before the first act: "" or what is wrong with the parameters given. */
+  std::string close_parameters(bool all_declared = true);
+
   /** Stops transmission, reception and test mode, as far as they run. */
   void leave_test_mode();
 
@@ -46,6 +62,8 @@ public:
   void title(const std::string &text);
   void report_progress(size_t done, size_t total, const std::string &text);
   void note(const std::string &text);
+  /** Before something is printed that no reporter knows of. */
+  void make_room();
   void fail(const std::string &text, const place &where);
   void plan_fault(const std::string &what, unsigned nth, unsigned times, int value, const place &where);
   /** Fits another chip and loads the library anew, so that no test state survives. */
@@ -56,6 +74,7 @@ public:
   /** Asks before a lasting NV store is changed, unless that is allowed; throws usage_error on a no. */
   void ask_before_writing(const std::string &what, const std::function<void()> &act);
 
+  bool is_prompt() const { return summary.info.name.empty() && !summary.info.single_call; }
   unsigned chip() const;
   const char *chip_name() const;
   /** The last call; null before the first. */
@@ -75,7 +94,9 @@ private:
   trial try_out(const std::function<void()> &act);
 
   settings options;
-  bool allowed = false;
+  parameters taken;
+  bool allowed = false, opened = false, parameters_closed = false;
+  std::vector<session_summary> ended;
   session_summary summary;
   std::vector<std::shared_ptr<reporter>> reporters;
   test_progress progress;

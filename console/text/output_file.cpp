@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/text/output_file.h"
 
+#include "console/text/text.h"
 #include "console/text/usage_error.h"
 
 #include <cerrno>
+#include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -43,6 +46,22 @@ void take_permissions(FILE *file, const std::string &from) {
   if (stat(from.c_str(), &old) == 0) fchmod(fileno(file), old.st_mode & 0777);
 }
 
+std::string part_name(const std::string &target) { return target + ".part-"; }
+
+/** The parts of this file that runs left whose process was killed. */
+void remove_stale_parts(const std::string &target) {
+  auto start = fs::path(part_name(target)).filename().string();
+  auto folder = fs::path(target).parent_path();
+  std::error_code failed;
+  for (auto &entry : fs::directory_iterator(folder.empty() ? "." : folder, failed)) {
+    auto name = entry.path().filename().string();
+    auto process = name.starts_with(start) ? parse_number(name.substr(start.size())) : std::nullopt;
+    bool dead = process && *process > 0 && *process <= INT32_MAX &&
+                kill(static_cast<pid_t>(*process), 0) != 0 && errno == ESRCH;
+    if (dead && entry.is_regular_file(failed)) unlink(entry.path().c_str());
+  }
+}
+
 bool same_file(const std::string &one, const std::string &other) {
   std::error_code failed;
   if (fs::equivalent(one, other, failed)) return true;
@@ -58,12 +77,14 @@ bool same_file(const std::string &one, const std::string &other) {
 output_file::output_file(std::string called, const std::string &path)
     : name(std::move(called)), target(resolved(path)) {
   if (fs::is_directory(target)) throw usage_error{fmt::format("{}: it is a folder; name a file.", name)};
-  written = is_device(target) ? target : fmt::format("{}.part-{}", target, getpid());
+  written = is_device(target) ? target : fmt::format("{}{}", part_name(target), getpid());
   if (written != target && access(target.c_str(), F_OK) == 0 && access(target.c_str(), W_OK) != 0)
     give_up(errno);
   file = fopen(written.c_str(), "we");
   if (!file) give_up(errno);
-  if (written != target) take_permissions(file, target);
+  if (written == target) return;
+  take_permissions(file, target);
+  remove_stale_parts(target);
 }
 
 output_file::~output_file() {

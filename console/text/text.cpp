@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdlib>
+#include <cwchar>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <numeric>
@@ -93,6 +95,39 @@ std::string counted(size_t number, std::string_view what) {
   return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
 }
 
+bool is_capable_terminal(int fd) {
+  auto *terminal = getenv("TERM"), *no_colour = getenv("NO_COLOR");
+  return isatty(fd) && terminal && *terminal && std::string_view(terminal) != "dumb" &&
+         !(no_colour && *no_colour);
+}
+
+/** Takes the first character off the text and returns its width. */
+static size_t take_character(std::string_view &text) {
+  std::mbstate_t state = {};
+  wchar_t character = 0;
+  auto size = std::mbrtowc(&character, text.data(), text.size(), &state);
+  bool valid = size > 0 && size <= text.size();
+  text.remove_prefix(valid ? size : 1);
+  return valid ? static_cast<size_t>(std::max(wcwidth(character), 0)) : 1;
+}
+
+size_t columns(std::string_view text) {
+  size_t width = 0;
+  while (!text.empty()) width += take_character(text);
+  return width;
+}
+
+std::string_view cut_to_columns(std::string_view text, size_t width) {
+  auto rest = text;
+  for (size_t used = 0; !rest.empty();) {
+    auto after = rest;
+    used += take_character(after);
+    if (used > width) break;
+    rest = after;
+  }
+  return text.substr(0, text.size() - rest.size());
+}
+
 size_t page_width() {
   constexpr size_t least = 40, most = 110;
   winsize window = {};
@@ -115,8 +150,9 @@ std::string fold(std::string_view text, size_t width, size_t indent) {
     for (std::string_view rest = line; !rest.empty();) {
       auto room = width - (rest.data() == line.data() ? 0 : margin);
       auto from = rest.data() == line.data() ? margin : 0;
-      auto end = rest.size() <= room ? rest.size() : rest.rfind(' ', room);
-      if (end == rest.npos || end <= from) end = std::min(rest.find(' ', room), rest.size());
+      auto fits = cut_to_columns(rest, room).size();
+      auto end = rest.size() == fits ? rest.size() : rest.rfind(' ', fits);
+      if (end == rest.npos || end <= from) end = std::min(rest.find(' ', fits), rest.size());
       folded += trim_end(rest.substr(0, end));
       rest.remove_prefix(std::min(rest.find_first_not_of(' ', end), rest.size()));
       if (!rest.empty()) folded += fmt::format("\n{:{}}", "", margin);

@@ -30,6 +30,14 @@ std::string either(std::vector<std::string> names);
 /** "1 NV item", "2 NV items". */
 std::string counted(size_t number, std::string_view what);
 
+/** May colours and cursor movements be sent there? Not unless it is a terminal, and never with NO_COLOR or on
+ * a dumb one. */
+bool is_capable_terminal(int fd);
+/** The width of UTF-8 text on a terminal. */
+size_t columns(std::string_view text);
+/** As many whole characters of the text as fit. */
+std::string_view cut_to_columns(std::string_view text, size_t width);
+
 /** The width of standard output's terminal, within what is readable. */
 size_t page_width();
 /** Wraps wide lines at spaces. Continuation lines align with the last column, or are indented by `indent`. */

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The scripts that check the tree: each must fail on the fault that it looks for."""
 
+import os
 import shutil
 import subprocess
 
@@ -49,3 +50,10 @@ def test_a_stale_page_of_differences_is_found(tmp_path):
     result = subprocess.run(command, capture_output=True, text=True, check=False)
     assert result.returncode == 1
     assert "docs/chip_differences.md is stale" in result.stdout
+
+
+def test_a_reader_of_the_footprint_may_stop_early(tmp_path):
+    library = os.environ["ORVA_LIBRARY"]
+    script = f'mkfifo fifo; true <fifo & exec 3>fifo; wait; "{ROOT}/script/footprint" "{library}" >&3'
+    done = subprocess.run(["bash", "-c", script], cwd=tmp_path, capture_output=True, text=True, check=False)
+    assert done.stderr == "" and done.returncode != 0

@@ -3,13 +3,10 @@
 
 import json
 import os
-import pty
 import re
-import select
 import shutil
 import signal
 import subprocess
-import termios
 import time
 from xml.etree import ElementTree
 
@@ -17,6 +14,7 @@ import jsonschema
 import pytest
 
 from support.console import CARELESS, STATION, STATION_PHONE, station
+from support.terminal import Terminal
 from support.tree import CHIPS, ROOT
 
 
@@ -86,13 +84,16 @@ def session(tmp_path):
         (["--nv", "a.nv", "--nv", "b.nv", "nv", "list"], ["--nv is given twice", "b.nv"]),
         (["--log", "--log=error", "list"], ["--log is given twice"]),
         (["run"], ["session file"]),
+        (["run", "x.tcl", "--", "power"], ["\"power\"", "NAME=VALUE"]),
+        (["run", "x.tcl", "--", "power=1", "power=2"], ["power", "twice"]),
+        (["run", "-", "-"], ["twice", "standard input"]),
         (["run", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
         (["run", "/"], ["cannot be read", "folder"]),
         (["run", "/dev/null"], ["no command"]),
         ([""], ["empty"]),
         (["--phone=", "wifi_start_tx"], ["--phone=", "value"]),
         (["sessions/rf.tcl"], ["orva-station run sessions/rf.tcl"]),
-        (["wifi_start_tx", "--chip"], ["--chip NAME wifi_start_tx"]),
+        (["wifi_start_tx", "--chip"], ["--chip CHIP wifi_start_tx"]),
         (["phone", "keys"], ["help phone"]),
         (["docter"], ["Did you mean doctor"]),
         (["wifi_set_power", "1", "--chip=vq2050"], ["options come first", "--chip=vq2050 wifi_set_power"]),
@@ -244,6 +245,8 @@ def test_a_failed_expectation_is_recorded_and_the_session_goes_on(session):
         ("wifi_set_band 0\nfault ioctl 0", "counts from 1"),
         ("wifi_set_band 0\nwait soon", "seconds"),
         ("wifi_set_band 0\nchip vq9", "vq2070"),
+        ("wifi_set_band 0\nhas driver mimo_chian", "Did you mean mimo_chain"),
+        ("wifi_set_band 0\nhas shell ls", "driver"),
         ("wifi_set_band 0\nexpr {1 +}", "missing operand"),
     ],
 )
@@ -385,6 +388,70 @@ def test_shipped_sessions_pass_on_a_good_phone(name, chip):
     assert status == 0, [line for line in reported if not line.get("held", True)]
 
 
+@pytest.mark.parametrize("chip", CHIPS)
+def test_the_sweep_judges_the_chain(chip):
+    reported = lines("--chip", chip, "run", ROOT / "sessions/sweep.tcl")[1]
+    made = [step for step in calls(reported) if step["function"] == "wifi_setmimo_channel"]
+    assert [len(step["expectations"]) for step in made] == [1] * len(made)
+
+
+@pytest.mark.parametrize("text, value", [("has driver mimo_chain", "1"), ("has driver bss_expire_age", "1"), ("has driver cal_block_push", "0")])
+def test_a_session_asks_for_a_driver_command(session, text, value):
+    assert session(f"limits has [{text}] {value}\n", "--chip", "vq2050")[0] == 0
+
+
+TAKES = "set p [parameter power integer 0..300 155]\nset s [parameter serial text ?*]\nset l [parameter rssi limits * -70..-40]\nif {[chip] eq {}} {}\nwifi_set_power $p -> 1\nlimits l -50 $l\n"
+TAKEN = "The session takes power (an integer in 0..300, default 155), serial (a text in ?*, must be given), rssi (limits, default -70..-40)."
+
+
+def test_parameters_are_given_and_recorded(tmp_path):
+    script, junit, page = tmp_path / "session.tcl", tmp_path / "unit.xml", tmp_path / "unit.html"
+    script.write_text(TAKES)
+    status, reported = lines("--junit", junit, "--report", page, "run", script, "--", "power=0x10", "serial=a=b c")
+    values = [("power", "0x10", True), ("serial", "a=b c", True), ("rssi", "-70..-40", False)]
+    assert status == 0 and calls(reported)[0]["arguments"]["power"] == 16
+    assert [(line["name"], line["value"], line["given"]) for line in reported if line["type"] == "parameter"] == values
+    assert [(one.get("name"), one.get("value")) for one in ElementTree.parse(junit).iter("property")] == [value[:2] for value in values]
+    assert "parameter power = 0x10" in page.read_text() and "parameter rssi = -70..-40 (default)" in station("run", script, "--", "serial=1").stdout
+
+
+@pytest.mark.parametrize("given, message", [
+    (["power=1"], "The parameter serial is missing. " + TAKEN), (["serial=1", "pwer=2"], 'There is no parameter "pwer". Did you mean power? ' + TAKEN),
+    (["serial=1", "power=loud"], 'parameter power: the value is "loud": give an integer in 0..300.'),
+    (["serial=1", "power=301"], 'parameter power: the value is "301"'), (["serial=1", "power=1.5"], "give an integer"),
+    (["serial="], "give a text in ?*"), (["serial=1", "rssi=5..1"], "give limits")])
+def test_wrong_parameters_end_a_session_before_its_first_call(tmp_path, given, message):
+    script = tmp_path / "session.tcl"
+    script.write_text(TAKES)
+    status, reported = lines("run", script, "--", *given)
+    assert status == 2 and calls(reported) == []
+    assert message in [line["text"] for line in reported if line["type"] == "error"][0]
+
+
+@pytest.mark.parametrize("text, message", [
+    ("wifi_set_power 1\nparameter a text *", "before the session's first act"), ("parameter a word *", "integer, number, text or limits"),
+    ("parameter a integer 5..1", "allows nothing"), ("parameter a integer 1..5 9", "the default"), ("parameter {a b} text * x", "no name"),
+    ("parameter a text * x\nparameter a text * x", "already"), ("run x.tcl", "for the prompt"), ("source x.tcl", "no files")])
+def test_a_wrong_declaration_is_named(session, text, message):
+    status, reported = session(text + "\n")
+    assert status == 2 and message in [line["text"] for line in reported if line["type"] == "error"][0]
+
+
+def test_a_session_from_standard_input(tmp_path):
+    done = station("--chip", "all", "run", "-", "--", "power=3", stdin="set p [parameter power integer 0..9]\nwifi_set_power $p -> 1\nlimits a 1 2\n", cwd=tmp_path)
+    assert done.returncode == 1 and done.stdout.count("wifi_set_power 3") == done.stdout.count(", -:3]") == len(CHIPS)
+    assert station("run", "-").returncode == 2
+
+
+@pytest.mark.parametrize("chip", CHIPS)
+def test_shipped_sessions_take_their_limits(chip):
+    status, reported = lines("--chip", chip, "run", ROOT / "sessions/rf.tcl", "--", "power=230", "rssi=-30..-20")
+    failed = [e["what"] for step in calls(reported) for e in step["expectations"] if not e["held"]]
+    assert (status, failed) == (1, ["rssi"])
+    assert lines("--chip", chip, "run", ROOT / "sessions/board_check.tcl", "--", "rssi=-30..-20")[0] == 1
+    assert lines("--chip", chip, "run", ROOT / "sessions/sweep.tcl", "--", "power=90")[0] == 0
+
+
 DOCUMENTED = re.findall(r"^```tcl\n(.*?)^```", (ROOT / "docs/sessions.md").read_text(), re.M | re.S)
 
 
@@ -479,38 +546,6 @@ def test_the_prompt_works_in_a_pipe():
     assert done.returncode == 0 and done.stdout.count("wifi_set_power") >= 2 and "42" in done.stdout
     assert station(stdin="wifi_set_power 1 -> 0\n").returncode == 1
     assert station(stdin="nonsense\nwifi_set_power 1\n").returncode == 2
-
-
-class Terminal:
-    """The console, or a shell, on a terminal."""
-
-    def __init__(self, home, *arguments, columns=80, program=STATION, term="xterm"):
-        self.pid, self.fd = pty.fork()
-        if self.pid == 0:
-            os.chdir(home)
-            os.environ.update(HOME=str(home), TERM=term)
-            os.environ.pop("NO_COLOR", None)
-            termios.tcsetwinsize(1, (24, columns))
-            os.execvp(program, [program, *arguments])
-
-    def rest(self):
-        """The rest of its output, and its exit status."""
-        seen = b""
-        try:
-            while piece := os.read(self.fd, 4096):
-                seen += piece
-        except OSError:
-            pass
-        return seen.decode(errors="replace"), os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
-
-    def type(self, text, until):
-        os.write(self.fd, text.encode())
-        seen, end = "", time.monotonic() + 20
-        while not re.search(until, seen):
-            assert time.monotonic() < end, f"waited for {until!r} after {text!r}, saw {seen!r}"
-            if select.select([self.fd], [], [], 0.2)[0]:
-                seen += os.read(self.fd, 4096).decode(errors="replace")
-        return seen
 
 
 def test_the_prompt_on_a_terminal(tmp_path):

@@ -55,6 +55,27 @@ def test_a_signal_ends_transmission_and_completes_the_reports(tmp_path, number):
     assert sorted(path.name for path in tmp_path.iterdir()) == sorted(p.name for p in (script, junit, page, trace))
 
 
+@pytest.mark.parametrize("delay", [0, 0.002, 0.005, 0.011, 0.02])
+def test_a_signal_between_two_sessions_breaks_the_run(tmp_path, delay):
+    """Most of the time of a run of short sessions passes between them."""
+    script, junit, page = tmp_path / "short.tcl", tmp_path / "unit.xml", tmp_path / "unit.html"
+    script.write_text("wifi_set_power 155 -> 1\n")
+    running = subprocess.Popen([STATION, "--json", "--junit", junit, "--report", page, "run", *[script] * 2000],
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    lines = [json.loads(running.stdout.readline()) for _ in range(20)]
+    time.sleep(delay)
+    running.send_signal(signal.SIGINT)
+    lines += [json.loads(line) for line in running.stdout]
+    errors = running.communicate(timeout=60)[1]
+    ends = [line["verdict"] for line in lines if line["type"] == "end"]
+    assert running.returncode == 2 and errors == ""
+    assert ends[-1] == "BROKEN" and set(ends[:-1]) == {"PASS"} and 1 < len(ends) < 2000
+    assert lines[-1] == {"type": "summary", "sessions": len(ends), "verdict": "BROKEN", "passed": False}
+    suites = ElementTree.parse(junit).findall("testsuite")
+    assert [suite.get("errors") for suite in suites] == ["0"] * (len(ends) - 1) + ["1"]
+    assert page.read_text().count('"type":"begin"') == len(ends)
+
+
 def test_the_phone_may_be_left_as_it_is(tmp_path):
     script = tmp_path / "session.tcl"
     script.write_text(TRANSMIT)

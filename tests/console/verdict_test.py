@@ -262,3 +262,20 @@ def test_an_unusable_setting_is_the_cause(session, chip, start, changed, what, f
     cause, = run.of("call")[-1]["causes"]
     assert (cause["what"], cause["found"]) == (what, found) and words in cause["cause"]
     assert f"cause    {what}: {found}: " in run.quiet
+
+
+@pytest.mark.parametrize("words", [["run", "SCRIPT"], ["--expect", "0", "wifi_set_power", "155"]], ids=["session", "call"])
+@pytest.mark.parametrize("detail", [[], ["--brief"], ["--quiet"]], ids=str)
+def test_text_of_several_chips_names_each(tmp_path, words, detail):
+    script = tmp_path / "session.tcl"
+    script.write_text("wifi_set_power 155 -> 0\nforeach a {1 2} { limits a 1 2 }\nnonsense\n")
+    done = station("--chip", "all", *detail, *[script if word == "SCRIPT" else word for word in words])
+    runs = "run" in words
+    for chip in CHIPS:
+        assert re.search(rf"^\S+ on {chip}, virtual clock$", done.stdout, re.M)
+        assert re.search(rf"expected result 0, got 1  \[{chip}{', .*:1' if runs else ''}\]", done.stdout)
+        assert len(re.findall(rf"^STOP  {chip}, .*:3", done.stdout, re.M)) == runs
+        assert re.search(rf"^{chip} .*{'BROKEN' if runs else 'FAIL'}$", done.stdout, re.M)
+        assert bool(re.search(rf"^(BROKEN|FAIL)  \S+ on {chip}: ", done.stdout, re.M)) == (detail != ["--quiet"])
+    alone = station("--chip", CHIPS[0], *detail, "run", script).stdout
+    assert f"[{script}:1]" in alone and "\nBROKEN" not in alone

@@ -1,0 +1,51 @@
+# SPDX-License-Identifier: Apache-2.0
+"""A program on a terminal, typed at and read from."""
+import os
+import pty
+import re
+import select
+import signal
+import termios
+import time
+
+from support.console import STATION
+
+PATIENCE = 20  # seconds
+
+
+class Terminal:
+    """The console, or a shell, on a terminal."""
+
+    def __init__(self, home, *arguments, columns=80, program=STATION, term="xterm", environment=None):
+        self.pid, self.fd = pty.fork()
+        if self.pid == 0:
+            os.chdir(home)
+            os.environ.update(HOME=str(home), TERM=term)
+            os.environ.pop("NO_COLOR", None)
+            os.environ.update(environment or {})
+            termios.tcsetwinsize(1, (24, columns))
+            os.execvp(program, [program, *map(str, arguments)])
+
+    def rest(self):
+        """The rest of its output, and its exit status."""
+        seen, end = b"", time.monotonic() + PATIENCE
+        try:
+            while time.monotonic() < end:
+                if select.select([self.fd], [], [], 0.2)[0]:
+                    seen += (piece := os.read(self.fd, 4096))
+                    if not piece:
+                        break
+            else:
+                os.kill(self.pid, signal.SIGKILL)
+        except OSError:  # the program has ended
+            pass
+        return seen.decode(errors="replace"), os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
+
+    def type(self, text, until):
+        os.write(self.fd, text if isinstance(text, bytes) else text.encode())
+        seen, end = "", time.monotonic() + PATIENCE
+        while not re.search(until, seen):
+            assert time.monotonic() < end, f"waited for {until!r} after {text!r}, saw {seen!r}"
+            if select.select([self.fd], [], [], 0.2)[0]:
+                seen += os.read(self.fd, 4096).decode(errors="replace")
+        return seen
