@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 /*
- * The console's link to a phone with a real kernel. The chip is set up through the driver's control files. Log,
- * NV and sub-chip are those of the virtual phone's platform half, which runs in this process. The watcher tells
- * of contacts; the lists that the driver and the shell keep by themselves are for whoever compares.
+ * The console's link to a phone with a real kernel. The chip is set up through the driver's control files.
+ * Log, NV and sub-chip are those of the virtual phone's platform half, which runs in this process. The
+ * watcher tells of contacts; the lists that the driver and the shell keep by themselves are for whoever
+ * compares.
  */
 #include "console/phone/phone_link.h"
 

@@ -19,9 +19,7 @@ namespace {
 constexpr size_t worth_returning = size_t{16} << 20;
 
 /// Room for a text with its end; nothing for an empty one.
-size_t room_for(std::string_view bytes) {
-  return bytes.empty() ? 0 : (bytes.size() + 1 + 15) & ~size_t{15};
-}
+size_t room_for(std::string_view bytes) { return bytes.empty() ? 0 : (bytes.size() + 1 + 15) & ~size_t{15}; }
 
 void return_pages(void *start, size_t used) {
   if (used > worth_returning) madvise(start, used & ~size_t{4095}, MADV_REMOVE);
@@ -35,7 +33,7 @@ struct contact_store::counters {
 
 contact_store::contact_store(size_t most_contacts, size_t most_bytes)
     : most_contacts_(most_contacts), most_bytes_(most_bytes),
-      counters_(new(map_shared(sizeof(counters))) counters),
+      counters_(new (map_shared(sizeof(counters))) counters),
       contacts_(static_cast<struct phone_event *>(map_shared(most_contacts * sizeof(struct phone_event)))),
       bytes_(static_cast<char *>(map_shared(most_bytes))) {}
 

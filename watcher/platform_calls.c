@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * The phone's log, chip query and NV service. A phone without one of these functions would not have loaded the
- * library; here a call of it fails, and watcher_missing names it.
+ * The phone's log, chip query and NV service. A phone without one of these functions would not have loaded
+ * the library; here a call of it fails, and watcher_missing names it.
  */
 #include "platform/platform.h"
 #include "watch.h"
@@ -28,12 +28,8 @@ int __android_log_print(int prio, const char *tag, const char *fmt, ...) {
   errno = kept;
   result = next ? next(prio, tag, "%s", text) : -1;
   if (entered) {
-    watch_note(&(struct phone_event){.kind = PHONE_LOG,
-                                     .time_us = began,
-                                     .result = length,
-                                     .number = {prio},
-                                     .name = tag,
-                                     .text = text});
+    watch_note(&(struct phone_event){
+        .kind = PHONE_LOG, .time_us = began, .result = length, .number = {prio}, .name = tag, .text = text});
     watch_print_log(prio, tag, text);
     watch_leave(entered);
   }

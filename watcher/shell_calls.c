@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Shell commands: children that run one, and streams that read its output. A child that runs a shell is gone for
- * good, so its exit status comes from the parent's wait.
+ * Shell commands: children that run one, and streams that read its output. A child that runs a shell is gone
+ * for good, so its exit status comes from the parent's wait.
  */
 #include "watch.h"
 
@@ -88,7 +88,8 @@ pid_t waitpid(pid_t child, int *status, int options) {
                                    .result = result,
                                    .error = result < 0 ? errno : 0,
                                    .number = {seen}});
-  if (result == child || (result < 0 && errno != EINTR)) watch_child_ended(child, result == child ? &seen : NULL);
+  if (result == child || (result < 0 && errno != EINTR))
+    watch_child_ended(child, result == child ? &seen : NULL);
   watch_leave(entered);
   return result;
 }

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Sockets, the driver's private request, files below /sys, and pauses. The arguments decide what is recorded, so
- * that a watched thread may still do other things.
+ * Sockets, the driver's private request, files below /sys, and pauses. The arguments decide what is recorded,
+ * so that a watched thread may still do other things.
  */
 #define _GNU_SOURCE
 #include "watch.h"
@@ -181,11 +181,8 @@ int usleep(useconds_t us) {
   int result = next(us);
 
   if (entered) {
-    watch_note(&(struct phone_event){.kind = PHONE_SLEEP,
-                                     .time_us = began,
-                                     .result = result,
-                                     .error = failure(result),
-                                     .number = {us}});
+    watch_note(&(struct phone_event){
+        .kind = PHONE_SLEEP, .time_us = began, .result = result, .error = failure(result), .number = {us}});
     watch_leave(entered);
   }
   return result;

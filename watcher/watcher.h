@@ -2,8 +2,8 @@
 /*
  * Watches how the library uses a phone whose driver, shell and services are not ours. The watcher defines the
  * functions through which the library reaches the phone ahead of libc and of the phone's libraries
- * (watched_functions.txt). Each passes the call on, returns its result and errno unchanged, and records it as an
- * event of phone.h. The library is not changed and does not notice.
+ * (watched_functions.txt). Each passes the call on, returns its result and errno unchanged, and records it as
+ * an event of phone.h. The library is not changed and does not notice.
  *
  * Plain C, as phone.h.
  */
@@ -17,15 +17,16 @@ extern "C" {
 #endif
 
 /**
- * Makes room for this many contacts and for this many bytes of their texts and data, and forgets all contacts.
- * To be called first; until then nothing is recorded. The memory is used only as contacts come. Ends the process
- * with a message if there is none.
+ * Makes room for this many contacts and for this many bytes of their texts and data, and forgets all
+ * contacts. To be called first; until then nothing is recorded. The memory is used only as contacts come.
+ * Ends the process with a message if there is none.
  */
 void watcher_open(size_t most_contacts, size_t most_bytes);
 
 /**
- * Decides whether contacts of the calling thread, and of children that it forks, are recorded. Returns what was
- * decided before. Off for every thread at first. Callers of the phone that are not the library switch it off.
+ * Decides whether contacts of the calling thread, and of children that it forks, are recorded. Returns what
+ * was decided before. Off for every thread at first. Callers of the phone that are not the library switch it
+ * off.
  */
 int watcher_watch(int on);
 

@@ -48,7 +48,8 @@ size_t contacts_dropped();
 void clear_contacts();
 /** Kinds of contact that are never seen here, as recordings name them. */
 std::vector<std::string> unseen_kinds();
-/** Functions that the library needs and no library of this phone defines, as far as the loader does not tell. */
+/** Functions that the library needs and no library of this phone defines, as far as the loader does not tell.
+ */
 std::vector<std::string> missing_functions();
 /** Prints log lines of at least this priority to stderr; 0 for none. */
 void print_log(int least_priority);

@@ -32,7 +32,6 @@ size_t contacts_dropped() { return watcher_dropped(); }
 /** Bounds-checked functions only touch the caller's memory, and the variadic ones cannot be passed on. */
 std::vector<std::string> unseen_kinds() { return {phone_event_word(PHONE_SECURE, nullptr, nullptr)}; }
 
-
 std::vector<std::string> missing_functions() {
   std::vector<std::string> all;
   while (auto *name = watcher_missing(all.size())) all.emplace_back(name);

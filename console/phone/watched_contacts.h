@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The contacts with a phone that is not the virtual one, as the watcher sees them. Implements what phone_link.h
-// says of contacts, but clear_contacts.
+// The contacts with a phone that is not the virtual one, as the watcher sees them. Implements what
+// phone_link.h says of contacts, but clear_contacts.
 #ifndef CONSOLE_WATCHED_CONTACTS_H
 #define CONSOLE_WATCHED_CONTACTS_H
 

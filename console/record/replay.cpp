@@ -18,7 +18,8 @@ namespace {
 
 using kinds_t = std::set<std::string>;
 
-/** A call's contacts without times and without kinds that nobody saw, then its outcome: the lines to compare. */
+/** A call's contacts without times and without kinds that nobody saw, then its outcome: the lines to compare.
+ */
 std::vector<json> compared_lines(const recorded_call &call, const kinds_t &without) {
   auto all = call.contacts;
   std::erase_if(all, [&](auto &c) { return without.contains(c.at("kind").template get<std::string>()); });
@@ -105,8 +106,7 @@ bool replay(const std::string &path, const settings &with) {
     require_function(lib, call, with);
     auto where = fmt::format("{}:{}", path, call.line);
     require_complete(call, where);
-    if (print_difference(i + 1, call, run_again(call, lib), then.without, where))
-      return false;
+    if (print_difference(i + 1, call, run_again(call, lib), then.without, where)) return false;
   }
   fmt::print("{}: {} replayed, all the same.\n", path, counted(then.calls.size(), "call"));
   return true;

@@ -127,8 +127,9 @@ TEST_F(watcher, leaves_errno_alone_when_nothing_fails) {
   errno = some_errno;
   use_everything();
   EXPECT_EQ(errno, some_errno);
-  EXPECT_EQ(kinds(), "socket ioctl close open write close sleep sleep log subchip nv_read fork exec wait popen "
-                     "fread pclose");
+  EXPECT_EQ(kinds(),
+            "socket ioctl close open write close sleep sleep log subchip nv_read fork exec wait popen "
+            "fread pclose");
 }
 
 TEST_F(watcher, passes_refusals_on_and_keeps_their_errno) {
@@ -136,8 +137,9 @@ TEST_F(watcher, passes_refusals_on_and_keeps_their_errno) {
     const char *place;
     phone_event_kind kind;
     int error;
-  } refusals[] = {{"socket", PHONE_SOCKET, EMFILE}, {"ioctl", PHONE_IOCTL, EACCES}, {"close", PHONE_CLOSE, EIO},
-                  {"fork", PHONE_FORK, EAGAIN},     {"popen", PHONE_POPEN, ENOMEM}, {"open", PHONE_OPEN, EACCES},
+  } refusals[] = {{"socket", PHONE_SOCKET, EMFILE}, {"ioctl", PHONE_IOCTL, EACCES},
+                  {"close", PHONE_CLOSE, EIO},      {"fork", PHONE_FORK, EAGAIN},
+                  {"popen", PHONE_POPEN, ENOMEM},   {"open", PHONE_OPEN, EACCES},
                   {"write", PHONE_WRITE, ENOSPC},   {"waitpid", PHONE_WAIT, ECHILD}};
   for (auto &refusal : refusals) {
     SCOPED_TRACE(refusal.place);
@@ -173,8 +175,10 @@ TEST_F(watcher, learns_a_shell_commands_status_from_the_wait) {
     const char *shell, *command;
     int64_t result;
     int error;
-  } cases[] = {{"/system/bin/sh", "exit 3", 3, 0}, {"/system/bin/sh", "no_such_program", 127, 0},
-               {"/bin/sh", "exit 4", 4, 0},        {"/bin/sh", "kill -9 $$", 128 + SIGKILL, 0},
+  } cases[] = {{"/system/bin/sh", "exit 3", 3, 0},
+               {"/system/bin/sh", "no_such_program", 127, 0},
+               {"/bin/sh", "exit 4", 4, 0},
+               {"/bin/sh", "kill -9 $$", 128 + SIGKILL, 0},
                {"/no/such/sh", "true", -1, ENOENT}};
   for (auto &each : cases) {
     SCOPED_TRACE(each.command);
@@ -266,9 +270,7 @@ TEST_F(watcher, is_safe_across_forks) {
   EXPECT_EQ(watcher_count(), 3u * 3u * each);
   for (size_t i = 0; i < watcher_count(); i++) {
     auto *seen = watcher_contact(i);
-    if (seen->kind == PHONE_EXEC) {
-      EXPECT_EQ(seen->result, 3);
-    }
+    if (seen->kind == PHONE_EXEC) { EXPECT_EQ(seen->result, 3); }
   }
 }
 
