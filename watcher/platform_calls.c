@@ -22,6 +22,7 @@ int __android_log_print(int prio, const char *tag, const char *fmt, ...) {
   va_list arguments;
   int length, result;
 
+  text[0] = '\0';
   va_start(arguments, fmt);
   length = vsnprintf(text, sizeof(text), fmt, arguments);
   va_end(arguments);

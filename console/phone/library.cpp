@@ -10,11 +10,24 @@
 
 namespace console {
 
-/** The path that a library was loaded from. */
-static std::string file_of(void *handle) {
-  link_map *map = nullptr;
-  return dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0 ? map->l_name : "";
+namespace {
+
+/** Takes the path of the loaded library whose name the path ends with. */
+int take_path(dl_phdr_info *loaded, size_t, void *wanted) {
+  auto &path = *static_cast<std::string *>(wanted);
+  std::string_view found = loaded->dlpi_name;
+  if (!found.ends_with(path)) return 0;
+  path = found;
+  return 1;
 }
+
+/** Where the loader found a library that was named with or without its folder. */
+std::string loaded_path(const std::string &name) {
+  auto path = name.substr(name.rfind('/') + 1);
+  return dl_iterate_phdr(take_path, &path) ? path : name;
+}
+
+}  // namespace
 
 std::string library::load(const std::string &path) {
   unload();
@@ -22,7 +35,7 @@ std::string library::load(const std::string &path) {
   std::string trouble = handle ? "" : dlerror();
   auto missing = handle ? phone_link::missing_functions() : std::vector<std::string>();
   if (!missing.empty()) {
-    trouble = fmt::format("{}: undefined symbol: {}", file_of(handle), missing.front());
+    trouble = fmt::format("{}: undefined symbol: {}", loaded_path(path), missing.front());
     unload();
   }
   if (trouble.empty()) return "";

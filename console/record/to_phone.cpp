@@ -94,10 +94,11 @@ private:
   using item_t = std::pair<int64_t, std::string>;
 
   static std::string nv_table(const item_t &item, const std::string &bytes) {
-    auto text = nv_text(bytes);
-    bool is_text = !text.starts_with("0x");
+    auto text = nv_text(bytes), padded = text;
+    padded.resize(nv_item_size);
+    bool is_text = padded == bytes;
     return fmt::format("\n[[nv]]\nnumber = {}\nname = {}\n{} = {}\n", item.first, quoted(item.second),
-                       is_text ? "text" : "data", quoted(is_text ? text : text.substr(2)));
+                       is_text ? "text" : "data", quoted(is_text ? text : hex(bytes.data(), bytes.size())));
   }
 
   void add_shell(const json &c) {
@@ -166,6 +167,16 @@ private:
   outcomes results;
 };
 
+void add_call(description &phone, const recorded_call &call, const std::string &path) {
+  try {
+    for (auto &c : call.contacts) phone.add(c);
+  } catch (const json::exception &e) {
+    throw usage_error{
+        fmt::format("{}:{}: a contact of this call has a field missing or of the wrong kind ({}).", path,
+                    call.line, e.what())};
+  }
+}
+
 }  // namespace
 
 std::string phone_of_recording(const std::string &path) {
@@ -183,8 +194,7 @@ std::string phone_of_recording(const std::string &path) {
   if (!chip)
     throw usage_error{fmt::format("{}: the virtual phone has no chip \"{}\".", path, *names.begin())};
   description phone(*chip);
-  for (auto &call : seen.calls)
-    for (auto &c : call.contacts) phone.add(c);
+  for (auto &call : seen.calls) add_call(phone, call, path);
   return fmt::format("# From {}: what the phone answered in {}.\n{}", path,
                      counted(seen.calls.size(), "call"), phone.text());
 }

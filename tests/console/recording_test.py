@@ -27,6 +27,10 @@ text = "pa2ga0=4,5,6;"
 number = 367
 name = "WITXCCK"
 data = "0102FF"
+[[nv]]
+number = 369
+name = "WIC0_5GLOW"
+text = "0x12"
 """
 LOOK = "".join(f"ignore {call}\n" for call in (
     "wifi_nvram_calibrate_get", "wifi_nvram_calibrate_clean 1", "wifi_nvram_calibrate_get", "wifi_get_upc_code",
@@ -78,6 +82,7 @@ END = '{"type":"result","result":"1","outputs":{}%s}\n{"type":"end","calls":1}\n
 @pytest.mark.parametrize("text, words, complaint", [
     (HEAD + '{"type":"end","calls":0}\n', ["trace", "to-phone"], "has no call"),
     (HEAD.replace("vq2050", "odd") + CALL + END % "", ["trace", "to-phone"], 'no chip "odd"'),
+    (HEAD + CALL + '{"type":"contact","kind":"exec","result":0}\n' + END % "", ["trace", "to-phone"], ":3: a contact"),
     (HEAD + CALL + END % ',"dropped":3', ["replay"], "3 contacts of wifi_stop_tx were not kept"),
     (HEAD.replace("secure", "socks"), ["replay"], '"socks" is no kind of contact'),
     (HEAD, ["trace"], "trace: name what to make"), (HEAD, ["trace", "to-page"], "trace: name what to make"),
