@@ -28,19 +28,20 @@ pid_t fork(void) {
   return child;
 }
 
-static const char *shell_command(const char *path, char *const *arguments) {
-  size_t length = strlen(path);
+/* The command in "sh -c COMMAND", null for another program. count: the arguments with the null at their end.
+ */
+static const char *shell_command(const char *path, char *const *arguments, size_t count) {
+  size_t length = path ? strlen(path) : 0;
   int is_shell = length >= 3 && strcmp(path + length - 3, "/sh") == 0;
 
-  if (!is_shell || !arguments[0] || !arguments[1] || strcmp(arguments[1], "-c") != 0) return NULL;
-  return arguments[2];
+  return is_shell && count == 4 && strcmp(arguments[1], "-c") == 0 ? arguments[2] : NULL;
 }
 
 /* Recorded before the program is replaced; completed here if that fails, and by the parent otherwise. */
-static int pass_exec(const char *path, char *const *arguments) {
+static int pass_exec(const char *path, char *const *arguments, size_t count) {
   static int (*next)(const char *, char *const *);
   int64_t began;
-  const char *command = path ? shell_command(path, arguments) : NULL;
+  const char *command = shell_command(path, arguments, count);
   int entered = command && watch_enter(&began);
   size_t contact =
       entered ? watch_note(&(struct phone_event){.kind = PHONE_EXEC, .time_us = began, .text = command}) : 0;
@@ -69,7 +70,15 @@ int execl(const char *path, const char *argument, ...) {
   arguments[0] = (char *)argument;
   for (size_t i = 1; i < count; i++) arguments[i] = va_arg(list, char *);
   va_end(list);
-  return pass_exec(path, arguments);
+  return pass_exec(path, arguments, count);
+}
+
+/* gcov turns execl into this one. */
+int execv(const char *path, char *const arguments[]) {
+  size_t count = 1;
+
+  for (char *const *each = arguments; *each; each++) count++;
+  return pass_exec(path, arguments, count);
 }
 
 /* After any error but EINTR the child is somebody else's. */
