@@ -14,6 +14,7 @@
 #include "console/prompt/options.h"
 #include "console/prompt/prompt.h"
 #include "console/record/replay.h"
+#include "console/record/to_phone.h"
 #include "console/record/trace_reporter.h"
 #include "console/run/verdict.h"
 #include "console/text/output_file.h"
@@ -255,6 +256,13 @@ exit_status run_diff(const command_line &line) {
   return diff_recordings(line.words[1], line.words[2]) ? exit_status::passed : exit_status::failed;
 }
 
+exit_status run_trace(const command_line &line) {
+  if (line.words.size() != 3 || line.words[1] != "to-phone")
+    throw usage_error{
+        "trace: name what to make and one recording, as in: orva-station trace to-phone unit.trace"};
+  return fmt::print("{}", phone_of_recording(line.words[2])), exit_status::passed;
+}
+
 exit_status run_list(const command_line &line) {
   if (line.words.size() > 1)
     throw usage_error{fmt::format("list: \"{}\" is not understood: it takes nothing.", line.words[1])};
@@ -272,9 +280,9 @@ struct runner {
 };
 
 constexpr runner runners[] = {
-    {"run", run_sessions},  {"preview", run_preview}, {"nv", run_nv_command},
-    {"doctor", run_doctor}, {"replay", run_replay},   {"diff", run_diff},
-    {"list", run_list},     {"help", run_help},       {"generate", run_generate},
+    {"run", run_sessions},  {"preview", run_preview},   {"nv", run_nv_command}, {"doctor", run_doctor},
+    {"replay", run_replay}, {"diff", run_diff},         {"trace", run_trace},   {"list", run_list},
+    {"help", run_help},     {"generate", run_generate},
 };
 static_assert(std::ranges::equal(runners, command_line_names, {}, &runner::name),
               "each word of the command line has its runner");

@@ -1,27 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 /*
- * The console's link to a phone with a real kernel. The chip is set up through the driver's control files;
- * driver commands are read from the driver's list and shell commands from the shell's. Log, NV and sub-chip
- * are those of the virtual phone's platform half, which runs in this process. Pauses are real and not
- * recorded.
+ * The console's link to a phone with a real kernel. The chip is set up through the driver's control files.
+ * Log, NV and sub-chip are those of the virtual phone's platform half, which runs in this process. The
+ * watcher tells of contacts; the lists that the driver and the shell keep by themselves are for whoever
+ * compares.
  */
 #include "console/phone/phone_link.h"
 
+#include "console/phone/watched_contacts.h"
 #include "console/text/usage_error.h"
 #include "platform.h"
 #include "radio_keys.h"
+#include "watcher/watcher.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <fstream>
 #include <optional>
-#include <sstream>
 #include <time.h>
 
 namespace console::phone_link {
@@ -31,23 +31,12 @@ constexpr auto radio_file = "/proc/orva_radio";
 constexpr auto faults_file = "/proc/orva_faults";
 constexpr auto commands_file = "/proc/orva_commands";
 constexpr auto all_commands = "/tmp/all_commands";
-constexpr auto shell_account = "/tmp/shell_account";
 constexpr auto services_folder = "/tmp/services/";
 constexpr auto shell_faults = "/tmp/shell_faults/";
 constexpr size_t message_size = 512, item_size = 104;
 
-/** An event and the memory that its pointers refer to. */
-struct kept_contact {
-  contact event{};
-  std::string text, data;
-};
-
 /** Commands print to the console's output; line buffering keeps them out of a line written in part. */
 [[maybe_unused]] const int whole_lines = setvbuf(stdout, nullptr, _IOLBF, 0);
-
-std::deque<kept_contact> made;
-std::streamoff shell_read;
-int64_t uptime_at_reset;
 
 /** Faults in the order of their ids: who makes each fail, and its number there. */
 enum class planner { driver, shell, platform };
@@ -68,12 +57,6 @@ template <class F> std::string message_of(F f) {
 std::string value_of(const std::string &key) {
   char value[1024] = "";
   return phone_get(key.c_str(), value, sizeof value) == 0 ? value : "";
-}
-
-int64_t uptime_us() {
-  timespec now{};
-  clock_gettime(CLOCK_BOOTTIME, &now);
-  return now.tv_sec * int64_t{1'000'000} + now.tv_nsec / 1000;
 }
 
 std::string write_file(const char *path, const std::string &text) {
@@ -102,74 +85,12 @@ bool is_driver_key(const std::string &name) {
   return false;
 }
 
-std::string from_hex(const std::string &digits) {
-  std::string bytes(RADIO_RECORD_SIZE, '\0');
-  for (size_t i = 0; 2 * i + 1 < digits.size() && i < bytes.size(); ++i)
-    bytes[i] = static_cast<char>(std::stoi(digits.substr(2 * i, 2), nullptr, 16));
-  return bytes;
-}
-
-uint32_t number_at(const std::string &record, size_t at) {
-  uint32_t number;
-  memcpy(&number, record.data() + at, sizeof number);
-  return number;
-}
-
-kept_contact driver_command(const std::string &line) {
-  std::istringstream words(line);
-  kept_contact made_of;
-  std::string sent, left;
-  int64_t result = 0;
-  words >> made_of.event.time_us >> result >> sent >> left;
-  made_of.data = from_hex(sent) + from_hex(left);
-  made_of.event.kind = PHONE_IOCTL;
-  made_of.event.result = result < 0 ? -1 : result;
-  made_of.event.error = static_cast<int32_t>(result < 0 ? -result : 0);
-  made_of.event.number[1] = number_at(made_of.data, 0);
-  made_of.event.number[2] = number_at(made_of.data, 4);
-  return made_of;
-}
-
-/** "SECONDS exec|popen STATUS COMMAND" */
-kept_contact shell_command(const std::string &line) {
-  std::istringstream words(line);
-  kept_contact made_of;
-  double seconds = 0;
-  std::string kind;
-  words >> seconds >> kind >> made_of.event.result >> std::ws;
-  std::getline(words, made_of.text);
-  made_of.event.kind = kind == "popen" ? PHONE_POPEN : PHONE_EXEC;
-  made_of.event.time_us = static_cast<int64_t>(seconds * 1e6) - uptime_at_reset;
-  return made_of;
-}
-
-void keep(kept_contact &&one) {
-  made.push_back(std::move(one));
-  auto &[event, text, data] = made.back();
-  event.name = "";
-  event.text = text.c_str();
-  event.data = data.data();
-  event.size = data.size();
-}
-
 /** Moves the driver's list, whose room is limited, to a file of our own. */
 void take_commands() {
   auto lines = read_lines(commands_file);
   if (lines.empty()) return;
   std::ofstream(all_commands, std::ios::app) << fmt::format("{}\n", fmt::join(lines, "\n"));
   write_file(commands_file, "clear\n");
-  for (auto &line : lines) keep(driver_command(line));
-}
-
-void take_shell() {
-  std::ifstream account(shell_account);
-  account.seekg(shell_read);
-  for (std::string line; std::getline(account, line); shell_read = account.tellg()) keep(shell_command(line));
-}
-
-void take_news() {
-  take_commands();
-  take_shell();
 }
 
 bool driver_there() { return std::ifstream(radio_file).good(); }
@@ -256,13 +177,12 @@ bool is_virtual() { return true; }
 void reset() {
   phone_reset();
   phone_set_clock(PHONE_CLOCK_REAL);
-  uptime_at_reset = uptime_us();
   for (int i = 0; i < faults_of(planner::shell); ++i) std::remove((shell_faults + std::to_string(i)).c_str());
   faults.clear();
   insert_driver();
   write_file(radio_file, "reset\n");
   give_description();
-  clear_contacts();
+  begin_watching();
 }
 
 std::string load(const std::string &path) {
@@ -302,19 +222,9 @@ void wait_us(int64_t microseconds) {
   nanosleep(&rest, nullptr);
 }
 
-std::vector<const contact *> contacts() {
-  take_news();
-  std::vector<const contact *> all;
-  for (size_t i = 0; i < phone_event_count(); ++i) all.push_back(phone_event(i));
-  for (auto &one : made) all.push_back(&one.event);
-  std::ranges::stable_sort(all, {}, [](auto *event) { return event->time_us; });
-  return all;
-}
-
 void clear_contacts() {
-  take_news();
-  made.clear();
-  phone_events_clear();
+  take_commands();
+  watcher_clear();
 }
 
 void print_log(int least_priority) { phone_print_log(least_priority); }

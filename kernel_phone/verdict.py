@@ -2,8 +2,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """Judges the results of a phone with a real kernel.
 
-Each session must have passed. Where the virtual phone can run it too, the driver commands that the kernel's driver
-heard must equal, record by record, those of the virtual phone, and so must results, shell commands and log.
+Each session must have passed, and its recording must replay on the virtual phone without a difference. The recording
+must have the driver commands that the kernel's driver heard, and the commands that the phone's shell ran. Where the
+virtual phone can run the session too, the driver commands must equal, record by record, those of the virtual phone, and
+so must results, shell commands and log.
 """
 import argparse
 import json
@@ -14,6 +16,8 @@ from pathlib import Path
 
 KERNEL_FAILURES = ("ORVA-BROKEN", "BUG:", "Oops", "WARNING:", "Call trace:", "Call Trace:")
 PACKET_COUNT = "packet_count"
+# Refusals of the kernel itself, before the driver sees the command: EPERM, EFAULT, ENODEV.
+UNHEARD = (1, 14, 19)
 
 
 def lines_of(report):
@@ -65,13 +69,22 @@ def call_difference(here, there):
     return ""
 
 
+def first_difference(what, here, there, whose):
+    """The first difference between what the watcher recorded and what another saw; "" for none."""
+    for place, (one, other) in enumerate(zip_longest(here, there), 1):
+        if one != other:
+            return f"{what} {place}: {one or 'nothing'} is recorded, {whose} has {other or 'nothing'}"
+    return ""
+
+
 class Session:
     """A session's results, and the same session on the virtual phone."""
 
-    def __init__(self, chip, name, file, results, station):
+    def __init__(self, kind, chip, name, file, results, station):
         self.folder = results / f"{chip}-{name}"
         self.title = f"{chip} {name}"
-        self.command = [station, "--chip", chip, "--json", "run", str(file)] if station else None
+        self.station = station
+        self.command = [station, "--chip", chip, "--json", "run", str(file)] if kind == "session" else None
 
     def read(self, name):
         path = self.folder / name
@@ -89,7 +102,30 @@ class Session:
         here = calls(self.read("report.jsonl"))
         if not here:
             return "no function was called"
-        return self.compare(here) if self.command else ""
+        return self.recording_problem() or (self.compare(here) if self.command else "")
+
+    def heard(self):
+        """The records that the driver lists."""
+        return [line.split()[2].lower() for line in self.read("commands.txt").splitlines()]
+
+    def recording_problem(self):
+        """Why the session's recording is not what happened, or ""."""
+        contacts = [line for line in lines_of(self.read("unit.trace")) if line["type"] == "contact"]
+        sent = [contact["sent"].lower() for contact in contacts if contact["kind"] == "ioctl" and "sent" in contact
+                and contact.get("errno") not in UNHEARD]
+        ran = [f"{contact['result']} {contact['text']}" for contact in contacts if contact["kind"] == "exec"]
+        account = [line.split(" ", 3) for line in self.read("shell.txt").splitlines()]
+        shell = [f"{status} {command}" for _, how, status, command in account if how == "exec"]
+        problem = first_difference("shell command", ran, shell, "the shell")
+        # The list of a driver goes with it.
+        if self.command:
+            problem = problem or first_difference("driver command", sent, self.heard(), "the driver")
+        return problem or self.replay_problem()
+
+    def replay_problem(self):
+        again = subprocess.run([self.station, "replay", str(self.folder / "unit.trace")], capture_output=True,
+                               text=True, check=False)
+        return "" if again.returncode == 0 else f"replayed on the virtual phone: {again.stdout}{again.stderr}".strip()
 
     def first_complaint(self):
         for line in lines_of(self.read("report.jsonl")):
@@ -103,7 +139,7 @@ class Session:
         if run.returncode != 0:
             return f"the virtual phone fails in it: exit status {run.returncode} {run.stderr.strip()}"
         there = calls(run.stdout)
-        heard = [line.split()[2] for line in self.read("commands.txt").splitlines()]
+        heard = self.heard()
         records = [record.lower() for call in there for record in call["records"]]
         self.compared = len(heard)
         return record_difference(heard, records) or call_difference(here, there)
@@ -150,9 +186,8 @@ def main():
             verdicts.append(judge_driver(arguments.results))
             continue
         chip, name, file = words
-        station = arguments.station if kind == "session" else None
         verdicts.append(judge_session(
-            Session(chip, name, arguments.sessions / Path(file).name, arguments.results, station)))
+            Session(kind, chip, name, arguments.sessions / Path(file).name, arguments.results, arguments.station)))
     passed = all(verdicts)
     print(f"kernel-phone: {'passed' if passed else 'FAILED'}")
     return 0 if passed else 1

@@ -6,11 +6,13 @@
 
 #include "clock.h"
 #include "keys.h"
+#include "nv.h"
 #include "phone.h"
 #include "places.h"
 #include "state.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -26,11 +28,17 @@ struct planned_fault {
   int64_t nth = 1, times = 1, value = 0;
 };
 
+struct described_item {
+  int64_t number = -1;
+  std::string name, bytes;
+};
+
 struct description {
   std::string path;
   struct radio radio;
   struct config config;
   std::vector<planned_fault> faults;
+  std::vector<described_item> items;
 };
 
 std::string at(const description &file, const toml::node &node, const std::string &message) {
@@ -110,10 +118,76 @@ std::string add_faults(description &file, const toml::node &node) {
   return "";
 }
 
+bool read_hex(std::string_view digits, std::string &bytes) {
+  for (size_t i = 0; i < digits.size(); i += 2) {
+    unsigned byte = 0;
+    auto pair = digits.substr(i, 2);
+    auto [end, error] = std::from_chars(pair.data(), pair.data() + pair.size(), byte, 16);
+    if (pair.size() != 2 || error != std::errc{} || end != pair.data() + pair.size()) return false;
+    bytes += static_cast<char>(byte);
+  }
+  return true;
+}
+
+std::string item_field(const description &file, described_item &item, std::string_view name,
+                       const toml::node &node) {
+  if (name == "number") {
+    auto number = node.as_integer();
+    if (!number || number->get() < 0 || number->get() > UINT32_MAX)
+      return at(file, node, "nv.number: must be a whole number from 0 to 4294967295");
+    item.number = number->get();
+    return "";
+  }
+  auto text = node.as_string();
+  if (!text) return at(file, node, "nv." + std::string(name) + ": must be a text");
+  bool fits = name == "data" ? read_hex(text->get(), item.bytes) : true;
+  if (name == "name")
+    item.name = text->get();
+  else if (name == "text")
+    item.bytes = text->get();
+  else if (name != "data")
+    return at(file, node, "nv." + std::string(name) + ": no such key; number, name, text or data");
+  fits = fits && item.bytes.size() <= sizeof(nv_item::bytes) && item.name.size() < sizeof(nv_item::name);
+  return fits ? ""
+              : at(file, node,
+                   "nv." + std::string(name) +
+                       ": must be a name of at most 63 characters, a text of at most 104, or as "
+                       "many bytes in hexadecimal");
+}
+
+std::string add_item(description &file, const toml::node &node) {
+  const auto *table = node.as_table();
+  if (!table) return at(file, node, "nv: must be written as [[nv]] with number, name, and text or data");
+  described_item item;
+  for (auto &&[name, value] : *table) {
+    std::string message = item_field(file, item, name.str(), value);
+    if (!message.empty()) return message;
+  }
+  if (item.number < 0 || item.name.empty()) return at(file, node, "nv: number or name is missing");
+  if (table->contains("text") == table->contains("data"))
+    return at(file, node, "nv: give either text or data");
+  file.items.push_back(item);
+  return file.items.size() <= max_nv_items ? "" : at(file, node, "nv: at most 512 items");
+}
+
+/// A description is of a phone's beginning; what a file keeps is not.
+std::string add_items(description &file, const toml::node &node) {
+  if (nv_is_lasting())
+    return at(file, node, "nv: this phone keeps NV in a file, which a description does not change");
+  const auto *array = node.as_array();
+  if (!array) return add_item(file, node);
+  for (auto &item : *array) {
+    std::string message = add_item(file, item);
+    if (!message.empty()) return message;
+  }
+  return "";
+}
+
 std::string add_table(description &file, const std::string &prefix, const toml::table &table);
 
 std::string add_node(description &file, const std::string &key, const toml::node &node) {
   if (key == "fault") return add_faults(file, node);
+  if (key == "nv") return add_items(file, node);
   if (const auto *table = node.as_table()) return add_table(file, key + ".", *table);
   std::string text;
   if (!node_text(node, text)) return at(file, node, key + ": must be a text, a whole number, true or false");
@@ -125,6 +199,29 @@ std::string add_table(description &file, const std::string &prefix, const toml::
   for (auto &&[name, node] : table) {
     std::string message = add_node(file, prefix + std::string(name.str()), node);
     if (!message.empty()) return message;
+  }
+  return "";
+}
+
+std::string put_items(const description &file) {
+  for (auto &item : file.items) {
+    std::string bytes = item.bytes;
+    bytes.resize(sizeof(nv_item::bytes));
+    if (phone_nv_put(static_cast<uint32_t>(item.number), item.name.c_str(), bytes.data()) != 0)
+      return file.path + ": nv: there is no room for item " + std::to_string(item.number);
+  }
+  return "";
+}
+
+/// NV first: only it can still refuse.
+std::string apply(const description &file) {
+  std::string message = put_items(file);
+  if (!message.empty()) return message;
+  state().radio = file.radio;
+  state().config = file.config;
+  for (auto &fault : file.faults) {
+    phone_fault(fault.place.c_str(), static_cast<unsigned>(fault.nth), static_cast<unsigned>(fault.times),
+                static_cast<int>(fault.value));
   }
   return "";
 }
@@ -146,14 +243,7 @@ std::string load(const char *path) {
   file->radio = radio_now();
   file->config = state().config;
   std::string message = add_table(*file, "", parsed.table());
-  if (!message.empty()) return message;
-  state().radio = file->radio;
-  state().config = file->config;
-  for (auto &fault : file->faults) {
-    phone_fault(fault.place.c_str(), static_cast<unsigned>(fault.nth), static_cast<unsigned>(fault.times),
-                static_cast<int>(fault.value));
-  }
-  return "";
+  return message.empty() ? apply(*file) : message;
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 // Kept per process: a child's copy ends with the child.
 #include "given.h"
 
-#include "phone.h"
-
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -76,12 +74,11 @@ void forget_all_given() {
   streams.clear();
 }
 
-}  // namespace phone
-
-unsigned phone_left_open(void) {
-  using namespace phone;
+unsigned count_given() {
   std::lock_guard lock(lists);
   auto open =
       std::count_if(descriptors.begin(), descriptors.end(), [](auto &d) { return d != given::nothing; });
   return static_cast<unsigned>(open) + static_cast<unsigned>(children.size() + streams.size());
 }
+
+}  // namespace phone

@@ -25,6 +25,8 @@ pid_t stream_child(const void *stream);
 void take_stream(const void *stream);
 
 void forget_all_given();
+/// How many of all three kinds there are.
+unsigned count_given();
 
 }  // namespace phone
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The Android log: kept in the trace, and on request printed as `logcat -v threadtime` prints it.
 #include "faults.h"
+#include "log_line.h"
 #include "phone.h"
 #include "state.h"
 #include "trace.h"
@@ -10,33 +11,11 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <time.h>
-#include <unistd.h>
 
 namespace phone {
 namespace {
 
 constexpr size_t longest = 4096;
-
-void print_line(FILE *out, int priority, const char *tag, std::string_view line) {
-  int64_t now = state().wall_origin_us + phone_now_us();
-  time_t seconds = now / 1000000;
-  tm local{};
-  localtime_r(&seconds, &local);
-  char stamp[32];
-  strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
-  char letter = "??VDIWEFS"[std::clamp(priority, 0, 8)];
-  fprintf(out, "%s.%03d %5d %5d %c %-8s: %.*s\n", stamp, static_cast<int>(now / 1000 % 1000), getpid(),
-          gettid(), letter, tag, static_cast<int>(line.size()), line.data());
-}
-
-void print_log(int priority, const char *tag, std::string_view text) {
-  if (text.ends_with('\n')) text.remove_suffix(1);
-  for (size_t end; (end = text.find('\n')) != text.npos; text.remove_prefix(end + 1)) {
-    print_line(stderr, priority, tag, text.substr(0, end));
-  }
-  print_line(stderr, priority, tag, text);
-}
 
 }  // namespace
 }  // namespace phone
@@ -54,6 +33,6 @@ int __android_log_print(int prio, const char *tag, const char *fmt, ...) {
   use(fn_log);
   record({.kind = PHONE_LOG, .result = length, .number = {prio}, .name = tag, .text = kept});
   int least = state().print_log;
-  if (least && prio >= least) print_log(prio, tag, kept);
+  if (least && prio >= least) print_log(state().wall_origin_us + phone_now_us(), prio, tag, kept);
   return length;
 }

@@ -394,6 +394,8 @@ int play(const struct phone_event &plan, uint32_t size, void *buffer) {
 
 }  // namespace
 
+bool nv_is_lasting() { return in_file(); }
+
 void reset_nv() {
   close_file();
   state().nv_count = 0;

@@ -9,6 +9,8 @@ namespace phone {
 void reset_nv();
 /// The same in a forked child, which leaves its parent's store file alone.
 void part_nv();
+/// Whether the store is a file, which outlasts the phone.
+bool nv_is_lasting();
 
 }  // namespace phone
 

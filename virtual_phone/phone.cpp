@@ -49,6 +49,8 @@ void phone_driver_answers_clear(void) { radio_answers_clear(&state().radio); }
 
 int phone_interface_up(void) { return state().radio.driver_loaded && state().radio.up; }
 
+unsigned phone_left_open(void) { return count_given(); }
+
 uint32_t get_orva_connectivity_subchip(void) {
   auto &shared = state();
   use(fn_subchip);

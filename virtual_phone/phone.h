@@ -102,6 +102,8 @@ struct phone_event {
 size_t phone_event_count(void);
 /** The i-th event since the last clear; null past the last. Valid until the next clear or reset. */
 const struct phone_event *phone_event(size_t i);
+/** Events since the last clear for which the trace had no room. Those before them are kept. */
+size_t phone_events_dropped(void);
 /** Empties the trace and sets the counts of phone_uses to 0. */
 void phone_events_clear(void);
 /** Decides whether the trace holds bounds-checked functions too. Off after phone_reset. */

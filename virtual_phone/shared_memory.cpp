@@ -14,7 +14,7 @@ void *map_shared(size_t size, void *at) {
   int flags = MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE | (at ? MAP_FIXED : 0);
   void *memory = mmap(at, size, PROT_READ | PROT_WRITE, flags, -1, 0);
   if (memory == MAP_FAILED) {
-    perror("virtual phone: no memory for its state");
+    perror("no memory to share with child processes");
     _exit(2);
   }
   madvise(memory, size, MADV_DONTDUMP);

@@ -3,23 +3,9 @@
 #ifndef VIRTUAL_PHONE_TRACE_H
 #define VIRTUAL_PHONE_TRACE_H
 
-#include "phone.h"
-
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <string_view>
+#include "contact_store.h"
 
 namespace phone {
-
-struct note {
-  phone_event_kind kind;
-  int64_t result = 0;
-  int error = 0;
-  std::array<int64_t, 3> number{};
-  std::string_view name{}, text{}, data{};
-  int64_t time_us = -1;  // -1: now
-};
 
 /// Keeps an event and returns its place in the trace.
 size_t record(const note &what);

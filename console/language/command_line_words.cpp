@@ -25,6 +25,8 @@ static std::vector<command_line_word> make_words() {
       {"replay", "[OPTIONS] replay FILE", "repeat a recording's calls on a phone that answers as recorded",
        "FILE"},
       {"diff", "diff FILE FILE", "show where two recordings first differ", "FILE"},
+      {"trace", "trace to-phone FILE", "print a description of the phone that was recorded, for --phone",
+       "to-phone"},
       {"list", "list", "list every function"},
       {"help", "help [FUNCTION]", "explain one function or command, or list them all", "FUNCTION"},
       {"generate", fmt::format("generate {}", fmt::join(generated_names, "|")),

@@ -51,9 +51,11 @@ json to_json(const observed &seen) {
   for (auto &n : seen.nv)
     nv.push_back(
         {{"write", n.write}, {"number", n.number}, {"name", n.name}, {"text", n.text}, {"code", n.code}});
-  return {{"driver", std::move(driver)}, {"shell", std::move(shell)},   {"files", seen.files},
-          {"pauses_us", seen.pauses_us}, {"log", std::move(log)},       {"nv", std::move(nv)},
-          {"records", seen.records},     {"time", to_json(seen.ledger)}};
+  json all = {{"driver", std::move(driver)}, {"shell", std::move(shell)},   {"files", seen.files},
+              {"pauses_us", seen.pauses_us}, {"log", std::move(log)},       {"nv", std::move(nv)},
+              {"records", seen.records},     {"time", to_json(seen.ledger)}};
+  if (seen.dropped) all["dropped"] = seen.dropped;
+  return all;
 }
 
 /** With the same field names as the doctor's findings. */

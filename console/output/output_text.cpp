@@ -269,6 +269,9 @@ private:
     wrap("    ", "  shell", shell_texts(step.seen));
     wrap("    ", "  files", step.seen.files);
     wrap("    ", "  nv", nv_texts(step.seen));
+    if (step.seen.dropped)
+      print("        {}\n",
+            paint(YELLOW, fmt::format("contacts {} more, too many to be kept", step.seen.dropped)));
     time_line(step);
   }
 

@@ -199,6 +199,7 @@ observed observe(unsigned chip, int64_t start_us, int64_t end_us) {
     } else
       add(seen, *e, path);
   }
+  seen.dropped = phone_link::contacts_dropped();
   seen.ledger = keep_ledger(phone_link::contacts(), start_us, end_us);
   return seen;
 }

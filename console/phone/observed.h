@@ -71,6 +71,8 @@ struct observed {
   std::vector<std::string> records;
   /** A driver command is here only if its retry was refused too. */
   std::vector<trouble> troubles;
+  /** Contacts after all of these, too many to be kept. */
+  size_t dropped = 0;
 
   time_ledger ledger;
 

@@ -22,7 +22,7 @@ using contact = struct phone_event;
 
 namespace console::phone_link {
 
-/** False for a real phone, which cannot be set up, observed or made to fail. */
+/** False for a real phone, which cannot be set up or made to fail. */
 bool is_virtual();
 
 /** Default description, no faults, virtual clock at 0, empty NV in memory. */
@@ -43,7 +43,14 @@ void wait_us(int64_t microseconds);
 
 /** The contacts since they were last cleared, in order. */
 std::vector<const contact *> contacts();
+/** How many came after those, too many to be kept. */
+size_t contacts_dropped();
 void clear_contacts();
+/** Kinds of contact that are never seen here, as recordings name them. */
+std::vector<std::string> unseen_kinds();
+/** Functions that the library needs and no library of this phone defines, as far as the loader does not tell.
+ */
+std::vector<std::string> missing_functions();
 /** Prints log lines of at least this priority to stderr; 0 for none. */
 void print_log(int least_priority);
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/phone/phone_link.h"
 
+#include "console/phone/watched_contacts.h"
 #include "platform.h"
+#include "watcher/watcher.h"
 
 #include <chrono>
 #include <unistd.h>
@@ -26,7 +28,7 @@ const auto start = std::chrono::steady_clock::now();
 }  // namespace
 
 bool is_virtual() { return false; }
-void reset() {}
+void reset() { begin_watching(); }
 std::string load(const std::string &) { return not_here; }
 std::string set(const std::string &, const std::string &) { return not_here; }
 std::string open_nv(const std::string &) { return not_here; }
@@ -44,14 +46,14 @@ void wait_us(int64_t microseconds) {
   nanosleep(&rest, nullptr);
 }
 
-std::vector<const contact *> contacts() { return {}; }
-void clear_contacts() {}
-void print_log(int) {}
+void clear_contacts() { watcher_clear(); }
+void print_log(int least_priority) { watcher_print_log(least_priority); }
 std::vector<fault_place> fault_places() { return {}; }
 int plan_fault(const std::string &, unsigned, unsigned, int) { return -1; }
 unsigned fault_fired(int) { return 0; }
 
 std::vector<nv_item> nv_items() {
+  unwatched here;
   std::vector<nv_item> all;
   for (auto &[number, name] : kept) {
     std::string bytes(nv_item_size, '\0');
@@ -62,6 +64,7 @@ std::vector<nv_item> nv_items() {
 }
 
 bool put_nv(const nv_item &item) {
+  unwatched here;
   auto bytes = item.bytes;
   bytes.resize(nv_item_size);
   return kevoOperaNVWR(ORVA_NV_WRITE, item.number, item.name.c_str(), nv_item_size, bytes.data()) == 0;
@@ -74,7 +77,10 @@ void clear_nv() {
 std::string lasting_store() { return "the phone's NV"; }
 std::optional<std::string> on_a_copy(const std::function<std::string()> &) { return std::nullopt; }
 
-unsigned chip() { return get_orva_connectivity_subchip(); }
+unsigned chip() {
+  unwatched here;
+  return get_orva_connectivity_subchip();
+}
 bool interface_up() { return false; }
 
 }  // namespace console::phone_link

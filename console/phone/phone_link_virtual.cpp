@@ -92,7 +92,10 @@ std::vector<const contact *> contacts() {
   return all;
 }
 
+size_t contacts_dropped() { return phone_events_dropped(); }
 void clear_contacts() { phone_events_clear(); }
+std::vector<std::string> unseen_kinds() { return {}; }
+std::vector<std::string> missing_functions() { return {}; }
 void print_log(int least_priority) { phone_print_log(least_priority); }
 
 std::vector<fault_place> fault_places() {

@@ -75,6 +75,10 @@ private:
     if (version != recording_version)
       throw usage_error{fmt::format("the format's version is {}; this console reads version {}.", version,
                                     recording_version)};
+    for (auto &kind : j.value("without", std::vector<std::string>())) {
+      contact_kind(kind);
+      all.without.insert(kind);
+    }
   }
 
   void take_chip(const json &j) {
@@ -105,6 +109,7 @@ private:
   void take_result(const json &j) {
     all.calls.back().result = j.at("result").get<std::string>();
     all.calls.back().outputs = j.at("outputs");
+    all.calls.back().dropped = j.value("dropped", size_t{0});
     in_call = false;
   }
 

@@ -5,6 +5,7 @@
 #define CONSOLE_RECORDING_H
 
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,13 @@ struct recorded_call {
   std::vector<json> contacts;
   std::string result;
   json outputs;
+  size_t dropped = 0; /**< contacts after those recorded, too many to be kept */
 };
 
 struct recording {
   std::string path;
   std::vector<recorded_call> calls;
+  std::set<std::string> without; /**< kinds of contact that whoever recorded could not see */
 };
 
 /** Throws usage_error with file and line. */

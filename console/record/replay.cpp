@@ -16,11 +16,16 @@
 namespace console {
 namespace {
 
-/** A call's contacts without times, then its outcome: the lines to compare. */
-std::vector<json> compared_lines(const recorded_call &call) {
+using kinds_t = std::set<std::string>;
+
+/** A call's contacts without times and without kinds that nobody saw, then its outcome: the lines to compare.
+ */
+std::vector<json> compared_lines(const recorded_call &call, const kinds_t &without) {
   auto all = call.contacts;
+  std::erase_if(all, [&](auto &c) { return without.contains(c.at("kind").template get<std::string>()); });
   for (auto &c : all) c.erase("at_us");
-  all.push_back({{"type", "result"}, {"result", call.result}, {"outputs", call.outputs}});
+  all.push_back(
+      {{"type", "result"}, {"result", call.result}, {"outputs", call.outputs}, {"dropped", call.dropped}});
   return all;
 }
 
@@ -28,8 +33,11 @@ std::string line_text(const std::vector<json> &all, size_t i) {
   if (i >= all.size()) return "nothing more";
   if (all[i].at("type") == "contact") return describe_contact(all[i]);
   auto &outputs = all[i].at("outputs");
-  return fmt::format("the call's end, result {}{}{}", all[i].at("result").get<std::string>(),
-                     outputs.empty() ? "" : ", outputs ", outputs.empty() ? "" : outputs.dump());
+  auto dropped = all[i].at("dropped").get<size_t>();
+  return fmt::format("{}the call's end, result {}{}{}",
+                     dropped ? counted(dropped, "contact") + " not kept, " : "",
+                     all[i].at("result").get<std::string>(), outputs.empty() ? "" : ", outputs ",
+                     outputs.empty() ? "" : outputs.dump());
 }
 
 /** The first difference with a few lines of context; "" if there is none. */
@@ -47,8 +55,8 @@ std::string first_difference(const std::vector<json> &expected, const std::vecto
 }
 
 bool print_difference(size_t number, const recorded_call &expected, const recorded_call &came,
-                      const std::string &where) {
-  auto text = first_difference(compared_lines(expected), compared_lines(came));
+                      const kinds_t &without, const std::string &where) {
+  auto text = first_difference(compared_lines(expected, without), compared_lines(came, without));
   if (text.empty()) return false;
   fmt::print("{}: call {} on {}, {}: contact by contact\n{}", where, number, expected.chip,
              call_text(expected), text);
@@ -77,6 +85,12 @@ void require_function(const library &lib, const recorded_call &call, const setti
     throw usage_error{fmt::format("The library {} has no function {}.", with.library, call.function)};
 }
 
+void require_complete(const recorded_call &call, const std::string &where) {
+  if (call.dropped)
+    throw usage_error{fmt::format("{}: {} of {} were not kept: the call cannot be repeated.", where,
+                                  counted(call.dropped, "contact"), call_text(call))};
+}
+
 }  // namespace
 
 bool replay(const std::string &path, const settings &with) {
@@ -90,8 +104,9 @@ bool replay(const std::string &path, const settings &with) {
     auto &call = then.calls[i];
     if (call.fresh) load_for(call, with, lib);
     require_function(lib, call, with);
-    if (print_difference(i + 1, call, run_again(call, lib), fmt::format("{}:{}", path, call.line)))
-      return false;
+    auto where = fmt::format("{}:{}", path, call.line);
+    require_complete(call, where);
+    if (print_difference(i + 1, call, run_again(call, lib), then.without, where)) return false;
   }
   fmt::print("{}: {} replayed, all the same.\n", path, counted(then.calls.size(), "call"));
   return true;
@@ -100,6 +115,8 @@ bool replay(const std::string &path, const settings &with) {
 bool diff_recordings(const std::string &first, const std::string &second) {
   auto a = read_recording(first), b = read_recording(second);
   auto size = std::min(a.calls.size(), b.calls.size());
+  auto without = a.without;
+  without.insert(b.without.begin(), b.without.end());
   for (size_t i = 0; i < size; ++i) {
     auto &x = a.calls[i], &y = b.calls[i];
     auto where = fmt::format("{}:{} and {}:{}", first, x.line, second, y.line);
@@ -109,7 +126,7 @@ bool diff_recordings(const std::string &first, const std::string &second) {
                  y.fresh ? ", library new" : "");
       return false;
     }
-    if (print_difference(i + 1, x, y, where)) return false;
+    if (print_difference(i + 1, x, y, without, where)) return false;
   }
   if (a.calls.size() != b.calls.size()) {
     auto &longer = a.calls.size() > b.calls.size() ? a : b;

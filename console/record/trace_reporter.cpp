@@ -18,7 +18,9 @@ class trace_reporter : public reporter {
 public:
   explicit trace_reporter(const std::string &path)
       : out(fmt::format("--trace {}: cannot be written", path), path) {
-    write({{"type", "trace"}, {"version", recording_version}});
+    json head = {{"type", "trace"}, {"version", recording_version}};
+    if (auto unseen = phone_link::unseen_kinds(); !unseen.empty()) head["without"] = unseen;
+    write(head);
   }
   /** The recording of an aborted run has no end line. */
   ~trace_reporter() override {
@@ -42,7 +44,9 @@ public:
     auto contacts = phone_link::contacts();
     contacts.resize(std::min(contacts.size(), step.contacts_made));
     for (auto &contact : contact_lines(contacts)) write(contact);
-    write({{"type", "result"}, {"result", step.result.value}, {"outputs", outputs_json(step.result)}});
+    json result = {{"type", "result"}, {"result", step.result.value}, {"outputs", outputs_json(step.result)}};
+    if (step.seen.dropped) result["dropped"] = step.seen.dropped;
+    write(result);
     ++calls;
   }
   void all_done(const std::vector<session_summary> &) override {
@@ -63,9 +67,6 @@ private:
 }  // namespace
 
 std::shared_ptr<reporter> make_trace_reporter(const std::string &path) {
-  if (!phone_link::is_virtual())
-    throw usage_error{
-        "--trace: a real phone is not watched by this console, which sees the library's answers only."};
   return std::make_shared<trace_reporter>(path);
 }
 

@@ -10,7 +10,7 @@
 
 namespace console {
 
-/** Throws usage_error if the file cannot be written, or if the phone is a real one, which nobody watches. */
+/** Throws usage_error if the file cannot be written. */
 std::shared_ptr<reporter> make_trace_reporter(const std::string &path);
 
 }  // namespace console

@@ -177,6 +177,7 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "phone_event_count": (c_size_t, ()),
     "phone_event": (POINTER(_CEvent), (c_size_t,)),
     "phone_event_word": (c_char_p, (c_size_t, POINTER(c_char_p), POINTER(c_char_p))),
+    "phone_events_dropped": (c_size_t, ()),
     "phone_events_clear": (None, ()),
     "phone_trace_secure": (None, (c_int,)),
     "phone_print_log": (None, (c_int,)),
@@ -271,6 +272,10 @@ class VirtualPhone:
     def events(self) -> list[Event]:
         """Every contact with the phone since the last clear, in order."""
         return [self._c.phone_event(i).contents.event() for i in range(self._c.phone_event_count())]
+
+    def events_dropped(self) -> int:
+        """Contacts after those of events(), for which the trace had no room."""
+        return int(self._c.phone_events_dropped())
 
     def events_clear(self) -> None:
         """Empties the trace and the counters of uses()."""

@@ -93,7 +93,7 @@ def session(tmp_path):
         ([""], ["empty"]),
         (["--phone=", "wifi_start_tx"], ["--phone=", "value"]),
         (["sessions/rf.tcl"], ["orva-station run sessions/rf.tcl"]),
-        (["wifi_start_tx", "--chip"], ["--chip CHIP wifi_start_tx"]),
+        (["wifi_start_tx", "--chip"], ["--chip NAME wifi_start_tx"]),
         (["phone", "keys"], ["help phone"]),
         (["docter"], ["Did you mean doctor"]),
         (["wifi_set_power", "1", "--chip=vq2050"], ["options come first", "--chip=vq2050 wifi_set_power"]),
