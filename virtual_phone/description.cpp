@@ -11,6 +11,7 @@
 #include "state.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -37,25 +38,35 @@ std::string at(const description &file, const toml::node &node, const std::strin
   return file.path + ":" + std::to_string(node.source().begin.line) + ": " + message;
 }
 
+std::string fraction_text(double number) {
+  char text[64];
+  return {text, std::to_chars(text, text + sizeof(text), number).ptr};
+}
+
 std::string scalar_text(const toml::node &node) {
   if (auto text = node.as_string()) return text->get();
   if (auto number = node.as_integer()) return std::to_string(number->get());
+  if (auto number = node.as_floating_point()) return fraction_text(number->get());
   if (auto flag = node.as_boolean()) return flag->get() ? "true" : "false";
   return "";
 }
 
 bool is_scalar(const toml::node &node) { return node.is_string() || node.is_integer() || node.is_boolean(); }
 
+/// Only a unit's quantities take fractions.
+bool takes_fractions(const std::string &key) { return rf::find_unit_key(key) != nullptr; }
+
 /// An array gives its scalars separated by commas.
-bool node_text(const toml::node &node, std::string &text) {
-  if (is_scalar(node)) {
+bool node_text(const toml::node &node, bool fractions, std::string &text) {
+  auto is_value = [&](const toml::node &n) { return is_scalar(n) || (fractions && n.is_floating_point()); };
+  if (is_value(node)) {
     text = scalar_text(node);
     return true;
   }
   const auto *array = node.as_array();
   if (!array) return false;
   for (auto &item : *array) {
-    if (!is_scalar(item)) return false;
+    if (!is_value(item)) return false;
     text += (text.empty() ? "" : ",") + scalar_text(item);
   }
   return true;
@@ -116,7 +127,8 @@ std::string add_node(description &file, const std::string &key, const toml::node
   if (key == "fault") return add_faults(file, node);
   if (const auto *table = node.as_table()) return add_table(file, key + ".", *table);
   std::string text;
-  if (!node_text(node, text)) return at(file, node, key + ": must be a text, a whole number, true or false");
+  if (!node_text(node, takes_fractions(key), text))
+    return at(file, node, key + ": must be a text, a whole number, true or false");
   std::string message = set_key(file.radio, file.config, key, text);
   return message.empty() ? "" : at(file, node, message);
 }
@@ -127,6 +139,15 @@ std::string add_table(description &file, const std::string &prefix, const toml::
     if (!message.empty()) return message;
   }
   return "";
+}
+
+/// A cable that cannot be plugged leaves the phone as it is, with the cable that it had.
+std::string change_cable(const description &file) {
+  if (strcmp(file.config.cable, state().config.cable) == 0) return "";
+  std::string message = rf::plug(file.config.cable);
+  if (message.empty()) return "";
+  rf::plug(state().config.cable);
+  return file.path + ": " + message;
 }
 
 std::string load(const char *path) {
@@ -147,8 +168,12 @@ std::string load(const char *path) {
   file->config = state().config;
   std::string message = add_table(*file, "", parsed.table());
   if (!message.empty()) return message;
+  message = change_cable(*file);
+  if (!message.empty()) return message;
   state().radio = file->radio;
   state().config = file->config;
+  rf::driver_came_up();
+  rf::radio_changed();
   for (auto &fault : file->faults) {
     phone_fault(fault.place.c_str(), static_cast<unsigned>(fault.nth), static_cast<unsigned>(fault.times),
                 static_cast<int>(fault.value));
