@@ -170,7 +170,7 @@ def test_pauses_stand_on_the_time_axis(page):
 
 def test_calibration_is_shown_before_and_after(page):
     captions = dict(run(page, "return all('figure').map(f => [f.querySelector('b').textContent, f.querySelector('.words').textContent])"))
-    assert captions == {"pa2ga0": "a 10, b −300 → −302, c 5000 → 5002", "mf2ga0": "offsets: channel 1: 0 → −3"}
+    assert captions == {"pa2ga0": "a 8192, b 12800 → 11264, c 100 → 30", "mf2ga0": "offsets: channel 1: 0 → −3"}
     assert run(page, "return document.querySelectorAll('figure polyline, figure .bar').length") == 3 + 13
     run(page, "const s = document.querySelectorAll('#s0-nv select')[1]; s.value = 0; s.dispatchEvent(new Event('change'))")
     assert texts(page, "figure") == []
