@@ -210,6 +210,11 @@ TEST_F(Rf, TheDriversNumbersGiveChannelFormatAndRate) {
     transmit(c.s, 12);
     EXPECT_EQ(get("state.emission").find(c.expected), 1u) << get("state.emission");
   }
+  for (uint32_t beyond : {static_cast<uint32_t>(-3), 15u, 200u}) {
+    transmit({7, 0, beyond, 6}, 12);
+    EXPECT_EQ(get("state.emission"), "null") << "no synthesiser reaches " << beyond;
+  }
+  transmit({7, 0, 36, 6}, 12);
   ask("transmit", 0);
   EXPECT_EQ(get("state.emission"), "null");
 }

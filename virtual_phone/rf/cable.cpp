@@ -28,7 +28,7 @@ using json = nlohmann::ordered_json;
 constexpr int64_t patience_ms = 2000;
 constexpr size_t longest_line = 1 << 20;
 constexpr unsigned most_ports = 999;
-constexpr int most_bursts = 10000;
+constexpr size_t most_bursts = 10000;
 /// Descriptors below belong to the programs: recordings show their numbers.
 constexpr int first_descriptor = 100;
 
@@ -187,12 +187,11 @@ json json_of(const std::optional<tuning> &receiving) {
   return {{"mhz", receiving->mhz}, {"bandwidth_mhz", receiving->bandwidth_mhz}};
 }
 
-/// A whole number within limits.
-bool take(const json &from, const char *name, int64_t least, int64_t most, int64_t &number) {
+/// A number within limits.
+bool take(const json &from, const char *name, double least, double most, double &number) {
   auto found = from.find(name);
-  if (found == from.end() || !found->is_number_integer()) return false;
-  if (found->is_number_unsigned() && found->get<uint64_t>() > static_cast<uint64_t>(most)) return false;
-  number = found->get<int64_t>();
+  if (found == from.end() || !found->is_number()) return false;
+  number = found->get<double>();
   return number >= least && number <= most;
 }
 
@@ -214,19 +213,16 @@ bool take_modulation(const json &from, modulation &sent) {
 }
 
 bool take_burst(const json &from, burst &into) {
-  int64_t mhz, bandwidth, packets;
+  double mhz, bandwidth, packets, level;
   if (!from.is_object() || !take(from, "mhz", 1, 100000, mhz) ||
-      !take(from, "bandwidth_mhz", 1, 1000, bandwidth) || !take(from, "packets", 0, UINT32_MAX, packets))
+      !take(from, "bandwidth_mhz", 1, 1000, bandwidth) || !take(from, "packets", 0, UINT32_MAX, packets) ||
+      !take(from, "level_dbm", -1000, 100, level))
     return false;
-  auto level = from.find("level_dbm");
-  if (level == from.end() || !level->is_number()) return false;
-  double dbm = level->get<double>();
-  if (!(dbm >= -1000 && dbm <= 100)) return false;
-  into.mhz = static_cast<int>(mhz);
-  into.bandwidth_mhz = static_cast<int>(bandwidth);
+  into.mhz = mhz;
+  into.bandwidth_mhz = bandwidth;
   into.packets = static_cast<uint32_t>(packets);
-  into.level_dbm = static_cast<milli>(std::lround(dbm * 1000));
-  return take_modulation(from, into.sent);
+  into.level_dbm = static_cast<milli>(std::lround(level * 1000));
+  return into.packets == packets && take_modulation(from, into.sent);
 }
 
 std::string take_bursts(const json &answer, std::vector<burst> &bursts) {

@@ -11,7 +11,7 @@ namespace phone::rf {
 
 /// Packets that arrive at the antenna, all alike.
 struct burst {
-  int mhz, bandwidth_mhz;
+  double mhz, bandwidth_mhz;  ///< centre and width, as the test set gives them
   modulation sent;
   milli level_dbm;
   uint32_t packets;

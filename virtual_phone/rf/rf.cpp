@@ -50,7 +50,7 @@ std::optional<emission> current_emission() {
 reception current_reception() {
   auto at = tuning_of(the_radio());
   double loss = path_loss(the_radio(), the_unit(), board_faults(), at.chain);
-  bool on = the_radio().up && the_radio().receiving;
+  bool on = the_radio().up && the_radio().receiving && at.is_reachable();
   return {on, at, static_cast<milli>(std::lround(loss * 1000))};
 }
 
@@ -62,7 +62,7 @@ double level_at_chip(milli level, const reception &set) { return (level - set.lo
 void hear_test_signal() {
   auto &radio = the_radio();
   auto set = current_reception();
-  burst signal{set.at.mhz, set.at.bandwidth_mhz, modulation_of(radio), 0, 0};
+  burst signal{double(set.at.mhz), double(set.at.bandwidth_mhz), modulation_of(radio), 0, 0};
   double level = static_cast<int32_t>(radio.rssi) - set.loss_db / 1000.0;
   uint32_t lost = lost_per_million(the_unit(), board_faults(), signal, level);
   auto rate = static_cast<uint32_t>(uint64_t{radio.packet_rate} * (million - lost) / million);

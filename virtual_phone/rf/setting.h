@@ -34,6 +34,8 @@ struct tuning {
   unsigned chain;     ///< 0 or 1
 
   bool is_5g() const { return mhz > 4000; }
+  /// Whether the synthesiser reaches it. Elsewhere the radio neither sends nor receives.
+  bool is_reachable() const { return (mhz >= 2400 && mhz <= 2500) || (mhz >= 5150 && mhz <= 5925); }
 };
 
 /// A transmission's format and rate.

@@ -110,6 +110,7 @@ std::optional<emission> emission_of(const struct radio &radio, const unit &unit,
                                     const loaded_calibration &loaded) {
   if (!radio.up || !radio.transmitting) return std::nullopt;
   tuning at = tuning_of(radio);
+  if (!at.is_reachable()) return std::nullopt;
   modulation sent = modulation_of(radio);
   double output = amplifier_output(radio, unit, faults, loaded, at, sent);
   return emission{.at = at,
