@@ -163,9 +163,7 @@ unsigned block_mode_for(const tuning &at, format format) {
 
 /// The codes of a mode serve its rates in order, each as many of them as the count gives.
 unsigned code_at(const block_mode &mode, const modulation &sent) {
-  unsigned rates = 0;
-  while (rate_of(sent.format, rates)) rates++;
-  unsigned pair = mode.first + sent.rate * mode.count / rates;
+  unsigned pair = mode.first + sent.rate * mode.count / rates_of(sent.format);
   return 2 * pair + 1;
 }
 

@@ -20,7 +20,11 @@ constexpr rate ofdm_rates[] = {{"6", 6000, -82},   {"9", 9000, -81},   {"12", 12
 constexpr rate mcs_rates[] = {{"mcs0", 0, -82}, {"mcs1", 0, -79}, {"mcs2", 0, -77},  {"mcs3", 0, -74},
                               {"mcs4", 0, -70}, {"mcs5", 0, -66}, {"mcs6", 0, -65},  {"mcs7", 0, -64},
                               {"mcs8", 0, -59}, {"mcs9", 0, -57}, {"mcs10", 0, -54}, {"mcs11", 0, -52}};
-constexpr unsigned mcs_counts[formats] = {0, 0, 8, 10, 12};
+constexpr struct {
+  const rate *rates;
+  unsigned count;
+} rate_tables[formats] = {{dsss_rates, 4}, {ofdm_rates, 8}, {mcs_rates, 8}, {mcs_rates, 10}, {mcs_rates, 12}};
+static_assert(std::size(dsss_rates) == 4 && std::size(ofdm_rates) == 8 && std::size(mcs_rates) == 12);
 
 /// Coded bits per subcarrier and symbol that carry data, in twelfths: modulation order times code rate.
 constexpr unsigned mcs_twelfths[] = {6, 12, 18, 24, 36, 48, 54, 60, 72, 80, 90, 100};
@@ -86,10 +90,10 @@ std::optional<format> format_named(std::string_view name) {
   return std::nullopt;
 }
 
+unsigned rates_of(format format) { return rate_tables[static_cast<unsigned>(format)].count; }
+
 const rate *rate_of(format format, unsigned index) {
-  if (format == format::dsss) return index < std::size(dsss_rates) ? &dsss_rates[index] : nullptr;
-  if (format == format::ofdm) return index < std::size(ofdm_rates) ? &ofdm_rates[index] : nullptr;
-  return index < mcs_counts[static_cast<unsigned>(format)] ? &mcs_rates[index] : nullptr;
+  return index < rates_of(format) ? &rate_tables[static_cast<unsigned>(format)].rates[index] : nullptr;
 }
 
 tuning tuning_of(const struct radio &radio) {

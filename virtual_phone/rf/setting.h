@@ -23,6 +23,7 @@ struct rate {
 
 const char *name_of(format format);
 std::optional<format> format_named(std::string_view name);
+unsigned rates_of(format format);
 /// Null past the last.
 const rate *rate_of(format format, unsigned index);
 
