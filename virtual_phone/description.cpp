@@ -141,13 +141,10 @@ std::string add_table(description &file, const std::string &prefix, const toml::
   return "";
 }
 
-/// A cable that cannot be plugged leaves the phone as it is, with the cable that it had.
 std::string change_cable(const description &file) {
   if (strcmp(file.config.cable, state().config.cable) == 0) return "";
   std::string message = rf::plug(file.config.cable);
-  if (message.empty()) return "";
-  rf::plug(state().config.cable);
-  return file.path + ": " + message;
+  return message.empty() ? "" : file.path + ": " + message;
 }
 
 std::string load(const char *path) {

@@ -279,6 +279,16 @@ TEST_F(Cable, ATestSetThatDoesNotPlugIsNamed) {
   EXPECT_EQ(phone_now_us(), 0) << "waiting for a test set takes none of the phone's time";
 }
 
+TEST_F(Cable, ACableThatCannotBePluggedLeavesTheOneThatThereWas) {
+  set("cable", tester_.address());
+  tester_.said();
+  EXPECT_NE(refusal("cable", "127.0.0.1:1/2"), "");
+  EXPECT_EQ(get("cable"), tester_.address());
+  tune();
+  ask("receive", 1);
+  EXPECT_EQ(tester_.said().back(), receiving);
+}
+
 TEST_F(Cable, ATestSetThatFailsEndsTheCableWithAWarning) {
   const std::string good = packets_of_mcs7 + "1}";
   const struct {

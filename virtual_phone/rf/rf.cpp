@@ -162,9 +162,12 @@ std::string emission_text() { return emission_json(current_emission()); }
 
 std::string plug(const std::string &address) {
   auto &rf = state().rf;
+  std::string had = rf.cable.plugged ? rf.cable.address : "";
+  std::string fault = plug_cable(rf.cable, address, name_of_phone());
+  if (!fault.empty()) plug_cable(rf.cable, had, name_of_phone());
   rf.before = {};
   rf.last_level = 0;
-  return plug_cable(rf.cable, address, name_of_phone());
+  return fault;
 }
 
 void part() { unplug_cable(state().rf.cable); }

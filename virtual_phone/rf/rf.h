@@ -48,7 +48,8 @@ void after_command(enum radio_cmd command);
 /// What leaves the antenna, as the cable carries it (docs/cable.md); "null" for nothing.
 std::string emission_text();
 
-/// Plugs a cable, or unplugs for "". Returns "" or what is wrong.
+/// Plugs a cable, or unplugs for "". Returns "" or what is wrong; then the cable that there was is plugged
+/// again.
 std::string plug(const std::string &address);
 /// In a forked child that goes on with a phone of its own: the cable stays with the parent.
 void part();
