@@ -45,25 +45,35 @@ std::string at(const description &file, const toml::node &node, const std::strin
   return file.path + ":" + std::to_string(node.source().begin.line) + ": " + message;
 }
 
+std::string fraction_text(double number) {
+  char text[64];
+  return {text, std::to_chars(text, text + sizeof(text), number).ptr};
+}
+
 std::string scalar_text(const toml::node &node) {
   if (auto text = node.as_string()) return text->get();
   if (auto number = node.as_integer()) return std::to_string(number->get());
+  if (auto number = node.as_floating_point()) return fraction_text(number->get());
   if (auto flag = node.as_boolean()) return flag->get() ? "true" : "false";
   return "";
 }
 
 bool is_scalar(const toml::node &node) { return node.is_string() || node.is_integer() || node.is_boolean(); }
 
+/// Only a unit's quantities take fractions.
+bool takes_fractions(const std::string &key) { return rf::find_unit_key(key) != nullptr; }
+
 /// An array gives its scalars separated by commas.
-bool node_text(const toml::node &node, std::string &text) {
-  if (is_scalar(node)) {
+bool node_text(const toml::node &node, bool fractions, std::string &text) {
+  auto is_value = [&](const toml::node &n) { return is_scalar(n) || (fractions && n.is_floating_point()); };
+  if (is_value(node)) {
     text = scalar_text(node);
     return true;
   }
   const auto *array = node.as_array();
   if (!array) return false;
   for (auto &item : *array) {
-    if (!is_scalar(item)) return false;
+    if (!is_value(item)) return false;
     text += (text.empty() ? "" : ",") + scalar_text(item);
   }
   return true;
@@ -190,7 +200,8 @@ std::string add_node(description &file, const std::string &key, const toml::node
   if (key == "nv") return add_items(file, node);
   if (const auto *table = node.as_table()) return add_table(file, key + ".", *table);
   std::string text;
-  if (!node_text(node, text)) return at(file, node, key + ": must be a text, a whole number, true or false");
+  if (!node_text(node, takes_fractions(key), text))
+    return at(file, node, key + ": must be a text, a whole number, true or false");
   std::string message = set_key(file.radio, file.config, key, text);
   return message.empty() ? "" : at(file, node, message);
 }
@@ -213,12 +224,25 @@ std::string put_items(const description &file) {
   return "";
 }
 
-/// NV first: only it can still refuse.
+std::string change_cable(const description &file) {
+  if (strcmp(file.config.cable, state().config.cable) == 0) return "";
+  std::string message = rf::plug(file.config.cable);
+  return message.empty() ? "" : file.path + ": " + message;
+}
+
+/// What can refuse comes first, so that a refused description changes nothing.
 std::string apply(const description &file) {
-  std::string message = put_items(file);
+  std::string message = change_cable(file);
   if (!message.empty()) return message;
+  message = put_items(file);
+  if (!message.empty()) {
+    rf::plug(state().config.cable);
+    return message;
+  }
   state().radio = file.radio;
   state().config = file.config;
+  rf::driver_came_up();
+  rf::radio_changed();
   for (auto &fault : file.faults) {
     phone_fault(fault.place.c_str(), static_cast<unsigned>(fault.nth), static_cast<unsigned>(fault.times),
                 static_cast<int>(fault.value));

@@ -124,7 +124,7 @@ static_assert(sizeof(interface_request) == 40, "the interface request of a 64-bi
 
 bool is_wild(const void *pointer) { return reinterpret_cast<uintptr_t>(pointer) < first_page; }
 
-uint32_t number_at(const char *bytes) {
+uint32_t number_at(const void *bytes) {
   uint32_t number;
   memcpy(&number, bytes, sizeof(number));
   return number;
@@ -147,7 +147,10 @@ int play_driver(const struct phone_event &plan, uint8_t *record) {
 int run_driver(const std::string &name, uint8_t *sent, verdict judged) {
   if (judged.fails && judged.value > 0) return -judged.value;
   if (name != "wlan0") return -ENODEV;
+  auto command = radio_chip_command(state().radio.chip, number_at(sent + 4));
+  rf::before_command(command);
   int result = radio_command(&state().radio, sent, static_cast<uint64_t>(phone_now_us()));
+  rf::after_command(command);
   return result == 0 && judged.fails ? -judged.value : result;
 }
 

@@ -71,7 +71,14 @@ const setting settings[] = {
     {"node.written", "", "at most 255 characters", "what was written to that node",
      [](config &c, std::string_view v) { return read_text(v, c.node_written, sizeof(c.node_written)); },
      [](const config &c) { return std::string(c.node_written); }},
+    {"cable", "", "HOST:PORT/N, as 127.0.0.1:5026/1", "the RF test set's port that the antenna is cabled to",
+     [](config &c, std::string_view v) {
+       return rf::cable_address_fault(std::string(v)).empty() && read_text(v, c.cable, sizeof(c.cable));
+     },
+     [](const config &c) { return std::string(c.cable); }},
 };
+
+constexpr const char *emission_key = "state.emission";
 
 const setting *find_setting(std::string_view name) {
   auto found =
@@ -145,6 +152,11 @@ std::string wrong(const std::string &key, const std::string &value, const std::s
   return key + ": '" + value + "' is not " + right;
 }
 
+/// Keys that make another phone of it, which is as if it had just been switched on.
+bool is_read_at_start(std::string_view key) {
+  return key == "chip" || key == "unit" || key == "interface.up";
+}
+
 int give_text(std::string_view text, char *out, size_t size) {
   if (text.size() >= size) return -1;
   memcpy(out, text.data(), text.size());
@@ -158,6 +170,11 @@ std::string set_key(struct radio &radio, config &config, const std::string &key,
   if (const setting *own = find_setting(key)) {
     return own->set(config, value) ? "" : wrong(key, value, own->expects);
   }
+  if (const char *own = rf::find_unit_key(key)) {
+    std::string right = rf::set_unit_key(config.unit, own, value);
+    return right.empty() ? "" : wrong(key, value, right);
+  }
+  if (key == emission_key) return key + ": can only be read";
   switch (radio_set(&radio, key.c_str(), value.c_str())) {
   case 0: return "";
   case -EPERM: return key + ": can only be read";
@@ -168,6 +185,7 @@ std::string set_key(struct radio &radio, config &config, const std::string &key,
 
 void default_config(config &config) {
   for (auto &setting : settings) setting.set(config, setting.initial);
+  rf::clear_unit(config.unit);
 }
 
 }  // namespace phone
@@ -176,7 +194,13 @@ using namespace phone;
 
 int phone_set(const char *key, const char *value, char *error, size_t error_size) {
   if (!key || !value) return -1;
+  auto before = state().config;
+  if (state().radio.heard) radio_now();
   std::string message = set_key(state().radio, state().config, key, value);
+  if (message.empty() && strcmp(key, "cable") == 0) message = rf::plug(value);
+  if (!message.empty()) state().config = before;
+  if (is_read_at_start(key)) rf::driver_came_up();
+  rf::radio_changed();
   if (message.empty()) return 0;
   if (error) snprintf(error, error_size, "%s", message.c_str());
   return -1;
@@ -185,6 +209,8 @@ int phone_set(const char *key, const char *value, char *error, size_t error_size
 int phone_get(const char *key, char *value, size_t value_size) {
   if (!key || !value) return -1;
   if (const setting *own = find_setting(key)) return give_text(own->get(state().config), value, value_size);
+  if (rf::find_unit_key(key)) return give_text(rf::get_unit_key(state().config.unit, key), value, value_size);
+  if (strcmp(key, emission_key) == 0) return give_text(rf::emission_text(), value, value_size);
   return radio_get(&radio_now(), key, value, value_size) == 0 ? 0 : -1;
 }
 
@@ -193,7 +219,14 @@ const char *phone_key(size_t i, const char **meaning) {
     if (meaning) *meaning = settings[i].meaning;
     return settings[i].name;
   }
-  const struct radio_key *key = radio_key(i - std::size(settings));
+  i -= std::size(settings);
+  if (i < rf::unit_keys()) return rf::unit_key(i, meaning);
+  i -= rf::unit_keys();
+  if (i == 0) {
+    if (meaning) *meaning = "what leaves the antenna, in JSON as the cable carries it; null for nothing";
+    return emission_key;
+  }
+  const struct radio_key *key = radio_key(i - 1);
   if (!key) return nullptr;
   if (meaning) *meaning = key->meaning;
   return key->name;

@@ -358,6 +358,7 @@ int read_item(item_key key, uint8_t *bytes) {
 }
 
 int write_item(item_key key, const uint8_t *bytes) {
+  rf::before_nv_changes();
   return in_file() ? write_file(key, bytes) : write_memory(key, bytes);
 }
 
@@ -429,6 +430,7 @@ int kevoOperaNVWR(uint32_t op, uint32_t nv_num, const char *nv_name, uint32_t si
 }
 
 int phone_nv_open(const char *path, char *error, size_t error_size) {
+  rf::driver_came_up();
   if (!path) {
     close_file();
     return 0;
@@ -462,6 +464,7 @@ int phone_nv_at(size_t i, uint32_t *number, char *name, size_t name_size, void *
 }
 
 int phone_nv_clear(void) {
+  rf::before_nv_changes();
   if (in_file() && !clear_file()) return -1;
   state().nv_count = 0;
   return 0;

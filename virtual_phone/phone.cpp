@@ -26,6 +26,7 @@ void phone_reset(void) {
   radio_init(&shared.radio);
   default_config(shared.config);
   reset_clock();
+  rf::switch_on();
   shared.print_log = 0;
   shared.trace_secure = 0;
   phone_events_clear();
@@ -37,6 +38,7 @@ void phone_reset(void) {
 
 void phone_part(void) {
   part_state();
+  rf::part();
   part_trace();
   part_nv();
 }

@@ -82,6 +82,10 @@ struct radio {
   uint32_t packets;
   uint64_t packet_fraction; /* millionths of a packet */
   uint64_t counted_until_us;
+  /* What an RF model outside makes of the test signal; without one, all of it is received. */
+  uint32_t heard;      /* flag: there is such a model */
+  uint32_t heard_rssi; /* what the receiver reports, in place of rssi */
+  uint32_t heard_rate; /* packets received per second, in place of packet_rate */
   uint8_t mac_filter[6];
   char country[3];
   char dynamic_calibration[16];

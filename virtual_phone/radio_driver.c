@@ -58,6 +58,11 @@ static int receive(struct radio *radio, uint8_t *data) {
   return 0;
 }
 
+static int rssi(struct radio *radio, uint8_t *data) {
+  put32(data, radio->heard ? radio->heard_rssi : radio->rssi);
+  return 0;
+}
+
 static int chip_check(struct radio *radio, uint8_t *data) {
   radio->running_test = get32(data);
   put32(data, radio->chip_check);
@@ -130,7 +135,7 @@ static const struct driver_command commands[] = {
     [RADIO_CMD_MAC_FILTER] = DATA(UP, mac_filter),
     [RADIO_CMD_PACKETS] = DATA(UP, packets),
     [RADIO_CMD_POWER_SAVE] = VALUE(UP_OR_DOWN, power_save, 0, 1),
-    [RADIO_CMD_RSSI] = DATA(UP, rssi),
+    [RADIO_CMD_RSSI] = HANDLER(UP, 0, rssi),
     [RADIO_CMD_CHIP_CHECK] = HANDLER(UP_OR_DOWN, 1, chip_check),
     [RADIO_CMD_CHIP_RESULT] = DATA(UP_OR_DOWN, chip_check),
     [RADIO_CMD_UART_LOOP] = HANDLER(UP_OR_DOWN, 0, uart_loop),
@@ -321,10 +326,25 @@ int radio_interface(struct radio *radio, int up, uint64_t now_us) {
 
 void radio_advance(struct radio *radio, uint64_t now_us) {
   uint64_t since = radio->counted_until_us;
+  uint32_t rate = radio->heard ? radio->heard_rate : radio->packet_rate;
 
   radio->counted_until_us = now_us;
   if (!radio->receiving || now_us <= since) return;
-  radio->packet_fraction += (now_us - since) * radio->packet_rate;
+  radio->packet_fraction += (now_us - since) * rate;
   radio->packets += (uint32_t)(radio->packet_fraction / 1000000);
   radio->packet_fraction %= 1000000;
 }
+
+void radio_hear(struct radio *radio, int32_t rssi, uint32_t packets_per_second, uint64_t now_us) {
+  radio_advance(radio, now_us);
+  radio->heard = 1;
+  radio->heard_rssi = (uint32_t)rssi;
+  radio->heard_rate = packets_per_second;
+}
+
+void radio_hear_all(struct radio *radio, uint64_t now_us) {
+  radio_advance(radio, now_us);
+  radio->heard = 0;
+}
+
+void radio_deliver(struct radio *radio, uint32_t packets) { radio->packets += packets; }

@@ -28,6 +28,16 @@ int radio_interface(struct radio *radio, int up, uint64_t now_us);
 /** Counts the packets received up to now. Call it before reading the state. */
 void radio_advance(struct radio *radio, uint64_t now_us);
 
+/**
+ * An RF model outside the radio decides what the receiver makes of the test signal: rssi in dBm, and packets
+ * received per second from now_us on. radio_hear_all returns to what the description says.
+ */
+void radio_hear(struct radio *radio, int32_t rssi, uint32_t packets_per_second, uint64_t now_us);
+void radio_hear_all(struct radio *radio, uint64_t now_us);
+
+/** Counts packets that the model outside has found to be received. */
+void radio_deliver(struct radio *radio, uint32_t packets);
+
 /** Ends transmit and receive tests and forgets their settings, as an interface that goes down does. */
 void radio_end_tests(struct radio *radio);
 

@@ -19,7 +19,10 @@
 #define PARAMETER(name, number, initial)                                                                     \
   OTHER("calibration." name, RADIO_KEY_TEXT, parameter[number], initial, "value text of the driver's " name)
 
-#define CURVES_5G "8,-260,5100,9,-270,5150,9,-280,5200,10,-290,5250"
+/* Detector counts over dBm, about 20 counts per dB at 15 dBm. The low-power path has the more sensitive
+ * detector. Five digits a number at most: an NV item of 103 characters holds pa2ga0 and pa5ga0. */
+#define CURVES_5G     "7800,12400,96,7700,12300,95,7600,12200,94,7500,12100,93"
+#define CURVES_5G_LOW "9000,16400,140,8900,16300,139,8800,16200,138,8700,16100,137"
 
 static const struct radio_key keys[] = {
     OTHER("chip", RADIO_KEY_CHIP, chip, "vq2050", "the fitted chip"),
@@ -47,19 +50,19 @@ static const struct radio_key keys[] = {
     OTHER("ap.bssid", RADIO_KEY_MAC, ap_bssid, "02:00:5E:10:20:30", "address of the access point"),
     NUMBER("ap.rssi", ap_rssi, -128, 127, "-47", "strength of the access point in dBm"),
 
-    PARAMETER("pa2gccka0", RADIO_PA2GCCKA0, "11,-310,5050"),
-    PARAMETER("pa2ga0", RADIO_PA2GA0, "10,-300,5000"),
-    PARAMETER("pa2g40a0", RADIO_PA2G40A0, "10,-305,5020"),
+    PARAMETER("pa2gccka0", RADIO_PA2GCCKA0, "8192,13000,104"),
+    PARAMETER("pa2ga0", RADIO_PA2GA0, "8192,12800,100"),
+    PARAMETER("pa2g40a0", RADIO_PA2G40A0, "8192,12700,98"),
     PARAMETER("pa5ga0", RADIO_PA5GA0, CURVES_5G),
-    PARAMETER("pa2gccka1", RADIO_PA2GCCKA1, "12,-315,5060"),
-    PARAMETER("pa2ga1", RADIO_PA2GA1, "11,-302,5010"),
-    PARAMETER("pa2g40a1", RADIO_PA2G40A1, "11,-307,5030"),
+    PARAMETER("pa2gccka1", RADIO_PA2GCCKA1, "8192,13050,105"),
+    PARAMETER("pa2ga1", RADIO_PA2GA1, "8192,12850,101"),
+    PARAMETER("pa2g40a1", RADIO_PA2G40A1, "8192,12750,99"),
     PARAMETER("pa5ga1", RADIO_PA5GA1, CURVES_5G),
-    PARAMETER("pa5glowa0", RADIO_PA5GLOWA0, CURVES_5G),
-    PARAMETER("pa5glowa1", RADIO_PA5GLOWA1, CURVES_5G),
-    PARAMETER("pa5ga0_band1", RADIO_PA5GA0_BAND1, "8,-260,5100"),
-    PARAMETER("pa2gcwa0", RADIO_PA2GCWA0, "10,-300,5000"),
-    PARAMETER("pa5glowa0_band1", RADIO_PA5GLOWA0_BAND1, "8,-260,5100"),
+    PARAMETER("pa5glowa0", RADIO_PA5GLOWA0, CURVES_5G_LOW),
+    PARAMETER("pa5glowa1", RADIO_PA5GLOWA1, CURVES_5G_LOW),
+    PARAMETER("pa5ga0_band1", RADIO_PA5GA0_BAND1, "7800,12400,96"),
+    PARAMETER("pa2gcwa0", RADIO_PA2GCWA0, "8192,12800,100"),
+    PARAMETER("pa5glowa0_band1", RADIO_PA5GLOWA0_BAND1, "9000,16400,140"),
     OTHER("calibration.block", RADIO_KEY_HEX, block,
           "0150 0152 0260 0262 0264 0266 0268 0370 0371 0372 0373 0374 0375 "
           "0480 0481 0482 0483 0484 0485 0486 0487 0590 0591 0592 0593 0594 "

@@ -29,7 +29,12 @@ enum { usage_error = 1, syntax_error = 2, not_found = 127, client_failed = 255 }
 // ---- Programs --------------------------------------------------------------------------------------------
 
 int set_interface(bool up) {
-  return radio_interface(&state().radio, up, static_cast<uint64_t>(phone_now_us())) == 0 ? 0 : usage_error;
+  auto &radio = state().radio;
+  bool was_up = radio.up;
+  int result = radio_interface(&radio, up, static_cast<uint64_t>(phone_now_us()));
+  if (!was_up && radio.up) rf::driver_came_up();
+  rf::radio_changed();
+  return result == 0 ? 0 : usage_error;
 }
 
 int ifconfig(const words &line, const std::string &, std::string &output) {

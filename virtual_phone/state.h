@@ -5,6 +5,7 @@
 
 #include "places.h"
 #include "radio.h"
+#include "rf/rf.h"
 
 #include <atomic>
 #include <cstdint>
@@ -17,6 +18,8 @@ struct config {
   bool wifi_service, supplicant, host_shell, node_present;
   char netcfg[8192];  // empty: netcfg prints the interface's state
   char node_written[256];
+  struct rf::unit unit;
+  char cable[sizeof(rf::cable_end::address)];  // "HOST:PORT/N"; empty: none
 };
 
 constexpr size_t max_faults = 4096;
@@ -38,6 +41,7 @@ struct nv_item {
 struct shared_state {
   struct radio radio;
   struct config config;
+  rf::rf_state rf;
   std::atomic<int> clock;
   std::atomic<int64_t> virtual_us;
   int64_t origin_us, wall_origin_us;

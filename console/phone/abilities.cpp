@@ -13,14 +13,10 @@ namespace console {
 namespace {
 
 /** What the phone must allow beyond calls of the library. */
-enum class ability { set_up, watch, copy, replay };
-
-/** A real phone allows none of them. One that is watched allows `watch`. */
-bool phone_allows(ability) { return phone_link::is_virtual(); }
+enum class ability { set_up, copy, replay };
 
 constexpr const char *reasons[] = {
     "a real phone cannot be set up; the console with the virtual phone can do this",
-    "this console sees a real phone's results only, not its driver commands, pauses and log",
     "only the virtual phone can be copied; here take nv backup FILE before, and nv diff FILE afterwards",
     "a real phone plays no recording; the console with the virtual phone can do this",
 };
@@ -35,16 +31,15 @@ struct limited_feature {
 constexpr limited_feature limited[] = {
     {"--chip", ability::set_up},       {"--phone", ability::set_up},   {"--clock", ability::set_up},
     {"--nv", ability::set_up},         {"phone", ability::set_up},     {"fault", ability::set_up},
-    {"expect phone", ability::set_up}, {"chip CHIP", ability::set_up}, {"--log", ability::watch},
-    {"--trace", ability::watch},       {"expect", ability::watch},     {"seen", ability::watch},
-    {"log", ability::watch},           {"trace", ability::watch},      {"preview", ability::copy},
+    {"expect phone", ability::set_up}, {"chip CHIP", ability::set_up}, {"preview", ability::copy},
     {"replay", ability::replay},
 };
 
 /** Null for what works here. */
 const limited_feature *obstacle(std::string_view name) {
+  if (phone_link::is_virtual()) return nullptr;
   auto row = std::ranges::find(limited, name, &limited_feature::name);
-  return row == std::end(limited) || phone_allows(row->wants) ? nullptr : row;
+  return row == std::end(limited) ? nullptr : row;
 }
 
 }  // namespace

@@ -14,6 +14,8 @@ struct settings {
   bool chip_given = false;
   std::string library;
   std::string phone_file;
+  /** Overrides the description's; "" leaves it. */
+  std::string unit;
   std::string nv_file;
   bool real_clock = false;
   int log_priority = 0;

@@ -59,6 +59,8 @@ const known_option known_options[] = {
     {{"chip", "NAME", chip_help(), fmt::format("{} all", fmt::join(chip_names(), " "))}, set_chip},
     {{"phone", "FILE", "description of the virtual phone", "FILE"},
      [](command_line &line, text value) { line.with.phone_file = value; }},
+    {{"unit", "SEED", "give the virtual phone the RF hardware of this unit, a number from 0 to 4294967295"},
+     [](command_line &line, text value) { line.with.unit = value; }},
     {{"clock", "CLOCK", "virtual (default): pauses take no time; real: the console waits", "virtual real"},
      set_clock},
     {{"log", "[=PRIORITY]", log_help(), fmt::format("{}", fmt::join(log_priority_names(), " "))},

@@ -79,6 +79,7 @@ def session(tmp_path):
         (["--phone", "/nowhere/phone.toml", "wifi_start_tx"], ["/nowhere/phone.toml"]),
         (["--library", "/nowhere/lib.so", "wifi_start_tx"], ["/nowhere/lib.so", "--library"]),
         (["--phone", "/", "wifi_start_tx"], ["/: is a folder", "description file"]),
+        (["--unit", "spare", "wifi_start_tx"], ["unit: 'spare'", "a number from 0 to 4294967295"]),
         (["--chip", "vq2040", "--chip=vq2050", "wifi_start_tx"], ["--chip is given twice", "vq2050", "once"]),
         (["--chip=vq2040", "--chip=vq2040", "wifi_start_tx"], ["--chip is given twice"]),
         (["--nv", "a.nv", "--nv", "b.nv", "nv", "list"], ["--nv is given twice", "b.nv"]),

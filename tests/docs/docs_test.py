@@ -18,7 +18,8 @@ from support.tree import CHIPS, ROOT
 STATION = Path(os.environ["ORVA_STATION"])
 LIBRARIES = os.environ["ORVA_LIBRARY_PATH"].split(":")
 ELSEWHERE = {"sessions.md"}  # its sessions are run on every chip by the console's own test
-DOCUMENTS = sorted([*(ROOT / "docs").glob("*.md"), ROOT / "README.md", ROOT / "virtual_phone" / "README.md"])
+DOCUMENTS = sorted([*(ROOT / "docs").glob("*.md"), ROOT / "README.md", ROOT / "virtual_phone" / "README.md",
+                    ROOT / "virtual_phone" / "rf" / "README.md"])
 
 
 def run(command, **options):

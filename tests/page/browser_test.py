@@ -204,10 +204,10 @@ def test_pauses_stand_on_the_time_axis(page):
 def test_calibration_is_shown_before_and_after(page):
     unfold(page, "#s0-nv")
     captions = dict(run(page, "return all('figure').map(f => [f.querySelector('b').textContent, f.querySelector('.words').textContent])"))
-    assert captions == {"pa2ga0": "a 10, b -300 → -302, c 5000 → 5002", "mf2ga0": "offsets: channel 1: 0 → -3"}
+    assert captions == {"pa2ga0": "a 8192, b 12800 → 11264, c 100 → 30", "mf2ga0": "offsets: channel 1: 0 → -3"}
     until(page, "document.querySelectorAll('figure polyline, figure .bar').length === 3 + 13")
     assert texts(page, ".axis-name") == ["detector, counts", "change", "power, dBm", "offset, 0.1 dB", "channel"]
-    assert any("10,-302,5002" in text for text in texts(page, "table.nv td"))  # as typed
+    assert any("8192,11264,30" in text for text in texts(page, "table.nv td"))  # as typed
     assert run(page, "return document.body.textContent.includes('\\u2212')") is False
     run(page, "const s = document.querySelectorAll('#s0-nv select')[1]; s.value = 0; s.dispatchEvent(new Event('change'))")
     assert texts(page, "figure") == []

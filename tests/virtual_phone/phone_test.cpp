@@ -919,9 +919,11 @@ TEST_F(Phone, TheBrokenPhonesDifferFromTheGoodOneWhereTheySay) {
   const struct {
     const char *file;
     std::set<std::string> differing;
-  } cases[] = {{"good", {}},
+  } cases[] = {{"bad-crystal", {"rf.fault"}},
+               {"good", {}},
                {"cold-solder-joint", {"check.efuse", "check.pin", "check.wakeup_io"}},
                {"dead-pcie", {"check.pcie"}},
+               {"open-antenna", {"rf.fault"}},
                {"wrong-fem", {"check.fem", "radio.rssi"}}};
   for (auto &c : cases) {
     phone_reset();
