@@ -28,13 +28,10 @@ void interpreter::begin(std::string message) {
   units_ = scpi::lexer(std::move(message));
   current_.reset();
   path_.clear();
-  take_answer();
+  answer_.reset();
 }
 
-std::string interpreter::take_answer() {
-  answered_ = false;
-  return std::exchange(answer_, "");
-}
+std::optional<std::string> interpreter::take_answer() { return std::exchange(answer_, std::nullopt); }
 
 bool interpreter::step() {
   for (;;) {
@@ -99,7 +96,7 @@ void interpreter::bind_data(const scpi::program_unit &unit, pending &to) const {
 
 void interpreter::run(const pending &now) {
   call with = now.with;
-  with.answer_waits = answered_;
+  with.answer_waits = answer_.has_value();
   if (now.query) {
     add_answer(now.what->is_setting() ? ask_setting(now) : now.what->ask(set_, with));
   } else if (now.what->is_setting()) {
@@ -132,13 +129,11 @@ void interpreter::act_setting(const pending &now) {
 }
 
 void interpreter::add_answer(const std::string &text) {
-  if (answer_.size() + text.size() > longest_answer) {
-    take_answer();
+  std::string all = answer_ ? std::move(*answer_) + ";" + text : text;
+  answer_.reset();
+  if (all.size() > longest_answer)
     throw failure(scpi::query_deadlocked, "the answers of one message are too long");
-  }
-  if (answered_) answer_ += ';';
-  answer_ += text;
-  answered_ = true;
+  answer_ = std::move(all);
 }
 
 }  // namespace rf_tester

@@ -22,8 +22,8 @@ public:
   void begin(std::string message);
   /** Goes on with the message. False: a command waits for the end of the measurement; call again then. */
   bool step();
-  /** The answers of the message, separated by `;`, without a newline; empty if nothing was asked. */
-  std::string take_answer();
+  /** The answers of the message, separated by `;`, without a newline; none if nothing was asked. */
+  std::optional<std::string> take_answer();
   /** Queues an error that arose outside a message. */
   void report(const scpi::failure &f) { set_.status.report(f); }
 
@@ -54,8 +54,7 @@ private:
   std::optional<pending> current_;
   /** The nodes before the last one of the previous header, with a colon after each. */
   std::string path_;
-  std::string answer_;
-  bool answered_ = false;
+  std::optional<std::string> answer_;
 };
 
 }  // namespace rf_tester

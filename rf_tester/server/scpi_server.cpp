@@ -36,7 +36,7 @@ private:
   void next_message();
   void go_on();
   void wait();
-  void answer(std::string text);
+  void answer(const std::string &text);
 
   tcp::socket client_;
   asio::steady_timer timer_;
@@ -71,11 +71,10 @@ void scpi_session::next_message() {
 
 void scpi_session::go_on() {
   if (!interpreter_.step()) return wait();
-  std::string text = interpreter_.take_answer();
+  const auto text = interpreter_.take_answer();
   // Not a direct call: many messages without an answer would nest.
-  if (text.empty())
-    return asio::post(client_.get_executor(), [self = shared_from_this()] { self->next_message(); });
-  answer(std::move(text));
+  if (!text) return asio::post(client_.get_executor(), [self = shared_from_this()] { self->next_message(); });
+  answer(*text);
 }
 
 void scpi_session::wait() {
@@ -87,8 +86,8 @@ void scpi_session::wait() {
   });
 }
 
-void scpi_session::answer(std::string text) {
-  answer_ = std::move(text) + "\n";
+void scpi_session::answer(const std::string &text) {
+  answer_ = text + "\n";
   asio::async_write(client_, asio::buffer(answer_),
                     [self = shared_from_this()](asio::error_code error, size_t) {
                       if (error) return self->set_.abort_measurement();
