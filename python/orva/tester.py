@@ -123,10 +123,11 @@ class Tester:
             raise
 
     def _open(self) -> Any:
-        # Found only by its use in some versions of the libraries; they also let exceptions of the socket through.
         try:
             device: Any = self._manager.open_resource(resource_name(self.address), open_timeout=self._timeout_ms)
-        except (pyvisa.Error, OSError, ValueError) as error:
+        except Unreachable:
+            raise
+        except Exception as error:  # PyVISA-py raises Exception itself for an unknown host
             raise Unreachable(f"{self.address}: no test set can be reached there ({error})") from None
         device.write_termination = device.read_termination = self.profile.termination
         device.timeout = self._timeout_ms
