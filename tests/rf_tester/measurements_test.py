@@ -161,7 +161,7 @@ def test_every_waveform_of_the_catalog_can_be_loaded_in_both_dialects(bench):
     for dialect, query, load in (("a", "SOUR:WAV:CAT?", "SOUR:WAV"), ("b", "SOUR:GPRF:ARB:FILE:CAT?", "SOUR:GPRF:ARB:FILE")):
         _, client = bench("--dialect", dialect, setup="*CLS")
         names = client.ask(query).split(",")
-        assert len(names) == 4 + 8 + 16 * 2 + 10 * 4 + 12 * 4
+        assert len(names) == 4 + 8 + 8 * 2 + 10 * 4 + 12 * 4
         assert client.ask(";:".join(f"{load} {name};:{load}?" for name in names)).split(";") == names
 
 
