@@ -29,6 +29,8 @@ from orva.instrument_profile import Answer, Profile, fill
 #: Errors read from a queue before it is taken for endless.
 MOST_ERRORS = 100
 CHANNEL_STEP_MHZ = 5
+#: What SCPI has for infinite; not a number is more.
+NO_NUMBER = 9.9e37
 #: How near an error of the power has to be to a cause, in dB, for the cause to be named.
 LIKELY_DB = 1.0
 
@@ -95,6 +97,8 @@ class Tester:
     Frequencies are in MHz, levels in dBm, losses in dB.
     """
 
+    __test__ = False  # no class of tests, although pytest would take it for one by its name
+
     def __init__(
         self,
         address: str,
@@ -118,6 +122,7 @@ class Tester:
         self._device = self._open()
         try:
             self.identity = self._identify()
+            self.errors()  # those of an earlier client
         except Exception:
             self.close()
             raise
@@ -268,10 +273,9 @@ class Tester:
     def _number(self, name: str, asked: dict[str, str]) -> Optional[float]:
         value = self.profile.values[name]
         text = self._part(value.answer, asked)
-        if text in self.profile.missing:
-            return None
         try:
-            return value.number(text, self._mhz)
+            known = text not in self.profile.missing and abs(float(text)) < NO_NUMBER
+            return value.number(text, self._mhz) if known else None
         except ValueError:
             raise NoAnswer(f"{self.address}: {value.answer.ask} answered '{text}' for the {name.replace('_', ' ')}") from None
 

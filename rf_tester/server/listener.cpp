@@ -17,7 +17,9 @@ constexpr int most_leaving = 64;
 int leaving = 0;
 
 std::string text_of(const tcp::endpoint &e) {
-  return fmt::format("{}:{}", e.address().to_string(), e.port());
+  const std::string address = e.address().to_string();
+  return e.address().is_v6() ? fmt::format("[{}]:{}", address, e.port())
+                             : fmt::format("{}:{}", address, e.port());
 }
 
 /**

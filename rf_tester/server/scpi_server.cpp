@@ -6,10 +6,16 @@
 
 #include <array>
 #include <asio/write.hpp>
+#include <chrono>
 #include <fmt/format.h>
 #include <utility>
 
 namespace rf_tester {
+namespace {
+
+constexpr auto leaving_time = std::chrono::milliseconds(100);
+
+}  // namespace
 
 /**
  * One connection. It reads, carries out and answers one message after the other, and reads on only when the
@@ -106,6 +112,14 @@ void scpi_server::wake() {
 }
 
 void scpi_server::take(tcp::socket client) {
+  if (session_.expired()) return serve(std::move(client));
+  // The client before may have left already, with its last octets still to be read.
+  auto waiting = std::make_shared<tcp::socket>(std::move(client));
+  auto timer = std::make_shared<asio::steady_timer>(waiting->get_executor(), leaving_time);
+  timer->async_wait([this, waiting, timer](asio::error_code) { serve(std::move(*waiting)); });
+}
+
+void scpi_server::serve(tcp::socket client) {
   if (auto session = session_.lock())
     return turn_away(std::move(client),
                      fmt::format("{},\"{};in use by {}\"\n", int{scpi::execution_error},

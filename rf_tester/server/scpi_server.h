@@ -22,6 +22,7 @@ public:
 
 private:
   void take(tcp::socket client);
+  void serve(tcp::socket client);
 
   test_set &set_;
   const dialect &spoken_;

@@ -8,7 +8,7 @@ import pytest
 
 from orva import instrument_profile, tester
 
-from support.rf_tester import PROFILES, Phone, RunningTester
+from support.rf_tester import PROFILES, Lines, Phone, RunningTester
 
 DIALECTS = ["a", "b"]
 CABLE = {2412: 1.2, 2472: 1.3, 5180: 2.1, 5825: 2.4}
@@ -80,6 +80,13 @@ def test_both_dialects_read_the_same():
                 driver.average(10)
                 readings.append(driver.measure())
     assert vars(readings[0]) == {name: pytest.approx(value, abs=0.001) for name, value in vars(readings[1]).items()}
+
+
+def test_errors_of_an_earlier_client_are_not_blamed_on_the_driver(running, dialect):
+    with Lines(running.address) as earlier:
+        assert earlier.ask("BOGUS;\n*TST?") == "0"
+    with tester.Tester(running.address, profile(dialect)) as driver:
+        driver.select_port(3)
 
 
 def test_a_wider_burst_has_a_power_and_no_figures(driver, phone):
