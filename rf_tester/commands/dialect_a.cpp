@@ -12,7 +12,6 @@ namespace rf_tester {
 namespace {
 
 using scpi::dimension;
-using scpi::failure;
 using scpi::parameter;
 using scpi::parameter_kind;
 

@@ -126,7 +126,7 @@ std::string cable_protocol::answer(const std::string &line) {
       return json{{"ok", true}}.dump();
     }
     if (plugged_ == nullptr) throw refusal("the first message is due to be a plug");
-    const std::string bursts = exchange(*plugged_, message).dump();
+    std::string bursts = exchange(*plugged_, message).dump();
     changed_();
     return bursts;
   } catch (const refusal &r) { return error_answer(r.what()); }
