@@ -16,10 +16,11 @@ import pytest
 from support.tree import CHIPS, ROOT
 
 STATION = Path(os.environ["ORVA_STATION"])
+TESTER = Path(os.environ["ORVA_RF_TESTER"])
 LIBRARIES = os.environ["ORVA_LIBRARY_PATH"].split(":")
 ELSEWHERE = {"sessions.md"}  # its sessions are run on every chip by the console's own test
-DOCUMENTS = sorted([*(ROOT / "docs").glob("*.md"), ROOT / "README.md", ROOT / "virtual_phone" / "README.md",
-                    ROOT / "virtual_phone" / "rf" / "README.md"])
+DOCUMENTS = sorted([*(ROOT / "docs").glob("*.md"), ROOT / "README.md", ROOT / "rf_tester" / "README.md",
+                    ROOT / "virtual_phone" / "README.md", ROOT / "virtual_phone" / "rf" / "README.md"])
 
 
 def run(command, **options):
@@ -49,12 +50,12 @@ def pattern(shown):
 @pytest.fixture
 def desk(tmp_path):
     """A reader's folder: links to the tree's folders, and the console in the path."""
-    for folder in ("sessions", "virtual_phone", "examples", "python", "include", "android"):
+    for folder in ("sessions", "virtual_phone", "examples", "python", "include", "android", "rf_tester"):
         (tmp_path / folder).symlink_to(ROOT / folder)
     programs = tmp_path / ".programs"
     programs.mkdir()
     (programs / "python3").symlink_to("/usr/bin/python3")
-    path = f"{programs}:{STATION.parent}:{os.environ['PATH']}"
+    path = f"{programs}:{STATION.parent}:{TESTER.parent}:{os.environ['PATH']}"
     libraries = " ".join(f"-L{folder} -Wl,-rpath,{folder}" for folder in LIBRARIES)
     return tmp_path, {**os.environ, "PATH": path, "ORVA_LDFLAGS": libraries, "HOME": str(tmp_path)}
 

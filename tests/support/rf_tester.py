@@ -1,0 +1,95 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Runs the RF test set as a program, with a plain client and a stand-in for a phone on a cable."""
+
+import json
+import os
+import socket
+import subprocess
+
+from support.tree import ROOT
+
+TESTER = os.environ["ORVA_RF_TESTER"]
+PROFILES = ROOT / "rf_tester" / "profiles"
+ENDING_S = 10
+
+
+class RunningTester:
+    """orva-rf-tester on free ports. Leaving it fails the test if the program crashed or did not end by itself."""
+
+    def __init__(self, *arguments):
+        self.process = subprocess.Popen([TESTER, "--port", "0", "--cable-port", "0", *map(str, arguments)],
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.address, self.cable_address = (self.process.stdout.readline().split(",")[0].split()[-1] for _ in range(2))
+
+    def memory_kib(self):
+        with open(f"/proc/{self.process.pid}/status") as status:
+            return next(int(line.split()[1]) for line in status if line.startswith("VmRSS"))
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, kind, error, trace):
+        self.process.terminate()
+        try:
+            _, printed = self.process.communicate(timeout=ENDING_S)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            raise
+        if kind is None:
+            assert (self.process.returncode, printed) == (0, "")
+
+
+def connect(address):
+    host, port = address.rsplit(":", 1)
+    return socket.create_connection((host, int(port)), timeout=20)
+
+
+class Lines:
+    """A connection that exchanges lines."""
+
+    def __init__(self, address):
+        self.socket = connect(address)
+        self.file = self.socket.makefile("r", newline="\n")
+
+    def send(self, text):
+        self.socket.sendall(text.encode() + b"\n")
+
+    def read(self):
+        return self.file.readline().rstrip("\n")
+
+    def ask(self, text):
+        self.send(text)
+        return self.read()
+
+    def close(self):
+        self.file.close()
+        self.socket.close()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, kind, error, trace):
+        self.close()
+
+
+class Phone(Lines):
+    """The phone's end of a cable."""
+
+    def exchange(self, message):
+        return json.loads(self.ask(json.dumps(message)))
+
+    def plug(self, port, name="unit"):
+        return self.exchange({"plug": {"port": port, "name": name}})
+
+    def emit(self, *chains, **changed):
+        """Transmits; a chain is its power, or its power and EVM."""
+        pairs = [chain if isinstance(chain, tuple) else (chain, -31.0) for chain in chains]
+        emission = {"mhz": 2442, "bandwidth_mhz": 20, "format": "ht", "rate": "mcs7", "frequency_error_ppm": 1.25,
+                    "leakage_dbc": -31.0, "mask_margin_db": 4.0,
+                    "chains": [{"chain": i, "power_dbm": power, "evm_db": evm} for i, (power, evm) in enumerate(pairs)],
+                    **changed}
+        return self.exchange({"emission": emission, "receiving": None})
+
+    def receive(self, mhz=2442):
+        """Stops transmitting and returns the bursts that came since the last message."""
+        return self.exchange({"emission": None, "receiving": {"mhz": mhz, "bandwidth_mhz": 20}})["bursts"]
