@@ -188,7 +188,7 @@ def compare(connection: sa.engine.Connection, where: Filter, name: str = "") -> 
         cells.setdefault(number, {}).setdefault(station, {})[day] = found
     rows = []
     for number, stations in cells.items():
-        what = {key: described[number][key] for key in ("name", "condition", "unit")}
+        what = described[number]
         rows += [{"station": station, **what, **each} for station, each in drift_of(stations).items()]
     return sorted(rows, key=lambda row: (not row["finding"], -max(abs(row["offset"]), abs(row["drift"] or 0))))
 
@@ -232,11 +232,24 @@ def condition_text(condition: str) -> str:
 
 
 def failing_units(connection: sa.engine.Connection, where: Filter, top: int) -> list[Row]:
-    """The units with the most failed runs: serial, plan, failed runs, all runs, last verdict and run."""
+    """The units with the most failed runs, the latest first among equals."""
     failed = _count(r.verdict == "FAIL")
     columns = [r.serial, failed.label("failed"), sa.func.count().label("runs"), sa.func.max(r.started_s).label("last")]
     query = sa.select(*columns).where(*where.conditions()).group_by(r.serial).having(failed > 0)
     return _rows(connection, query.order_by(failed.desc(), sa.text("last DESC"), r.serial).limit(top))
+
+
+IDENTITY = ("name", "condition", "unit", "low", "high")
+
+
+def identity(row: Row) -> tuple[Any, ...]:
+    """What tells a characteristic's row from another's."""
+    return tuple(row[column] for column in IDENTITY)
+
+
+def numbers(connection: sa.engine.Connection, name: str = "") -> dict[tuple[Any, ...], int]:
+    """The ids of the characteristics by their identity."""
+    return {identity(row): number for number, row in _described(connection, name).items()}
 
 
 def values(connection: sa.engine.Connection, where: Filter, number: int) -> list[float]:
