@@ -16,12 +16,14 @@ from pathlib import Path
 from typing import Any, Iterator, Sequence
 
 import sqlalchemy as sa
+from sqlalchemy.dialects import postgresql, sqlite
 
 from orva_records import RecordsError
 from orva_records.reader import DamagedRecord, Record, read
 from orva_records.record import PART, SUFFIX, now, recover
 from orva_records.rules import DURATIONS
-from orva_records.store import Store, characteristics, damaged, events, measurements, runs
+from orva_records.statistics import Moments
+from orva_records.store import Store, characteristics, daily, damaged, events, measurements, runs
 
 COLLECTED = "collected"
 DAMAGED = "damaged"
@@ -148,9 +150,47 @@ def _insert(connection: sa.engine.Connection, records: Sequence[Record]) -> None
     ]
     if rows:
         connection.execute(measurements.insert(), rows)
+        _add_daily(connection, rows, dict(numbered))
     texts = [_event_row(number, position, line) for number, record in numbered for position, line in record.events]
     if texts:
         connection.execute(events.insert(), texts)
+
+
+Group = tuple[Any, ...]
+
+
+def _add_daily(connection: sa.engine.Connection, rows: Sequence[dict[str, Any]], records: dict[int, Record]) -> None:
+    values: dict[Group, list[float]] = {}
+    groups = {number: _group(record) for number, record in records.items()}
+    for row in rows:
+        if row["value"] is not None:
+            values.setdefault((row["characteristic_id"], *groups[row["run_id"]]), []).append(row["value"])
+    keys = daily.primary_key.columns.keys()
+    new = [{**dict(zip(keys, group)), **vars(Moments.of(some))} for group, some in values.items()]
+    if new:
+        connection.execute(_merge(connection.dialect.name), new)
+
+
+def _group(record: Record) -> Group:
+    header = record.header
+    return header["started"][:10], header["station"], header["chip"], header["plan"]["name"]
+
+
+def _merge(engine: str) -> Any:
+    """Inserts moments or adds them to those that are there: Moments.__add__ in SQL."""
+    insert: Any = (sqlite.insert if engine == "sqlite" else postgresql.insert)(daily)
+    old, new = daily.c, insert.excluded
+    count = old.count + new.count
+    away, part = new.mean - old.mean, sa.cast(new.count, sa.Float(53)) / count
+    lower, higher = (sa.func.min, sa.func.max) if engine == "sqlite" else (sa.func.least, sa.func.greatest)
+    merged = {
+        "count": count,
+        "mean": old.mean + away * part,
+        "scatter": old.scatter + new.scatter + away * away * old.count * part,
+        "low": lower(old.low, new.low),
+        "high": higher(old.high, new.high),
+    }
+    return insert.on_conflict_do_update(index_elements=daily.primary_key.columns, set_=merged)
 
 
 def _run_row(number: int, record: Record) -> dict[str, Any]:

@@ -12,7 +12,7 @@ import sqlalchemy as sa
 
 from orva_records import RecordsError
 from orva_records.statistics import Moments, cpk_of, drift_of
-from orva_records.store import characteristics, damaged, events, measurements, runs
+from orva_records.store import characteristics, daily, damaged, events, measurements, runs
 
 Row = dict[str, Any]
 #: What yield can be grouped by.
@@ -20,7 +20,7 @@ GROUPS = ("chip", "station", "day", "plan", "slot", "operator")
 #: A run with one of these says something about the unit. BROKEN and NO VERDICT do not.
 JUDGED = ("PASS", "FAIL")
 
-c, m, r = characteristics.c, measurements.c, runs.c
+c, d, m, r = characteristics.c, daily.c, measurements.c, runs.c
 
 
 @dataclass(frozen=True)
@@ -118,24 +118,15 @@ def pareto(connection: sa.engine.Connection, where: Filter, by: str = "name", to
 def moments(
     connection: sa.engine.Connection, where: Filter, name: str = "", by: tuple[str, ...] = ()
 ) -> dict[tuple[Any, ...], Moments]:
-    """Count, mean and deviation of the values by characteristic id and then the columns of runs named in by."""
-    # Deviations from the characteristic's mean, which a second look takes, do not lose the digits that squares would.
-    valued = [m.value.isnot(None)]
+    """Count, mean and deviation of the values by characteristic id and then the columns of daily named in by."""
+    columns = [d.characteristic_id, *(d[column] for column in by), d.count, d.mean, d.scatter, d.low, d.high]
+    query = sa.select(*columns).where(*where.conditions(d))
     if name:
-        valued.append(m.characteristic_id.in_(sa.select(c.id).where(c.name == name)))
-    mean = sa.func.avg(m.value)
-    means = sa.select(m.characteristic_id, mean.label("mean")).where(*valued).group_by(m.characteristic_id).subquery()
-    source = measurements.join(means, means.c.characteristic_id == m.characteristic_id)
-    if where or by:
-        source = source.join(runs)
-    groups = [m.characteristic_id, means.c.mean, *(r[column] for column in by)]
-    off = m.value - means.c.mean
-    sums = [sa.func.count(), sa.func.sum(off), sa.func.sum(off * off), sa.func.min(m.value), sa.func.max(m.value)]
-    query = sa.select(*groups, *sums).select_from(source).where(*valued, *where.conditions()).group_by(*groups)
-    found = {}
+        query = query.where(d.characteristic_id.in_(sa.select(c.id).where(c.name == name)))
+    found: dict[tuple[Any, ...], Moments] = {}
     for row in connection.execute(query):
-        key = (row[0], *row[2 : 2 + len(by)])
-        found[key] = Moments(row[1], *row[2 + len(by) :])
+        key, each = tuple(row[: 1 + len(by)]), Moments(*row[1 + len(by) :])
+        found[key] = found[key] + each if key in found else each
     return found
 
 
@@ -260,8 +251,8 @@ def values(connection: sa.engine.Connection, where: Filter, number: int) -> list
 
 def damages(connection: sa.engine.Connection) -> list[Row]:
     """The files that were set aside, and why."""
-    d = damaged.c
-    return _rows(connection, sa.select(d.file, d.reason, d.set_aside, d.sha256).order_by(d.id))
+    columns = [damaged.c[name] for name in ("file", "reason", "set_aside", "sha256")]
+    return _rows(connection, sa.select(*columns).order_by(damaged.c.id))
 
 
 EXPORTED = ("run", "serial", "station", "slot", "operator", "plan", "plan_version", "chip", "started", "attempt")

@@ -7,7 +7,7 @@ import math
 from dataclasses import dataclass
 from datetime import date
 from statistics import median
-from typing import Any, Mapping, Optional
+from typing import Any, Mapping, Optional, Sequence
 
 #: A station stands out if it is off by this part of the spread, and by this many standard errors. With some hundred
 #: characteristics and ten stations, chance gives five standard errors once in a thousand reports.
@@ -21,24 +21,27 @@ _MEDIAN = math.pi / 2
 
 @dataclass(frozen=True)
 class Moments:
-    """Sums of a group's values: of their deviations from mean, and of these squared."""
+    """What is kept of a group's values. scatter: the sum of the squares about their mean."""
 
-    reference: float
     count: int
-    off: float
-    squares: float
+    mean: float
+    scatter: float
     low: float
     high: float
 
-    @property
-    def mean(self) -> float:
-        """Of the values."""
-        return self.reference + self.off / self.count
+    @classmethod
+    def of(cls, values: Sequence[float]) -> Moments:
+        """Of at least one value."""
+        mean = math.fsum(values) / len(values)
+        return cls(len(values), mean, math.fsum((value - mean) ** 2 for value in values), min(values), max(values))
 
-    @property
-    def scatter(self) -> float:
-        """The sum of squares about the mean."""
-        return max(0.0, self.squares - self.off * self.off / self.count)
+    def __add__(self, other: Moments) -> Moments:
+        """Of both groups together, without the loss of digits that plain sums of squares have."""
+        count = self.count + other.count
+        away = other.mean - self.mean
+        mean = self.mean + away * other.count / count
+        scatter = self.scatter + other.scatter + away * away * self.count * other.count / count
+        return Moments(count, mean, scatter, min(self.low, other.low), max(self.high, other.high))
 
     @property
     def deviation(self) -> Optional[float]:

@@ -58,7 +58,7 @@ characteristics = sa.Table(
     metadata,
     sa.Column("id", sa.Integer, primary_key=True),
     sa.Column("key", sa.String(64), nullable=False, unique=True),  # checksum of the columns below
-    sa.Column("name", sa.Text, nullable=False, index=True),
+    sa.Column("name", sa.Text, nullable=False),
     sa.Column("condition", sa.Text, nullable=False),  # JSON with sorted members
     sa.Column("unit", sa.Text, nullable=False),
     sa.Column("low", sa.Float(53)),
@@ -85,6 +85,24 @@ events = sa.Table(
     sa.Column("position", sa.Integer, primary_key=True, autoincrement=False),
     sa.Column("kind", sa.String(10), nullable=False),
     sa.Column("text", sa.Text, nullable=False),
+    sqlite_with_rowid=False,
+)
+
+#: The moments of a characteristic's values, see statistics.Moments. Kept with the measurements, so that statistics of a
+#: year need not look at each one.
+daily = sa.Table(
+    "daily",
+    metadata,
+    sa.Column("characteristic_id", sa.Integer, sa.ForeignKey("characteristics.id"), primary_key=True, autoincrement=False),
+    sa.Column("day", sa.String(10), primary_key=True),
+    sa.Column("station", sa.Text, primary_key=True),
+    sa.Column("chip", sa.Text, primary_key=True),
+    sa.Column("plan", sa.Text, primary_key=True),
+    sa.Column("count", sa.Integer, nullable=False),
+    sa.Column("mean", sa.Float(53), nullable=False),
+    sa.Column("scatter", sa.Float(53), nullable=False),
+    sa.Column("low", sa.Float(53), nullable=False),
+    sa.Column("high", sa.Float(53), nullable=False),
     sqlite_with_rowid=False,
 )
 

@@ -7,6 +7,7 @@ import shutil
 import signal
 import subprocess
 import tempfile
+import time
 from pathlib import Path
 
 PROGRAMS = max(map(Path, glob.glob("/usr/lib/postgresql/*/bin")), default=None)
@@ -34,11 +35,15 @@ class Postgres:
 
     def _run(self, program, *arguments, check=True):
         command = [*self._as_user, PROGRAMS / program, f"--pgdata={self.folder / 'data'}", *arguments]
-        subprocess.run(command, check=check, stdout=subprocess.DEVNULL, stderr=subprocess.STDOUT, cwd=self.folder, timeout=120)
+        return subprocess.run(command, check=check, stdout=subprocess.DEVNULL, stderr=subprocess.STDOUT, cwd=self.folder, timeout=120)
 
     def start(self):
-        options = f"-c listen_addresses='' -k {self.folder}"
-        self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", f"--options={options}")
+        options = f"--options=-c listen_addresses='' -k {self.folder}"
+        for tries in range(50):  # after kill() the server's other processes need a moment to end
+            done = self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", options, check=tries == 49)
+            if done.returncode == 0:
+                return
+            time.sleep(0.2)
 
     def kill(self):
         """Ends the server as a crash does. Its other processes notice and end by themselves."""

@@ -53,6 +53,15 @@ def upgrade() -> None:
         sqlite_with_rowid=False,
     )
     op.create_table(
+        "daily",
+        sa.Column("characteristic_id", sa.Integer, sa.ForeignKey("characteristics.id"), primary_key=True, autoincrement=False),
+        sa.Column("day", sa.String(10), primary_key=True),
+        *(sa.Column(name, sa.Text, primary_key=True) for name in ("station", "chip", "plan")),
+        sa.Column("count", sa.Integer, nullable=False),
+        *(sa.Column(name, sa.Float(53), nullable=False) for name in ("mean", "scatter", "low", "high")),
+        sqlite_with_rowid=False,
+    )
+    op.create_table(
         "damaged",
         sa.Column("id", sa.Integer, primary_key=True),
         sa.Column("file", sa.Text, nullable=False),

@@ -12,7 +12,7 @@ def upgrade() -> None:
     op.create_index("ix_runs_unit", "runs", ["serial", "plan", "started_s"])
     op.create_index("ix_runs_started", "runs", ["started_s"])
     op.create_index("ix_characteristics_name", "characteristics", ["name"])
-    # Holds all that the statistics of a characteristic need.
+    # Holds all that a histogram needs.
     op.create_index("ix_measurements_characteristic", "measurements", ["characteristic_id", "run_id", "value"])
     failed = sa.text("NOT held")
     op.create_index(
