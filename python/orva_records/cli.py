@@ -40,7 +40,7 @@ def _positive(text: str) -> int:
 
 
 def _filter(arguments: argparse.Namespace) -> Filter:
-    return Filter(**{name: getattr(arguments, name) or "" for name in Filter.__dataclass_fields__})
+    return Filter(**{name: getattr(arguments, name, None) or "" for name in Filter.__dataclass_fields__})
 
 
 def _print(arguments: argparse.Namespace, rows: Sequence[Row]) -> int:
@@ -184,11 +184,12 @@ def _add_spool_commands(commands: Any) -> None:
 
 
 def _add_query_commands(commands: Any) -> None:
-    def add(name: str, text: str, query: Query) -> argparse.ArgumentParser:
+    def add(name: str, text: str, query: Query, restricted: bool = True) -> argparse.ArgumentParser:
         command = _command(commands, name, text, _query(query))
         command.add_argument("--json", action="store_true", help="print JSON")
         _add_database(command)
-        _add_filter(command)
+        if restricted:
+            _add_filter(command)
         return command
 
     command = add("yield", "first-pass and final yield", lambda db, where, given: queries.yields(db, where, given.by))
@@ -202,9 +203,9 @@ def _add_query_commands(commands: Any) -> None:
     command.add_argument("name", metavar="MEASUREMENT")
     command = add("compare", "stations against each other", lambda db, where, given: queries.compare(db, where, given.name))
     command.add_argument("name", nargs="?", default="", metavar="MEASUREMENT")
-    command = add("unit", "every run of a unit", lambda db, _, given: queries.unit(db, given.serial))
+    command = add("unit", "every run of a unit", lambda db, _, given: queries.unit(db, given.serial), restricted=False)
     command.add_argument("serial", metavar="SERIAL")
-    add("damaged", "the files that were set aside, and why", lambda db, *_: queries.damages(db))
+    add("damaged", "the files that were set aside, and why", lambda db, *_: queries.damages(db), restricted=False)
 
 
 def _add_output_commands(commands: Any) -> None:

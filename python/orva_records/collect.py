@@ -141,12 +141,14 @@ def _slices(items: Sequence[str]) -> Iterator[Sequence[str]]:
 def _insert(connection: sa.engine.Connection, records: Sequence[Record]) -> None:
     first = (connection.scalar(sa.select(sa.func.max(runs.c.id))) or 0) + 1
     numbered = list(enumerate(records, start=first))  # the writer is alone, so the ids are its own
-    keys = _characteristics(connection, records)
+    keyed = [[_key(line) for _, line in record.measurements] for record in records]
+    lines = {key: line for keys, record in zip(keyed, records) for key, (_, line) in zip(keys, record.measurements)}
+    ids = _characteristics(connection, lines)
     connection.execute(runs.insert(), [_run_row(number, record) for number, record in numbered])
     rows = [
-        _measurement_row(number, position, line, keys)
-        for number, record in numbered
-        for position, line in record.measurements
+        _measurement_row(number, position, line, ids[key])
+        for keys, (number, record) in zip(keyed, numbered)
+        for key, (position, line) in zip(keys, record.measurements)
     ]
     if rows:
         connection.execute(measurements.insert(), rows)
@@ -212,12 +214,12 @@ def _run_row(number: int, record: Record) -> dict[str, Any]:
     }
 
 
-def _measurement_row(number: int, position: int, line: dict[str, Any], keys: dict[str, int]) -> dict[str, Any]:
+def _measurement_row(number: int, position: int, line: dict[str, Any], characteristic: int) -> dict[str, Any]:
     value = line["value"]
     return {
         "run_id": number,
         "position": position,
-        "characteristic_id": keys[_key(line)],
+        "characteristic_id": characteristic,
         "value": None if isinstance(value, str) or value is None else float(value),
         "text": value if isinstance(value, str) else None,
         "held": None if line["verdict"] is None else line["verdict"] == "PASS",
@@ -236,9 +238,8 @@ def _key(line: dict[str, Any]) -> str:
     return json.dumps([*members, line.get("expected")], sort_keys=True, ensure_ascii=False)
 
 
-def _characteristics(connection: sa.engine.Connection, records: Sequence[Record]) -> dict[str, int]:
-    """The ids of all characteristics of the records, by their key. New ones are stored."""
-    lines = {_key(line): line for record in records for _, line in record.measurements}
+def _characteristics(connection: sa.engine.Connection, lines: dict[str, dict[str, Any]]) -> dict[str, int]:
+    """The ids of the characteristics that the lines have, by their key. New ones are stored."""
     checksums = {hashlib.sha256(key.encode()).hexdigest(): key for key in lines}
     ids = {checksums[key]: number for key, number in _stored_ids(connection, list(checksums)).items()}
     new = [_characteristic_row(checksum, lines[key]) for checksum, key in checksums.items() if key not in ids]
