@@ -86,9 +86,15 @@ def _collect(arguments: argparse.Namespace) -> int:
     tally = collect(arguments.folder, Store(arguments.database), arguments.batch)
     counts = f"{tally.stored} stored, {tally.known} known already, {tally.running} still running"
     print(f"{arguments.folder}: {counts}, {tally.recovered} of killed runs, {tally.damaged} damaged")
+    for problem in tally.problems:
+        _complain(problem)
     if tally.damaged:
-        print(f"orva-records: {tally.damaged} set aside in {arguments.folder / DAMAGED}; the command damaged says why", file=sys.stderr)
-    return SET_ASIDE if tally.damaged else GOOD
+        _complain(f"{tally.damaged} set aside in {arguments.folder / DAMAGED}; the command damaged says why")
+    return ERROR if tally.problems else SET_ASIDE if tally.damaged else GOOD
+
+
+def _complain(text: str) -> None:
+    print(f"orva-records: {text}".encode(errors="backslashreplace").decode(), file=sys.stderr)
 
 
 def _migrate(arguments: argparse.Namespace) -> int:
@@ -119,8 +125,7 @@ def _export(arguments: argparse.Namespace) -> int:
 
 
 def _write_csv(file: IO[str], rows: Iterable[Row]) -> None:
-    columns = (*queries.EXPORTED, "run_verdict", "name", "condition", "value", "text", "unit", "low", "high", "expected", "verdict")
-    writer = csv.DictWriter(file, columns)
+    writer = csv.DictWriter(file, queries.EXPORTED)
     writer.writeheader()
     writer.writerows(rows)
 
@@ -238,7 +243,7 @@ def main(arguments: Optional[Sequence[str]] = None) -> int:
         sys.stdout.flush()
         return status
     except RecordsError as error:
-        print(f"orva-records: {error}".encode(errors="backslashreplace").decode(), file=sys.stderr)
+        _complain(str(error))
     except BrokenPipeError:  # the reader has seen enough
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
     return ERROR

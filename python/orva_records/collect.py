@@ -10,7 +10,7 @@ from __future__ import annotations
 import hashlib
 import json
 import os
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from datetime import datetime
 from pathlib import Path
 from typing import Any, Iterator, Sequence
@@ -34,17 +34,22 @@ PARAMETERS = 500
 
 @dataclass
 class Tally:
-    """What one call did, in files. running: records that their writer has not ended."""
+    """What one call did, in files. running: not ended by their writer. problems: what is left for the next call, and why."""
 
     stored: int = 0
     known: int = 0
     damaged: int = 0
     recovered: int = 0
     running: int = 0
+    problems: list[str] = field(default_factory=list)
 
 
 def collect(folder: Path, store: Store, batch: int = BATCH) -> Tally:
-    """Stores what is in folder, batch by batch. Raises RecordsError with the spool as it was from the failing batch on."""
+    """Stores what is in folder, batch by batch.
+
+    Raises RecordsError if the database fails; from that batch on the spool is as it was. A file that fails alone does not
+    keep the others from being stored.
+    """
     tally = Tally()
     if not folder.is_dir():
         raise RecordsError(f"{folder}: expected a folder of records")
@@ -63,7 +68,11 @@ def _files(folder: Path) -> list[Path]:
 
 def _recover(folder: Path, tally: Tally) -> None:
     for part in sorted(path for path in _files(folder) if path.name.endswith(PART)):
-        recovered = recover(part)
+        try:
+            recovered = recover(part)
+        except (OSError, RecordsError) as error:
+            tally.problems.append(str(error))
+            continue
         tally.recovered += recovered is not None
         tally.running += recovered is None
 
@@ -78,7 +87,7 @@ class _Damage:
 def _collect_batch(folder: Path, paths: Sequence[Path], store: Store, tally: Tally) -> None:
     good: list[tuple[Path, Record]] = []
     bad: list[_Damage] = []
-    for path, content in _contents(paths):
+    for path, content in _contents(paths, tally):
         try:
             good.append((path, read(content)))
         except DamagedRecord as error:
@@ -90,22 +99,22 @@ def _collect_batch(folder: Path, paths: Sequence[Path], store: Store, tally: Tal
     refused = {damage.path for damage in bad}
     for path, _ in good:
         if path not in refused:
-            _move(path, folder / COLLECTED)
+            _move(path, folder / COLLECTED, tally)
     for damage in bad:
-        _move(damage.path, folder / DAMAGED)
+        _move(damage.path, folder / DAMAGED, tally)
     tally.stored += stored
     tally.damaged += len(bad)
     tally.known += len(good) - stored - len(others)
 
 
-def _contents(paths: Sequence[Path]) -> Iterator[tuple[Path, bytes]]:
+def _contents(paths: Sequence[Path], tally: Tally) -> Iterator[tuple[Path, bytes]]:
     for path in paths:
         try:
             yield path, path.read_bytes()
         except FileNotFoundError:  # another collector moved it
             continue
         except OSError as error:
-            raise RecordsError(f"{path}: {error.strerror}; a record must be readable") from error
+            tally.problems.append(f"{path}: {error.strerror}; a record must be readable")
 
 
 def _store(connection: sa.engine.Connection, records: Sequence[tuple[Path, Record]]) -> tuple[int, list[_Damage]]:
@@ -227,8 +236,7 @@ def _measurement_row(number: int, position: int, line: dict[str, Any], character
 
 
 def _event_row(number: int, position: int, line: dict[str, Any]) -> dict[str, Any]:
-    members = ("title",) if line["type"] == "step" else ("text",) if line["type"] == "note" else ("what", "found", "cause", "cure")
-    text = "; ".join(line[member] for member in members if line[member])
+    text = "; ".join(part for member, part in line.items() if member != "type" and part)
     return {"run_id": number, "position": position, "kind": line["type"], "text": text}
 
 
@@ -276,7 +284,7 @@ def _store_damages(connection: sa.engine.Connection, bad: Sequence[_Damage]) -> 
             connection.execute(damaged.insert(), row)
 
 
-def _move(path: Path, folder: Path) -> None:
+def _move(path: Path, folder: Path, tally: Tally) -> None:
     """Moves a file into a folder, beside what is there. The same name and content is there once."""
     try:
         folder.mkdir(exist_ok=True)
@@ -287,8 +295,9 @@ def _move(path: Path, folder: Path) -> None:
     except FileNotFoundError:  # another collector moved it
         return
     except OSError as error:
-        raise RecordsError(f"{path}: stored, but it cannot move to {folder}: {error.strerror}") from error
-    raise RecordsError(f"{path}: {folder} has a thousand files of this name")
+        tally.problems.append(f"{path}: stored, but it cannot move to {folder}: {error.strerror}")
+        return
+    tally.problems.append(f"{path}: stored, but {folder} has a thousand other files of this name")
 
 
 def _moved(path: Path, target: Path) -> bool:

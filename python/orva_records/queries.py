@@ -255,12 +255,15 @@ def damages(connection: sa.engine.Connection) -> list[Row]:
     return _rows(connection, sa.select(*columns).order_by(damaged.c.id))
 
 
-EXPORTED = ("run", "serial", "station", "slot", "operator", "plan", "plan_version", "chip", "started", "attempt")
+OF_RUN = ("run", "serial", "station", "slot", "operator", "plan", "plan_version", "chip", "started", "attempt")
+OF_MEASUREMENT = ("name", "condition", "value", "text", "unit", "low", "high", "expected", "verdict")
+#: The columns of export().
+EXPORTED = (*OF_RUN, "run_verdict", *OF_MEASUREMENT)
 
 
 def export(connection: sa.engine.Connection, where: Filter) -> Iterator[Row]:
     """Every measurement with its run, in order of time. A run without measurements has one row."""
-    columns = [r[name] for name in EXPORTED] + [r.verdict.label("run_verdict")]
+    columns = [r[name] for name in OF_RUN] + [r.verdict.label("run_verdict")]
     columns += [c.name, c.condition, m.value, m.text, c.unit, c.low, c.high, c.expected]
     verdict = sa.case((m.held.is_(None), None), (m.held, "PASS"), else_="FAIL")
     source = runs.outerjoin(measurements).outerjoin(characteristics)

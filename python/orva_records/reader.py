@@ -57,15 +57,16 @@ def _check_order(lines: list[dict[str, Any]]) -> None:
     if not lines or lines[0]["type"] != "begin":
         raise DamagedRecord("line 1: expected the header, whose type is begin")
     for number, line in enumerate(lines[1:-1], start=2):
-        if line["type"] in ("begin", "end"):
-            raise DamagedRecord(f"line {number}: {line['type']} is only the {'first' if line['type'] == 'begin' else 'last'} line")
+        if place := {"begin": "first", "end": "last"}.get(line["type"]):
+            raise DamagedRecord(f"line {number}: {line['type']} is only the {place} line")
     if lines[-1]["type"] != "end":
         raise DamagedRecord(f"line {len(lines)}: expected the end line, whose type is end")
 
 
 def _check_end(end: dict[str, Any], before: bytes, verdicts: set[Any]) -> None:
-    if end["lines"] != before.count(b"\n"):
-        raise DamagedRecord(f"the end line counts {end['lines']} lines before it, there are {before.count(bytes([10]))}")
+    lines = before.count(b"\n")
+    if end["lines"] != lines:
+        raise DamagedRecord(f"the end line counts {end['lines']} lines before it, there are {lines}")
     if end["sha256"] != hashlib.sha256(before).hexdigest():
         raise DamagedRecord("the checksum of the end line is not that of the lines before it")
     if end["verdict"] == "BROKEN":

@@ -153,8 +153,10 @@ class Store:
         self._sqlite = parsed.get_backend_name() == "sqlite"
         self._file = sqlite_file(url)
         wait = {"timeout": LOCK_S} if self._sqlite else {"connect_timeout": CONNECT_S}
+        # Without it the driver sends the upserts one by one and waits for each.
+        batches = {} if self._sqlite else {"executemany_mode": "values_plus_batch"}
         try:
-            self._engine = sa.create_engine(parsed, connect_args=wait, poolclass=sa.pool.NullPool)
+            self._engine = sa.create_engine(parsed, connect_args=wait, poolclass=sa.pool.NullPool, **batches)
         except (sa.exc.SQLAlchemyError, ImportError) as error:
             raise RecordsError(f"{self.shown}: {error}") from error
         if self._sqlite:

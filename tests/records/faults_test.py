@@ -166,6 +166,17 @@ def test_a_full_disk_keeps_the_spool(spool, tmp_path, room):
     everything_is_stored(spool, database, names)
 
 
+def test_what_is_stored_but_cannot_move_is_stored_once(spool, database, command):
+    write_line(spool, 10, rows=12)
+    names = spooled(spool)
+    (spool / "collected").write_text("in the way")
+    told = command("collect", spool, "--database", database, "--batch", 3, status=2)
+    assert told.err.count("stored, but it cannot move") == len(names)
+    assert spooled(spool) == set(stored(database)) == names
+    (spool / "collected").unlink()
+    everything_is_stored(spool, database, names)
+
+
 def test_a_writer_on_a_full_disk_keeps_its_rows(spool):
     def write_much():
         record = RecordWriter(spool, header())

@@ -120,7 +120,7 @@ def test_the_same_folder_twice_and_a_record_twice(spool, database):
     names = {path.name for path in spool.iterdir()}
     assert collect(spool, Store(database)).stored == len(names)
     assert {path.name for path in (spool / "collected").iterdir()} == names
-    assert vars(collect(spool, Store(database))) == dict(stored=0, known=0, damaged=0, recovered=0, running=0)
+    assert vars(collect(spool, Store(database))) == dict(stored=0, known=0, damaged=0, recovered=0, running=0, problems=[])
     assert collect(spool.parent / "again", Store(database)).known == len(names)
     for path in (spool.parent / "again" / "collected").iterdir():  # into the folder from which they were collected
         path.rename(spool / path.name)

@@ -74,7 +74,7 @@
       const own = station === row.station;
       return line(station, days.map(day => means.get(day) ?? null), series(place), { borderWidth: own ? 4 : 1.5, spanGaps: true });
     });
-    draw(figure(host, row.title, `${row.station} ${row.finding}`), lines, days, { x: axis("day"), y: axis(`daily mean, ${row.unit}`) });
+    draw(figure(host, row.title, `${row.station} ${row.finding}`), lines, days, { x: axis("", { ticks: { maxTicksLimit: 5 } }), y: axis(`daily mean, ${row.unit}`) });
   }
 
   function drawAll() {

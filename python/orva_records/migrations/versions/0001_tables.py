@@ -12,6 +12,15 @@ TIMES = ("total_s", "pauses_s", "driver_s", "shell_s", "library_s")
 
 
 def upgrade() -> None:
+    _create_runs()
+    _create_characteristics()
+    _create_measurements()
+    _create_events()
+    _create_daily()
+    _create_damaged()
+
+
+def _create_runs() -> None:
     op.create_table(
         "runs",
         sa.Column("id", sa.Integer, primary_key=True),
@@ -25,6 +34,9 @@ def upgrade() -> None:
         *(sa.Column(name, sa.Float(53), nullable=False) for name in TIMES),
         sa.Column("sha256", sa.String(64), nullable=False),
     )
+
+
+def _create_characteristics() -> None:
     op.create_table(
         "characteristics",
         sa.Column("id", sa.Integer, primary_key=True),
@@ -36,6 +48,9 @@ def upgrade() -> None:
         sa.Column("high", sa.Float(53)),
         sa.Column("expected", sa.Text),
     )
+
+
+def _create_measurements() -> None:
     op.create_table(
         "measurements",
         *_place(),
@@ -45,6 +60,9 @@ def upgrade() -> None:
         sa.Column("held", sa.Boolean),
         sqlite_with_rowid=False,
     )
+
+
+def _create_events() -> None:
     op.create_table(
         "events",
         *_place(),
@@ -52,6 +70,9 @@ def upgrade() -> None:
         sa.Column("text", sa.Text, nullable=False),
         sqlite_with_rowid=False,
     )
+
+
+def _create_daily() -> None:
     op.create_table(
         "daily",
         sa.Column("characteristic_id", sa.Integer, sa.ForeignKey("characteristics.id"), primary_key=True, autoincrement=False),
@@ -61,6 +82,9 @@ def upgrade() -> None:
         *(sa.Column(name, sa.Float(53), nullable=False) for name in ("mean", "scatter", "low", "high")),
         sqlite_with_rowid=False,
     )
+
+
+def _create_damaged() -> None:
     op.create_table(
         "damaged",
         sa.Column("id", sa.Integer, primary_key=True),
