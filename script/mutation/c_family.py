@@ -86,7 +86,8 @@ def conditions(line, plain):
             yield "skipped branch", f"{line[:match.end()]}({inside}) && false{line[end:]}"
     for match in re.finditer(r" \? ([^?:]+) : ([^?:;,)}]+)(?=[;,)}])", plain):
         first, second = line[match.start(1):match.end(1)], line[match.start(2):match.end(2)]
-        yield "inverted", replaced(line, match, f" ? {second} : {first}")
+        if all(text.count("(") == text.count(")") for text in (first, second)):
+            yield "inverted", replaced(line, match, f" ? {second} : {first}")
 
 
 def fields(line, plain):
@@ -138,11 +139,11 @@ def text_of_line(lines, i, choose):
 
 
 def c_loops(plain, line):
-    match = re.match(r"(\s*)for \(((?:const )?\w[\w:<>, ]*[ *&]+[\w\[\], ]+ : .*)\)( \{|[^{]*;|)$", plain)
-    if match:
-        head = line[match.start(2):match.end(2)]
-        rest = line[match.end(2) + 1:].strip()
-        yield "loop", f"{match.group(1)}for (bool first = true; {head}) if (first) first = false; else {rest}"
+    match = re.match(r"\s*for \(", plain)
+    end = closing(plain, match.end() - 1) if match else None
+    if end and re.search(r"\w : ", plain) and ";" not in plain[:end]:
+        head, rest = line[match.end():end], line[end + 1:].strip()
+        yield "loop", f"{match.group()}bool first = true; {head}) if (first) first = false; else {rest}"
     for match in re.finditer(r"(?<=; )(\w+)(?= < )", plain if "for (" in plain else ""):
         yield "loop", replaced(line, match, f"{match.group()} + 1")
 
