@@ -45,8 +45,9 @@ def labelled_tests(build, *selection, env=None):
 
 
 def copy_sources(target):
-    """Makes a copy equal to the tree's files in git. It writes only those that differ, so that a build takes only those."""
-    listed = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True).stdout
+    """Makes a copy equal to the tree. It writes only files that differ, so that a build compiles only those."""
+    command = ["git", "ls-files", "--cached", "--others", "--exclude-standard"]
+    listed = subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=True).stdout
     names = {name for name in listed.splitlines() if (ROOT / name).is_file()}
     for path in target.rglob("*"):
         name = str(path.relative_to(target))

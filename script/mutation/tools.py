@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Tries mutants of the virtual phone, the console, the page and the Python package, each in a copy of the tree."""
 import collections
+import json
 import os
 import pathlib
 import re
@@ -10,8 +11,6 @@ import signal
 import subprocess
 import sys
 import time
-
-import json
 
 from lib import ROOT, copy_sources, ctest_list
 from mutation.mutants import TOOLS, applied, part_of
@@ -96,6 +95,8 @@ class Worker:
         self.build = FOLDER / f"worker{number}" / "build"
         self.knowledge = knowledge
         copy_sources(self.source)
+
+    def prepare(self):
         configure = ["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                      "-DORVA_WERROR=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
         flags = [f"-DCMAKE_{language}_FLAGS_DEBUG=-O0" for language in ("C", "CXX")]
@@ -192,4 +193,8 @@ class Worker:
 def workers(jobs, rows):
     """That many workers, which share what they know about the tests."""
     knowledge = Knowledge(rows)
-    return [Worker(number, knowledge) for number in range(jobs)]
+    # All copies come first, so that they are of the same tree.
+    all_workers = [Worker(number, knowledge) for number in range(jobs)]
+    for worker in all_workers:
+        worker.prepare()
+    return all_workers
