@@ -34,7 +34,7 @@ START = {
     "virtual_phone": ["{build}/tests/virtual_phone_test", "--gtest_list_tests"],
     "console": ["{build}/console/orva-station", "list"],
     "page": ["node", "--check", "{file}"],
-    "python": ["python3", "-c", "import orva, orva.pytest_plugin"],
+    "python": ["{python}", "-c", "import orva, orva.pytest_plugin"],
 }
 
 
@@ -135,7 +135,9 @@ class Worker:
         return process.returncode in (0, SKIPPED) and ended and b"FAILED" not in output
 
     def starts(self, mutant):
-        command = [word.format(build=self.build, file=self.source / mutant.file) for word in START[part_of(mutant.file)]]
+        python = next(test.command[0] for test in self.tests.values() if "pytest" in test.command)
+        places = {"build": self.build, "file": self.source / mutant.file, "python": python}
+        command = [word.format(**places) for word in START[part_of(mutant.file)]]
         if not shutil.which(command[0]):
             return True
         process, _ = self.run(command, LEAST_SECONDS, environment={"PYTHONPATH": str(self.source / "python")})

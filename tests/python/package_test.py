@@ -22,7 +22,7 @@ PLAN = ROOT / "examples" / "factory_plan.py"
 if "ORVA_SANITIZER" in os.environ:
     os.environ["LD_PRELOAD"] = os.environ["ORVA_SANITIZER"]
 
-pytest_plugins = ["orva.pytest_plugin", "pytester"]
+pytest_plugins = ["orva.pytest_plugin"]
 
 C_TYPES = {
     "void": "None", "int": "c_int", "unsigned": "c_uint", "size_t": "c_ulong", "int64_t": "c_long",
@@ -245,24 +245,6 @@ def test_the_libraries_may_be_in_a_folder_with_a_blank(tmp_path):
             (folder / beside.name).symlink_to(beside)
     with Bench(library=folder / files.LIBRARY, virtual_phone=folder / files.VIRTUAL_PHONE) as bench:
         assert bench.library.wifi_set_power(155)
-
-
-EMPTY_TESTS = '''
-def test_fault_that_never_fires(library, phone):
-    phone.fault("popen")
-    assert library.wifi_set_rate(6500)
-
-def test_good(library, phone, chip):
-    assert phone.get("chip") == chip == "vq2040a"
-'''
-
-
-def test_the_fixtures_refuse_a_test_whose_fault_never_fired(pytester, monkeypatch):
-    monkeypatch.setenv("PYTHONPATH", str(ROOT / "python"))
-    pytester.makepyfile(EMPTY_TESTS)
-    result = pytester.runpytest_subprocess("-p", "orva.pytest_plugin", "--orva-chip", "vq2040a")
-    result.assert_outcomes(passed=2, errors=1)
-    result.stdout.fnmatch_lines(["*1 planned fault(s) never fired*"])
 
 
 def plan(*arguments):
