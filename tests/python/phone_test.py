@@ -6,7 +6,7 @@ import pytest
 from hypothesis import HealthCheck, given, settings
 from hypothesis import strategies as st
 
-from orva import Clock, EventKind, NvItem, PhoneError, Priority
+from orva import Bench, Clock, EventKind, NvItem, PhoneError, Priority
 
 from support.tree import PHONES, ROOT
 
@@ -49,17 +49,18 @@ def test_a_fault_comes_at_its_use_and_its_id_tells(library, phone):
         phone.fault("socket", nth=0)
 
 
-def test_log_lines_from_a_priority_on(capfd, library, phone):
-    phone.print_log(Priority.ERROR)
-    phone.wait(2)
-    assert library.wifi_set_power(155) and not library.wifi_set_mode(99)
-    lines = phone.log_lines()
-    assert {line.time_us for line in lines} == {2_000_000, 2_002_000}
-    errors = phone.log_lines(Priority.ERROR)
-    assert errors == [line for line in lines if line.priority is Priority.ERROR] != lines
-    assert len(capfd.readouterr().err.splitlines()) == len(errors) == 1
-    phone.print_log(0)
-    library.wifi_set_mode(99)
+def test_log_lines_from_a_priority_on(capfd):
+    with Bench() as bench:
+        phone, library = bench.phone, bench.library
+        phone.print_log(Priority.ERROR)
+        phone.wait(2)
+        assert library.wifi_set_power(155) and not library.wifi_set_mode(99)
+        lines, errors = phone.log_lines(), phone.log_lines(Priority.ERROR)
+        assert {line.time_us for line in lines} == {2_000_000, 2_002_000}
+        assert errors == [line for line in lines if line.priority is Priority.ERROR] != lines
+        assert len(capfd.readouterr().err.splitlines()) == len(errors) == 1
+        phone.print_log(0)
+        library.wifi_set_mode(99)
     assert capfd.readouterr().err == ""
 
 
