@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Tries mutants of the virtual phone, the console, the page and the Python package, each in a copy of the tree."""
 import collections
+import concurrent.futures
 import json
 import os
 import pathlib
@@ -183,13 +184,13 @@ class Worker:
         finally:
             path.write_text(text, encoding="utf-8")
 
-    def check_itself(self):
-        """Every test passes on the unchanged copy; how long it takes limits what a mutant's test may take."""
-        for name, test in self.tests.items():
+    def check_unchanged(self, tests):
+        """The tests pass on the unchanged copy; how long each takes limits what a mutant's run of it may take."""
+        for test in tests:
             begin = time.monotonic()
             if not self.passes(test):
-                sys.exit(f"script/mutate: without a mutant the test {name} fails in {self.source.relative_to(ROOT)}")
-            self.knowledge.seconds[name] = time.monotonic() - begin
+                sys.exit(f"script/mutate: without a mutant the test {test.name} fails in {self.source.relative_to(ROOT)}")
+            self.knowledge.seconds[test.name] = time.monotonic() - begin
 
 
 def workers(jobs, rows):
@@ -200,3 +201,12 @@ def workers(jobs, rows):
     for worker in all_workers:
         worker.prepare()
     return all_workers
+
+
+def check_itself(all_workers):
+    """Every test passes without a mutant. The workers share them."""
+    names = sorted(all_workers[0].tests)
+    with concurrent.futures.ThreadPoolExecutor(len(all_workers)) as pool:
+        parts = [[worker.tests[name] for name in names[i::len(all_workers)]] for i, worker in enumerate(all_workers)]
+        for done in [pool.submit(worker.check_unchanged, part) for worker, part in zip(all_workers, parts)]:
+            done.result()

@@ -7,6 +7,8 @@ import re
 import signal
 import subprocess
 import sys
+import sysconfig
+from pathlib import Path
 
 import pytest
 
@@ -225,6 +227,19 @@ def test_missing_libraries_are_named(tmp_path, monkeypatch):
     monkeypatch.setattr(files, "folders", lambda: [tmp_path])
     with pytest.raises(FileNotFoundError, match=f"is in none of {tmp_path}.*ORVA_LIBRARY_PATH"):
         Bench()
+
+
+def test_libraries_are_looked_for_from_the_nearest_place_on(tmp_path, monkeypatch):
+    monkeypatch.setenv("ORVA_LIBRARY_PATH", f":{tmp_path}::")
+    lib, machine = ROOT.parent.parent / "lib", sysconfig.get_config_var("MULTIARCH")
+    build = ROOT / "build" / "release"
+    assert files.folders() == [tmp_path, build, build / "virtual_phone", lib, lib / machine, Path("/usr/local/lib"),
+                               Path("/usr/lib") / machine, Path("/usr/lib")]
+    monkeypatch.delenv("ORVA_LIBRARY_PATH")
+    assert files.folders()[0] == build
+    (tmp_path / "other.so").touch()
+    monkeypatch.setattr(files, "folders", lambda: [build / "nowhere", tmp_path])
+    assert files.find("other.so") == tmp_path / "other.so"
 
 
 def test_a_folder_that_is_none_or_no_phone_is_named(bench, tmp_path, monkeypatch):

@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <net/if.h>
 #include <optional>
 #include <regex>
 #include <set>
@@ -485,6 +486,24 @@ TEST_F(Phone, OnlyThePrivateRequestOnWlan0IsThePhones) {
   EXPECT_EQ(ioctl(other, 0x89F2, &waiting), -1);
   close(other);
   EXPECT_EQ(phone_event_count(), 0u);
+}
+
+TEST_F(Phone, TheInterfacesFlagsAreThoseOfWlan0) {
+  int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
+  auto flags_of = [&](const char *name) {
+    struct ifreq asked {};
+    snprintf(asked.ifr_name, sizeof(asked.ifr_name), "%s", name);
+    return ioctl(descriptor, SIOCGIFFLAGS, &asked) == 0 ? asked.ifr_flags : -errno;
+  };
+  const int base = IFF_BROADCAST | IFF_MULTICAST;
+  EXPECT_EQ(flags_of("wlan0"), base | IFF_UP);
+  EXPECT_EQ(flags_of("wlan1"), -ENODEV);
+  set("interface.up", "false");
+  EXPECT_EQ(flags_of("wlan0"), base);
+  set("driver.loaded", "false");
+  EXPECT_EQ(flags_of("wlan0"), -ENODEV);
+  EXPECT_EQ(phone_uses("ioctl"), 0U) << "not a command of the driver";
+  close(descriptor);
 }
 
 TEST_F(Phone, TheTraceHoldsTheRecordBeforeAndAfter) {
