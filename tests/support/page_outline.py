@@ -20,6 +20,8 @@ from support.tree import ROOT  # noqa: E402
 
 FILE = ROOT / "tests" / "golden" / "page" / "outline.txt"
 SCRIPTS = ("everything.tcl", "broken.tcl")
+# Sessions that have a page to themselves, which looks different then.
+ALONE = {"pass.tcl": "step Settings\nwifi_set_power 155 -> 1\n", "silent.tcl": "note done\n"}
 
 OUTLINE = """
 const lines = [];
@@ -54,36 +56,48 @@ ACTIONS = [
 ]
 
 
-def write_page(folder):
-    for name in SCRIPTS:
-        shutil.copy(SESSIONS / name, folder)
-    station("--quiet", "--chip", "vq2070", "--report", "report.html", "run", *SCRIPTS, cwd=folder)
-    return folder / "report.html"
+def page_of(folder, *scripts):
+    station("--quiet", "--chip", "vq2070", "--report", "report.html", "run", *scripts, cwd=folder)
+    return (folder / "report.html").as_uri()
 
 
 def steady(line):
     return re.sub(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d", "DATE TIME", line)
 
 
-def states(driver):
+def states(driver, actions):
     """The page's elements at first and after each action."""
-    screen(driver, 1280, "light")
-    for action in ["", *ACTIONS]:
+    for action in ["", *actions]:
         if action:
             driver.execute_script(HELPERS + action)
             driver.execute_async_script("requestAnimationFrame(() => setTimeout(arguments[0], 50))")
         yield action, [steady(line) for line in driver.execute_script(OUTLINE)]
 
 
-def outline():
+def changes(driver, actions):
     """The page in full, then the lines that each action removes and adds."""
     text, before = "", None
-    with tempfile.TemporaryDirectory() as folder, started() as driver:
-        driver.get(write_page(Path(folder)).as_uri())
-        for action, now in states(driver):
-            changes = now if before is None else [*difflib.unified_diff(before, now, n=0, lineterm="")][2:]
-            text += "\n".join([f"==== {action}", *changes, ""])
-            before = now
+    for action, now in states(driver, actions):
+        lines = now if before is None else [*difflib.unified_diff(before, now, n=0, lineterm="")][2:]
+        text += "\n".join([f"==== {action}", *lines, ""])
+        before = now
+    return text
+
+
+def outline():
+    """The page of two sessions with all that its controls do, and those of single sessions."""
+    with tempfile.TemporaryDirectory() as name, started() as driver:
+        folder = Path(name)
+        screen(driver, 1280, "light")
+        for script in SCRIPTS:
+            shutil.copy(SESSIONS / script, folder)
+        driver.get(page_of(folder, *SCRIPTS))
+        text = changes(driver, ACTIONS)
+        for script, content in ALONE.items():
+            (folder / script).write_text(content)
+            driver.get("about:blank")
+            driver.get(page_of(folder, script))
+            text += f"######## {script}\n{changes(driver, [])}"
     return text
 
 
