@@ -67,12 +67,6 @@ def test_it_holds_the_events_of_the_json_output(page, tmp_path):
     assert [{k: e.get(k) for k in key} for e in own] == [{k: e.get(k) for k in key} for e in wanted]
 
 
-def test_pauses_and_commands_stand_in_the_order_they_happened(page):
-    for call, order in zip(*[[e for e in events(page) if e["type"] == t] for t in ("call", "order")]):
-        assert order["order"].count("d") == sum(d["attempts"] for d in call["driver"]) == len(call["records"])
-        assert [p["us"] for p in order["pauses"]] == call["pauses_us"]
-
-
 @pytest.mark.parametrize("script, status", [("wifi_set_power nonsense", 2), ("error {out of fixtures}", 2), ("note done", 3)])
 def test_a_session_that_stops_has_its_page_too(tmp_path, script, status):
     path, run = write_report(tmp_path, script)

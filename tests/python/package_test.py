@@ -112,21 +112,6 @@ def test_the_fault_places_are_those_of_the_documentation(bench):
 SPARED = {"fuzz/call_sequence.cpp": {"waitpid"}}
 
 
-@pytest.mark.parametrize("chip", CHIPS)
-def test_a_transmit_test_reaches_the_driver(chip, library, phone):
-    assert library.wifi_start_testmode()
-    for setter, value in [(library.wifi_set_mode, 4), (library.wifi_set_band, 1), (library.wifi_set_channel, 2437),
-                          (library.wifi_set_rate, 6500), (library.wifi_set_power, -155)]:
-        assert setter(value)
-    phone.events_clear()
-    assert library.wifi_start_tx()
-    sent = {command.id: command.value for command in phone.driver_commands()}
-    steps = 2**32 - (1 if chip == "vq2040" else 15)
-    assert (sent[0], sent[1], sent[3], sent[4], sent[5]) == (4, steps, 65, 1, 1)
-    assert {command.magic for command in phone.driver_commands()} == {0x2040A if chip == "vq2040a" else int(chip[2:])}
-    assert library.wifi_get_func(6) == f"{chip}_wifi_start_tx"
-
-
 @pytest.mark.parametrize("chip, digits", [(chip, 32 if chip in ("vq2040", "vq2040a") else 36) for chip in CHIPS])
 def test_outputs_come_as_values_of_their_kind(library, phone, digits):
     phone.set("ap.ssid", "lab \"7\"")
