@@ -42,16 +42,18 @@ def mutants_of(file, choose):
 
 
 def sample(parts, seed):
-    """All mutants in the order in which they are tried. Parts and kinds take turns, so that a small sample has all."""
-    choose = random.Random(seed)
+    """All mutants in the order in which they are tried. Parts and kinds take turns, so that a small sample has all.
+
+    Each file and each group has random numbers of its own: a change in one leaves the choice in the others as it is.
+    """
     groups = collections.defaultdict(list)
     for file, part in sources(parts).items():
-        for mutant in mutants_of(file, choose):
+        for mutant in mutants_of(file, random.Random(f"{seed} {file}")):
             groups[mutant.kind, part].append(mutant)
-    for group in groups.values():
-        choose.shuffle(group)
+    for name, group in groups.items():
+        random.Random(f"{seed} {name}").shuffle(group)
     turns = [groups[name] for name in sorted(groups)]
-    choose.shuffle(turns)
+    random.Random(seed).shuffle(turns)
     return [group[i] for i in range(max(map(len, turns))) for group in turns if i < len(group)]
 
 

@@ -45,8 +45,9 @@ def test_a_fault_comes_at_its_use_and_its_id_tells(library, phone):
     assert library.wifi_set_antenna(1) and phone.faults_unfired() == 2
     phone.reset()
     assert phone.faults_unfired() == 0
-    with pytest.raises(PhoneError, match="nth 0 must be 1 or more, and the place 'socket' one of socket, "):
-        phone.fault("socket", nth=0)
+    for place, nth in (("socket", 0), ("sockets", 3)):
+        with pytest.raises(PhoneError, match=f"nth {nth} must be 1 or more, and the place '{place}' one of socket, "):
+            phone.fault(place, nth=nth)
 
 
 def test_log_lines_from_a_priority_on(capfd):
