@@ -3,6 +3,7 @@
 
 import json
 import pathlib
+import shutil
 import subprocess
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -31,8 +32,29 @@ def exported_names():
     return {line.strip().rstrip(";") for line in text.split("local:")[0].splitlines() if line.strip().endswith(";")}
 
 
-def labelled_tests(build, *selection, env=None):
-    """The tests that ctest finds in a build folder, as {name: command}. The selection is ctest's: -L, -LE, -R."""
+def ctest_list(build, *selection, env=None):
+    """The tests that ctest finds in a build folder, as it describes them. The selection is ctest's: -L, -LE, -R."""
     command = ["ctest", "--test-dir", build, "--show-only=json-v1", *selection]
     done = subprocess.run(command, capture_output=True, text=True, check=True, env=env)
-    return {test["name"]: test["command"] for test in json.loads(done.stdout)["tests"] if "command" in test}
+    return [test for test in json.loads(done.stdout)["tests"] if "command" in test]
+
+
+def labelled_tests(build, *selection, env=None):
+    """The same as {name: command}."""
+    return {test["name"]: test["command"] for test in ctest_list(build, *selection, env=env)}
+
+
+def copy_sources(target):
+    """Makes a copy equal to the tree. It writes only files that differ, so that a build compiles only those."""
+    command = ["git", "ls-files", "--cached", "--others", "--exclude-standard"]
+    listed = subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=True).stdout
+    names = {name for name in listed.splitlines() if (ROOT / name).is_file()}
+    for path in target.rglob("*"):
+        name = str(path.relative_to(target))
+        if path.is_file() and name not in names and not name.startswith("build/"):
+            path.unlink()
+    for name in names:
+        here, there = ROOT / name, target / name
+        if not there.exists() or there.read_bytes() != here.read_bytes():
+            there.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(here, there)

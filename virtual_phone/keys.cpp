@@ -19,8 +19,10 @@ namespace phone {
 namespace {
 
 bool read_flag(std::string_view value, bool &flag) {
-  flag = value == "true" || value == "1";
-  return flag || value == "false" || value == "0";
+  bool on = value == "true" || value == "1";
+  if (!on && value != "false" && value != "0") return false;
+  flag = on;
+  return true;
 }
 
 bool read_text(std::string_view value, char *field, size_t size) {

@@ -150,22 +150,6 @@ def test_numbers_reach_the_driver_as_typed(word, sent):
     assert step["pauses_us"] == [1000, 1000]
 
 
-def test_values_that_make_no_sense_are_passed_on_with_a_remark():
-    _, step = call("wifi_set_channel", "5000")
-    assert "5000" in step["remarks"][0] and "5180..5825 MHz" in step["remarks"][0]
-    assert call("wifi_set_channel", "2484")[1]["remarks"] == []
-
-
-def test_outputs_are_typed():
-    _, step = call("wifi_conn_info")
-    assert step["outputs"]["rssi"] < 0
-    assert re.fullmatch("([0-9a-f]{2}:){5}[0-9a-f]{2}", step["outputs"]["bssid"])
-    for chip, digits in {"vq2040": 32, "vq2070": 36}.items():
-        _, step = call("--chip", chip, "conn_test_get_checktime_of_chipcheck")
-        assert step["outputs"]["check_time"] == 100
-        assert re.fullmatch("[0-9A-F]{%d}" % digits, step["outputs"]["die_id"])
-
-
 LIMITS = [
     ("5", "5", True), ("5", "6", False), ("-70..-40", "-70", True), ("-70..-40", "-71", False), ("10..", "9", False),
     ("10..", "4294967295", True), ("..0", "-5", True), ("..0", "1", False), ("1,3..5", "4", True), ("1,3..5", "2", False),
@@ -504,18 +488,6 @@ def test_the_ledger_adds_up(session):
         assert sum(sum(c["pauses_us"]) for c in calls(reported)) <= end["time"]["pauses_us"]
         costs = (end["time"]["driver_us"] > 0, end["time"]["shell_us"] > 0)
         assert costs == ((True, True) if clock == "real" else (False, False))
-
-
-def test_junit_report(session, tmp_path):
-    report = tmp_path / "report.xml"
-    session("step <one>\nwifi_set_band 0 -> 0\nwifi_set_band 1 -> 1\nexpect driver {}\nnonsense\n", "--junit", report)
-    suite = ElementTree.parse(report).getroot()[0]
-    assert {k: suite.get(k) for k in ("tests", "failures", "errors")} == {"tests": "4", "failures": "1", "errors": "1"}
-    cases = suite.findall("testcase")
-    assert [len(c) for c in cases] == [1, 0, 0, 1]
-    assert cases[0].get("classname").endswith(".<one>") and cases[0].get("line") == "2"
-    assert cases[0].find("failure").get("message") == "expected result 0, got 1"
-    assert "nonsense" in cases[3].find("error").get("message")
 
 
 def test_nv_is_kept_shown_saved_and_loaded(tmp_path):

@@ -56,17 +56,18 @@ def desk(tmp_path):
     programs.mkdir()
     (programs / "python3").symlink_to("/usr/bin/python3")
     path = f"{programs}:{STATION.parent}:{TESTER.parent}:{os.environ['PATH']}"
-    libraries = " ".join(f"-L{folder} -Wl,-rpath,{folder}" for folder in LIBRARIES)
-    return tmp_path, {**os.environ, "PATH": path, "ORVA_LDFLAGS": libraries, "HOME": str(tmp_path)}
+    return tmp_path, {**os.environ, "PATH": path, "HOME": str(tmp_path)}
 
 
 def program(language, text, folder):
     source = folder / f"example.{language}"
     source.write_text(text)
     if language == "c":
-        build = (f"gcc -std=c99 -D_DEFAULT_SOURCE -Wall -Wextra -Werror -Iinclude -I{ROOT} example.c $ORVA_LDFLAGS -lwifi_factory_test_orva "
-                 "-Wl,--no-as-needed -lvirtual_phone -lvirtual_phone_platform -o example && ./example")
-        return ["bash", "-c", build]
+        options = ["-std=c99", "-D_DEFAULT_SOURCE", "-Wall", "-Wextra", "-Werror", "-Iinclude", f"-I{ROOT}"]
+        libraries = [word for place in LIBRARIES for word in (f"-L{place}", f"-Wl,-rpath,{place}")]
+        linked = ["-lwifi_factory_test_orva", "-Wl,--no-as-needed", "-lvirtual_phone", "-lvirtual_phone_platform"]
+        build = ["gcc", *options, "example.c", *libraries, *linked, "-o", "example"]
+        return ["bash", "-c", '"$@" && ./example', "bash", *build]
     return {"sh": ["bash", "-e", source], "python": ["python3", source], "tcl": ["orva-station", "--chip", "vq2050", "run", source]}[language]
 
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "tests/support/phone_fixture.h"
+#include "virtual_phone/script.h"
 
 namespace {
 
@@ -58,6 +59,41 @@ TEST_P(Driver, AFailedCloseIsReportedOnce) {
   fail("close");
   EXPECT_EQ(back_end<int32_t(uint32_t)>("wl_config_sockets_close")(socket), -1);
   EXPECT_EQ(phone_uses("close"), 1U) << "a close that failed has closed the descriptor";
+}
+
+/// A second close would hit whatever another thread opened in between; here it fails with EBADF.
+TEST_P(Driver, ADescriptorIsClosedOnceWhateverTheVerdict) {
+  for (const char *fem : {"0", "1", "65536"}) {
+    set("check.fem", fem);
+    errno = 0;
+    PUBLIC(wifi_hw_get)(nullptr);
+    EXPECT_EQ(errno, 0) << "FEM status " << fem;
+  }
+  fail("ioctl", 1, 2);
+  PUBLIC(wifi_hw_get)(nullptr);
+  EXPECT_EQ(errno, EIO);
+}
+
+/// 15 characters and the terminator are the request's room; a longer name is cut, not refused.
+TEST_P(Driver, AnInterfaceNameIsCutToTheRequestsRoom) {
+  const auto ask = back_end<int32_t(uint32_t, const char *)>("wl_config_wifi_dbb_get");
+  for (const char *name : {"wlan0:789012345", "wlan0:7890123456", "wlan0:78901234567"}) {
+    forget();
+    const uint32_t socket = back_end<uint32_t()>("wl_config_sockets_open")();
+    ask(socket, name);
+    EXPECT_EQ(sent().size(), 1U) << "taken at the first attempt: " << name;
+    back_end<int32_t(uint32_t)>("wl_config_sockets_close")(socket);
+  }
+}
+
+/// A parameter's text has 104 bytes in the driver's record; the next byte is not part of it.
+TEST_P(Driver, AParametersTextEndsWithItsRoomInTheRecord) {
+  const int command = command_id("cal_parameter");
+  if (command < 0) return;  // keeps a raw block
+  const std::string digits(120, '7');
+  answer_bytes(static_cast<uint32_t>(command), digits);
+  PUBLIC(wifi_nvram_calibrate_set)(0, 0, 0, 0, 0, 2442, "60");
+  EXPECT_TRUE(happened("log 3 \"{*}outbuff=" + digits.substr(0, 104) + "\\n\"")) << transcript();
 }
 
 INSTANTIATE_TEST_SUITE_P(Chips, Driver, ALL_CHIPS, name_of_case);
@@ -132,6 +168,21 @@ TEST_P(Shell, OnlyALineWithTheInterfaceUpTakesItFromTheFramework) {
     for (size_t at = 0; (at = all.find("_is_wlan_up: ", at)) != all.npos; at++) lines++;
     EXPECT_EQ(lines, one.lines);
   }
+}
+
+/// A netcfg of another make may list other interfaces in spite of grep.
+TEST_P(Shell, AnotherInterfaceThatIsUpIsNotTheFrameworks) {
+  const std::string listed = "eth0 UP 10.0.0.8/24\nwlan0 DOWN\nUP\n";
+  struct phone_event read = {};
+  read.kind = PHONE_FREAD;
+  read.name = read.text = "";
+  read.result = static_cast<int64_t>(listed.size());
+  read.data = listed.data();
+  read.size = listed.size();
+  phone_script(&read);
+  EXPECT_EQ(back_end<uint32_t(uint32_t)>("wifi_pt_power_test")(1), 1U);
+  EXPECT_EQ(phone_uses("shell:svc wifi disable"), 0U);
+  EXPECT_TRUE(happened("log 3 \"{chip}_is_wlan_up: eth0 UP 10.0.0.8/24\"")) << transcript();
 }
 
 /// The check gets 64 bits and looks at the low 32.

@@ -141,6 +141,28 @@ TEST_P(Rf, PowerIsSentAtOnceOutsideTestModeOnly) {
   EXPECT_EQ(sent_values(), sent_at_once) << "an entry that failed is no test mode";
 }
 
+/// The wait until the start costs no bit of a setting.
+TEST_P(Rf, SettingsKeepTheirWidthUntilTheStart) {
+  PUBLIC(wifi_start_testmode)();
+  for (const int32_t power : {70000000, -70000000, INT32_MAX}) {
+    configure();
+    PUBLIC(wifi_set_power)(power);
+    EXPECT_EQ(query(5), power < 1 ? -1 : power);
+    forget();
+    EXPECT_EQ(PUBLIC(wifi_start_tx)(), 1U);
+    std::optional<uint32_t> given;
+    for (const sent_command &each : sent()) {
+      if (each.id == 1) given = each.value();
+    }
+    EXPECT_EQ(given, static_cast<uint32_t>(power / (is("vq2040") ? 100 : 10)));
+    PUBLIC(wifi_stop_tx)();
+  }
+  PUBLIC(wifi_set_rate)(INT32_MAX);
+  PUBLIC(wifi_set_channel)(70000);
+  EXPECT_EQ(query(7), INT32_MAX);
+  EXPECT_EQ(query(3), 70000);
+}
+
 /// Only twelve digits are read: the page after them is unreadable.
 TEST_P(Rf, NothingIsReadPastTheTwelveDigitsOfAnAddress) {
   const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));

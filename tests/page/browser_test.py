@@ -2,23 +2,14 @@
 """The report in a browser: what comes first, the filters, narrow and wide, light and dark, on paper."""
 import base64
 import re
-import shutil
-import tempfile
 
 import pytest
 
+from support.browser import INSTALLED, screen, started
 from support.page_sample import HOSTILE, write_report
 
-try:
-    from selenium import webdriver
-    from selenium.webdriver.chrome.service import Service
+if INSTALLED:
     from selenium.webdriver.support.wait import WebDriverWait
-except ImportError:
-    webdriver = None
-
-CHROMIUM, DRIVER = shutil.which("chromium"), shutil.which("chromedriver")
-FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-component-update",
-         "--disable-background-networking", "--disable-sync"]
 
 # The least contrast by luminance of a text with its background, and that text.
 CONTRAST = """
@@ -40,18 +31,10 @@ return least;
 
 @pytest.fixture(scope="module")
 def browser():
-    if not (webdriver and CHROMIUM and DRIVER):
+    if not INSTALLED:
         pytest.exit("skipped: Chromium, its driver or python3-selenium is not installed", returncode=77)
-    profile = tempfile.mkdtemp()
-    options = webdriver.ChromeOptions()
-    options.binary_location = CHROMIUM
-    for flag in [*FLAGS, f"--user-data-dir={profile}"]:
-        options.add_argument(flag)
-    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    driver = webdriver.Chrome(service=Service(DRIVER), options=options)
-    yield driver
-    driver.quit()
-    shutil.rmtree(profile, ignore_errors=True)
+    with started() as driver:
+        yield driver
 
 
 @pytest.fixture(scope="module")
@@ -80,13 +63,6 @@ def page(show, path):
 def sheets(page):
     pdf = base64.b64decode(page.execute_cdp_cmd("Page.printToPDF", {})["data"])
     return len(re.findall(rb"/Type\s*/Page\b", pdf))
-
-
-def screen(browser, width, scheme, media=""):
-    browser.execute_cdp_cmd("Emulation.setEmulatedMedia",
-                            {"media": media, "features": [{"name": "prefers-color-scheme", "value": scheme}]})
-    browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride",
-                            {"width": width, "height": 900, "deviceScaleFactor": 1, "mobile": width < 600})
 
 
 def run(page, script):

@@ -72,13 +72,6 @@ def test_it_holds_the_events_of_the_json_output(page, tmp_path):
     assert [{k: e.get(k) for k in key} for e in own] == [{k: e.get(k) for k in key} for e in wanted]
 
 
-def test_pauses_and_commands_stand_in_the_order_they_happened(page):
-    calls = [e for e in events(page) if e["type"] == "call"]
-    for call in calls:
-        assert call["order"].count("d") == sum(d["attempts"] for d in call["driver"])
-        assert call["order"].count("p") == len(call["pauses"])
-
-
 def test_equal_calls_take_no_room(tmp_path):
     def size(times):
         path, _ = write_report(tmp_path, f"for {{set i 0}} {{$i < {times}}} {{incr i}} {{ wifi_get_rx_rssi }}")

@@ -4,8 +4,8 @@ import os
 import subprocess
 
 STATION = os.environ["ORVA_STATION"]
-STATION_PHONE = os.environ["ORVA_STATION_PHONE"]  # the console for a real phone
-CARELESS = os.environ["ORVA_CARELESS"]  # a library that writes outside its caller's buffers
+STATION_PHONE = os.environ.get("ORVA_STATION_PHONE")  # the console for a real phone
+CARELESS = os.environ.get("ORVA_CARELESS")  # a library that writes outside its caller's buffers
 
 
 def station(*arguments, program=STATION, stdin="", **options):

@@ -16,11 +16,13 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <net/if.h>
 #include <optional>
 #include <regex>
 #include <set>
 #include <signal.h>
 #include <string>
+#include <strings.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -344,9 +346,6 @@ TEST_F(Phone, TheOldestChipKeepsARawBlock) {
   EXPECT_EQ(get("calibration.block").substr(0, 8), "01500152") << "the board's own block is not written";
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Chip, testing::ValuesIn(chips),
-                         [](auto &i) { return std::string(i.param.name); });
-
 TEST_F(Phone, TakesTheValuesThatTheLibrarySends) {
   const struct {
     uint32_t command, value;
@@ -411,20 +410,47 @@ TEST_F(Phone, EveryCommandHasItsFormItsDriverRowAndItsState) {
   }
 }
 
-TEST_F(Phone, StrictValuesAreThoseOfAChip) {
+TEST_P(Chip, StrictValuesAreThoseOfAChip) {
+  const struct {
+    const char *name;
+    int64_t least, most;
+  } ranges[] = {{"channel", -1, 165},
+                {"power", -100, 100},
+                {"connection_power", -100, 100},
+                {"mode", 0, 14},
+                {"rate", 0, 65535},
+                {"bandwidth", 0, 7},
+                {"power_save", 0, 1},
+                {"antenna", 0, 1},
+                {"mimo_chain", 1, 2},
+                {"self_calibration", 0, 1},
+                {"power_test", INT32_MIN, INT32_MAX},
+                {"tas_antenna", INT32_MIN, INT32_MAX},
+                {"transmit", 0, 1},
+                {"receive", 0, 1}};
   set("driver.strict_values", "true");
-  EXPECT_EQ(give(8, 1), -EINVAL) << "nothing was configured yet";
-  for (auto [command, value, result] : {std::array{2, 15, -EINVAL},
-                                        {2, 14, 0},
-                                        {4, 2, -EINVAL},
-                                        {4, 3, 0},
-                                        {0, 166, -EINVAL},
-                                        {0, -1, 0},
-                                        {27, 3, -EINVAL}}) {
-    EXPECT_EQ(give(static_cast<uint32_t>(command), static_cast<uint32_t>(value)), result) << command;
+  for (const char *test : {"transmit", "receive"}) {
+    int id = radio_command_id(radio_chip(), test);
+    EXPECT_EQ(give(static_cast<uint32_t>(id), 1), -EINVAL) << "nothing was configured yet";
   }
-  EXPECT_EQ(give(8, 1), 0);
+  for (auto &range : ranges) {
+    int id = radio_command_id(radio_chip(), range.name);
+    if (id < 0) continue;
+    for (int64_t value : {range.least - 1, range.least, range.most, range.most + 1}) {
+      if (value < INT32_MIN || value > INT32_MAX) continue;
+      bool taken = value >= range.least && value <= range.most;
+      EXPECT_EQ(give(static_cast<uint32_t>(id), static_cast<uint32_t>(value)), taken ? 0 : -EINVAL)
+          << range.name << " " << value;
+    }
+  }
+  for (uint32_t code = 0; code < 9; code++) {
+    bool bandwidth = code == 0 || code == 1 || code == 3 || code == 7;
+    EXPECT_EQ(give(4, code), bandwidth ? 0 : -EINVAL) << code;
+  }
 }
+
+INSTANTIATE_TEST_SUITE_P(All, Chip, testing::ValuesIn(chips),
+                         [](auto &i) { return std::string(i.param.name); });
 
 TEST_F(Phone, RefusesAndAnswersAsAsked) {
   set("driver.refuse", "11*2,20");
@@ -460,6 +486,24 @@ TEST_F(Phone, OnlyThePrivateRequestOnWlan0IsThePhones) {
   EXPECT_EQ(ioctl(other, 0x89F2, &waiting), -1);
   close(other);
   EXPECT_EQ(phone_event_count(), 0u);
+}
+
+TEST_F(Phone, TheInterfacesFlagsAreThoseOfWlan0) {
+  int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
+  auto flags_of = [&](const char *name) {
+    struct ifreq asked {};
+    snprintf(asked.ifr_name, sizeof(asked.ifr_name), "%s", name);
+    return ioctl(descriptor, SIOCGIFFLAGS, &asked) == 0 ? asked.ifr_flags : -errno;
+  };
+  const int base = IFF_BROADCAST | IFF_MULTICAST;
+  EXPECT_EQ(flags_of("wlan0"), base | IFF_UP);
+  EXPECT_EQ(flags_of("wlan1"), -ENODEV);
+  set("interface.up", "false");
+  EXPECT_EQ(flags_of("wlan0"), base);
+  set("driver.loaded", "false");
+  EXPECT_EQ(flags_of("wlan0"), -ENODEV);
+  EXPECT_EQ(phone_uses("ioctl"), 0U) << "not a command of the driver";
+  close(descriptor);
 }
 
 TEST_F(Phone, TheTraceHoldsTheRecordBeforeAndAfter) {
@@ -506,6 +550,109 @@ TEST_F(Phone, ShellCommandsActOnThePhone) {
   }
   set("shell.host", "true");
   EXPECT_EQ(shell("test $((1 + 1)) = 2 && exit 9"), 9);
+}
+
+TEST_F(Phone, TheShellPrintsAndUnderstandsSoMuch) {
+  const std::string netcfg =
+      "lo       UP                               127.0.0.1/8  0x00000049 00:00:00:00:00:00\n";
+  const std::string wlan0 = std::string(31, ' ') + "0.0.0.0/0  0x0000100";
+  const struct {
+    const char *command;
+    int status;
+    std::string output;
+  } cases[] = {
+      {"echo a  \"b  c\" 'd|$'x # e", 0, "a b  c d|$x\n"},
+      {"echo '' a#b", 0, " a#b\n"},
+      {"echo wlan0 | grep lan | grep 0", 0, "wlan0\n"},
+      {"echo wlan0 | grep lan1", 1, ""},
+      {"grep", 2, ""},
+      {"netcfg", 0, netcfg + "wlan0    UP  " + wlan0 + "3 02:4f:52:56:41:01\n"},
+      {"/system/bin/netcfg | grep lo", 0, netcfg},
+      {"ifconfig", 1, "ifconfig: no such device\n"},
+      {"ifconfig wlan1 up", 1, "ifconfig: no such device\n"},
+      {"ifconfig wlan0", 0, ""},
+      {"ifconfig wlan0 sideways", 1, ""},
+      {"svc wifi", 1, "usage: svc wifi [enable|disable]\n"},
+      {"svc data disable", 1, "usage: svc wifi [enable|disable]\n"},
+      {"wpa_cli_orva status", 0, "OK\n"},
+      {"wpa_cli_orva scan now", 255, "FAIL\n"},
+      {"wpa_cli_orva roam 02:11:22:33:44:551", 255, "FAIL\n"},
+      {"wpa_cli_orva bss_expire_age 2147483648", 255, "FAIL\n"},
+      {"wpa_cli_orva", 255, "FAIL\n"},
+      {"exit", 0, ""},
+      {"exit 257", 1, ""},
+      {": | true", 0, ""},
+      {"| true", 2, ""},
+      {"echo 'a", 2, ""},
+      {"echo \"$a\"", 2, ""},
+      {"echo a; echo b", 2, ""},
+      {"echo a > b", 2, ""},
+      {"uname | true", 0, ""},
+  };
+  for (auto &c : cases) {
+    EXPECT_EQ(strcasecmp(output_of(c.command).c_str(), c.output.c_str()), 0)
+        << c.command << ": " << output_of(c.command);
+    const struct phone_event &end = *phone_event(phone_event_count() - 1);
+    EXPECT_EQ(end.kind, PHONE_PCLOSE);
+    EXPECT_EQ(end.result, c.status << 8) << c.command;
+  }
+}
+
+TEST_F(Phone, ProgramsNeedWhatTheyTalkTo) {
+  const struct {
+    const char *key, *value, *command;
+    int status;
+  } cases[] = {{"supplicant.running", "false", "wpa_cli_orva scan", 255},
+               {"driver.loaded", "false", "wpa_cli_orva scan", 255},
+               {"driver.loaded", "false", "ifconfig wlan0 up", 1},
+               {"ap.connected", "false", "wpa_cli_orva roam 02:11:22:33:44:55", 255},
+               {"shell.host", "true", "kill -TERM $$", 128 + SIGTERM},
+               {"shell.host", "true", "echo a; exit 6", 6},
+               {"shell.host", "true", "false", 1}};
+  for (auto &c : cases) {
+    phone_reset();
+    set(c.key, c.value);
+    EXPECT_EQ(shell(c.command), c.status) << c.key << ": " << c.command;
+  }
+  phone_reset();
+  EXPECT_EQ(shell("svc wifi disable"), 0);
+  EXPECT_FALSE(phone_interface_up());
+  EXPECT_EQ(shell("svc wifi enable"), 0);
+  EXPECT_TRUE(phone_interface_up());
+  EXPECT_EQ(get("wifi.service"), "true");
+}
+
+TEST_F(Phone, CallsThatDoNotConcernItGoToLibc) {
+  const std::string path = testing::TempDir() + "libc_" + std::to_string(getpid());
+  int file = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0640);
+  ASSERT_GE(file, 0);
+  EXPECT_EQ(write(file, "libc", 4), 4);
+  struct stat status {};
+  fstat(file, &status);
+  EXPECT_EQ(status.st_mode & 0777, 0640U & ~([] {
+                                     mode_t mask = umask(0);
+                                     umask(mask);
+                                     return mask;
+                                   }()));
+  close(file);
+  FILE *stream = fopen(path.c_str(), "r");
+  char text[8] = "";
+  EXPECT_EQ(fread(text, 1, sizeof(text), stream), 4U);
+  EXPECT_STREQ(text, "libc");
+  fclose(stream);
+  FILE *writable = popen(("cat > " + path).c_str(), "w");
+  ASSERT_NE(writable, nullptr);
+  fputs("piped", writable);
+  EXPECT_EQ(pclose(writable), 0);
+  EXPECT_EQ(std::filesystem::file_size(path), 5U);
+  std::filesystem::remove(path);
+  EXPECT_EQ(close(-1), -1);
+  EXPECT_EQ(waitpid(getpid(), nullptr, 0), -1);
+  for (int type : {SOCK_STREAM, SOCK_RAW}) close(socket(AF_INET, type, 0));
+  EXPECT_EQ(phone_event_count(), 0U);
+  EXPECT_EQ(phone_left_open(), 0U);
+  close(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  EXPECT_EQ(phone_event_count(), 2U);
 }
 
 TEST_F(Phone, AnInterfaceThatGoesDownEndsItsTests) {
@@ -873,6 +1020,29 @@ TEST_F(Phone, LogLinesAreKeptAndPrintedInThreadtime) {
   EXPECT_TRUE(std::regex_match(printed, std::regex(start + "one 1\n" + start + "two\n"))) << printed;
 }
 
+TEST_F(Phone, LogLinesCarryThePhonesTimeAndTheirPrioritysLetter) {
+  phone_print_log(1);
+  testing::internal::CaptureStderr();
+  __android_log_print(2, "VERBOSE", "first");
+  usleep(59987654);
+  for (int priority : {3, 4, 5, 6, 7}) __android_log_print(priority, "TAGNAME", "%d", priority);
+  phone_print_log(0);
+  __android_log_print(7, "TAG", "unseen");
+  const std::string printed = testing::internal::GetCapturedStderr();
+  std::smatch found;
+  const std::regex line(R"((\d\d):(\d\d)\.(\d{3}) +(\d+) +(\d+) (\w) (\w+) *: (\w+)\n)");
+  std::vector<int64_t> milliseconds;
+  std::string letters;
+  for (auto at = std::sregex_iterator(printed.begin(), printed.end(), line); at != std::sregex_iterator();
+       at++) {
+    milliseconds.push_back((std::stoi((*at)[1]) * 60 + std::stoi((*at)[2])) * 1000 + std::stoi((*at)[3]));
+    letters += (*at)[6].str();
+    EXPECT_EQ((*at)[4], std::to_string(getpid()));
+  }
+  ASSERT_EQ(letters, "VDIWEF") << printed;
+  EXPECT_NEAR(static_cast<double>((milliseconds[1] - milliseconds[0] + 3600000) % 3600000), 59987.654, 1);
+}
+
 // ---- Descriptions ----------------------------------------------------------------------------------------
 
 TEST_F(Phone, ABadDescriptionIsNamedAndLeavesThePhoneAlone) {
@@ -937,6 +1107,44 @@ TEST_F(Phone, TheBrokenPhonesDifferFromTheGoodOneWhereTheySay) {
       if (get(phone_key(i, nullptr)) != before[i]) differing.insert(phone_key(i, nullptr));
     }
     EXPECT_EQ(differing, c.differing) << c.file;
+  }
+}
+
+TEST_F(Phone, AKeyTakesTheValuesOfItsFormAndNoOthers) {
+  const struct {
+    const char *key, *value, *kept, *expects;  // kept: null where the value is refused with what is expected
+  } cases[] = {
+      {"subchip", "4294967295", "4294967295", ""},
+      {"subchip", "4294967296", nullptr, "auto or a number from 0 to 4294967295"},
+      {"subchip", "3 ", nullptr, "auto or a number"},
+      {"subchip", "auto", "auto", ""},
+      {"wifi.service", "0", "false", ""},
+      {"wifi.service", "1", "true", ""},
+      {"supplicant.running", "yes", nullptr, "true or false"},
+      {"interface.up", "0", "false", ""},
+      {"interface.up", "maybe", nullptr, "true or false"},
+      {"radio.rssi", "-128", "-128", ""},
+      {"radio.rssi", "-2147483649", nullptr, "a whole number from"},
+      {"radio.rssi", "5x", nullptr, "a whole number from"},
+      {"check.pin", "0x12", "18", ""},
+      {"ap.ssid", "12345678901234567890123456789012", "12345678901234567890123456789012", ""},
+      {"ap.ssid", "123456789012345678901234567890123", nullptr, "at most 32 characters"},
+      {"identity.mac", "02:4F:52:56:41:0a", "02:4f:52:56:41:0a", ""},
+      {"identity.mac", "02:4F:52:56:41", nullptr, "an address like 02:00:5E:10:20:30"},
+      {"driver.refuse", "11,20*3", "11,20*3", ""},
+      {"driver.refuse", "40", nullptr, "command ids below 40 like 11 or 11*2"},
+      {"driver.answer", "20:0500,11:FF", "11:FF,20:0500", ""},
+      {"driver.answer", "20:050", nullptr, "hexadecimal data like 20:05000000"},
+      {"calibration.block", "01", nullptr, "104 bytes in hexadecimal"},
+      {"state.channel", "1", nullptr, "can only be read"},
+  };
+  for (auto &c : cases) {
+    const std::string before = get(c.key);
+    char error[300] = "";
+    EXPECT_EQ(phone_set(c.key, c.value, error, sizeof(error)), c.kept ? 0 : -1) << c.key << " = " << c.value;
+    EXPECT_EQ(strcasecmp(get(c.key).c_str(), c.kept ? c.kept : before.c_str()), 0)
+        << c.key << ": " << get(c.key);
+    EXPECT_NE(strstr(error, c.expects), nullptr) << c.key << " = " << c.value << ": " << error;
   }
 }
 

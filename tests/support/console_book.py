@@ -1,0 +1,100 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The pages of tests/golden/console: commands of the console with all that they print and write.
+
+    python3 console_book.py FOLDER    writes the pages into FOLDER/console (script/golden does)
+"""
+import re
+import shutil
+import sys
+import tempfile
+from pathlib import Path
+
+if __name__ == "__main__":  # support.* as under pytest
+    sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+
+from support.console import station  # noqa: E402
+from support.tree import CHIPS, ROOT  # noqa: E402
+
+FOLDER = ROOT / "tests" / "golden" / "console"
+INPUTS = ("*.tcl", "*.toml", "unit.txt")
+ALL_OUTPUTS = ["--json", "--junit", "unit.xml", "--report", "unit.html", "--trace", "unit.trace"]
+WRITTEN = ("unit.xml", "unit.html", "unit.trace")
+UNIT = ["--chip", "vq2050", "--yes", "--nv", "unit.nv"]
+
+# What differs between two runs: this computer's time, its clock, process ids.
+VARYING = [
+    (r'("own_us":)\d+', r"\g<1>0"), (r'("made":)"[^"]*"', r'\g<1>""'),
+    (r"(?m)^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} +\d+ +\d+ ", "DATE TIME PID TID "), (r'("library":)"[^"]*"', r'\g<1>""'),
+    (r"(?m)^(vq\w+ +\S+\.tcl(?: +[\d.]+ m?s)+?) +[\d.]+ [mµ]?s$", r"\g<1>  *"),
+]
+
+
+def named(listing):
+    return re.findall(r"^  ?(\w+) ", listing, re.M)
+
+
+def pages():
+    """Every page's name with its commands, in order."""
+    functions = named(station("list").stdout)
+    words = named(station("help").stdout.partition("Session language:")[2])
+    return {
+        "help.txt": [["help"], ["list"], *(["help", word] for word in [*functions, *words])],
+        "text.txt": [["--chip", "all", "run", "everything.tcl"], ["--chip", "vq2050", "run", "broken.tcl"]],
+        "less_text.txt": [[how, "--chip", "vq2050", "run", "everything.tcl", "broken.tcl"] for how in ("--brief", "--quiet")],
+        "outputs.txt": [[*ALL_OUTPUTS, "--chip", "vq2070", "run", "everything.tcl", "broken.tcl"],
+                        ["replay", "unit.trace"], ["diff", "unit.trace", "unit.trace"]],
+        "generated.txt": [["generate", what] for what in ("bash", "zsh", "man")],
+        "single.txt": [
+            ["--phone", "unit.toml", "wifi_test_weld"], ["--log", "wifi_set_power", "155"],
+            ["--expect", "1 rssi -70..-50", "wifi_get_rx_rssi"], ["--chip", "all", "wifi_ru_set", "0"],
+            ["--json", "--phone", "unit.toml", "wifi_hw_get"],
+            *(["--chip", chip, "preview", "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, 60] for chip in CHIPS),
+        ],
+        "nv.txt": [
+            [*UNIT, "nv", "load", "unit.txt"], [*UNIT, "nv", "list"], [*UNIT, "nv", "show", 340], [*UNIT, "nv", "show", 367],
+            [*UNIT, "nv", "show", 363], [*UNIT, "nv", "backup", "unit.backup"], [*UNIT, "nv", "diff", "unit.txt"],
+            [*UNIT, "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, 60], [*UNIT, "nv", "diff", "unit.backup"],
+            [*UNIT, "preview", "wifi_nvram_calibrate_clean", 2], [*UNIT, "nv", "restore", "unit.backup"],
+            [*UNIT, "nv", "diff", "unit.backup"], [*UNIT, "nv", "save", "unit.saved"], [*UNIT, "nv", "clear"],
+            [*UNIT, "nv", "list"],
+        ],
+    }
+
+
+def steady(text):
+    for pattern, always in VARYING:
+        text = re.sub(pattern, always, text)
+    return text
+
+
+def written(path):
+    text = path.read_text(encoding="utf-8", errors="replace")
+    if path.suffix == ".html":  # the page's style and script have their own tests
+        text = re.search(r'id="events"[^>]*>(.*?)</script>', text, re.S)[1]
+    return f"---- {path.name}\n{text}\n"
+
+
+def page(commands):
+    """What the commands print, one after the other in one folder, and the files that they leave."""
+    with tempfile.TemporaryDirectory() as name:
+        folder = Path(name)
+        for pattern in INPUTS:
+            for source in FOLDER.glob(pattern):
+                shutil.copy(source, folder)
+        text = ""
+        for words in commands:
+            done = station(*words, cwd=folder)
+            text += f"$ orva-station {' '.join(map(str, words))}\n{done.stdout}{done.stderr}---- status {done.returncode}\n\n"
+        text += "".join(written(folder / file) for file in (*WRITTEN, "unit.backup", "unit.saved") if (folder / file).exists())
+    return steady(text)
+
+
+def main():
+    target = Path(sys.argv[1]) / "console"
+    target.mkdir(parents=True, exist_ok=True)
+    for name, commands in pages().items():
+        (target / name).write_text(page(commands), encoding="utf-8")
+
+
+if __name__ == "__main__":
+    main()
