@@ -96,10 +96,13 @@ function failureCard(session, group, before) {
     told ? "" : reasons(session, item.call), whereText(session, group));
 }
 
+/** Each finding once, with the sessions that came to it. */
 function findingLines() {
-  const many = report.sessions.length > 1;
-  return report.sessions.flatMap(s => findingsOf(s).map(text => el("p", {class: "finding"}, text,
-    many && el("span", {class: "where"}, ` ${s.name} on ${s.chip}`))));
+  const found = new Map();
+  for (const session of report.sessions)
+    for (const text of findingsOf(session)) found.set(text, [...found.get(text) ?? [], `${session.name} on ${session.chip}`]);
+  return [...found].map(([text, names]) => el("p", {class: "finding"}, text,
+    report.sessions.length > 1 && el("span", {class: "where"}, ` ${summaryOf(names)}`)));
 }
 
 function failuresSection() {
