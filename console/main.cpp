@@ -203,6 +203,7 @@ std::string run_from_prompt(const command_line &line, session &s, const reporter
   attempts each;
   s.give_way([&] { return run_session(line, with, path, to, each); });
   each.done();
+  if (interrupted) throw usage_error{"interrupted: the session was ended"};
   return word_of(verdict_of(s.parts().back()));
 }
 
