@@ -205,6 +205,7 @@ std::string run_from_prompt(const command_line &line, session &s, const reporter
   attempts each;
   s.give_way([&] { return run_session(line, with, path, to, each); });
   each.done();
+  if (interrupted) throw usage_error{"interrupted: the session was ended"};
   return word_of(verdict_of(s.parts().back()));
 }
 
@@ -314,8 +315,6 @@ std::vector<used_file> files_of(const command_line &line) {
   if (!words.empty() && (words[0] == "run" || words[0] == "replay" || words[0] == "diff"))
     for (size_t i = 1; i < words.size(); ++i)
       if (words[i] != "-") all.push_back({words[0], words[i], false});
-  if (words.size() == 3 && words[0] == "nv")
-    all.push_back({"nv " + words[1], words[2], words[1] == "save" || words[1] == "backup"});
   std::erase_if(all, [](auto &file) { return file.path.empty(); });
   return all;
 }
@@ -326,7 +325,7 @@ exit_status run(const command_line &line) {
   if (line.version)
     return fmt::print("{} {}\n", with_own_name("orva-station"), ORVA_VERSION), exit_status::passed;
   refuse_idle_options(line);
-  refuse_shared_files(files_of(line));
+  claim_files_of_run(files_of(line));
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
   if (line.words.empty()) return run_interactive(line);

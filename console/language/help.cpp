@@ -85,7 +85,7 @@ std::string help_list() {
 
 std::string help_overview(const std::vector<command_help> &commands) {
   auto text = help_list() + "\nSession language: Tcl, with each function as a command, and\n";
-  for (auto &c : commands) text += fmt::format("  {:<10}{}\n", c.name, c.help);
+  for (auto &c : commands) text += fmt::format("  {:<11}{}\n", c.name, c.help);
   return text + "\nhelp NAME explains one of them. A call may say what it expects: wifi_set_power 155 -> 1\n";
 }
 

@@ -2,7 +2,6 @@
 #include "console/language/interpreter.h"
 
 #include "console/language/command_line_words.h"
-#include "console/language/interrupt.h"
 #include "console/language/sweep.h"
 #include "console/phone/abilities.h"
 #include "console/run/functions.h"
@@ -315,9 +314,7 @@ std::string interpreter::source(const std::string &path) {
 std::string interpreter::run(const std::string &path, const std::vector<std::string> &parameters) {
   if (!runner) throw usage_error{"\"run\" is for the prompt, and for the command line: orva-station run ..."};
   check_file(path);
-  auto text = runner(path, parameters);
-  if (interrupted) throw usage_error{stop_message};
-  return text;
+  return runner(path, parameters);
 }
 
 void interpreter::tear_down() {

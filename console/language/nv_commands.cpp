@@ -2,6 +2,7 @@
 #include "console/language/nv_commands.h"
 
 #include "console/run/expectations.h"
+#include "console/text/output_file.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 
@@ -51,6 +52,7 @@ struct row {
   subcommand word;
   std::string (*run)(session &s, text argument);
   bool reads_file = false;
+  bool writes_file = false;
   bool on_command_line = true;
 };
 
@@ -63,9 +65,13 @@ constexpr row rows[] = {
     {.word = {"diff", "?FILE?"},
      .run = [](session &, text path) { return nv_diff(path); },
      .reads_file = true},
-    {{"save", "FILE"}, [](session &, text path) { return nv_save(path); }},
+    {.word = {"save", "FILE"},
+     .run = [](session &, text path) { return nv_save(path); },
+     .writes_file = true},
     {.word = {"load", "FILE"}, .run = load, .reads_file = true},
-    {{"backup", "FILE"}, [](session &, text path) { return nv_backup(path); }},
+    {.word = {"backup", "FILE"},
+     .run = [](session &, text path) { return nv_backup(path); },
+     .writes_file = true},
     {.word = {"restore", "FILE"}, .run = restore, .reads_file = true},
     {{"clear"}, clear},
 };
@@ -91,6 +97,8 @@ std::string run_nv(const std::vector<std::string> &words, session &s,
                                   sentence_of(nv_words()))};
   auto argument = words.size() > 1 ? words[1] : "";
   if (row->reads_file && !argument.empty()) argument = located(argument);
+  if ((row->reads_file || row->writes_file) && !argument.empty())
+    claim_file({fmt::format("nv {}", row->word.name), argument, row->writes_file});
   return std::string(trim_end(row->run(s, argument)));
 }
 

@@ -176,6 +176,14 @@ static std::string call_text(const function &f, const std::vector<std::string> &
   return fmt::format("{}{}{}", f.name, words.empty() ? "" : " ", fmt::join(words, " "));
 }
 
+/** What an item held before the last call and does not hold now. */
+static std::vector<nv_change> lost_from(const std::string &item,
+                                        const std::vector<phone_link::nv_item> &before) {
+  auto lost = nv_changes(nv_values_of(before), nv_values_of(phone_link::nv_items()));
+  std::erase_if(lost, [&](auto &change) { return change.item != item || change.before == "none"; });
+  return lost;
+}
+
 /** NV is judged whatever the script expects: a result of 1 says nothing about what was lost. */
 void session::judge(call_step &step, const std::vector<wanted> &wants, bool may_fail,
                     const std::vector<phone_link::nv_item> &nv_before) {
@@ -186,7 +194,11 @@ void session::judge(call_step &step, const std::vector<wanted> &wants, bool may_
   for (auto &change : unkept_writes()) all.push_back(not_kept(change));
   if (step.called->merges_nv)
     for (auto &change : lost_in_merges(nv_before)) all.push_back(not_kept(change));
-  for (auto &item : blind_writes()) all.push_back(written_unread(item));
+  for (auto &item : blind_writes()) {
+    all.push_back(written_unread(item));
+    if (!step.called->merges_nv)
+      for (auto &change : lost_from(item.item, nv_before)) all.push_back(not_kept(change));
+  }
 }
 
 const call_step &session::call(const function &f, const std::vector<std::string> &words, const place &where,
@@ -197,7 +209,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
   if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where, may_fail); });
-  auto nv_before = f.merges_nv ? phone_link::nv_items() : std::vector<phone_link::nv_item>{};
+  auto nv_before = f.writes_nv ? phone_link::nv_items() : std::vector<phone_link::nv_item>{};
   last_step = std::make_unique<call_step>(perform(f, prepared, where));
   judge(*last_step, wants, may_fail, nv_before);
   if (last_step->result.means.verdict == outcome::good) follow(f.name);

@@ -120,6 +120,21 @@ void output_file::commit() {
   sync_folder_of(target);
 }
 
+static std::vector<used_file> files_of_run, files_of_sessions;
+
+void claim_file(const used_file &file) {
+  auto against = files_of_run;
+  for (auto &earlier : files_of_sessions)
+    if (file.written) against.push_back(earlier);
+  for (auto &earlier : against) refuse_shared_files({earlier, file});
+  files_of_sessions.push_back(file);
+}
+
+void claim_files_of_run(const std::vector<used_file> &files) {
+  refuse_shared_files(files);
+  files_of_run = files;
+}
+
 void refuse_shared_files(const std::vector<used_file> &files) {
   for (size_t i = 0; i < files.size(); ++i)
     for (size_t j = i + 1; j < files.size(); ++j) {

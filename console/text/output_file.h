@@ -43,6 +43,11 @@ struct used_file {
 };
 /** Throws usage_error if an output is also an input or another output, under this path or another one. */
 void refuse_shared_files(const std::vector<used_file> &files);
+/** The same, and remembers them as the run's files. */
+void claim_files_of_run(const std::vector<used_file> &files);
+/** The same for a file that a session uses, against the run's files and those that sessions used before; a
+ * file that a session wrote may be read again. */
+void claim_file(const used_file &file);
 
 }  // namespace console
 

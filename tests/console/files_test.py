@@ -149,3 +149,20 @@ def test_the_next_run_removes_what_a_killed_one_left(folder, option):
     assert {name for name in files(folder) if "part" in name} == {kept, *others}
     alive.terminate()
     alive.communicate(timeout=20)
+
+
+@pytest.mark.parametrize("text, options", [
+    ("nv save items.txt", []), ("nv backup mine.tcl", []), ("nv save out.xml", ["--junit", "out.xml"]), ("nv load unit.nv", ["--nv", "unit.nv"]),
+    ("nv save a.txt; nv save ./a.txt", []), ("nv load items.txt; nv save items.txt", []), ("nv save unit.nv", ["--nv", "unit.nv"])])
+def test_a_session_overwrites_no_file_of_its_run(folder, unit, text, options):
+    (folder / "mine.tcl").write_text("wifi_set_power 155 -> 1\nnv load items.txt\n" + text.replace("; ", "\n") + "\n")
+    before = files(folder)
+    done = station("--yes", *options, "run", "mine.tcl", cwd=folder)
+    assert done.returncode == 2 and "are the same file" in done.stdout, done.stdout
+    after = files(folder)
+    assert {name: after[name] for name in before} == before
+
+
+def test_a_session_restores_its_own_backup(folder):
+    (folder / "mine.tcl").write_text("nv load items.txt\nnv backup b.txt\nnv clear\nnv restore b.txt\nlimits n [llength [split [nv list] \\n]] 2\n")
+    assert station("run", "mine.tcl", cwd=folder).returncode == 0

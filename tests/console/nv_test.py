@@ -176,3 +176,12 @@ def test_the_man_page_lists_all_and_pleases_its_readers(tmp_path):
             done = subprocess.run([*reader, page], capture_output=True, text=True, timeout=20,
                                   env={**os.environ, "LC_ALL": "C.UTF-8"})
             assert (done.returncode, done.stderr) == (0, "") and (reader[0] == "man" or done.stdout == "")
+
+
+def test_what_a_clean_lost_without_reading_it_is_listed(tmp_path):
+    stored, script = tmp_path / "stored.txt", tmp_path / "session.tcl"
+    stored.write_text(STORED)
+    script.write_text(f"nv load {stored}\nfault nv_read:340 1 0\nwifi_nvram_calibrate_clean 5 -> 1\n")
+    done = station("--chip", "vq2050", "run", script)
+    assert done.returncode == 1 and "read back 340 WIC0_2G5G_OFDM pa2ga0 10,-300,5000, got none" in done.stdout
+    assert "367" not in done.stdout.partition("FAIL")[2].partition("log")[0]

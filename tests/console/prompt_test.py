@@ -171,7 +171,7 @@ def test_run_and_source_at_the_prompt(folder):
     assert "both" in here.type("info procs b*\r", READY)
     assert plain(here.type("chip vq2070; foreach p {1 2} { run two.tcl power=$p }\r", READY)).count("PASS  two.tcl on vq2070") == 2
     assert "nowhere.tcl cannot be read" in here.type("source nowhere.tcl\r", READY)
-    assert "There is no parameter \"pwr\". Did you mean power?" in here.type("run two.tcl pwr=1\r", READY)
+    assert "There is no parameter \"pwr\"" in here.type("run two.tcl pwr=1\r", READY)
     here.type("phone load sub/\x15source my\t", r" file\.tcl ")
     here.type("\r", READY)
     os.write(here.fd, b"exit\r")
