@@ -89,7 +89,6 @@ int main(int count, char **words) {
   double bare = median(without), watched = median(with);
   printf("%zu contacts without the watcher %6.0f ns, with it %6.0f ns: %.0f ns for each contact\n",
          contacts_of_command, bare, watched, (watched - bare) / contacts_of_command);
-  printf("share of a value command with its pause of 1 ms: %.2f %%\n",
-         100 * (watched - bare) / (bare + 1e6));
+  printf("share of a value command with its pause of 1 ms: %.2f %%\n", 100 * (watched - bare) / (bare + 1e6));
   return 0;
 }
