@@ -156,6 +156,16 @@ int plan_in_shell(const std::string &command, unsigned nth, unsigned times, int 
   return write_file((shell_faults + std::to_string(number)).c_str(), text).empty() ? number : -1;
 }
 
+/** What the description says of RF hardware, which the driver in the kernel knows nothing of. */
+std::string rf_description() {
+  std::string text;
+  for (size_t i = 0; auto *key = phone_key(i, nullptr); ++i) {
+    std::string_view name = key;
+    if (name == "unit" || name == "cable" || name.starts_with("rf.")) text += value_of(key) + "\n";
+  }
+  return text;
+}
+
 /** Who makes a place fail; nobody for most system calls, because a real kernel serves them. */
 std::optional<planner> planner_of(const std::string &place) {
   if (place == "ioctl" || place.starts_with("ioctl:")) return planner::driver;
@@ -188,9 +198,12 @@ void reset() {
 std::string load(const std::string &path) {
   take_description();
   auto waiting = phone_faults_unfired();
+  auto rf = rf_description();
   auto message = message_of([&](char *m) { return phone_load(path.c_str(), m, message_size); });
   if (message.empty() && phone_faults_unfired() != waiting)
     message = path + ": faults in a description reach only a virtual phone; plan them with the command fault";
+  if (message.empty() && rf_description() != rf)
+    message = path + ": unit, rf.* and cable belong to a virtual phone; a phone with a real kernel has no RF";
   if (message.empty()) message = give_key("driver.loaded", value_of("driver.loaded"));
   return message.empty() ? give_description() : message;
 }

@@ -11,8 +11,8 @@ namespace {
 
 constexpr const char *format_names[formats] = {"dsss", "ofdm", "ht", "vht", "he"};
 
-// Minimum sensitivities in dBm: IEEE 802.11-2020, 15.4.6.2 and 16.3.8.2 (2 and 11 Mb/s; the standard has none
-// for 1 and 5.5 Mb/s, which get 3 dB more per halving), 17.3.10.2, 19.3.19.2, 21.3.18.1, 27.3.20.2.
+// Minimum input sensitivities in dBm from IEEE 802.11, clauses 15 and 16 (2 and 11 Mb/s; the standard has
+// none for 1 and 5.5 Mb/s, which get 3 dB more per halving), 17, 19, 21 and 27.
 constexpr rate dsss_rates[] = {{"1", 1000, -83}, {"2", 2000, -80}, {"5.5", 5500, -79}, {"11", 11000, -76}};
 constexpr rate ofdm_rates[] = {{"6", 6000, -82},   {"9", 9000, -81},   {"12", 12000, -79},
                                {"18", 18000, -77}, {"24", 24000, -74}, {"36", 36000, -70},
