@@ -238,6 +238,13 @@ def _outcomes(reader: _Reader) -> dict[str, str]:
     return found
 
 
+def _check(profile: Profile) -> None:
+    if profile.sign not in (1, -1):
+        raise ProfileError(f"{profile.path}: path_loss.sign: {profile.sign}: give 1 where a loss is positive, -1 where it is a gain")
+    if profile.error.pattern is None or profile.error.pattern.groups != 2:
+        raise ProfileError(f"{profile.path}: error.pattern: is due with two groups, the number and the text of an error")
+
+
 def _parsed(path: str, content: dict[str, Any]) -> Profile:
     top = _Reader(path, "", content)
     connection, identify, path_loss = top.sub("connection"), top.sub("identify"), top.sub("path_loss")
@@ -266,10 +273,7 @@ def _parsed(path: str, content: dict[str, Any]) -> Profile:
     )
     for reader in (top, connection, identify, path_loss, done, error, outcome, values, uncertainty):
         reader.end()
-    if profile.sign not in (1, -1):
-        raise path_loss.fail("sign", f"{profile.sign}: give 1 where a loss is positive, -1 where it is a negative gain")
-    if profile.error.pattern is None or profile.error.pattern.groups != 2:
-        raise error.fail("pattern", "is due with two groups, the number and the text of an error")
+    _check(profile)
     return profile
 
 
