@@ -111,9 +111,9 @@ def arguments(line, plain):
 def units_and_widths(line, plain):
     for match in re.finditer(r"(?<![\w.])(1'000'000|1000000|1'000|1000|1e6|1e3|1e9|10)\b(?![.'])", plain):
         yield "unit", replaced(line, match, {"1e6": "1e3", "1e3": "1e6", "1e9": "1e6"}.get(match.group(), match.group() + "0"))
-    # Not in the first line of a function: a narrower descriptor or flag there changes nothing that is used.
-    for match in re.finditer(r"\b(u?int)(64|32|16)_t\b", plain if plain.startswith(" ") else ""):
-        yield "width", replaced(line, match, f"{match.group(1)}{int(match.group(2)) // 2}_t")
+    # Times and sums need 64 bits; most numbers of 32 bits are digits, flags or descriptors that fit into 16.
+    for match in re.finditer(r"\b(u?int)64_t\b", plain):
+        yield "width", replaced(line, match, f"{match.group(1)}32_t")
     for match in re.finditer(r"sizeof\(\w+\)(?! [/-])", plain):
         yield "width", replaced(line, match, match.group() + " - 1")
     for match in re.finditer(r"(?<=[%:])0\d+(?=x|X|d|\})", line):
