@@ -174,6 +174,21 @@ def test_migrations_keep_what_is_stored_and_agree_with_the_tables(spool, databas
         assert "9999" in command(*arguments, "--database", database, status=2).err
 
 
+def test_the_failures_are_found_by_their_index(spool, tmp_path):
+    store, statements = Store(f"sqlite:///{tmp_path}/store.sqlite"), []
+    write_line(spool, 20, rows=4)
+    collect(spool, store)
+    with store.reading() as connection:
+        sa.event.listen(connection, "before_cursor_execute", lambda *given: statements.append(given[2:4]))
+        queries.pareto(connection, Filter())
+        queries.cpk(connection, Filter())
+        asked = [given for given in statements if "held" in given[0]]
+        for text, values in asked:
+            plan = connection.exec_driver_sql("EXPLAIN QUERY PLAN " + text, values).all()
+            assert "ix_measurements_failed" in str(plan), text
+    assert len(asked) == 2
+
+
 @pytest.mark.parametrize(
     "arguments, told",
     [

@@ -14,11 +14,11 @@ def upgrade() -> None:
     op.create_index("ix_characteristics_name", "characteristics", ["name"])
     # Holds all that a histogram needs.
     op.create_index("ix_measurements_characteristic", "measurements", ["characteristic_id", "run_id", "value"])
-    failed = sa.text("NOT held")
+    # Each engine uses it only for a condition that is written like this, as SQLAlchemy does.
     op.create_index(
         "ix_measurements_failed",
         "measurements",
-        ["run_id", "characteristic_id"],
-        sqlite_where=failed,
-        postgresql_where=failed,
+        ["characteristic_id", "run_id"],
+        sqlite_where=sa.text("held = 0"),
+        postgresql_where=sa.text("NOT held"),
     )
