@@ -28,8 +28,8 @@ std::optional<std::string> read_kernel_log(const std::string &path);
 std::string last_denial(const std::string &log, const access_sought &sought, const std::string &domain);
 
 /**
- * Adds to a finding about EACCES what the kernel log says about the access, and to one about EPERM what it says about
- * CAP_NET_ADMIN. Other findings return as they are.
+ * Adds to a finding about EACCES what the kernel log says about the access, and to one about EPERM what it
+ * says about CAP_NET_ADMIN. Other findings return as they are.
  */
 finding explain_denial(finding f, int error, const access_sought &wanted, const system_files &files);
 
