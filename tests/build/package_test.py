@@ -94,7 +94,7 @@ def test_the_phones_build_has_the_sources_of_ours():
              if "orva_objects.dir" in entry["command"]}
     assert built and globbed("libwifi_factory_test_orva") == built
     console = {Path(entry["file"]) for entry in json.loads((BUILD / "compile_commands.json").read_text())
-               if re.search(r"(console_core|orva-station-phone|virtual_phone_words|watcher)\.dir", entry["command"])}
+               if re.search(r"/(console_core|orva-station-phone|virtual_phone_words|watcher)\.dir", entry["command"])}
     assert globbed("orva-station-phone") == console
 
 

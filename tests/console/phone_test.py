@@ -25,9 +25,9 @@ OPTIONS, WORDS, COMMANDS = (virtual - real for virtual, real in zip(offered(stat
 
 
 def test_it_offers_less_than_the_virtual_phone_and_nothing_else():
-    assert OPTIONS == {"--chip", "--phone", "--clock", "--nv", "--log", "--trace"}
+    assert OPTIONS == {"--chip", "--phone", "--clock", "--nv"}
     assert WORDS == {"preview", "replay"}
-    assert COMMANDS == {"expect", "phone", "fault", "seen", "log", "trace", "preview"}
+    assert COMMANDS == {"phone", "fault", "preview"}
     assert [real - virtual for virtual, real in zip(offered(station), offered(phone))] == [set()] * 3
 
 
@@ -39,7 +39,7 @@ def test_completion_and_manual_offer_the_same(what):
     assert "orva-station-phone" in made and not re.search(r"orva-station(?!-phone)", made.replace("_orva-station", ""))
 
 
-VALUE = {"--chip": ["vq2050"], "--clock": ["real"], "--log": [], "--phone": ["x.toml"], "--nv": ["x.nv"], "--trace": ["x.trace"]}
+VALUE = {"--chip": ["vq2050"], "--clock": ["real"], "--phone": ["x.toml"], "--nv": ["x.nv"]}
 
 
 @pytest.mark.parametrize("words", [*([name, *VALUE[name], "wifi_power_set_range"] for name in sorted(OPTIONS)),
@@ -53,8 +53,8 @@ def test_what_is_not_offered_says_why(words):
         assert phone("help", words[0]).stderr == done.stderr
 
 
-@pytest.mark.parametrize("line", ["expect log x", "expect phone radio.rssi 1", "phone set chip vq2040", "fault ioctl 1", "seen driver",
-                                  "log", "trace", "preview {wifi_stop_tx}", "chip vq2040"])
+@pytest.mark.parametrize("line", ["expect phone radio.rssi 1", "phone set chip vq2040", "fault ioctl 1",
+                                  "preview {wifi_stop_tx}", "chip vq2040"])
 def test_a_session_that_wants_more_stops_there(line, tmp_path):
     script = tmp_path / "session.tcl"
     script.write_text(f"wifi_power_set_range -> 1\n{line}\nnote unreached\n")

@@ -8,7 +8,7 @@ from xml.etree import ElementTree
 import pytest
 
 from support.console import station
-from support.page_sample import unpack
+from support.page_sample import page_events
 from support.tree import CHIPS, PHONES, ROOT
 
 STATUS = {"PASS": 0, "FAIL": 1, "BROKEN": 2, "NO VERDICT": 3}
@@ -25,7 +25,7 @@ class Run:
         self.text = station(*options, *words)
         self.quiet = station("--quiet", *options, *words).stdout
         self.page = page.read_text(encoding="utf-8")
-        self.events = unpack(re.search(r'id="events"[^>]*>(.*?)</script>', self.page, re.S)[1])
+        self.events = page_events(page)
         self.suites = ElementTree.parse(report).getroot() if self.lines else []
 
     def of(self, kind):
@@ -139,7 +139,7 @@ def test_a_failure_is_no_value_within_a_range(session, text, got):
 
 STORED = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;pa5ga0=8,-260,5100;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
 CORRECT = "wifi_nvram_calibrate_set 0 0 0 0 0 2442 60 -> 1"
-KEPT = "read back 340 WIC0_2G5G_OFDM pa5ga0"
+KEPT, CLEANED = (f"read back 340 WIC0_2G5G_OFDM {name}" for name in ("pa5ga0", "pa2ga0"))
 UNREAD = "NV read 340 WIC0_2G5G_OFDM before it is written"
 
 
@@ -150,7 +150,7 @@ UNREAD = "NV read 340 WIC0_2G5G_OFDM before it is written"
     ("fault nv_read:340 1", CORRECT, {UNREAD: "code -1"}),
     ("fault nv_lose:340 1", CORRECT, {"read back 340 WIC0_2G5G_OFDM pa2ga0": "10,-300,5000"}),
     ("fault nv_read:340 1 2", "ignore " + CORRECT.partition(" ->")[0], {KEPT: "none", UNREAD: "code -1"}),
-    ("fault nv_read:340 1", "wifi_nvram_calibrate_clean 4 -> 1", {UNREAD: "code -1"}),
+    ("fault nv_read:340 1", "wifi_nvram_calibrate_clean 4 -> 1", {KEPT: "none", CLEANED: "none", UNREAD: "code -1"}),
     ("", "wifi_nvram_calibrate_clean 4 -> 1", {}),
 ])
 @pytest.mark.parametrize("chip", ["vq2050", "vq2070"])

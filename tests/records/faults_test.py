@@ -100,13 +100,13 @@ def test_a_writer_killed_many_times_loses_no_run(spool, tmp_path):
 
 
 def test_a_collector_killed_many_times_stores_each_run_once(spool, database):
-    write_line(spool, 60, rows=12)
+    write_line(spool, 120, rows=12)
     names, dice = spooled(spool), random.Random(3)
     collect_in_child = lambda: collect(spool, Store(database), batch=2)  # noqa: E731
     killed = 0
     for _ in range(30):
         child = in_child(collect_in_child)
-        time.sleep(dice.uniform(0.05, 0.4))
+        time.sleep(dice.uniform(0.02, 0.15))
         os.kill(child, signal.SIGKILL)
         killed += status_of(child) == -signal.SIGKILL
     assert killed > 3

@@ -3,6 +3,7 @@
 
     python3 console_book.py FOLDER    writes the pages into FOLDER/console (script/golden does)
 """
+import json
 import re
 import shutil
 import sys
@@ -13,6 +14,7 @@ if __name__ == "__main__":  # support.* as under pytest
     sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 
 from support.console import station  # noqa: E402
+from support.page_sample import page_events  # noqa: E402
 from support.tree import CHIPS, ROOT  # noqa: E402
 
 FOLDER = ROOT / "tests" / "golden" / "console"
@@ -25,7 +27,7 @@ UNIT = ["--chip", "vq2050", "--yes", "--nv", "unit.nv"]
 VARYING = [
     (r'("own_us":)\d+', r"\g<1>0"), (r'("made":)"[^"]*"', r'\g<1>""'),
     (r"(?m)^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} +\d+ +\d+ ", "DATE TIME PID TID "), (r'("library":)"[^"]*"', r'\g<1>""'),
-    (r"(?m)^(vq\w+ +\S+\.tcl(?: +[\d.]+ m?s)+?) +[\d.]+ [mµ]?s$", r"\g<1>  *"),
+    (r"(?m)^(vq\w+ +(?:\S+\.tcl|call)\b.*?) +[\d.]+ [mµu]?s$", r"\g<1>  *"),
 ]
 
 
@@ -68,9 +70,10 @@ def steady(text):
 
 
 def written(path):
-    text = path.read_text(encoding="utf-8", errors="replace")
     if path.suffix == ".html":  # the page's style and script have their own tests
-        text = re.search(r'id="events"[^>]*>(.*?)</script>', text, re.S)[1]
+        text = "\n".join(json.dumps(event, ensure_ascii=False, separators=(",", ":")) for event in page_events(path))
+    else:
+        text = path.read_text(encoding="utf-8", errors="replace")
     return f"---- {path.name}\n{text}\n"
 
 

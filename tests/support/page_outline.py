@@ -47,6 +47,7 @@ const search = words => { const box = first('input[type=search]'); box.value = w
 """
 # What is done one after the other.
 ACTIONS = [
+    "document.querySelectorAll('#s0 details:not([open]) > summary').forEach(e => e.click())",
     "press(['+', '='])", "press(['ArrowRight', '-'])", "first('button', 'Earlier').click()", "first('button', 'Closer').click()",
     "first('button', 'Later').click()", "first('button', 'Farther').click()", "choose('Part of the session', '1')",
     "choose('Part of the session', '')", "const s = document.querySelectorAll('#s0-nv select')[1]; s.value = 0; s.dispatchEvent(new Event('change'))",

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """A report with a bit of everything: failures, refused commands, waits, calibration, and text that looks like markup."""
 import json
+import re
+from pathlib import Path
 
 from support.console import station
 
@@ -58,3 +60,9 @@ def unpack(text):
         else:
             values.append(dict(zip(values[entry["keys"]], [values[i] for i in entry["values"]])))
     return events
+
+
+def page_events(path):
+    """The events of the page in this file."""
+    page = Path(path).read_text(encoding="utf-8")
+    return unpack(re.search(r'id="events"[^>]*>(.*?)</script>', page, re.S)[1])

@@ -10,11 +10,12 @@ from pathlib import Path
 import pytest
 
 from support.console import STATION_PHONE, station
+from support.page_sample import page_events
 from support.tree import CHIPS, ROOT
 
 # The first comes before libc and answers as a driver, a shell and a clock do.
 VIRTUAL_PHONE = Path(os.environ["ORVA_BUILD"]) / "virtual_phone" / "libvirtual_phone.so"
-TIMES = {"at_us", "phone_us", "own_us", "calls_us", "time"}
+TIMES = {"at_us", "phone_us", "own_us", "calls_us", "time", "clock"}
 FIXED_COUNT = 'driver.answer = "10:D1070000"\n'  # received packets depend on time
 
 
@@ -117,7 +118,8 @@ def test_text_junit_and_page_tell_of_a_watched_phone(tmp_path, describe):
     assert done.returncode == 1
     assert "driver   12 rssi refused" in done.stdout and "cause    driver command 12 rssi: ENETDOWN" in done.stdout
     assert done.stderr.count("wl_config test: ioctl fail:ret -1") == 1  # the log, once
-    assert "ENETDOWN" in junit.read_text() and '"virtual":false' in page.read_text()
+    assert "ENETDOWN" in junit.read_text()
+    assert [event["virtual"] for event in page_events(page) if event["type"] == "phone"] == [False]
 
 
 def test_without_a_phone_the_real_refusals_show(tmp_path):
