@@ -293,8 +293,7 @@ completion complete(const session &s, const std::string &text) {
   }
   std::erase_if(found.words, [&](auto &word) { return word.empty() || !word.starts_with(found.begun); });
   std::ranges::sort(found.words);
-  auto [same, end] = std::ranges::unique(found.words);
-  found.words.erase(same, end);
+  found.words.erase(std::unique(found.words.begin(), found.words.end()), found.words.end());
   return found;
 }
 
