@@ -208,7 +208,8 @@ function drawSeries(series, number, band, y) {
 }
 
 function drawSweep(check, all, axis, width) {
-  const columns = all.flatMap(s => s.columns), bands = brokenScale(columns.map(c => c.x), plotLeft, width - 8);
+  const right = width - 20;  // half of the last tick's text fits beside it
+  const columns = all.flatMap(s => s.columns), bands = brokenScale(columns.map(c => c.x), plotLeft, right);
   const values = columns.flatMap(c => [c.low, c.high, c.least, c.most]).filter(Number.isFinite);
   const range = rangeOf(values, 0.5), y = scale(...range, 190, 8);
   const axisTicks = bands.map(b => bandTicks(b).map(v => svg("text", {x: b.x(v), y: 207, "text-anchor": "middle"}, String(v))));
