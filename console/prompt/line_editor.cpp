@@ -91,7 +91,8 @@ line_editor::~line_editor() {
 
 void line_editor::bind_keys() {
   auto *e = editor.get();
-  el_set(e, EL_ADDFN, "complete", "Completes the word before the cursor", on_tab);
+  // el_set would keep copies of the texts for ever.
+  el_wset(e, EL_ADDFN, L"complete", L"Completes the word before the cursor", on_tab);
   constexpr const char *keys[][2] = {
       {"^I", "complete"},           {"^R", "em-inc-search-prev"}, {"\\e[1~", "ed-move-to-beg"},
       {"\\e[4~", "ed-move-to-end"}, {"\\e[H", "ed-move-to-beg"},  {"\\e[F", "ed-move-to-end"},

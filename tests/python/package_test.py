@@ -20,10 +20,6 @@ from support.tree import PHONES, ROOT
 
 PLAN = ROOT / "examples" / "factory_plan.py"
 
-# Only the phone's processes need a sanitizer's runtime loaded before Python.
-if "ORVA_SANITIZER" in os.environ:
-    os.environ["LD_PRELOAD"] = os.environ["ORVA_SANITIZER"]
-
 pytest_plugins = ["orva.pytest_plugin"]
 
 C_TYPES = {
