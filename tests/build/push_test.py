@@ -107,13 +107,6 @@ def test_one_of_two_phones_is_named(desk):
         assert desk.push(*words, *desk.session(GOOD), **named).returncode == 0
 
 
-def test_a_library_that_watches_goes_along(desk):
-    (desk.folder / "watch.c").write_text('#include <stdio.h>\n__attribute__((constructor)) void w(void) { fputs("watched\\n", stderr); }')
-    subprocess.run(["gcc", "-shared", "-fPIC", desk.folder / "watch.c", "-o", desk.build / "liborva_watcher.so"], check=True)
-    done = desk.push(*desk.session(GOOD), ASAN_OPTIONS="verify_asan_link_order=0")
-    assert done.returncode == 0 and "watched" in (desk.results / "run-1" / "records.jsonl.errors.txt").read_text()
-
-
 FAILURES = [  # the phone, then words of the message: cause and cure
     ({"phones": {}}, "no phone is connected", "plug it in"),
     ({"phones": {"P1": "device", "P2": "device"}}, "more than one phone is connected: P1 (device), P2 (device)", "--serial"),
