@@ -181,6 +181,15 @@ def test_misuse(words, expected, desk):
     assert done.returncode == 2 and expected in done.stderr
 
 
+@pytest.mark.parametrize("option", ["--session", "--file"])
+@pytest.mark.parametrize("name", ["orva-station-phone", "libwifi_factory_test_orva.so", "junit.xml", "report.html", "session.trace",
+                                  "session.trace.part-7"])
+def test_no_file_replaces_one_of_the_script_itself(name, option, desk):
+    (desk.folder / name).write_text(GOOD)
+    done = desk.push(option, desk.folder / name)
+    assert done.returncode == 2 and f"a file is named {name}," in done.stderr and not (desk.folder / "data").exists()
+
+
 def test_misuse_of_names_and_folders(desk):
     (desk.folder / "b").mkdir()
     twice = desk.push(*desk.session(GOOD), *desk.session(GOOD, "b/session.tcl"))
