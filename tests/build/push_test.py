@@ -124,6 +124,9 @@ FAILURES = [  # the phone, then words of the message: cause and cure
     ({"fail": {"shell mktemp": "mktemp: /data/local/tmp: Permission denied"}}, "may not do it", "adb root"),
     ({"fail": {"shell chmod": "error: closed"}}, "the phone has gone", "cable"),
     ({"fail": {"pull": "adb: error: connect failed: closed; device 'P1' not found"}}, "bringing junit.xml back", "ended with status 0"),
+    ({"fail": {"pull": "adb: error: failed to stat remote object '/data/a': No such file or directory"}}, "did not write it", "errors.txt"),
+    ({"fail": {"pull": "adb: error: remote object '/data/a' does not exist"}}, "did not write it", "errors.txt"),
+    ({"fail": {"shell cd": "/system/bin/sh: ./orva-station-phone: No such file or directory"}}, "no such program", "for Android"),
     ({"lines_until_lost": 2}, "went away while the console ran", "transmitter may still be on"),
     ({"fail": {"root": "flux capacitor"}}, "adb said: flux capacitor", "by hand"),
 ]
