@@ -74,6 +74,7 @@ def test_the_session_runs_there_and_its_results_come_back(text, status, shell, d
     assert desk.records()[-1]["type"] == "summary" and desk.records()[-1]["passed"] == (status == 0)
     assert desk.records(name="doctor.jsonl")[-1]["type"] == "doctor"
     assert f"results: {desk.results}/run-1" in done.stdout
+    assert ("STOP  session.tcl:1: missing close-brace" in done.stdout) == (text == "note {\n"), "why it broke"
     assert desk.left_on_phone() == []
 
 
