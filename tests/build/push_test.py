@@ -168,6 +168,19 @@ def test_a_console_that_does_not_start_or_crashes(desk):
         assert done.returncode == 10 and expected in done.stderr and "Cure: " in done.stderr, done.stderr
 
 
+def test_what_a_crashed_console_left_comes_back(desk):
+    with subprocess.Popen(desk.command(*desk.session(GOOD + "wait 30\n")), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                          env=desk.environment()) as running:
+        assert any("wifi_power_set_range" in line for line in running.stdout)
+        left = [file.name for file in (desk.folder / "data").glob("orva.*/*.part-*")]
+        os.kill(int(left[0].split("-")[-1]), signal.SIGSEGV)
+        message = running.communicate(timeout=30)[1]
+    assert running.returncode == 10 and "status 139" in message, message
+    brought = {file.name for file in (desk.results / "run-1").glob("*.part-*")}
+    assert left and brought == set(left) and all(name in message for name in left) and f"to {desk.results}/run-1:" in message
+    assert desk.left_on_phone() == []
+
+
 def test_an_interrupted_run_says_what_to_do_and_cleans_up(desk):
     with subprocess.Popen(desk.command(*desk.session(GOOD + "wait 30\n")), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                           env=desk.environment(), start_new_session=True) as running:
