@@ -74,6 +74,7 @@ def test_the_session_runs_there_and_its_results_come_back(text, status, shell, d
     assert desk.records()[-1]["type"] == "summary" and desk.records()[-1]["passed"] == (status == 0)
     assert desk.records(name="doctor.jsonl")[-1]["type"] == "doctor"
     assert f"results: {desk.results}/run-1" in done.stdout
+    assert ("STOP  session.tcl:1: missing close-brace" in done.stdout) == (text == "note {\n"), "why it broke"
     assert desk.left_on_phone() == []
 
 
@@ -107,13 +108,6 @@ def test_one_of_two_phones_is_named(desk):
         assert desk.push(*words, *desk.session(GOOD), **named).returncode == 0
 
 
-def test_a_library_that_watches_goes_along(desk):
-    (desk.folder / "watch.c").write_text('#include <stdio.h>\n__attribute__((constructor)) void w(void) { fputs("watched\\n", stderr); }')
-    subprocess.run(["gcc", "-shared", "-fPIC", desk.folder / "watch.c", "-o", desk.build / "liborva_watcher.so"], check=True)
-    done = desk.push(*desk.session(GOOD), ASAN_OPTIONS="verify_asan_link_order=0")
-    assert done.returncode == 0 and "watched" in (desk.results / "run-1" / "records.jsonl.errors.txt").read_text()
-
-
 FAILURES = [  # the phone, then words of the message: cause and cure
     ({"phones": {}}, "no phone is connected", "plug it in"),
     ({"phones": {"P1": "device", "P2": "device"}}, "more than one phone is connected: P1 (device), P2 (device)", "--serial"),
@@ -131,6 +125,9 @@ FAILURES = [  # the phone, then words of the message: cause and cure
     ({"fail": {"shell mktemp": "mktemp: /data/local/tmp: Permission denied"}}, "may not do it", "adb root"),
     ({"fail": {"shell chmod": "error: closed"}}, "the phone has gone", "cable"),
     ({"fail": {"pull": "adb: error: connect failed: closed; device 'P1' not found"}}, "bringing junit.xml back", "ended with status 0"),
+    ({"fail": {"pull": "adb: error: failed to stat remote object '/data/a': No such file or directory"}}, "did not write it", "errors.txt"),
+    ({"fail": {"pull": "adb: error: remote object '/data/a' does not exist"}}, "did not write it", "errors.txt"),
+    ({"fail": {"shell cd": "/system/bin/sh: ./orva-station-phone: No such file or directory"}}, "no such program", "for Android"),
     ({"lines_until_lost": 2}, "went away while the console ran", "transmitter may still be on"),
     ({"fail": {"root": "flux capacitor"}}, "adb said: flux capacitor", "by hand"),
 ]
@@ -171,6 +168,19 @@ def test_a_console_that_does_not_start_or_crashes(desk):
         assert done.returncode == 10 and expected in done.stderr and "Cure: " in done.stderr, done.stderr
 
 
+def test_what_a_crashed_console_left_comes_back(desk):
+    with subprocess.Popen(desk.command(*desk.session(GOOD + "wait 30\n")), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                          env=desk.environment()) as running:
+        assert any("wifi_power_set_range" in line for line in running.stdout)
+        left = [file.name for file in (desk.folder / "data").glob("orva.*/*.part-*")]
+        os.kill(int(left[0].split("-")[-1]), signal.SIGSEGV)
+        message = running.communicate(timeout=30)[1]
+    assert running.returncode == 10 and "status 139" in message, message
+    brought = {file.name for file in (desk.results / "run-1").glob("*.part-*")}
+    assert left and brought == set(left) and all(name in message for name in left) and f"to {desk.results}/run-1:" in message
+    assert desk.left_on_phone() == []
+
+
 def test_an_interrupted_run_says_what_to_do_and_cleans_up(desk):
     with subprocess.Popen(desk.command(*desk.session(GOOD + "wait 30\n")), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                           env=desk.environment(), start_new_session=True) as running:
@@ -186,6 +196,15 @@ def test_an_interrupted_run_says_what_to_do_and_cleans_up(desk):
 def test_misuse(words, expected, desk):
     done = desk.push(*words)
     assert done.returncode == 2 and expected in done.stderr
+
+
+@pytest.mark.parametrize("option", ["--session", "--file"])
+@pytest.mark.parametrize("name", ["orva-station-phone", "libwifi_factory_test_orva.so", "junit.xml", "report.html", "session.trace",
+                                  "session.trace.part-7"])
+def test_no_file_replaces_one_of_the_script_itself(name, option, desk):
+    (desk.folder / name).write_text(GOOD)
+    done = desk.push(option, desk.folder / name)
+    assert done.returncode == 2 and f"a file is named {name}," in done.stderr and not (desk.folder / "data").exists()
 
 
 def test_misuse_of_names_and_folders(desk):

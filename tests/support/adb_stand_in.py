@@ -57,6 +57,12 @@ def root():
     keep(user=0)
 
 
+def pull(source, target):
+    if not Path(source.replace(REMOTE, LOCAL)).exists():
+        fail(f"adb: error: failed to stat remote object '{source}': No such file or directory")
+    copy(source, target)
+
+
 def copy(source, target):
     try:
         shutil.copy(source.replace(REMOTE, LOCAL), target.replace(REMOTE, LOCAL))
@@ -103,7 +109,7 @@ def main():
         if " ".join([command, *rest]).startswith(failing):
             fail(message)
     Path(LOCAL).mkdir(exist_ok=True)
-    {"get-state": lambda: print("device"), "root": root, "push": copy, "pull": copy, "shell": shell}[command](*rest)
+    {"get-state": lambda: print("device"), "root": root, "push": copy, "pull": pull, "shell": shell}[command](*rest)
 
 
 main()
