@@ -213,11 +213,9 @@ exit_status run_interactive(const command_line &line) {
   auto to = make_reporters(line);
   session s(line.with, "", to);
   s.start();
-  bool understood = false;
   attempts each;
   each.make([&] {
-    understood =
-        run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
+    run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
   });
   bool ended = interrupted && interrupted != SIGINT;
   if (ended || each.failed()) each.make([&] { leave_test_mode(s, line); });
@@ -226,7 +224,7 @@ exit_status run_interactive(const command_line &line) {
   if (s.is_open()) all.push_back(s.so_far());
   each.make([&] { all_done(to, all); });
   each.done();
-  return !understood || ended ? exit_status::misused : status_of(verdict_of(all));
+  return ended ? exit_status::misused : status_of(verdict_of(all));
 }
 
 exit_status run_help(const command_line &line) {

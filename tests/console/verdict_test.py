@@ -110,6 +110,21 @@ def test_piped_input_is_judged_too(typed, status):
     assert station(stdin=typed).returncode == status
 
 
+@pytest.mark.parametrize("typed, reason", [
+    ("nosuch\nwifi_set_mode 4 -> 1\n", 'no function or command "nosuch"'), ("foreach p {1 2} {\n", "ends inside a command"),
+    ("run nosuch.tcl\n", "nosuch.tcl cannot be read"), ("source half.tcl\n", "half.tcl:2:"),
+])
+def test_piped_input_that_stops_breaks_its_session(tmp_path, typed, reason):
+    (tmp_path / "half.tcl").write_text("wifi_set_mode 4 -> 1\nnosuch\n")
+    done = station("--json", "--junit", "report.xml", "--report", "page.html", stdin="wifi_set_mode 4 -> 1\n" + typed, cwd=tmp_path)
+    lines = [json.loads(line) for line in done.stdout.splitlines()]
+    for events in (lines, page_events(tmp_path / "page.html")):
+        assert [reason in line["text"] for line in events if line["type"] == "error"] == [True]
+        assert [line["verdict"] for line in events if line["type"] in ("end", "summary")] == ["BROKEN"] * 2
+    assert reason in ElementTree.parse(tmp_path / "report.xml").find(".//error").get("message")
+    assert done.returncode == 2 and reason in done.stderr
+
+
 REFUSED = "fault ioctl:10 1 2\n"
 NO_SOCKET = "fault socket 1\n"
 
