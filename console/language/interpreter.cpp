@@ -308,8 +308,11 @@ std::string interpreter::source(const std::string &path) {
   script = outer;
   std::string message = Tcl_GetStringResult(tcl);
   if (status != TCL_ERROR) return message;
+  half_sourced = true;
   throw usage_error{fmt::format("{}:{}: {}", path, Tcl_GetErrorLine(tcl), message)};
 }
+
+bool interpreter::take_half_sourced() { return std::exchange(half_sourced, false); }
 
 std::string interpreter::run(const std::string &path, const std::vector<std::string> &parameters) {
   if (!runner) throw usage_error{"\"run\" is for the prompt, and for the command line: orva-station run ..."};

@@ -88,13 +88,15 @@ void run_line(interpreter &in, const std::string &line) {
   auto &s = in.current();
   auto shown = [&] { return s.so_far().calls + s.so_far().held + s.so_far().failed; };
   auto before = shown(), parts = s.parts().size();
+  in.take_half_sourced();
   auto text = in.eval(line);
   s.make_room();
   if (!text.empty() && parts == s.parts().size() && before == shown())
     fmt::print("{}\n", fold(text, page_width()));
 }
 
-/** Nobody is there to repeat a command: what it would have tested is missing from the session. */
+/** For what nobody repeats, unlike a command mistyped on a terminal: its tests are missing from the session.
+ */
 void break_session(session &s, const std::string &why) {
   s.open();
   s.fail(why, {});
@@ -117,7 +119,7 @@ void run_prompt(session &s, const interpreter::session_runner &runner) {
       s.make_room();
       fflush(stdout);
       fmt::print(stderr, "{}{}\n", interrupted && source.is_terminal() ? "\n" : "", e.message);
-      if (!source.is_terminal()) break_session(s, e.message);
+      if (in.take_half_sourced() || !source.is_terminal()) break_session(s, e.message);
     }
     fflush(stdout);
     if (interrupted && interrupted != SIGINT) break;
