@@ -297,6 +297,8 @@ void refuse_idle_options(const command_line &line) {
       {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},
       {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
       {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--chip all", line.all_chips, one_call || word == "run" || word == "preview",
+       "calls, run and preview; give --chip one chip's name"},
   };
   for (auto &[name, given, fits, what] : rules)
     if (given && !fits)

@@ -181,6 +181,12 @@ def test_run_and_source_at_the_prompt(folder):
                       ("two.tcl on vq2070", "1"), ("call on vq2070", "0")]
 
 
+@pytest.mark.parametrize("words", [[], ["nv", "list"], ["doctor"]], ids=str)
+def test_all_chips_are_refused_where_one_is_tested(words):
+    done = station("--brief", "--chip", "all", *words, stdin="wifi_set_power 155 -> 1\n")
+    assert (done.returncode, done.stdout) == (2, "") and "--chip all does nothing" in done.stderr and "one chip's name" in done.stderr
+
+
 @pytest.mark.parametrize("typed, file, status", [
     ("source half.tcl", "wifi_set_power 1 -> 1\nnonsense\n", 2), ("source half.tcl", "wifi_set_power 1 -> 1\nif 1 {\n", 2),
     ("source nowhere.tcl", "", 0), ("nonsense", "", 0),
