@@ -83,9 +83,21 @@ private:
   std::exception_ptr first;
 };
 
-void all_done(const reporters &to, const std::vector<session_summary> &all) {
+/** After an output that cannot be written, the ones behind it say so and call the run broken. */
+void all_done(const reporters &to, std::vector<session_summary> all) {
   attempts each;
-  for (auto &r : to) each.make([&] { r->all_done(all); });
+  std::vector<std::string> lost;
+  for (auto &r : to)
+    each.make([&] {
+      for (auto &why : lost) r->error(why, {});
+      try {
+        r->all_done(all);
+      } catch (const usage_error &e) {
+        lost.push_back(e.message);
+        if (!all.empty()) all.back().broken = true;
+        throw;
+      }
+    });
   each.done();
 }
 
