@@ -187,6 +187,12 @@ def test_all_chips_are_refused_where_one_is_tested(words):
     assert (done.returncode, done.stdout) == (2, "") and "--chip all does nothing" in done.stderr and "one chip's name" in done.stderr
 
 
+@pytest.mark.parametrize("words", [["--nv", ""], ["--report", ""], ["--nv="], ["--junit"]], ids=str)
+def test_an_option_without_its_value_is_named(words):
+    done = station(*words)
+    assert done.returncode == 2 and f"orva-station: {words[0]} wants a value" in done.stderr
+
+
 @pytest.mark.parametrize("typed, file, status", [
     ("source half.tcl", "wifi_set_power 1 -> 1\nnonsense\n", 2), ("source half.tcl", "wifi_set_power 1 -> 1\nif 1 {\n", 2),
     ("source nowhere.tcl", "", 0), ("nonsense", "", 0),
