@@ -83,9 +83,21 @@ private:
   std::exception_ptr first;
 };
 
-void all_done(const reporters &to, const std::vector<session_summary> &all) {
+/** After an output that cannot be written, the ones behind it say so and call the run broken. */
+void all_done(const reporters &to, std::vector<session_summary> all) {
   attempts each;
-  for (auto &r : to) each.make([&] { r->all_done(all); });
+  std::vector<std::string> lost;
+  for (auto &r : to)
+    each.make([&] {
+      for (auto &why : lost) r->error(why, {});
+      try {
+        r->all_done(all);
+      } catch (const usage_error &e) {
+        lost.push_back(e.message);
+        if (!all.empty()) all.back().broken = true;
+        throw;
+      }
+    });
   each.done();
 }
 
@@ -213,11 +225,9 @@ exit_status run_interactive(const command_line &line) {
   auto to = make_reporters(line);
   session s(line.with, "", to);
   s.start();
-  bool understood = false;
   attempts each;
   each.make([&] {
-    understood =
-        run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
+    run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
   });
   bool ended = interrupted && interrupted != SIGINT;
   if (ended || each.failed()) each.make([&] { leave_test_mode(s, line); });
@@ -226,7 +236,7 @@ exit_status run_interactive(const command_line &line) {
   if (s.is_open()) all.push_back(s.so_far());
   each.make([&] { all_done(to, all); });
   each.done();
-  return !understood || ended ? exit_status::misused : status_of(verdict_of(all));
+  return ended ? exit_status::misused : status_of(verdict_of(all));
 }
 
 exit_status run_help(const command_line &line) {
@@ -299,6 +309,8 @@ void refuse_idle_options(const command_line &line) {
       {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},
       {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
       {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--chip all", line.all_chips, one_call || word == "run" || word == "preview",
+       "calls, run and preview; give --chip one chip's name"},
   };
   for (auto &[name, given, fits, what] : rules)
     if (given && !fits)

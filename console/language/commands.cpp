@@ -10,6 +10,7 @@
 #include "console/phone/trace_view.h"
 #include "console/run/expectations.h"
 #include "console/run/functions.h"
+#include "console/text/output_file.h"
 #include "console/text/tcl_list.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
@@ -124,7 +125,9 @@ constexpr phone_row phone_rows[] = {
     {{"get", "KEY"}, [](script_context &, words_t words) { return phone_link::get(words[1]); }},
     {{"load", "FILE"},
      [](script_context &in, words_t words) {
-       return require(phone_link::load(in.beside_script(words[1]))), std::string();
+       auto path = in.beside_script(words[1]);
+       claim_file({"phone load", path, false});
+       return require(phone_link::load(path)), std::string();
      }},
     {{"keys"}, [](script_context &, words_t) { return phone_keys(); }},
 };

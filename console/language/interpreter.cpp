@@ -5,6 +5,7 @@
 #include "console/language/sweep.h"
 #include "console/phone/abilities.h"
 #include "console/run/functions.h"
+#include "console/text/output_file.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 
@@ -300,19 +301,28 @@ bool interpreter::run_file(const std::string &path) {
   return false;
 }
 
+static void claim_script(const char *command, const std::string &path) {
+  if (path != "-") claim_file({command, path, false});
+}
+
 std::string interpreter::source(const std::string &path) {
   if (!runner) throw usage_error{"\"source\": a session reaches no files, programs or sockets."};
+  claim_script("source", path);
   check_file(path);
   auto outer = script;
   int status = eval_file(path);
   script = outer;
   std::string message = Tcl_GetStringResult(tcl);
   if (status != TCL_ERROR) return message;
+  half_sourced = true;
   throw usage_error{fmt::format("{}:{}: {}", path, Tcl_GetErrorLine(tcl), message)};
 }
 
+bool interpreter::take_half_sourced() { return std::exchange(half_sourced, false); }
+
 std::string interpreter::run(const std::string &path, const std::vector<std::string> &parameters) {
   if (!runner) throw usage_error{"\"run\" is for the prompt, and for the command line: orva-station run ..."};
+  claim_script("run", path);
   check_file(path);
   return runner(path, parameters);
 }

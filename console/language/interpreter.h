@@ -34,6 +34,8 @@ public:
   bool run_file(const std::string &path);
   /** Runs the teardown bodies, the last one first. Their errors are reported to the session. */
   void tear_down();
+  /** Has an error ended a sourced file since the last question? */
+  bool take_half_sourced();
   /** Ends the command that runs. Safe to call from a signal handler. */
   static void interrupt();
   /** At the program's start. Texts, files' names and the terminal are UTF-8, whatever the locale. */
@@ -65,6 +67,7 @@ private:
   std::string script;
   std::vector<std::string> teardowns;
   session_runner runner;
+  bool half_sourced = false;
 };
 
 }  // namespace console

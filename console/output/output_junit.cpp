@@ -67,14 +67,21 @@ public:
     if (!groups.empty()) suite->InsertNewChildElement("system-out")->SetText(groups.c_str());
     if (auto v = verdict_of(s); v == verdict::none)
       add_error(fmt::format("{}: nothing was expected", word_of(v)), {});
+    count_up();
+    suite->SetAttribute("time", seconds(s.phone_us).c_str());
+  }
+  void all_done(const std::vector<session_summary> &) override {
+    if (suite) count_up();  // an error may come after the last session's end
+    save();
+  }
+
+private:
+  void count_up() {
     suite->SetAttribute("tests", cases);
     suite->SetAttribute("failures", failures);
     suite->SetAttribute("errors", errors);
-    suite->SetAttribute("time", seconds(s.phone_us).c_str());
   }
-  void all_done(const std::vector<session_summary> &) override { save(); }
 
-private:
   void save() {
     tinyxml2::XMLPrinter text;
     page.Print(&text);

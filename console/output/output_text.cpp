@@ -100,7 +100,8 @@ public:
 
   void error(const std::string &text, const place &where) override {
     head();
-    print("{}\n", fold(fmt::format("{}  {}: {}", paint(RED, "STOP"), location(where.text()), text), 8));
+    auto at = location(where.text());
+    print("{}\n", fold(fmt::format("{}  {}{}{}", paint(RED, "STOP"), at, at.empty() ? "" : ": ", text), 8));
   }
 
   void make_room() override { clear_bar(); }

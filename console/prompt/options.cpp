@@ -181,7 +181,9 @@ command_line parse_command_line(int count, char **arguments) {
   for (int id; (id = getopt_long(count, arguments, "+:h", table.data(), nullptr)) != -1;) {
     std::string current = arguments[optind - 1];
     if (id == ':' || (id >= first_id && optarg && !*optarg))
-      throw usage_error{fmt::format("{} wants a value behind it; see orva-station --help.", current)};
+      throw usage_error{
+          fmt::format("{} wants a value behind it; see orva-station --help.",
+                      current.empty() ? known_options[id - first_id].help.full_name() : current)};
     if (id == 'h') {
       line.help = true;
       continue;

@@ -88,20 +88,27 @@ void run_line(interpreter &in, const std::string &line) {
   auto &s = in.current();
   auto shown = [&] { return s.so_far().calls + s.so_far().held + s.so_far().failed; };
   auto before = shown(), parts = s.parts().size();
+  in.take_half_sourced();
   auto text = in.eval(line);
   s.make_room();
   if (!text.empty() && parts == s.parts().size() && before == shown())
     fmt::print("{}\n", fold(text, page_width()));
 }
 
+/** For what nobody repeats, unlike a command mistyped on a terminal: its tests are missing from the session.
+ */
+void break_session(session &s, const std::string &why) {
+  s.open();
+  s.fail(why, {});
+}
+
 }  // namespace
 
-bool run_prompt(session &s, const interpreter::session_runner &runner) {
+void run_prompt(session &s, const interpreter::session_runner &runner) {
   interpreter in(s);
   in.allow_files(runner);
   line_source source(s);
   interrupt_guard guard(false);
-  bool understood = true;
   if (source.is_terminal()) fmt::print("help explains, exit leaves, Tab completes.\n");
   while (auto line = source.command(s)) {
     if (interrupted && interrupted != SIGINT) break;
@@ -112,18 +119,18 @@ bool run_prompt(session &s, const interpreter::session_runner &runner) {
       s.make_room();
       fflush(stdout);
       fmt::print(stderr, "{}{}\n", interrupted && source.is_terminal() ? "\n" : "", e.message);
-      understood = false;
+      if (in.take_half_sourced() || !source.is_terminal()) break_session(s, e.message);
     }
     fflush(stdout);
     if (interrupted && interrupted != SIGINT) break;
   }
   if (!source.unfinished().empty()) {
-    auto begin = split(source.unfinished(), '\n')[0];
-    fmt::print(stderr, "The input ends inside a command, which was not run: \"{}\" lacks its end.\n", begin);
-    understood = false;
+    auto message = fmt::format("The input ends inside a command, which was not run: \"{}\" lacks its end.",
+                               split(source.unfinished(), '\n')[0]);
+    fmt::print(stderr, "{}\n", message);
+    if (!source.is_terminal()) break_session(s, message);
   }
   in.tear_down();
-  return understood || source.is_terminal();
 }
 
 }  // namespace console

@@ -8,9 +8,10 @@
 
 namespace console {
 
-/** Reads and runs commands until the end of the input or "exit". False if a command from a pipe was not
- * understood. `runner` runs a file as a session of its own. */
-bool run_prompt(session &s, const interpreter::session_runner &runner);
+/** Reads and runs commands until the end of the input or "exit". A command from a pipe that is not understood
+ * breaks the session, as does a sourced file that stops at an error. `runner` runs a file as a session of its
+ * own. */
+void run_prompt(session &s, const interpreter::session_runner &runner);
 
 }  // namespace console
 

@@ -74,6 +74,8 @@ bool same_file(const std::string &one, const std::string &other) {
 
 }  // namespace
 
+static std::vector<used_file> files_of_run, files_of_sessions;
+
 output_file::output_file(std::string called, const std::string &path)
     : name(std::move(called)), target(resolved(path)) {
   if (fs::is_directory(target)) throw usage_error{fmt::format("{}: it is a folder; name a file.", name)};
@@ -93,11 +95,20 @@ output_file::~output_file() {
   if (written != target) unlink(written.c_str());
 }
 
-void output_file::give_up(int error) {
+void output_file::give_up(int error) { give_up(strerror(error)); }
+
+void output_file::give_up(const std::string &why) {
   if (file) fclose(file);
   file = nullptr;
   if (written != target) unlink(written.c_str());
-  throw usage_error{fmt::format("{}: {}.", name, strerror(error))};
+  throw usage_error{fmt::format("{}: {}.", name, why)};
+}
+
+void output_file::spare_inputs() {
+  for (auto &used : files_of_sessions)
+    if (!used.written && same_file(used.path, target))
+      give_up(fmt::format("{} reads this file, which stays as it is: give the output a name of its own",
+                          used.name));
 }
 
 void output_file::write(std::string_view text) {
@@ -116,18 +127,18 @@ void output_file::commit() {
   file = nullptr;
   if (closed != 0) give_up(errno);
   if (written == target) return;
+  spare_inputs();
   if (rename(written.c_str(), target.c_str()) != 0) give_up(errno);
   sync_folder_of(target);
 }
 
-static std::vector<used_file> files_of_run, files_of_sessions;
-
 void claim_file(const used_file &file) {
+  if (!file.written) files_of_sessions.push_back(file);  // even if refused: commit must spare it
   auto against = files_of_run;
   for (auto &earlier : files_of_sessions)
     if (file.written) against.push_back(earlier);
   for (auto &earlier : against) refuse_shared_files({earlier, file});
-  files_of_sessions.push_back(file);
+  if (file.written) files_of_sessions.push_back(file);
 }
 
 void claim_files_of_run(const std::vector<used_file> &files) {

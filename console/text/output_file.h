@@ -25,11 +25,14 @@ public:
   void flush();
   bool is_open() const { return file; }
   /** Puts the file under its name, with its contents on the disk. Throws usage_error, and then nothing
-   * changed. */
+   * changed; also if a session has claimed the file as its input. */
   void commit();
 
 private:
   [[noreturn]] void give_up(int error);
+  [[noreturn]] void give_up(const std::string &why);
+  /** Sessions may name a file as input long after it was opened for output. */
+  void spare_inputs();
 
   std::string name, target, written;
   FILE *file = nullptr;

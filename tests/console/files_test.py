@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Files that the console writes: never over an input, never half, and backups that prove that they are whole."""
 
+import re
 import resource
 import signal
 import subprocess
@@ -166,3 +167,26 @@ def test_a_session_overwrites_no_file_of_its_run(folder, unit, text, options):
 def test_a_session_restores_its_own_backup(folder):
     (folder / "mine.tcl").write_text("nv load items.txt\nnv backup b.txt\nnv clear\nnv restore b.txt\nlimits n [llength [split [nv list] \\n]] 2\n")
     assert station("run", "mine.tcl", cwd=folder).returncode == 0
+
+
+@pytest.mark.parametrize("option", ["--report", "--junit", "--trace"])
+@pytest.mark.parametrize("text, target", [("nv load items.txt", "items.txt"), ("phone load phone.toml", "phone.toml"),
+                                          ("source mine.tcl", "mine.tcl"), ("run mine.tcl", "link")])
+def test_an_output_spares_what_the_session_reads(folder, option, text, target):
+    (folder / "phone.toml").write_text("[radio]\nrssi = -60\n")
+    (folder / "link").symlink_to("mine.tcl")
+    (folder / "session.tcl").write_text(SESSION + text + "\n")
+    at_prompt = text.startswith(("run", "source"))
+    before = files(folder)
+    done = station("--brief", option, target, *([] if at_prompt else ["run", "session.tcl"]), stdin=SESSION + text + "\n", cwd=folder)
+    assert done.returncode == 2 and "are the same file" in done.stdout and re.search(f"{option} {target}: .*reads this file", done.stderr)
+    assert files(folder) == before
+
+
+@pytest.mark.parametrize("typed", ["run mine.tcl\nnv save mine.tcl", "source mine.tcl\nnv backup ./mine.tcl", "phone load phone.toml\nnv save phone.toml"])
+def test_the_prompt_saves_over_nothing_that_it_read(folder, typed):
+    (folder / "phone.toml").write_text("[radio]\nrssi = -60\n")
+    before = files(folder)
+    done = station(stdin=f"nv load items.txt\n{typed}\n", cwd=folder)
+    assert done.returncode == 2 and "are the same file" in done.stderr and files(folder) == before
+    assert station(stdin="run mine.tcl\nsource mine.tcl\nrun mine.tcl\n", cwd=folder).returncode == 0

@@ -181,6 +181,32 @@ def test_run_and_source_at_the_prompt(folder):
                       ("two.tcl on vq2070", "1"), ("call on vq2070", "0")]
 
 
+@pytest.mark.parametrize("words", [[], ["nv", "list"], ["doctor"]], ids=str)
+def test_all_chips_are_refused_where_one_is_tested(words):
+    done = station("--brief", "--chip", "all", *words, stdin="wifi_set_power 155 -> 1\n")
+    assert (done.returncode, done.stdout) == (2, "") and "--chip all does nothing" in done.stderr and "one chip's name" in done.stderr
+
+
+@pytest.mark.parametrize("words", [["--nv", ""], ["--report", ""], ["--nv="], ["--junit"]], ids=str)
+def test_an_option_without_its_value_is_named(words):
+    done = station(*words)
+    assert done.returncode == 2 and f"orva-station: {words[0]} wants a value" in done.stderr
+
+
+@pytest.mark.parametrize("typed, file, status", [
+    ("source half.tcl", "wifi_set_power 1 -> 1\nnonsense\n", 2), ("source half.tcl", "wifi_set_power 1 -> 1\nif 1 {\n", 2),
+    ("source nowhere.tcl", "", 0), ("nonsense", "", 0),
+])
+def test_only_a_typing_error_is_forgiven(tmp_path, typed, file, status):
+    (tmp_path / "half.tcl").write_text(file)
+    here = open_prompt(tmp_path, "--junit", "run.xml")
+    here.type("wifi_set_power 1 -> 1\r", READY)
+    here.type(f"{typed}\r", READY)
+    os.write(here.fd, b"\x04")
+    assert here.rest()[1] == status
+    assert [suite.get("errors") for suite in ElementTree.parse(tmp_path / "run.xml").iter("testsuite")] == ["1" if status else "0"]
+
+
 def test_an_interrupted_run_returns_to_the_prompt(folder):
     (folder / "long.tcl").write_text("wifi_start_testmode -> 1\nwait 60\n")
     here = open_prompt(folder, "--clock", "real")

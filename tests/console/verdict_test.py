@@ -110,6 +110,35 @@ def test_piped_input_is_judged_too(typed, status):
     assert station(stdin=typed).returncode == status
 
 
+@pytest.mark.parametrize("typed, reason", [
+    ("nosuch\nwifi_set_mode 4 -> 1\n", 'no function or command "nosuch"'), ("foreach p {1 2} {\n", "ends inside a command"),
+    ("run nosuch.tcl\n", "nosuch.tcl cannot be read"), ("source half.tcl\n", "half.tcl:2:"),
+])
+def test_piped_input_that_stops_breaks_its_session(tmp_path, typed, reason):
+    (tmp_path / "half.tcl").write_text("wifi_set_mode 4 -> 1\nnosuch\n")
+    done = station("--json", "--junit", "report.xml", "--report", "page.html", stdin="wifi_set_mode 4 -> 1\n" + typed, cwd=tmp_path)
+    lines = [json.loads(line) for line in done.stdout.splitlines()]
+    for events in (lines, page_events(tmp_path / "page.html")):
+        assert [reason in line["text"] for line in events if line["type"] == "error"] == [True]
+        assert [line["verdict"] for line in events if line["type"] in ("end", "summary")] == ["BROKEN"] * 2
+    assert reason in ElementTree.parse(tmp_path / "report.xml").find(".//error").get("message")
+    assert done.returncode == 2 and reason in done.stderr
+
+
+@pytest.mark.parametrize("words", [["run", "ok.tcl"], ["wifi_set_mode", "4"], []], ids=str)
+def test_an_output_that_cannot_be_written_breaks_the_run(tmp_path, words):
+    (tmp_path / "ok.tcl").write_text("wifi_set_mode 4 -> 1\n")
+    options = {"cwd": tmp_path, "stdin": "wifi_set_mode 4 -> 1\n"}
+    done = station("--json", "--trace", "/dev/full", "--junit", "e.xml", "--report", "e.html", *words, **options)
+    for events in ([json.loads(line) for line in done.stdout.splitlines()], page_events(tmp_path / "e.html")):
+        assert "--trace /dev/full" in events[-2]["text"] and (events[-1]["verdict"], events[-1]["passed"]) == ("BROKEN", False)
+    suite = ElementTree.parse(tmp_path / "e.xml").find("testsuite")
+    assert (suite.get("tests"), suite.get("errors"), done.returncode) == ("2", "1", 2)
+    done = station("--junit", "/dev/full", *words, **options)
+    assert done.returncode == 2 and "STOP  --junit /dev/full: No space" in done.stdout
+    assert ("BROKEN" in done.stdout) == ("run" in words)
+
+
 REFUSED = "fault ioctl:10 1 2\n"
 NO_SOCKET = "fault socket 1\n"
 
