@@ -60,7 +60,7 @@ enum class log_reading { never, missing, always }; /**< missing: after calls wit
 void read_log(log_reading when);
 /**
  * Adds such lines to the contacts of the call that just ended. Returns a remark if the log could not be read,
- * the first time after read_log only; otherwise "".
+ * the first time after read_log only; otherwise "". A log that cannot be read at all is given up.
  */
 std::string complete_log();
 

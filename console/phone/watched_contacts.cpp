@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <time.h>
+#include <utility>
 
 namespace console {
 
@@ -18,7 +19,7 @@ namespace console {
 constexpr size_t most_contacts = size_t{1} << 16, most_bytes = size_t{1} << 24;
 
 /** For one run of logcat. */
-constexpr run_limits most_of_logcat = {std::chrono::seconds(2), size_t{1} << 22};
+constexpr run_limits most_of_logcat = {std::chrono::seconds(2), size_t{1} << 24};
 
 namespace {
 
@@ -49,15 +50,15 @@ bool is_wanted(const contact_list &seen) {
   return std::ranges::none_of(seen, [](auto *c) { return c->kind == PHONE_LOG; });
 }
 
-std::string remark_on(const bounded_output &done, const logcat_output &found) {
-  auto why = done.trouble;
-  if (!found.unknown.empty())
-    why += fmt::format("{}it printed \"{}\"", why.empty() ? "" : "; ", found.unknown.substr(0, 200));
-  return why.empty()
-             ? ""
-             : fmt::format("the phone's log could not be read with logcat: {}. The log may lack lines. It "
-                           "takes a user in the group log and a domain that may read logd",
-                           why);
+std::string remark_on(const bounded_output &done, const std::string &unknown) {
+  auto printed = unknown.substr(0, 200);
+  if (done.trouble.empty())
+    return fmt::format("logcat printed a line that is not understood: \"{}\". Log lines may be missing",
+                       printed);
+  return fmt::format(
+      "the phone's log cannot be read, log lines may be missing from here on: logcat: {}{}. It takes logcat in PATH, "
+      "a user of the group log, and a domain that may read logd",
+      done.trouble, printed.empty() ? "" : fmt::format("; it printed \"{}\"", printed));
 }
 
 void print(const std::vector<logcat_entry> &lines) {
@@ -100,7 +101,10 @@ void read_log(log_reading when) {
   from_log.remarked = false;
 }
 
-/** A child has its own process id, so after a fork the entries of all processes are asked for. */
+/**
+ * A child has its own process id, so after a fork the entries of all processes are asked for. A logcat that
+ * failed is not run again: each further call would take as long.
+ */
 std::string complete_log() {
   auto seen = watched();
   if (!is_wanted(seen)) return "";
@@ -114,9 +118,9 @@ std::string complete_log() {
   auto unseen = unseen_entries(seen, found.entries, call);
   from_log.lines.take(unseen, call.ahead_us);
   print(unseen);
-  auto remark = from_log.remarked ? "" : remark_on(done, found);
-  from_log.remarked |= !remark.empty();
-  return remark;
+  if (!done.trouble.empty()) from_log.when = log_reading::never;
+  bool failed = !done.trouble.empty() || !found.unknown.empty();
+  return failed && !std::exchange(from_log.remarked, true) ? remark_on(done, found.unknown) : "";
 }
 
 /** Bounds-checked functions only touch the caller's memory, and the variadic ones cannot be passed on. */
