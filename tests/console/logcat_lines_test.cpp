@@ -41,12 +41,16 @@ TEST(parse_logcat, TakesEntries) {
       {head + "--------- beginning of main\n", {with_text("--------- beginning of main")}},
       {"1700000000.000123 1234 1240 E A long tag: x\n", {{at, 1234, 1240, LOG_ERROR, "A long tag", "x"}}},
       {"1700000000.000123 1234 1240 F         : x\n", {{at, 1234, 1240, LOG_FATAL, "", "x"}}},
-      {head + "text\n1700000000.000123 1234 1240 D TAG: x\n1700000000.000123 1234 1241 I TAG: x\n"
-              "1700000000.000124 1234 1240 I TAG: x\n",
+      // Each differs from the one before it in one thing only.
+      {head + "text\n1700000000.000123 1234 1241 I TAG: x\n1700000000.000123 1235 1241 I TAG: x\n"
+              "1700000000.000123 1235 1241 D TAG: x\n1700000000.000123 1235 1241 D TAG2: x\n"
+              "1700000000.000124 1235 1241 D TAG2: x\n",
        {one,
-        {at, 1234, 1240, LOG_DEBUG, "TAG", "x"},
         {at, 1234, 1241, LOG_INFO, "TAG", "x"},
-        {at + 1, 1234, 1240, LOG_INFO, "TAG", "x"}}},
+        {at, 1235, 1241, LOG_INFO, "TAG", "x"},
+        {at, 1235, 1241, LOG_DEBUG, "TAG", "x"},
+        {at, 1235, 1241, LOG_DEBUG, "TAG2", "x"},
+        {at + 1, 1235, 1241, LOG_DEBUG, "TAG2", "x"}}},
   };
   for (auto &c : cases) {
     auto found = parse_logcat(c.output);
