@@ -237,7 +237,7 @@ void wait_us(int64_t microseconds) {
 
 void clear_contacts() {
   take_commands();
-  watcher_clear();
+  clear_watched();
 }
 
 void print_log(int least_priority) { phone_print_log(least_priority); }

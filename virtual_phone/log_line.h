@@ -8,8 +8,15 @@
 
 namespace phone {
 
+/// Who wrote a line.
+struct log_writer {
+  int process, thread;
+};
+log_writer this_thread();
+
 /// Prints a message to stderr, a line for each of its lines. The time is in microseconds since 1970.
-void print_log(int64_t wall_us, int priority, const char *tag, std::string_view text);
+void print_log(int64_t wall_us, int priority, const char *tag, std::string_view text,
+               log_writer writer = this_thread());
 
 }  // namespace phone
 

@@ -12,15 +12,16 @@
 namespace console {
 namespace {
 
-/** What the phone must allow beyond calls of the library. */
-enum class ability { set_up, copy, replay };
+/** What the phone must allow or have beyond calls of the library. The last is a real phone's only. */
+enum class ability { set_up, copy, replay, own_log };
 
 constexpr const char *reasons[] = {
     "a real phone cannot be set up; the console with the virtual phone can do this",
     "only the virtual phone can be copied; here take nv backup FILE before, and nv diff FILE afterwards",
     "a real phone plays no recording; the console with the virtual phone can do this",
+    "the virtual phone's log is always seen; the console for a real phone can read that phone's",
 };
-static_assert(std::size(reasons) == static_cast<size_t>(ability::replay) + 1);
+static_assert(std::size(reasons) == static_cast<size_t>(ability::own_log) + 1);
 
 struct limited_feature {
   std::string_view name;
@@ -32,14 +33,14 @@ constexpr limited_feature limited[] = {
     {"--chip", ability::set_up},       {"--phone", ability::set_up},   {"--clock", ability::set_up},
     {"--nv", ability::set_up},         {"phone", ability::set_up},     {"fault", ability::set_up},
     {"expect phone", ability::set_up}, {"chip CHIP", ability::set_up}, {"preview", ability::copy},
-    {"replay", ability::replay},
+    {"replay", ability::replay},       {"--logcat", ability::own_log},
 };
 
 /** Null for what works here. */
 const limited_feature *obstacle(std::string_view name) {
-  if (phone_link::is_virtual()) return nullptr;
   auto row = std::ranges::find(limited, name, &limited_feature::name);
-  return row == std::end(limited) ? nullptr : row;
+  bool hinders = row != std::end(limited) && (row->wants == ability::own_log) == phone_link::is_virtual();
+  return hinders ? row : nullptr;
 }
 
 }  // namespace

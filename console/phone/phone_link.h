@@ -54,6 +54,16 @@ std::vector<std::string> missing_functions();
 /** Prints log lines of at least this priority to stderr; 0 for none. */
 void print_log(int least_priority);
 
+/** When the phone's own log is read for lines of the library that no contact shows. */
+enum class log_reading { never, missing, always }; /**< missing: after calls without any line */
+/** A phone whose log is always seen ignores it. */
+void read_log(log_reading when);
+/**
+ * Adds such lines to the contacts of the call that just ended. Returns a remark if the log could not be read,
+ * the first time after read_log only; otherwise "". A log that cannot be read at all is given up.
+ */
+std::string complete_log();
+
 /** A place where a fault can be planned; capitals in its name stand for what the caller adds: "ioctl:ID". */
 struct fault_place {
   std::string name, value, meaning; /**< value: what the fault's value means there */

@@ -3,7 +3,6 @@
 
 #include "console/phone/watched_contacts.h"
 #include "platform.h"
-#include "watcher/watcher.h"
 
 #include <chrono>
 #include <unistd.h>
@@ -46,8 +45,8 @@ void wait_us(int64_t microseconds) {
   nanosleep(&rest, nullptr);
 }
 
-void clear_contacts() { watcher_clear(); }
-void print_log(int least_priority) { watcher_print_log(least_priority); }
+void clear_contacts() { clear_watched(); }
+void print_log(int least_priority) { print_watched_log(least_priority); }
 std::vector<fault_place> fault_places() { return {}; }
 int plan_fault(const std::string &, unsigned, unsigned, int) { return -1; }
 unsigned fault_fired(int) { return 0; }

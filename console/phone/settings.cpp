@@ -2,7 +2,6 @@
 #include "console/phone/settings.h"
 
 #include "console/phone/chips.h"
-#include "console/phone/phone_link.h"
 #include "console/text/usage_error.h"
 
 namespace console {
@@ -16,6 +15,7 @@ void prepare_phone(const settings &with) {
   if (!with.nv_file.empty()) require(phone_link::open_nv(with.nv_file));
   phone_link::use_real_clock(with.real_clock);
   phone_link::print_log(with.log_priority);
+  phone_link::read_log(with.logcat);
 }
 
 }  // namespace console

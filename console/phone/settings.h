@@ -3,6 +3,8 @@
 #ifndef CONSOLE_SETTINGS_H
 #define CONSOLE_SETTINGS_H
 
+#include "console/phone/phone_link.h"
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +21,7 @@ struct settings {
   std::string nv_file;
   bool real_clock = false;
   int log_priority = 0;
+  phone_link::log_reading logcat = phone_link::log_reading::never;
   /** For the session's script. */
   std::vector<std::pair<std::string, std::string>> parameters;
   /** Lasting NV stores may be changed without asking. */

@@ -35,6 +35,13 @@ void set_clock(command_line &line, const std::string &name) {
   line.with.real_clock = name == "real";
 }
 
+void set_logcat(command_line &line, const std::string &when) {
+  using enum phone_link::log_reading;
+  if (!when.empty() && when != "missing" && when != "always")
+    throw usage_error{fmt::format("--logcat={}: give missing or always.", when)};
+  line.with.logcat = when == "always" ? always : missing;
+}
+
 std::string chip_help() {
   auto names = chip_names();
   names[0] += " (default)";
@@ -65,6 +72,10 @@ const known_option known_options[] = {
      set_clock},
     {{"log", "[=PRIORITY]", log_help(), fmt::format("{}", fmt::join(log_priority_names(), " "))},
      [](command_line &line, text value) { line.with.log_priority = parse_log_priority(value); }},
+    {{"logcat", "[=WHEN]",
+      "read the phone's log with logcat: missing (default): after calls without a log line; always",
+      "missing always"},
+     set_logcat},
     {{"nv", "FILE", "keep NV in this file instead of in memory", "FILE"},
      [](command_line &line, text value) { line.with.nv_file = value; }},
     {{"yes", "",

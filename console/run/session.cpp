@@ -140,6 +140,8 @@ call_step session::perform(const function &f, prepared_call &prepared, const pla
   phone_link::clear_contacts();
   auto start = phone_link::now_us(), real_start = real_us();
   auto result = prepared.run(lib);
+  auto phone_us = phone_link::now_us() - start, own_us = real_us() - real_start;
+  auto log_remark = phone_link::complete_log();
   auto contacts_made = phone_link::contacts().size();
   call_step step{.called = &f,
                  .inputs = prepared.inputs(),
@@ -149,9 +151,10 @@ call_step session::perform(const function &f, prepared_call &prepared, const pla
                  .expectations = {},
                  .where = where,
                  .start_us = start,
-                 .phone_us = phone_link::now_us() - start,
-                 .own_us = real_us() - real_start,
+                 .phone_us = phone_us,
+                 .own_us = own_us,
                  .contacts_made = contacts_made};
+  if (!log_remark.empty()) step.remarks.push_back(log_remark);
   step.seen = observe(chip(), start, start + step.phone_us);
   step.result.means = judge_reading(step);
   return step;

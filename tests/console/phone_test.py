@@ -24,11 +24,11 @@ def offered(run):
 OPTIONS, WORDS, COMMANDS = (virtual - real for virtual, real in zip(offered(station), offered(phone)))
 
 
-def test_it_offers_less_than_the_virtual_phone_and_nothing_else():
+def test_it_offers_less_than_the_virtual_phone_and_only_its_log_more():
     assert OPTIONS == {"--chip", "--phone", "--clock", "--nv"}
     assert WORDS == {"preview", "replay"}
     assert COMMANDS == {"phone", "fault", "preview"}
-    assert [real - virtual for virtual, real in zip(offered(station), offered(phone))] == [set()] * 3
+    assert [real - virtual for virtual, real in zip(offered(station), offered(phone))] == [{"--logcat"}, set(), set()]
 
 
 @pytest.mark.parametrize("what", ["bash", "zsh", "man"])
