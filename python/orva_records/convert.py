@@ -12,6 +12,7 @@ import hashlib
 import json
 import uuid
 from dataclasses import replace
+from datetime import datetime, timedelta
 from pathlib import Path
 from typing import Any, Optional, Sequence
 
@@ -20,6 +21,9 @@ from orva_records.record import SUFFIX, Header, RecordWriter
 
 _CAUSE = ("what", "found", "cause", "cure")
 ONE_SHOT = "one-shot call"
+#: From one session of a file to the next. Their wall-clock times are unknown, their order is not; this little does not
+#: reach into the next file.
+APART = timedelta(milliseconds=1)
 
 
 def sessions_of(path: Path) -> list[list[dict[str, Any]]]:
@@ -65,10 +69,15 @@ def convert(path: Path, folder: Path, header: Header) -> list[Path]:
         content = json.dumps([identity.line(), number, lines], sort_keys=True)
         run = uuid.uuid5(uuid.NAMESPACE_OID, hashlib.sha256(content.encode()).hexdigest())
         try:
-            paths.append(_write(folder, replace(identity, run=str(run)), lines))
+            started = _started(header.started, number)
+            paths.append(_write(folder, replace(identity, run=str(run), started=started), lines))
         except (KeyError, TypeError, AttributeError) as error:
             raise RecordsError(f"{path}: session {number + 1} lacks what orva-station --json prints: {error!r}") from error
     return paths
+
+
+def _started(first: str, number: int) -> str:
+    return (datetime.fromisoformat(first) + number * APART).isoformat() if number else first
 
 
 def _write(folder: Path, header: Header, lines: Sequence[dict[str, Any]]) -> Path:
