@@ -2,8 +2,8 @@
 """Makes records of what `orva-station --json` prints, one for each session.
 
 An expectation becomes a measurement; the call's arguments and the point of a sweep become its condition. A session
-without its end line becomes a BROKEN record. The run id follows from the input and the identity, so converting again
-gives the same run, which is stored once.
+without its end line becomes a BROKEN record. The run id follows from the input and the identity, not from the file's
+time, so converting again gives the same run, which is stored once.
 """
 
 from __future__ import annotations
@@ -60,20 +60,29 @@ def _lines(path: Path) -> list[str]:
 def convert(path: Path, folder: Path, header: Header) -> list[Path]:
     """Writes one record for each session into folder and returns their paths.
 
-    header: as for RecordWriter; run, plan and chip come from the sessions. A record that is there already stays.
+    header: as for RecordWriter; run, plan and chip come from the sessions. An empty started stands for the time at which
+    the file was written. A record that is there already stays.
     """
     paths = []
+    first = header.started or _written(path)
     for number, lines in enumerate(sessions_of(path)):
         begin = lines[0]
         identity = replace(header, plan=begin["session"] or ONE_SHOT, chip=begin["chip"], run="")
         content = json.dumps([identity.line(), number, lines], sort_keys=True)
         run = uuid.uuid5(uuid.NAMESPACE_OID, hashlib.sha256(content.encode()).hexdigest())
         try:
-            started = _started(header.started, number)
+            started = _started(first, number)
             paths.append(_write(folder, replace(identity, run=str(run), started=started), lines))
         except (KeyError, TypeError, AttributeError) as error:
             raise RecordsError(f"{path}: session {number + 1} lacks what orva-station --json prints: {error!r}") from error
     return paths
+
+
+def _written(path: Path) -> str:
+    try:
+        return datetime.fromtimestamp(path.stat().st_mtime).astimezone().isoformat(timespec="milliseconds")
+    except OSError as error:
+        raise RecordsError(f"{path}: {error.strerror}") from error
 
 
 def _started(first: str, number: int) -> str:

@@ -82,6 +82,11 @@ def verdict_of(verdicts: set[Optional[str]]) -> str:
     return "PASS" if "PASS" in verdicts else "NO VERDICT"
 
 
+def derived(run: str) -> bool:
+    """Whether a run id was computed from what the run holds, as that of a converted record is."""
+    return uuid.UUID(run).version == 5
+
+
 class _Sum:
     """Count and checksum of the lines written so far."""
 

@@ -113,6 +113,16 @@ def test_runs_of_one_file_keep_their_order(tmp_path, spool, database, command):
         assert verdicts == (["FAIL", "PASS"] if number % 2 else ["PASS", "FAIL"])
 
 
+def test_a_session_counts_once_whatever_its_files_time(tmp_path, spool, database, command):
+    path = tmp_path / "session.json"
+    path.write_text("".join(json.dumps(line) + "\n" for line in session_lines(True)))
+    for time in (1, 1_000_000):
+        os.utime(path, (time, time))
+        command("convert", path, "--serial", "R", "--station", "s", "-o", spool)
+        tally = collect(spool, Store(database))
+        assert (tally.stored, tally.known, tally.damaged) == ((1, 0, 0) if time == 1 else (0, 1, 0))
+
+
 def session_lines(held, plan="a.tcl"):
     """What orva-station --json prints of a session with one expectation."""
     spent = {f"{kind}_us": 0 for kind in ("pauses", "driver", "shell", "library")}
