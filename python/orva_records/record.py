@@ -225,6 +225,8 @@ class RecordWriter:
         condition: Optional[Mapping[str, rules.Scalar]] = None,
     ) -> bool:
         """A value that is not judged by two limits: a text, a list of allowed values. expected says what is right."""
+        if not isinstance(held, bool):
+            raise RecordsError(f"measurement {name!r}, held {held!r}: expected True or False")
         verdict = "PASS" if held else "FAIL"
         return self._measured(name, value, unit, None, None, condition, verdict, expected=expected)
 
