@@ -68,18 +68,11 @@ def _convert(arguments: argparse.Namespace) -> int:
         console=arguments.console,
         library=arguments.library,
         attempt=arguments.attempt,
-        started=arguments.started or _written(arguments.session),
+        started=arguments.started,
     )
     for path in convert(arguments.session, arguments.output, header):
         print(path)
     return GOOD
-
-
-def _written(path: Path) -> str:
-    try:
-        return datetime.fromtimestamp(path.stat().st_mtime).astimezone().isoformat(timespec="milliseconds")
-    except OSError as error:
-        raise RecordsError(f"{path}: {error.strerror}") from error
 
 
 def _collect(arguments: argparse.Namespace) -> int:
@@ -178,7 +171,7 @@ def _add_spool_commands(commands: Any) -> None:
     command.add_argument("--console", default="unknown", metavar="VERSION", help="of orva-station")
     command.add_argument("--library", default="unknown", metavar="VERSION")
     command.add_argument("--attempt", type=_positive, default=1, help="of this unit with this plan (default: 1)")
-    command.add_argument("--started", metavar="TIME", help="with its zone (default: when SESSION.json was written)")
+    command.add_argument("--started", default="", metavar="TIME", help="with its zone (default: when SESSION.json was written)")
     command.add_argument("--output", "-o", type=Path, default=Path("."), metavar="FOLDER", help="for the records")
 
     command = _command(commands, "collect", "store a folder's records in a database", _collect)

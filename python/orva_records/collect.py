@@ -20,7 +20,7 @@ from sqlalchemy.dialects import postgresql, sqlite
 
 from orva_records import RecordsError
 from orva_records.reader import DamagedRecord, Record, read
-from orva_records.record import PART, SUFFIX, now, recover
+from orva_records.record import PART, SUFFIX, derived, now, recover
 from orva_records.rules import DURATIONS
 from orva_records.statistics import Moments
 from orva_records.store import Store, characteristics, daily, damaged, events, measurements, runs
@@ -118,14 +118,17 @@ def _contents(paths: Sequence[Path], tally: Tally) -> Iterator[tuple[Path, bytes
 
 
 def _store(connection: sa.engine.Connection, records: Sequence[tuple[Path, Record]]) -> tuple[int, list[_Damage]]:
-    """Stores the records whose run is new. Returns their number, and those of a known run with another content."""
+    """Stores the records whose run is new. Returns their number, and those of a known run with another content.
+
+    A converted record may differ in its start alone, which is then the time of a copy of the session's file.
+    """
     known = _known(connection, [record.header["run"] for _, record in records])
     fresh: dict[str, Record] = {}
     others = []
     for path, record in records:
         run = record.header["run"]
         has = known.get(run) or (fresh[run].sha256 if run in fresh else record.sha256)
-        if has != record.sha256:
+        if has != record.sha256 and not derived(run):
             others.append(_Damage(path, record.sha256, f"run {run} is stored already with another content"))
         elif run not in known:
             fresh[run] = record

@@ -2,8 +2,8 @@
 """Makes records of what `orva-station --json` prints, one for each session.
 
 An expectation becomes a measurement; the call's arguments and the point of a sweep become its condition. A session
-without its end line becomes a BROKEN record. The run id follows from the input and the identity, so converting again
-gives the same run, which is stored once.
+without its end line becomes a BROKEN record. The run id follows from the input and the identity, not from the file's
+time, so converting again gives the same run, which is stored once.
 """
 
 from __future__ import annotations
@@ -12,6 +12,7 @@ import hashlib
 import json
 import uuid
 from dataclasses import replace
+from datetime import datetime, timedelta
 from pathlib import Path
 from typing import Any, Optional, Sequence
 
@@ -20,6 +21,9 @@ from orva_records.record import SUFFIX, Header, RecordWriter
 
 _CAUSE = ("what", "found", "cause", "cure")
 ONE_SHOT = "one-shot call"
+#: From one session of a file to the next. Their wall-clock times are unknown, their order is not; this little does not
+#: reach into the next file.
+APART = timedelta(milliseconds=1)
 
 
 def sessions_of(path: Path) -> list[list[dict[str, Any]]]:
@@ -56,19 +60,33 @@ def _lines(path: Path) -> list[str]:
 def convert(path: Path, folder: Path, header: Header) -> list[Path]:
     """Writes one record for each session into folder and returns their paths.
 
-    header: as for RecordWriter; run, plan and chip come from the sessions. A record that is there already stays.
+    header: as for RecordWriter; run, plan and chip come from the sessions. An empty started stands for the time at which
+    the file was written. A record that is there already stays.
     """
     paths = []
+    first = header.started or _written(path)
     for number, lines in enumerate(sessions_of(path)):
         begin = lines[0]
         identity = replace(header, plan=begin["session"] or ONE_SHOT, chip=begin["chip"], run="")
         content = json.dumps([identity.line(), number, lines], sort_keys=True)
         run = uuid.uuid5(uuid.NAMESPACE_OID, hashlib.sha256(content.encode()).hexdigest())
         try:
-            paths.append(_write(folder, replace(identity, run=str(run)), lines))
+            started = _started(first, number)
+            paths.append(_write(folder, replace(identity, run=str(run), started=started), lines))
         except (KeyError, TypeError, AttributeError) as error:
             raise RecordsError(f"{path}: session {number + 1} lacks what orva-station --json prints: {error!r}") from error
     return paths
+
+
+def _written(path: Path) -> str:
+    try:
+        return datetime.fromtimestamp(path.stat().st_mtime).astimezone().isoformat(timespec="milliseconds")
+    except OSError as error:
+        raise RecordsError(f"{path}: {error.strerror}") from error
+
+
+def _started(first: str, number: int) -> str:
+    return (datetime.fromisoformat(first) + number * APART).isoformat() if number else first
 
 
 def _write(folder: Path, header: Header, lines: Sequence[dict[str, Any]]) -> Path:

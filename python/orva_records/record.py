@@ -82,6 +82,11 @@ def verdict_of(verdicts: set[Optional[str]]) -> str:
     return "PASS" if "PASS" in verdicts else "NO VERDICT"
 
 
+def derived(run: str) -> bool:
+    """Whether a run id was computed from what the run holds, as that of a converted record is."""
+    return uuid.UUID(run).version == 5
+
+
 class _Sum:
     """Count and checksum of the lines written so far."""
 
@@ -220,6 +225,8 @@ class RecordWriter:
         condition: Optional[Mapping[str, rules.Scalar]] = None,
     ) -> bool:
         """A value that is not judged by two limits: a text, a list of allowed values. expected says what is right."""
+        if not isinstance(held, bool):
+            raise RecordsError(f"measurement {name!r}, held {held!r}: expected True or False")
         verdict = "PASS" if held else "FAIL"
         return self._measured(name, value, unit, None, None, condition, verdict, expected=expected)
 

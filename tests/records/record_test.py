@@ -66,6 +66,14 @@ def test_the_verdict_follows_from_the_rows(spool, rows, verdict):
     assert read(path.read_bytes()).end["verdict"] == verdict
 
 
+@pytest.mark.parametrize("held", ["no", "", 0, 1, None])
+def test_whether_it_held_is_true_or_false(spool, held):
+    with RecordWriter(spool, header()) as record, pytest.raises(RecordsError, match="'ssid', held .*: expected True or False"):
+        record.expect("ssid", "b", "c", held)
+    (path,) = spool.iterdir()
+    assert read(path.read_bytes()).end["verdict"] == "NO VERDICT"
+
+
 def test_an_exception_makes_the_run_broken_and_goes_on(spool):
     with pytest.raises(ZeroDivisionError), RecordWriter(spool, header()) as record:
         record.measure("power", 1, low=0)

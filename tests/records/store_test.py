@@ -99,6 +99,40 @@ def test_broken_runs_say_nothing_about_the_unit(spool, database):
     assert (history[0]["causes"], history[1]["failed"]) == (["power cut"], ["power 9, expected ..5"])
 
 
+def test_runs_of_one_file_keep_their_order(tmp_path, spool, database, command):
+    for number in range(16):  # half of the units fail first, the other half last
+        lines = [line for held in (number % 2 == 0, number % 2 == 1) for line in session_lines(held)]
+        path = tmp_path / "session.json"
+        path.write_text("".join(json.dumps(line) + "\n" for line in lines))
+        command("convert", path, "--serial", f"R{number}", "--station", "s", "-o", spool)
+    collect(spool, Store(database))
+    (row,) = rows_of(database, queries.yields, Filter())
+    assert (row["units"], row["first pass"], row["final"]) == (16, 0.5, 0.5)
+    for number in range(16):
+        verdicts = [run["verdict"] for run in rows_of(database, queries.unit, f"R{number}")]
+        assert verdicts == (["FAIL", "PASS"] if number % 2 else ["PASS", "FAIL"])
+
+
+def test_a_session_counts_once_whatever_its_files_time(tmp_path, spool, database, command):
+    path = tmp_path / "session.json"
+    path.write_text("".join(json.dumps(line) + "\n" for line in session_lines(True)))
+    for time in (1, 1_000_000):
+        os.utime(path, (time, time))
+        command("convert", path, "--serial", "R", "--station", "s", "-o", spool)
+        tally = collect(spool, Store(database))
+        assert (tally.stored, tally.known, tally.damaged) == ((1, 0, 0) if time == 1 else (0, 1, 0))
+
+
+def session_lines(held, plan="a.tcl"):
+    """What orva-station --json prints of a session with one expectation."""
+    spent = {f"{kind}_us": 0 for kind in ("pauses", "driver", "shell", "library")}
+    return [
+        {"type": "begin", "version": 1, "session": plan, "chip": CHIPS[0], "clock": "virtual"},
+        {"type": "expectation", "what": "rssi", "limits": "1..5", "got": "3" if held else "7", "held": held},
+        {"type": "end", "verdict": "PASS" if held else "FAIL", "phone_us": 4521000, "time": spent},
+    ]
+
+
 def test_any_serial_number_comes_back_as_it_is(spool, database, command):
     for serial in SERIALS:
         with RecordWriter(spool, header(serial=serial, operator=serial, slot=serial)) as record:
