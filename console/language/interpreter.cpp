@@ -267,13 +267,25 @@ static std::string readable(const std::string &path) {
   return fmt::format("/proc/self/fd/{}", copy);
 }
 
+/** Tcl reads a file no further than this, and says nothing of the rest. */
+static constexpr char end_of_script = 0x1A;
+
 void interpreter::check_file(const std::string &path) {
   if (std::filesystem::is_directory(path))
     throw usage_error{fmt::format("The session file {} cannot be read: it is a folder.", path)};
   std::ifstream file(readable(path));
   if (!file) throw usage_error{fmt::format("The session file {} cannot be read: {}.", path, strerror(errno))};
-  for (std::string line; std::getline(file, line);)
-    if (auto start = line.find_first_not_of(" \t\r"); start != line.npos && line[start] != '#') return;
+  bool has_command = false;
+  int number = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++number;
+    if (line.find(end_of_script) != line.npos)
+      throw usage_error{fmt::format(
+          "{}:{}: the character 0x1A (Ctrl-Z) would end the session here: remove it.", path, number)};
+    auto start = line.find_first_not_of(" \t\r");
+    has_command |= start != line.npos && line[start] != '#';
+  }
+  if (has_command) return;
   throw usage_error{fmt::format("The session file {} holds no command: it would prove nothing.", path)};
 }
 

@@ -252,6 +252,13 @@ def test_a_page_fits_the_terminal(tmp_path):
         assert [line for line in plain if len(line) > 72 or line.endswith(" ")] == []
 
 
+def test_a_session_is_run_to_its_last_line_or_not_at_all(tmp_path):
+    script = tmp_path / "session.tcl"
+    script.write_text("wifi_set_power 155 -> 1\n# 21 \x1a\nwifi_set_power 1 -> 0\n")
+    for done in (station("run", script), station("run", "-", stdin=script.read_text()), station(stdin=f"source {script}\n")):
+        assert done.returncode == 2 and re.search(r"(session.tcl|-):2: .*0x1A", done.stderr + done.stdout), done.stdout
+
+
 @pytest.mark.parametrize("door", ["exec ls", "open /etc/passwd", "socket a 1", "file exists /", "source x", "exit 0", "cd /", "glob *", "load x", "after 1", "vwait x"])
 def test_sessions_cannot_reach_outside(session, door):
     status, reported = session(door)
