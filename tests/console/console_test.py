@@ -259,6 +259,13 @@ def test_a_session_is_run_to_its_last_line_or_not_at_all(tmp_path):
         assert done.returncode == 2 and re.search(r"(session.tcl|-):2: .*0x1A", done.stderr + done.stdout), done.stdout
 
 
+def test_a_character_beyond_16_bits_keeps_its_form(tmp_path, session):
+    text = 'note \U0001f600 "a \U0010fffd" \\ud83d\\ude01\nset x \U00010000\nteardown {note $x}\nerror "x \U0001f600"\n'
+    _, reported = session(text)
+    assert [line["text"] for line in reported if line["type"] in ("note", "error")] == [
+        "\U0001f600 a \U0010fffd \U0001f601", "x \U0001f600", "\U00010000"]
+
+
 @pytest.mark.parametrize("door", ["exec ls", "open /etc/passwd", "socket a 1", "file exists /", "source x", "exit 0", "cd /", "glob *", "load x", "after 1", "vwait x"])
 def test_sessions_cannot_reach_outside(session, door):
     status, reported = session(door)
