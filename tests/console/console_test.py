@@ -266,6 +266,17 @@ def test_a_character_beyond_16_bits_keeps_its_form(tmp_path, session):
         "\U0001f600 a \U0010fffd \U0001f601", "x \U0001f600", "\U00010000"]
 
 
+def test_a_junit_report_is_xml_whatever_the_phone_says(tmp_path):
+    phone, junit = tmp_path / "phone.toml", tmp_path / "unit.xml"
+    phone.write_text('chip = "vq2050"\n[ap]\nssid = "\\u0001\\u001b<b>&\\uFFFE\\U0001F600\\u00E9"\n')
+    assert station("--phone", phone, "--junit", junit, "--expect", "1 ssid zz", "wifi_conn_info").returncode == 1
+    assert "\uFFFD\uFFFD<b>&\uFFFD\U0001f600\u00e9" in ElementTree.parse(junit).find(".//failure").get("message")
+    script = tmp_path / "session.tcl"
+    script.write_bytes(b'limits "\\ud800 \xff \\0" 1 1\n')
+    assert station("--junit", junit, "run", script, errors="replace").returncode == 0
+    assert "\uFFFD" in ElementTree.parse(junit).find(".//testcase").get("name")
+
+
 @pytest.mark.parametrize("door", ["exec ls", "open /etc/passwd", "socket a 1", "file exists /", "source x", "exit 0", "cd /", "glob *", "load x", "after 1", "vwait x"])
 def test_sessions_cannot_reach_outside(session, door):
     status, reported = session(door)
