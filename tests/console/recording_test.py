@@ -113,6 +113,7 @@ ITEM = '[[nv]]\nnumber = 340\nname = "A"\n'
 
 @pytest.mark.parametrize("text, complaint", [
     ("nv = 3", ":1: nv: must be written as [[nv]]"), ('[[nv]]\nname = "A"\ntext = ""', ":1: nv: number or name is missing"),
+    (ITEM + 'text = "a"\n' + ITEM + 'text = "b"\n', ":5: nv: item 340 A is given twice, first in line 1"),
     (ITEM, ":1: nv: give either text or data"), (ITEM + 'text = "a"\ndata = "00"', ":1: nv: give either"),
     (ITEM + 'data = "0G"', ":4: nv.data: must be"), (ITEM + 'data = "012"', ":4: nv.data"),
     (ITEM + f'text = "{"x" * 105}"', ":4: nv.text"), (ITEM + "text = 5", ":4: nv.text: must be a text"),
@@ -126,8 +127,10 @@ def test_a_wrong_nv_item_is_named_and_changes_nothing(write, text, complaint):
 
 def test_a_description_leaves_a_lasting_store_alone(tmp_path, write):
     unit = write("unit.toml", f'chip = "vq2050"\n{ITEM}text = "x=1;"\n')
-    done = station("--nv", tmp_path / "unit.nv", "run", write("load.tcl", f"phone load {unit}\n"))
-    assert done.returncode != 0 and "keeps NV in a file" in done.stdout + done.stderr
+    session = write("load.tcl", f"phone load {unit}\n")
+    for arguments in (["run", session], ["--phone", unit, "nv", "list"]):
+        done = station("--nv", tmp_path / "unit.nv", *arguments)
+        assert done.returncode == 2 and "keeps NV in a file" in done.stdout + done.stderr
 
 
 def test_only_a_console_with_a_virtual_phone_describes_one(tmp_path):
