@@ -81,6 +81,7 @@ END = '{"type":"result","result":"1","outputs":{}%s}\n{"type":"end","calls":1}\n
 
 @pytest.mark.parametrize("text, words, complaint", [
     (HEAD + '{"type":"end","calls":0}\n', ["trace", "to-phone"], "has no call"),
+    (HEAD + '{"type":"end","calls":0}\n', ["replay"], "has no call"), (HEAD + '{"type":"end","calls":0}\n', ["diff", "/dev/stdin"], "has no call"),
     (HEAD.replace("vq2050", "odd") + CALL + END % "", ["trace", "to-phone"], 'no chip "odd"'),
     (HEAD + CALL + '{"type":"contact","kind":"exec","result":0}\n' + END % "", ["trace", "to-phone"], ":3: a contact"),
     (HEAD + CALL + END % ',"dropped":3', ["replay"], "3 contacts of wifi_stop_tx were not kept"),
@@ -88,7 +89,7 @@ END = '{"type":"result","result":"1","outputs":{}%s}\n{"type":"end","calls":1}\n
     (HEAD, ["trace"], "trace: name what to make"), (HEAD, ["trace", "to-page"], "trace: name what to make"),
 ])
 def test_what_a_recording_cannot_give_is_said(write, text, words, complaint):
-    done = station(*words, write("unit.trace", text))
+    done = station(*words, write("unit.trace", text), stdin=text)
     assert done.returncode == 2 and not done.stdout and complaint in done.stderr
 
 
