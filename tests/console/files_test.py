@@ -153,7 +153,7 @@ def test_the_next_run_removes_what_a_killed_one_left(folder, option):
 
 @pytest.mark.parametrize("text, options", [
     ("nv save items.txt", []), ("nv backup mine.tcl", []), ("nv save out.xml", ["--junit", "out.xml"]), ("nv load unit.nv", ["--nv", "unit.nv"]),
-    ("nv save a.txt; nv save ./a.txt", []), ("nv load items.txt; nv save items.txt", []), ("nv save unit.nv", ["--nv", "unit.nv"])])
+    ("nv backup unit.nv-journal", ["--nv", "unit.nv"]), ("nv save a.txt; nv save ./a.txt", []), ("nv load items.txt; nv save items.txt", []), ("nv save unit.nv", ["--nv", "unit.nv"])])
 def test_a_session_overwrites_no_file_of_its_run(folder, unit, text, options):
     (folder / "mine.tcl").write_text("wifi_set_power 155 -> 1\nnv load items.txt\n" + text.replace("; ", "\n") + "\n")
     before = files(folder)
