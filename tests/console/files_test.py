@@ -121,6 +121,17 @@ def test_only_a_whole_backup_is_restored(folder, unit):
     assert station(*unit, "nv", "diff", backup).stdout == ""
 
 
+@pytest.mark.parametrize("text, complaint", [
+    ("368 LATER a=1;\n# again\n368 LATER a=2;\n", ":3: NV item 368 LATER is given twice, first in line 1"),
+])
+def test_a_file_that_cannot_be_meant_loads_nothing(folder, unit, text, complaint):
+    before = files(folder)
+    (folder / "mine.txt").write_text(text)
+    done = station(*unit, "--yes", "nv", "load", folder / "mine.txt")
+    assert done.returncode == 2 and f"mine.txt{complaint}" in done.stderr
+    assert files(folder) == {**before, "mine.txt": files(folder)["mine.txt"]}
+
+
 def test_a_restore_onto_a_full_disk_fails(folder, unit):
     assert station(*unit, "nv", "backup", folder / "b.txt").returncode == 0
     done = station("--nv", folder / "new.nv", "--yes", "nv", "restore", folder / "b.txt", preexec_fn=limited(4096))
