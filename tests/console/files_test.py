@@ -123,6 +123,7 @@ def test_only_a_whole_backup_is_restored(folder, unit):
 
 @pytest.mark.parametrize("text, complaint", [
     ("368 LATER a=1;\n# again\n368 LATER a=2;\n", ":3: NV item 368 LATER is given twice, first in line 1"),
+    ("", " holds no NV item"), ("# items\n\n", " holds no NV item"),
 ])
 def test_a_file_that_cannot_be_meant_loads_nothing(folder, unit, text, complaint):
     before = files(folder)
