@@ -121,6 +121,15 @@ def test_only_a_whole_backup_is_restored(folder, unit):
     assert station(*unit, "nv", "diff", backup).stdout == ""
 
 
+def test_a_load_that_fails_halfway_leaves_the_store_as_it_was(folder, unit):
+    many, before = folder / "many.txt", station(*unit, "nv", "list").stdout
+    many.write_text("".join(f"{number} LATER a=1;\n" for number in range(400, 600)))
+    done = station(*unit, "--yes", "nv", "load", many, preexec_fn=limited(24576))
+    assert done.returncode == 2 and "cannot be written" in done.stderr
+    assert station(*unit, "nv", "list").stdout == before
+    assert station(*unit, "--yes", "nv", "load", many).returncode == 0
+
+
 @pytest.mark.parametrize("text, complaint", [
     ("368 LATER a=1;\n# again\n368 LATER a=2;\n", ":3: NV item 368 LATER is given twice, first in line 1"),
     ("", " holds no NV item"), ("# items\n\n", " holds no NV item"),
