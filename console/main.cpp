@@ -28,6 +28,7 @@
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
+#include <filesystem>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <new>
@@ -318,6 +319,15 @@ void refuse_idle_options(const command_line &line) {
                                     word.empty() ? "the prompt" : word, what)};
 }
 
+/** SQLite keeps changes in these beside a store, and takes what it finds there for its own. */
+void add_files_beside_store(std::vector<used_file> &all, const std::string &store) {
+  if (store.empty()) return;
+  std::error_code failed;
+  auto real = std::filesystem::weakly_canonical(store, failed).string();
+  for (auto *end : {"-journal", "-wal", "-shm"})
+    all.push_back({"SQLite's part of --nv,", (failed ? store : real) + end, true});
+}
+
 std::vector<used_file> files_of(const command_line &line) {
   std::vector<used_file> all = {
       {"--junit", line.junit_file, true},       {"--report", line.report_file, true},
@@ -328,6 +338,7 @@ std::vector<used_file> files_of(const command_line &line) {
     for (size_t i = 1; i < words.size(); ++i)
       if (words[i] != "-") all.push_back({words[0], words[i], false});
   std::erase_if(all, [](auto &file) { return file.path.empty(); });
+  add_files_beside_store(all, line.with.nv_file);
   return all;
 }
 

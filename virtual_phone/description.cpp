@@ -31,6 +31,7 @@ struct planned_fault {
 struct described_item {
   int64_t number = -1;
   std::string name, bytes;
+  toml::source_index line = 0;
 };
 
 struct description {
@@ -176,6 +177,12 @@ std::string add_item(description &file, const toml::node &node) {
   if (item.number < 0 || item.name.empty()) return at(file, node, "nv: number or name is missing");
   if (table->contains("text") == table->contains("data"))
     return at(file, node, "nv: give either text or data");
+  for (auto &other : file.items)
+    if (other.number == item.number && other.name == item.name)
+      return at(file, node,
+                "nv: item " + std::to_string(item.number) + " " + item.name +
+                    " is given twice, first in line " + std::to_string(other.line));
+  item.line = node.source().begin.line;
   file.items.push_back(item);
   return file.items.size() <= max_nv_items ? "" : at(file, node, "nv: at most 512 items");
 }

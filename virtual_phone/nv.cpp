@@ -81,6 +81,7 @@ std::vector<nv_item> memory_items() {
 
 sqlite3 *file;           // null until the store exists
 std::string store_path;  // "" while NV is in memory
+bool in_change = false;  // between phone_nv_begin and phone_nv_end
 
 // Stored in the file's header, so that another program's SQLite file is recognised.
 constexpr int64_t our_application = 0x4F4E5653, our_version = 1;
@@ -167,6 +168,7 @@ const std::vector<nv_item> *file_items(bool from_start) {
 void disconnect() {
   sqlite3_close(file);
   file = nullptr;
+  in_change = false;
   listing_is_current = false;
 }
 
@@ -178,6 +180,7 @@ void close_file() {
 /// A parent's connection must be neither used nor closed.
 void leave_file() {
   file = nullptr;
+  in_change = false;
   store_path.clear();
   listing_is_current = false;
 }
@@ -309,17 +312,28 @@ bool create_store() {
   return placed;
 }
 
-int write_file(item_key key, const uint8_t *bytes) {
-  if (!connect() || (!file && !(create_store() && connect()))) return nv_broken_store;
+bool begin_in_file() {
+  if (!connect() || (!file && !(create_store() && connect()))) return false;
+  return in_change = execute("BEGIN IMMEDIATE");
+}
+
+bool end_in_file(bool keep) {
   listing_is_current = false;
-  if (!execute("BEGIN IMMEDIATE")) return nv_broken_store;
+  in_change = false;
+  if (keep && execute("COMMIT")) return true;
+  return execute("ROLLBACK") && !keep;
+}
+
+int write_file(item_key key, const uint8_t *bytes) {
+  bool alone = !in_change;
+  if (alone && !begin_in_file()) return nv_broken_store;
+  listing_is_current = false;
   bool stored = query("INSERT OR REPLACE INTO nv (number, name, bytes) VALUES (?, ?, ?)")
                     .key(key)
                     .bytes(bytes)
                     .step() == SQLITE_DONE;
-  if (stored && execute("COMMIT")) return nv_ok;
-  execute("ROLLBACK");
-  return nv_broken_store;
+  if (alone) stored = end_in_file(stored) && stored;
+  return stored ? nv_ok : nv_broken_store;
 }
 
 std::string open_file(const char *path) {
@@ -344,6 +358,8 @@ std::string open_file(const char *path) {
   return std::string(path) + ": this virtual phone was built without SQLite and keeps NV in memory only";
 }
 bool clear_file() { return false; }
+bool begin_in_file() { return false; }
+bool end_in_file(bool) { return false; }
 bool in_file() { return false; }
 
 #endif
@@ -450,6 +466,13 @@ int phone_nv_put(uint32_t number, const char *name, const void *item) {
   if (!valid_name(name) || !item) return -1;
   return write_item({number, name}, static_cast<const uint8_t *>(item)) == nv_ok ? 0 : -1;
 }
+
+int phone_nv_begin(void) {
+  rf::before_nv_changes();
+  return !in_file() || begin_in_file() ? 0 : -1;
+}
+
+int phone_nv_end(int keep) { return !in_file() || end_in_file(keep != 0) ? 0 : -1; }
 
 int phone_nv_at(size_t i, uint32_t *number, char *name, size_t name_size, void *item) {
   const auto in_memory = in_file() ? std::vector<nv_item>() : memory_items();

@@ -164,6 +164,11 @@ int phone_nv_open(const char *path, char *error, size_t error_size);
  * Returns 0 or -1. */
 int phone_nv_get(uint32_t number, const char *name, void *item);
 int phone_nv_put(uint32_t number, const char *name, const void *item);
+/** What is put between these two reaches a store in a file as a whole or, if it fails, the process ends or
+ * keep is 0, not at all; other processes wait to write meanwhile. A store in memory takes each item at once.
+ * Returns 0 or -1. */
+int phone_nv_begin(void);
+int phone_nv_end(int keep);
 /** The i-th stored item in order of number and name, counted in the store as item 0 was asked for. Returns 1,
  * 0 past the last, or -1 if the store cannot be read. */
 int phone_nv_at(size_t i, uint32_t *number, char *name, size_t name_size, void *item);

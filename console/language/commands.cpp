@@ -73,6 +73,7 @@ bool is_chosen(const expect_row &row, words_t words) {
 }
 
 std::string run_expect(script_context &in, words_t words) {
+  in.current().refuse_in_preview("expect");
   auto &step = last_of(in, "expect");
   auto row = std::ranges::find_if(expect_rows, [&](auto &r) { return is_chosen(r, words); });
   if (row == std::end(expect_rows))
@@ -100,6 +101,7 @@ std::string expect_usage() {
 }
 
 std::string run_limits(script_context &in, words_t words) {
+  in.current().refuse_in_preview("limits");
   require(limits_error(words[2]));
   bool held = within(words[2], words[1]);
   in.current().expect({words[0], words[2], words[1], held}, in.where());
@@ -403,7 +405,8 @@ const command table[] = {
      0,
      run_trace},
     {{"preview", "preview BODY",
-      "Shows what a body would change in NV, parameter by parameter: it runs on a copy of the phone.",
+      "Shows what a body would change in NV, parameter by parameter: it runs on a copy of the phone. Expectations "
+      "are refused there.",
       "note [preview {wifi_nvram_calibrate_clean 1}]"},
      1,
      MANY,

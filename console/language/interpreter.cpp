@@ -32,9 +32,35 @@
 namespace console {
 namespace {
 
+/**
+ * Tcl keeps a character beyond U+FFFF as two surrogates of three bytes each, which is no UTF-8: ED, A0 to AF
+ * and B0 to BF as their second bytes.
+ */
+std::string text_of(std::string_view kept) {
+  std::string text;
+  auto byte = [&](size_t at) -> unsigned {
+    return at < kept.size() ? static_cast<unsigned char>(kept[at]) : 0;
+  };
+  auto surrogate = [&](size_t at, unsigned kind) {
+    return byte(at) == 0xED && (byte(at + 1) & 0xF0) == kind;
+  };
+  for (size_t i = 0; i < kept.size();) {
+    if (!surrogate(i, 0xA0) || !surrogate(i + 3, 0xB0)) {
+      text += kept[i++];
+      continue;
+    }
+    auto c = 0x10000 + ((byte(i + 1) & 0x0F) << 16 | (byte(i + 2) & 0x3F) << 10 | (byte(i + 4) & 0x0F) << 6 |
+                        (byte(i + 5) & 0x3F));
+    for (auto unit : {0xF0 | c >> 18, 0x80 | (c >> 12 & 0x3F), 0x80 | (c >> 6 & 0x3F), 0x80 | (c & 0x3F)})
+      text += static_cast<char>(unit);
+    i += 6;
+  }
+  return text;
+}
+
 std::vector<std::string> words_of(int count, Tcl_Obj *const objects[]) {
   std::vector<std::string> words;
-  for (int i = 1; i < count; ++i) words.emplace_back(Tcl_GetString(objects[i]));
+  for (int i = 1; i < count; ++i) words.push_back(text_of(Tcl_GetString(objects[i])));
   return words;
 }
 
@@ -219,7 +245,8 @@ bool interpreter::complete(const std::string &text) { return Tcl_CommandComplete
 /** The result of a script that ended, which may have been made to. The interpreter can be used again. */
 std::string interpreter::result_of_ended() {
   Tcl_LimitTypeReset(tcl, TCL_LIMIT_COMMANDS);
-  std::string text = std::exchange(async_stop::stopped, false) ? stop_message : Tcl_GetStringResult(tcl);
+  std::string text =
+      std::exchange(async_stop::stopped, false) ? stop_message : text_of(Tcl_GetStringResult(tcl));
   throw_escaped();
   return text;
 }
@@ -268,13 +295,25 @@ static std::string readable(const std::string &path) {
   return fmt::format("/proc/self/fd/{}", copy);
 }
 
+/** Tcl reads a file no further than this, and says nothing of the rest. */
+static constexpr char end_of_script = 0x1A;
+
 void interpreter::check_file(const std::string &path) {
   if (std::filesystem::is_directory(path))
     throw usage_error{fmt::format("The session file {} cannot be read: it is a folder.", path)};
   std::ifstream file(readable(path));
   if (!file) throw usage_error{fmt::format("The session file {} cannot be read: {}.", path, strerror(errno))};
-  for (std::string line; std::getline(file, line);)
-    if (auto start = line.find_first_not_of(" \t\r"); start != line.npos && line[start] != '#') return;
+  bool has_command = false;
+  int number = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++number;
+    if (line.find(end_of_script) != line.npos)
+      throw usage_error{fmt::format(
+          "{}:{}: the character 0x1A (Ctrl-Z) would end the session here: remove it.", path, number)};
+    auto start = line.find_first_not_of(" \t\r");
+    has_command |= start != line.npos && line[start] != '#';
+  }
+  if (has_command) return;
   throw usage_error{fmt::format("The session file {} holds no command: it would prove nothing.", path)};
 }
 
@@ -312,7 +351,7 @@ std::string interpreter::source(const std::string &path) {
   auto outer = script;
   int status = eval_file(path);
   script = outer;
-  std::string message = Tcl_GetStringResult(tcl);
+  auto message = text_of(Tcl_GetStringResult(tcl));
   if (status != TCL_ERROR) return message;
   half_sourced = true;
   throw usage_error{fmt::format("{}:{}: {}", path, Tcl_GetErrorLine(tcl), message)};

@@ -26,7 +26,11 @@ std::string write(session &s, const std::string &what, const std::vector<phone_l
   return write_and_report(s, items);
 }
 
-std::string load(session &s, text path) { return write(s, "nv load " + path, read_nv_file(path)); }
+std::string load(session &s, text path) {
+  auto items = read_nv_file(path);
+  if (items.empty()) throw usage_error{fmt::format("nv load: {} holds no NV item: nothing is loaded.", path)};
+  return write(s, "nv load " + path, items);
+}
 
 std::string restore(session &s, text path) {
   auto items = whole_store(path);

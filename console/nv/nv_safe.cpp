@@ -169,14 +169,25 @@ std::vector<blind_write> blind_writes() {
   return all;
 }
 
-nv_written write_items(const items_t &items) {
-  size_t alike = 0;
-  auto present = phone_link::nv_items();
+/** All of them or, where the store can, none. */
+static void put_together(const items_t &items) {
+  if (items.empty()) return;
+  if (!phone_link::begin_nv())
+    throw usage_error{fmt::format("{} cannot be written.", phone_link::lasting_store())};
   for (auto &item : items)
-    if (holds(present, item))
-      ++alike;
-    else if (!phone_link::put_nv(item))
+    if (!phone_link::put_nv(item)) {
+      phone_link::end_nv(false);
       throw usage_error{fmt::format("NV item {} cannot be written.", item_key(item))};
+    }
+  if (!phone_link::end_nv(true))
+    throw usage_error{fmt::format("{} cannot be written: it is as it was.", phone_link::lasting_store())};
+}
+
+nv_written write_items(const items_t &items) {
+  auto present = phone_link::nv_items();
+  auto fresh = items;
+  auto alike = std::erase_if(fresh, [&](auto &item) { return holds(present, item); });
+  put_together(fresh);
   auto text = fmt::format("{} written, {} so already.\n", counted(items.size() - alike, "NV item"),
                           alike == 1 ? "1 was" : fmt::format("{} were", alike));
   auto lost = unkept(items);

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <sstream>
 
@@ -113,12 +114,18 @@ std::vector<phone_link::nv_item> read_nv_file(const std::string &path) {
   auto text = read_text(path);
   if (text.starts_with(backup_header)) check_backup(text, path);
   std::vector<phone_link::nv_item> items;
+  std::map<std::pair<uint32_t, std::string>, size_t> lines_of_items;
   size_t line_number = 0;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     ++line_number;
-    if (!trim_end(line).empty() && line[0] != '#')
-      items.push_back(parse_item(line, fmt::format("{}:{}", path, line_number)));
+    if (trim_end(line).empty() || line[0] == '#') continue;
+    auto &item = items.emplace_back(parse_item(line, fmt::format("{}:{}", path, line_number)));
+    auto [first, is_new] = lines_of_items.try_emplace({item.number, item.name}, line_number);
+    if (!is_new)
+      throw usage_error{
+          fmt::format("{}:{}: NV item {} {} is given twice, first in line {}: keep one of them.", path,
+                      line_number, item.number, item.name, first->second)};
   }
   return items;
 }

@@ -5,13 +5,30 @@
 #include "console/text/output_file.h"
 #include "console/text/usage_error.h"
 
+#include <cwchar>
 #include <fmt/format.h>
+#include <string_view>
 #include <tinyxml2.h>
 
 namespace console {
 namespace {
 
 using tinyxml2::XMLElement;
+
+/** The text with U+FFFD for what XML 1.0 cannot hold, not even escaped. */
+std::string xml_characters(std::string_view text) {
+  std::string held;
+  while (!text.empty()) {
+    std::mbstate_t state = {};
+    wchar_t c = 0;
+    auto size = std::mbrtowc(&c, text.data(), text.size(), &state);
+    bool whole = size > 0 && size <= text.size();
+    bool allowed = whole && (c >= ' ' || c == '\t' || c == '\n' || c == '\r') && c != 0xFFFE && c != 0xFFFF;
+    held += allowed ? text.substr(0, size) : "\uFFFD";
+    text.remove_prefix(whole ? size : 1);
+  }
+  return held;
+}
 
 /** A test case for each call and for each expectation outside a call. */
 class junit_reporter : public reporter {
@@ -85,7 +102,7 @@ private:
   void save() {
     tinyxml2::XMLPrinter text;
     page.Print(&text);
-    file.write(text.CStr());
+    file.write(xml_characters(text.CStr()));
     file.commit();
   }
 

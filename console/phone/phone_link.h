@@ -84,6 +84,9 @@ struct nv_item {
 };
 std::vector<nv_item> nv_items();
 bool put_nv(const nv_item &item);
+/** Around several puts: a store in a file takes all of them or none. */
+bool begin_nv();
+bool end_nv(bool keep);
 void clear_nv();
 /** What keeps NV after this session: a file's name, or the phone; "" if nothing does. */
 std::string lasting_store();

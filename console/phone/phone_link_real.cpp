@@ -69,6 +69,9 @@ bool put_nv(const nv_item &item) {
   return kevoOperaNVWR(ORVA_NV_WRITE, item.number, item.name.c_str(), nv_item_size, bytes.data()) == 0;
 }
 
+bool begin_nv() { return true; }
+bool end_nv(bool) { return true; }
+
 void clear_nv() {
   for (auto &item : nv_items()) put_nv({item.number, item.name, ""});
 }

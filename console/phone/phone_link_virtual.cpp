@@ -132,6 +132,9 @@ bool put_nv(const nv_item &item) {
   return phone_nv_put(item.number, item.name.c_str(), bytes.data()) == 0;
 }
 
+bool begin_nv() { return phone_nv_begin() == 0; }
+bool end_nv(bool keep) { return phone_nv_end(keep) == 0; }
+
 void clear_nv() {
   if (phone_nv_clear() != 0) throw usage_error{fmt::format("The NV store {} cannot be cleared.", nv_file)};
 }

@@ -91,12 +91,19 @@ void require_complete(const recorded_call &call, const std::string &where) {
                                   counted(call.dropped, "contact"), call_text(call))};
 }
 
+/** Without a call nothing is compared, and nothing may be said to be the same. */
+void require_calls(const recording &all) {
+  if (all.calls.empty())
+    throw usage_error{fmt::format("{}: it has no call: there is nothing to compare.", all.path)};
+}
+
 }  // namespace
 
 bool replay(const std::string &path, const settings &with) {
   if (!player::available())
     throw usage_error{"replay: only orva-station has a virtual phone that plays a recording."};
   auto then = read_recording(path);
+  require_calls(then);
   prepare_phone(with);
   player::watch_all();
   library lib;
@@ -115,6 +122,7 @@ bool replay(const std::string &path, const settings &with) {
 bool diff_recordings(const std::string &first, const std::string &second) {
   auto a = read_recording(first), b = read_recording(second);
   auto size = std::min(a.calls.size(), b.calls.size());
+  if (b.calls.empty()) require_calls(a);
   auto without = a.without;
   without.insert(b.without.begin(), b.without.end());
   for (size_t i = 0; i < size; ++i) {

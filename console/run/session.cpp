@@ -208,6 +208,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
                                bool may_fail) {
   auto arguments = words;
   auto wants = take_wanted(f, arguments);
+  if (!wants.empty()) refuse_in_preview("-> and what follows");
   prepared_call prepared(f, arguments);
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
@@ -280,7 +281,15 @@ trial session::try_out(const std::function<void()> &act) {
 }
 
 foresight session::preview(const std::string &what, const std::function<void()> &act) {
-  return preview_nv(what, [&] { return try_out(act); });
+  return preview_nv(what, [&] {
+    previewing = true;
+    return try_out(act);
+  });
+}
+
+void session::refuse_in_preview(const char *expectation) const {
+  if (previewing)
+    throw usage_error{fmt::format("preview: leave out {}: a preview judges nothing.", expectation)};
 }
 
 void session::ask_before_writing(const std::string &what, const std::function<void()> &act) {

@@ -71,6 +71,8 @@ public:
 
   /** Runs act on a copy of the phone, without reporting, and gives what it would change in NV. */
   foresight preview(const std::string &what, const std::function<void()> &act);
+  /** Throws usage_error in a preview, where an expectation would be judged unseen. */
+  void refuse_in_preview(const char *expectation) const;
   /** Asks before a lasting NV store is changed, unless that is allowed; throws usage_error on a no. */
   void ask_before_writing(const std::string &what, const std::function<void()> &act);
 
@@ -95,7 +97,7 @@ private:
 
   settings options;
   parameters taken;
-  bool allowed = false, opened = false, parameters_closed = false;
+  bool allowed = false, opened = false, parameters_closed = false, previewing = false;
   std::vector<session_summary> ended;
   session_summary summary;
   std::vector<std::shared_ptr<reporter>> reporters;

@@ -137,7 +137,7 @@ void claim_file(const used_file &file) {
   auto against = files_of_run;
   for (auto &earlier : files_of_sessions)
     if (file.written) against.push_back(earlier);
-  for (auto &earlier : against) refuse_shared_files({earlier, file});
+  for (auto &earlier : against) refuse_shared_files({file, earlier});
   if (file.written) files_of_sessions.push_back(file);
 }
 

@@ -196,6 +196,8 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "phone_nv_get": (c_int, (c_uint32, c_char_p, c_char_p)),
     "phone_nv_put": (c_int, (c_uint32, c_char_p, c_char_p)),
     "phone_nv_at": (c_int, (c_size_t, POINTER(c_uint32), c_char_p, c_size_t, c_char_p)),
+    "phone_nv_begin": (c_int, ()),
+    "phone_nv_end": (c_int, (c_int,)),
     "phone_nv_clear": (c_int, ()),
 }
 

@@ -252,6 +252,31 @@ def test_a_page_fits_the_terminal(tmp_path):
         assert [line for line in plain if len(line) > 72 or line.endswith(" ")] == []
 
 
+def test_a_session_is_run_to_its_last_line_or_not_at_all(tmp_path):
+    script = tmp_path / "session.tcl"
+    script.write_text("wifi_set_power 155 -> 1\n# 21 \x1a\nwifi_set_power 1 -> 0\n")
+    for done in (station("run", script), station("run", "-", stdin=script.read_text()), station(stdin=f"source {script}\n")):
+        assert done.returncode == 2 and re.search(r"(session.tcl|-):2: .*0x1A", done.stderr + done.stdout), done.stdout
+
+
+def test_a_character_beyond_16_bits_keeps_its_form(tmp_path, session):
+    text = 'note \U0001f600 "a \U0010fffd" \\ud83d\\ude01\nset x \U00010000\nteardown {note $x}\nerror "x \U0001f600"\n'
+    _, reported = session(text)
+    assert [line["text"] for line in reported if line["type"] in ("note", "error")] == [
+        "\U0001f600 a \U0010fffd \U0001f601", "x \U0001f600", "\U00010000"]
+
+
+def test_a_junit_report_is_xml_whatever_the_phone_says(tmp_path):
+    phone, junit = tmp_path / "phone.toml", tmp_path / "unit.xml"
+    phone.write_text('chip = "vq2050"\n[ap]\nssid = "\\u0001\\u001b<b>&\\uFFFE\\U0001F600\\u00E9"\n')
+    assert station("--phone", phone, "--junit", junit, "--expect", "1 ssid zz", "wifi_conn_info").returncode == 1
+    assert "\uFFFD\uFFFD<b>&\uFFFD\U0001f600\u00e9" in ElementTree.parse(junit).find(".//failure").get("message")
+    script = tmp_path / "session.tcl"
+    script.write_bytes(b'limits "\\ud800 \xff \\0" 1 1\n')
+    assert station("--junit", junit, "run", script, errors="replace").returncode == 0
+    assert "\uFFFD" in ElementTree.parse(junit).find(".//testcase").get("name")
+
+
 @pytest.mark.parametrize("door", ["exec ls", "open /etc/passwd", "socket a 1", "file exists /", "source x", "exit 0", "cd /", "glob *", "load x", "after 1", "vwait x"])
 def test_sessions_cannot_reach_outside(session, door):
     status, reported = session(door)

@@ -122,6 +122,27 @@ def test_only_a_whole_backup_is_restored(folder, unit):
     assert station(*unit, "nv", "diff", backup).stdout == ""
 
 
+def test_a_load_that_fails_halfway_leaves_the_store_as_it_was(folder, unit):
+    many, before = folder / "many.txt", station(*unit, "nv", "list").stdout
+    many.write_text("".join(f"{number} LATER a=1;\n" for number in range(400, 600)))
+    done = station(*unit, "--yes", "nv", "load", many, preexec_fn=limited(24576))
+    assert done.returncode == 2 and "cannot be written" in done.stderr
+    assert station(*unit, "nv", "list").stdout == before
+    assert station(*unit, "--yes", "nv", "load", many).returncode == 0
+
+
+@pytest.mark.parametrize("text, complaint", [
+    ("368 LATER a=1;\n# again\n368 LATER a=2;\n", ":3: NV item 368 LATER is given twice, first in line 1"),
+    ("", " holds no NV item"), ("# items\n\n", " holds no NV item"),
+])
+def test_a_file_that_cannot_be_meant_loads_nothing(folder, unit, text, complaint):
+    before = files(folder)
+    (folder / "mine.txt").write_text(text)
+    done = station(*unit, "--yes", "nv", "load", folder / "mine.txt")
+    assert done.returncode == 2 and f"mine.txt{complaint}" in done.stderr
+    assert files(folder) == {**before, "mine.txt": files(folder)["mine.txt"]}
+
+
 def test_a_restore_onto_a_full_disk_fails(folder, unit):
     assert station(*unit, "nv", "backup", folder / "b.txt").returncode == 0
     done = station("--nv", folder / "new.nv", "--yes", "nv", "restore", folder / "b.txt", preexec_fn=limited(4096))
@@ -154,7 +175,7 @@ def test_the_next_run_removes_what_a_killed_one_left(folder, option):
 
 @pytest.mark.parametrize("text, options", [
     ("nv save items.txt", []), ("nv backup mine.tcl", []), ("nv save out.xml", ["--junit", "out.xml"]), ("nv load unit.nv", ["--nv", "unit.nv"]),
-    ("nv save a.txt; nv save ./a.txt", []), ("nv load items.txt; nv save items.txt", []), ("nv save unit.nv", ["--nv", "unit.nv"])])
+    ("nv backup unit.nv-journal", ["--nv", "unit.nv"]), ("nv save a.txt; nv save ./a.txt", []), ("nv load items.txt; nv save items.txt", []), ("nv save unit.nv", ["--nv", "unit.nv"])])
 def test_a_session_overwrites_no_file_of_its_run(folder, unit, text, options):
     (folder / "mine.tcl").write_text("wifi_set_power 155 -> 1\nnv load items.txt\n" + text.replace("; ", "\n") + "\n")
     before = files(folder)

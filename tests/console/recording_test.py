@@ -81,6 +81,7 @@ END = '{"type":"result","result":"1","outputs":{}%s}\n{"type":"end","calls":1}\n
 
 @pytest.mark.parametrize("text, words, complaint", [
     (HEAD + '{"type":"end","calls":0}\n', ["trace", "to-phone"], "has no call"),
+    (HEAD + '{"type":"end","calls":0}\n', ["replay"], "has no call"), (HEAD + '{"type":"end","calls":0}\n', ["diff", "/dev/stdin"], "has no call"),
     (HEAD.replace("vq2050", "odd") + CALL + END % "", ["trace", "to-phone"], 'no chip "odd"'),
     (HEAD + CALL + '{"type":"contact","kind":"exec","result":0}\n' + END % "", ["trace", "to-phone"], ":3: a contact"),
     (HEAD + CALL + END % ',"dropped":3', ["replay"], "3 contacts of wifi_stop_tx were not kept"),
@@ -88,7 +89,7 @@ END = '{"type":"result","result":"1","outputs":{}%s}\n{"type":"end","calls":1}\n
     (HEAD, ["trace"], "trace: name what to make"), (HEAD, ["trace", "to-page"], "trace: name what to make"),
 ])
 def test_what_a_recording_cannot_give_is_said(write, text, words, complaint):
-    done = station(*words, write("unit.trace", text))
+    done = station(*words, write("unit.trace", text), stdin=text)
     assert done.returncode == 2 and not done.stdout and complaint in done.stderr
 
 
@@ -113,6 +114,7 @@ ITEM = '[[nv]]\nnumber = 340\nname = "A"\n'
 
 @pytest.mark.parametrize("text, complaint", [
     ("nv = 3", ":1: nv: must be written as [[nv]]"), ('[[nv]]\nname = "A"\ntext = ""', ":1: nv: number or name is missing"),
+    (ITEM + 'text = "a"\n' + ITEM + 'text = "b"\n', ":5: nv: item 340 A is given twice, first in line 1"),
     (ITEM, ":1: nv: give either text or data"), (ITEM + 'text = "a"\ndata = "00"', ":1: nv: give either"),
     (ITEM + 'data = "0G"', ":4: nv.data: must be"), (ITEM + 'data = "012"', ":4: nv.data"),
     (ITEM + f'text = "{"x" * 105}"', ":4: nv.text"), (ITEM + "text = 5", ":4: nv.text: must be a text"),
@@ -126,8 +128,10 @@ def test_a_wrong_nv_item_is_named_and_changes_nothing(write, text, complaint):
 
 def test_a_description_leaves_a_lasting_store_alone(tmp_path, write):
     unit = write("unit.toml", f'chip = "vq2050"\n{ITEM}text = "x=1;"\n')
-    done = station("--nv", tmp_path / "unit.nv", "run", write("load.tcl", f"phone load {unit}\n"))
-    assert done.returncode != 0 and "keeps NV in a file" in done.stdout + done.stderr
+    session = write("load.tcl", f"phone load {unit}\n")
+    for arguments in (["run", session], ["--phone", unit, "nv", "list"]):
+        done = station("--nv", tmp_path / "unit.nv", *arguments)
+        assert done.returncode == 2 and "keeps NV in a file" in done.stdout + done.stderr
 
 
 def test_only_a_console_with_a_virtual_phone_describes_one(tmp_path):

@@ -71,6 +71,10 @@ def session(tmp_path):
     ("wifi_set_mode 4 -> 1\nwait inf", "BROKEN"),
     ("wifi_set_mode 4 -> 1\nignore note x", "BROKEN"),
     ("wifi_set_mode 4 -> 1\nignore wifi_set_mode 4 -> 1", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\npreview {wifi_set_power 1 -> 0}", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\npreview wifi_set_power 1 -> 1", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\npreview {limits power 5 1}", "BROKEN"),
+    ("wifi_set_mode 4 -> 1\npreview {expect phone radio.rssi 1}", "BROKEN"),
 ])
 def test_every_output_gives_the_same_verdict(session, text, verdict):
     run = session(text)
