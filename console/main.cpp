@@ -10,6 +10,7 @@
 #include "console/output/report.h"
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
+#include "console/phone/library.h"
 #include "console/prompt/generate.h"
 #include "console/prompt/options.h"
 #include "console/prompt/prompt.h"
@@ -310,7 +311,7 @@ std::vector<used_file> files_of(const command_line &line) {
   std::vector<used_file> all = {
       {"--junit", line.junit_file, true},       {"--report", line.report_file, true},
       {"--trace", line.trace_file, true},       {"--nv", line.with.nv_file, true},
-      {"--phone", line.with.phone_file, false}, {"--library", line.with.library, false}};
+      {"--phone", line.with.phone_file, false}, {"the library", library::file_of(line.with.library), false}};
   auto &words = line.words;
   if (!words.empty() && (words[0] == "run" || words[0] == "replay" || words[0] == "diff"))
     for (size_t i = 1; i < words.size(); ++i)

@@ -29,6 +29,15 @@ std::string loaded_path(const std::string &name) {
 
 }  // namespace
 
+std::string library::file_of(const std::string &name) {
+  if (name.find('/') != name.npos) return name;
+  void *opened = dlopen(name.c_str(), RTLD_LAZY | RTLD_LOCAL);  // lazily: a file that lacks functions counts
+  if (!opened) return name;
+  auto path = loaded_path(name);
+  dlclose(opened);
+  return path;
+}
+
 std::string library::load(const std::string &path) {
   unload();
   handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -15,6 +15,9 @@ public:
   ~library() { unload(); }
   /** An exported function; null if there is none by this name. */
   void *symbol(const char *name) const;
+  /** The file that load would take. A name without a folder is searched for as the loader does; it is
+   * returned as it is if nothing is found. */
+  static std::string file_of(const std::string &name);
   /** The name of the function at an address; "" if unknown. */
   static std::string name_of(const void *address);
 
