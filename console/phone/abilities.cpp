@@ -51,6 +51,8 @@ void require_works_here(std::string_view name) {
     throw usage_error{fmt::format("{}: {}.", name, reasons[static_cast<size_t>(row->wants)])};
 }
 
+std::string_view own_name() { return phone_link::is_virtual() ? "orva-station" : "orva-station-phone"; }
+
 std::string with_own_name(std::string text) {
   if (phone_link::is_virtual()) return text;
   static const std::regex name(R"((^|[^/A-Za-z0-9.-])orva(\\?-)station(?![\w./-]))");

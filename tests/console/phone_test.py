@@ -53,6 +53,16 @@ def test_what_is_not_offered_says_why(words):
         assert phone("help", words[0]).stderr == done.stderr
 
 
+@pytest.mark.parametrize("words, message", [
+    (["--yes", "nv", "restore", "bad.nv"], 'it does not begin with "# orva-station NV backup 1".'),
+    (["diff", "orva-station", "x"], "orva-station: cannot be read"),
+    (["--no"], "See orva-station-phone --help."), (["run"], "as in: orva-station-phone run sessions/rf.tcl")], ids=lambda value: str(value[0]))
+def test_messages_name_this_console_and_leave_the_names_of_others(words, message, tmp_path):
+    (tmp_path / "bad.nv").write_text("# mine\n")
+    done = phone(*words, cwd=tmp_path)
+    assert done.returncode == 2 and done.stderr.startswith("orva-station-phone: ") and message in done.stderr
+
+
 @pytest.mark.parametrize("line", ["expect phone radio.rssi 1", "phone set chip vq2040", "fault ioctl 1",
                                   "preview {wifi_stop_tx}", "chip vq2040"])
 def test_a_session_that_wants_more_stops_there(line, tmp_path):
