@@ -261,6 +261,7 @@ exit_status run_diff(const command_line &line) {
 }
 
 exit_status run_trace(const command_line &line) {
+  require_works_here("trace to-phone");
   if (line.words.size() != 3 || line.words[1] != "to-phone")
     throw usage_error{with_own_name(
         "trace: name what to make and one recording, as in: orva-station trace to-phone unit.trace")};

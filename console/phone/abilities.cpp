@@ -13,14 +13,15 @@ namespace console {
 namespace {
 
 /** What the phone must allow beyond calls of the library. */
-enum class ability { set_up, copy, replay };
+enum class ability { set_up, copy, replay, describe };
 
 constexpr const char *reasons[] = {
     "a real phone cannot be set up; the console with the virtual phone can do this",
     "only the virtual phone can be copied; here take nv backup FILE before, and nv diff FILE afterwards",
     "a real phone plays no recording; the console with the virtual phone can do this",
+    "only the virtual phone is described by a file; the console with the virtual phone can do this",
 };
-static_assert(std::size(reasons) == static_cast<size_t>(ability::replay) + 1);
+static_assert(std::size(reasons) == static_cast<size_t>(ability::describe) + 1);
 
 struct limited_feature {
   std::string_view name;
@@ -29,10 +30,18 @@ struct limited_feature {
 
 /** What is not listed works on every phone. */
 constexpr limited_feature limited[] = {
-    {"--chip", ability::set_up},       {"--phone", ability::set_up},   {"--clock", ability::set_up},
-    {"--nv", ability::set_up},         {"phone", ability::set_up},     {"fault", ability::set_up},
-    {"expect phone", ability::set_up}, {"chip CHIP", ability::set_up}, {"preview", ability::copy},
+    {"--chip", ability::set_up},
+    {"--phone", ability::set_up},
+    {"--clock", ability::set_up},
+    {"--nv", ability::set_up},
+    {"phone", ability::set_up},
+    {"fault", ability::set_up},
+    {"expect phone", ability::set_up},
+    {"chip CHIP", ability::set_up},
+    {"preview", ability::copy},
     {"replay", ability::replay},
+    {"trace to-phone", ability::describe},
+    {"--unit", ability::set_up},
 };
 
 /** Null for what works here. */
