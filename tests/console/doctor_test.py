@@ -307,6 +307,7 @@ def test_a_damaged_recording_is_refused_in_words(text, expected, tmp_path):
 
 @pytest.mark.parametrize("words, expected", [
     (["replay"], "replay: name one"), (["replay", "/no/such.trace"], "/no/such.trace: cannot be read"),
+    (["replay", "/"], "/: cannot be read: it is a folder."),
     (["diff", "one"], "diff: name two"), (["doctor", "who"], '"who"'),
     (["--trace", "/no/such/x.trace", "wifi_stop_tx"], "/no/such/x.trace: cannot be written")])
 def test_misuse(words, expected):
