@@ -2,6 +2,7 @@
 #include "console/phone/library.h"
 
 #include "console/phone/phone_link.h"
+#include "console/text/usage_error.h"
 
 #include <dlfcn.h>
 #include <fmt/format.h>
@@ -47,8 +48,13 @@ std::string library::load(const std::string &path) {
     trouble = fmt::format("{}: undefined symbol: {}", loaded_path(path), missing.front());
     unload();
   }
-  if (trouble.empty()) return "";
-  return fmt::format("The library under test cannot be loaded: {}. Name it with --library FILE.", trouble);
+  return trouble;
+}
+
+void library::load_or_throw(const std::string &path) {
+  if (auto trouble = load(path); !trouble.empty())
+    throw usage_error{
+        fmt::format("The library under test cannot be loaded: {}. Name it with --library FILE.", trouble)};
 }
 
 void library::unload() {

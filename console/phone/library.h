@@ -9,8 +9,10 @@ namespace console {
 
 class library {
 public:
-  /** Returns "" or what is wrong. Loading again resets the test state. */
+  /** Returns "" or what is wrong, in the loader's words. Loading again resets the test state. */
   std::string load(const std::string &path);
+  /** The same, but throws usage_error. */
+  void load_or_throw(const std::string &path);
   void unload();
   ~library() { unload(); }
   /** An exported function; null if there is none by this name. */

@@ -137,6 +137,11 @@ def test_a_refused_request_names_the_layer_that_the_guide_names(error, layer, ph
     assert found == f"{error}, from {layer.split(',')[0]}"
 
 
+def test_the_cause_of_a_missing_library_is_the_loaders():
+    cause = doctor("--library", "/nowhere.so")["library"]["cause"]
+    assert cause.startswith("/nowhere.so: ") and "--library" not in cause and not cause.endswith(".")
+
+
 def test_on_the_virtual_phone_there_is_no_kernel_to_check_by_hand():
     found = doctor()
     assert not {"user", "capabilities", "SELinux", "driver module"} & found.keys()
