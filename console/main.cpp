@@ -10,6 +10,7 @@
 #include "console/output/report.h"
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
+#include "console/phone/library.h"
 #include "console/prompt/generate.h"
 #include "console/prompt/options.h"
 #include "console/prompt/prompt.h"
@@ -129,7 +130,7 @@ session_summary run_session(const command_line &line, const settings &with, cons
 
 exit_status run_sessions(const command_line &line) {
   if (line.words.size() < 2)
-    throw usage_error{"run: name a session file, as in: orva-station run sessions/rf.tcl"};
+    throw usage_error{with_own_name("run: name a session file, as in: orva-station run sessions/rf.tcl")};
   if (std::ranges::count(line.words, "-") > 1)
     throw usage_error{"run: - is given twice, but there is one standard input: give it once."};
   for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
@@ -149,15 +150,15 @@ exit_status run_sessions(const command_line &line) {
 
 /** The message for a first word that is unknown, with a guess at what was meant. */
 std::string no_such_word(const std::string &word) {
-  if (word.ends_with(".tcl")) return fmt::format("To run a session: orva-station run {}", word);
+  if (word.ends_with(".tcl")) return fmt::format("To run a session: {} run {}", own_name(), word);
   if (find_command(word))
-    return fmt::format("\"{}\" is a command of sessions and of the prompt; see orva-station help {}.", word,
+    return fmt::format("\"{}\" is a command of sessions and of the prompt; see {} help {}.", word, own_name(),
                        word);
   std::vector<std::string> names;
   for (auto &f : functions()) names.emplace_back(f.name);
   for (auto &w : command_line_words()) names.emplace_back(w.name);
-  return fmt::format("There is no function or command \"{}\".{} See orva-station list.", word,
-                     did_you_mean(word, names));
+  return fmt::format("There is no function or command \"{}\".{} See {} list.", word,
+                     did_you_mean(word, names), own_name());
 }
 
 exit_status run_call(const command_line &line) {
@@ -195,7 +196,8 @@ exit_status run_nv_command(const command_line &line) {
 exit_status run_preview(const command_line &line) {
   std::vector<std::string> words(line.words.begin() + 1, line.words.end());
   if (words.empty())
-    throw usage_error{"preview: name a call, as in: orva-station preview wifi_nvram_calibrate_clean 1"};
+    throw usage_error{
+        with_own_name("preview: name a call, as in: orva-station preview wifi_nvram_calibrate_clean 1")};
   if (line.json) throw usage_error{"preview tells people what would change: leave --json out."};
   bool good = true;
   for (auto &with : chips_to_test(line)) {
@@ -242,7 +244,7 @@ exit_status run_interactive(const command_line &line) {
 
 exit_status run_help(const command_line &line) {
   if (line.words.size() > 2)
-    throw usage_error{"help: name one function, as in: orva-station help wifi_set_power"};
+    throw usage_error{with_own_name("help: name one function, as in: orva-station help wifi_set_power")};
   auto text = line.words.size() == 2 ? help_about(line.words[1], command_list())
                                      : command_line_help() + "\n" + help_overview(command_list());
   fmt::print("{}", fold(with_own_name(text), page_width()));
@@ -258,20 +260,22 @@ exit_status run_doctor(const command_line &line) {
 
 exit_status run_replay(const command_line &line) {
   if (line.words.size() != 2)
-    throw usage_error{"replay: name one recording, as in: orva-station replay unit.trace"};
+    throw usage_error{with_own_name("replay: name one recording, as in: orva-station replay unit.trace")};
   return replay(line.words[1], line.with) ? exit_status::passed : exit_status::failed;
 }
 
 exit_status run_diff(const command_line &line) {
   if (line.words.size() != 3)
-    throw usage_error{"diff: name two recordings, as in: orva-station diff good.trace bad.trace"};
+    throw usage_error{
+        with_own_name("diff: name two recordings, as in: orva-station diff good.trace bad.trace")};
   return diff_recordings(line.words[1], line.words[2]) ? exit_status::passed : exit_status::failed;
 }
 
 exit_status run_trace(const command_line &line) {
+  require_works_here("trace to-phone");
   if (line.words.size() != 3 || line.words[1] != "to-phone")
-    throw usage_error{
-        "trace: name what to make and one recording, as in: orva-station trace to-phone unit.trace"};
+    throw usage_error{with_own_name(
+        "trace: name what to make and one recording, as in: orva-station trace to-phone unit.trace")};
   return fmt::print("{}", phone_of_recording(line.words[2])), exit_status::passed;
 }
 
@@ -332,7 +336,7 @@ std::vector<used_file> files_of(const command_line &line) {
   std::vector<used_file> all = {
       {"--junit", line.junit_file, true},       {"--report", line.report_file, true},
       {"--trace", line.trace_file, true},       {"--nv", line.with.nv_file, true},
-      {"--phone", line.with.phone_file, false}, {"--library", line.with.library, false}};
+      {"--phone", line.with.phone_file, false}, {"the library", library::file_of(line.with.library), false}};
   auto &words = line.words;
   if (!words.empty() && (words[0] == "run" || words[0] == "replay" || words[0] == "diff"))
     for (size_t i = 1; i < words.size(); ++i)
@@ -345,12 +349,12 @@ std::vector<used_file> files_of(const command_line &line) {
 exit_status run(const command_line &line) {
   if (line.help)
     return fmt::print("{}", fold(with_own_name(command_line_help()), page_width())), exit_status::passed;
-  if (line.version)
-    return fmt::print("{} {}\n", with_own_name("orva-station"), ORVA_VERSION), exit_status::passed;
+  if (line.version) return fmt::print("{} {}\n", own_name(), ORVA_VERSION), exit_status::passed;
   refuse_idle_options(line);
   claim_files_of_run(files_of(line));
   if (!line.words.empty() && line.words[0].empty())
-    throw usage_error{"The first word is empty: give a function or a command; see orva-station --help."};
+    throw usage_error{
+        with_own_name("The first word is empty: give a function or a command; see orva-station --help.")};
   if (line.words.empty()) return run_interactive(line);
   require_works_here(line.words[0]);
   auto word = std::ranges::find(runners, line.words[0], &runner::name);
@@ -359,7 +363,7 @@ exit_status run(const command_line &line) {
 
 /** Not with fmt, which throws where standard error cannot be written. */
 int complain(const std::string &message) {
-  fputs(with_own_name(fmt::format("orva-station: {}\n", message)).c_str(), stderr);
+  fputs(fmt::format("{}: {}\n", own_name(), message).c_str(), stderr);
   return static_cast<int>(exit_status::misused);
 }
 

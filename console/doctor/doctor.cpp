@@ -19,6 +19,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <iterator>
 #include <net/if.h>
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
@@ -146,13 +147,14 @@ finding examine_request(int socket, unsigned chip, const system_files *files) {
   return good("private request", fmt::format("the driver answers as a {}", chip_name(chip)));
 }
 
-void examine_driver(unsigned chip, const system_files *files, std::vector<finding> &all) {
+std::vector<finding> ask_driver(unsigned chip, const system_files *files) {
+  std::vector<finding> all;
   int opened = socket(AF_INET, SOCK_DGRAM, 0);
   if (opened < 0) {
     all.push_back(refused("socket", errno, {"create", "udp_socket"}, files));
     all.push_back(untried("interface wlan0", "no socket to ask with", "see the line \"socket\""));
     all.push_back(untried("private request", "no socket to ask with", "see the line \"socket\""));
-    return;
+    return all;
   }
   all.push_back(good("socket", "opened"));
   all.push_back(examine_interface(opened));
@@ -160,6 +162,14 @@ void examine_driver(unsigned chip, const system_files *files, std::vector<findin
                     ? examine_request(opened, chip, files)
                     : untried("private request", "the chip is unknown", "see the line \"chip\""));
   close(opened);
+  return all;
+}
+
+void examine_driver(unsigned chip, const system_files *files, std::vector<finding> &all) {
+  auto asked = ask_driver(chip, files);
+  bool answers = asked.back().state == presence::ok;  // the private request comes last
+  if (files) all.push_back(examine_module(*files, answers));
+  std::ranges::move(asked, std::back_inserter(all));
 }
 
 // ---- Shell -----------------------------------------------------------------------------------------------
@@ -301,7 +311,6 @@ std::vector<finding> examine(const settings &with, bool write, const system_file
   examine_library(with.library, all);
   auto chip = phone_link::chip();
   all.push_back(examine_chip(chip));
-  if (files) all.push_back(examine_module(*files));
   examine_driver(chip, files, all);
   examine_shell(files, all);
   examine_nv(chip, write, all);

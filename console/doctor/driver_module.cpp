@@ -95,10 +95,14 @@ finding without_wlan0(const system_files &files) {
 
 }  // namespace
 
-finding examine_module(const system_files &files) {
+finding examine_module(const system_files &files, bool driver_answers) {
   auto folder = files.sys + "/class/net/wlan0";
   std::error_code error;
-  return fs::exists(folder, error) ? of_wlan0(folder, files) : without_wlan0(files);
+  if (fs::exists(folder, error)) return of_wlan0(folder, files);
+  auto f = without_wlan0(files);
+  if (!driver_answers) return f;
+  return unknown(what, f.found, "the driver answers, but the kernel's files do not show it here",
+                 "a session needs none; see that /sys is mounted and may be read");
 }
 
 }  // namespace console

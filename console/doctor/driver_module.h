@@ -8,8 +8,9 @@
 
 namespace console {
 
-/** The finding "driver module". */
-finding examine_module(const system_files &files);
+/** The finding "driver module". Nothing is missing if the driver answers, whatever the kernel's files show.
+ */
+finding examine_module(const system_files &files, bool driver_answers);
 
 }  // namespace console
 

@@ -34,7 +34,10 @@ static std::vector<command_line_word> make_words() {
   };
   static_assert(std::size(words) == command_line_names.size());
   std::vector<command_line_word> all;
-  std::ranges::copy_if(words, std::back_inserter(all), works_here, &command_line_word::name);
+  // Sessions have a command "trace" that works everywhere, so "trace to-phone" is looked up as a whole.
+  std::ranges::copy_if(words, std::back_inserter(all), [](auto &w) {
+    return works_here(w.name) && works_here(fmt::format("{} {}", w.name, w.known));
+  });
   return all;
 }
 

@@ -161,7 +161,7 @@ int on_unknown(ClientData, Tcl_Interp *tcl, int count, Tcl_Obj *const objects[])
     auto words = words_of(count, objects);
     auto name = words.empty() ? "" : words[0];
     if (find_command_line_word(name))
-      throw usage_error{fmt::format("\"{0}\" is for the command line: orva-station {0} ...", name)};
+      throw usage_error{fmt::format("\"{0}\" is for the command line: {1} {0} ...", name, own_name())};
     if (std::ranges::find(out_of_reach, name) != std::end(out_of_reach))
       throw usage_error{fmt::format("\"{}\": a session reaches no files, programs or sockets.", name)};
     throw usage_error{fmt::format("There is no function or command \"{}\".{}", name,
@@ -360,7 +360,9 @@ std::string interpreter::source(const std::string &path) {
 bool interpreter::take_half_sourced() { return std::exchange(half_sourced, false); }
 
 std::string interpreter::run(const std::string &path, const std::vector<std::string> &parameters) {
-  if (!runner) throw usage_error{"\"run\" is for the prompt, and for the command line: orva-station run ..."};
+  if (!runner)
+    throw usage_error{
+        with_own_name("\"run\" is for the prompt, and for the command line: orva-station run ...")};
   claim_script("run", path);
   check_file(path);
   return runner(path, parameters);

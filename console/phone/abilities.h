@@ -15,7 +15,11 @@ bool works_here(std::string_view name);
 /** Throws usage_error, with the reason, if it does not work here. */
 void require_works_here(std::string_view name);
 
-/** A text that names orva-station, with the name of the console for this kind of phone instead. */
+/** The name of the console for this kind of phone. */
+std::string_view own_name();
+
+/** A text that names orva-station, with own_name() instead. Only for texts of ours: what a user or a file
+ * gave stays as it is. */
 std::string with_own_name(std::string text);
 
 }  // namespace console

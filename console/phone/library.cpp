@@ -2,6 +2,7 @@
 #include "console/phone/library.h"
 
 #include "console/phone/phone_link.h"
+#include "console/text/usage_error.h"
 
 #include <dlfcn.h>
 #include <fmt/format.h>
@@ -29,6 +30,15 @@ std::string loaded_path(const std::string &name) {
 
 }  // namespace
 
+std::string library::file_of(const std::string &name) {
+  if (name.find('/') != name.npos) return name;
+  void *opened = dlopen(name.c_str(), RTLD_LAZY | RTLD_LOCAL);  // lazily: a file that lacks functions counts
+  if (!opened) return name;
+  auto path = loaded_path(name);
+  dlclose(opened);
+  return path;
+}
+
 std::string library::load(const std::string &path) {
   unload();
   handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -38,8 +48,13 @@ std::string library::load(const std::string &path) {
     trouble = fmt::format("{}: undefined symbol: {}", loaded_path(path), missing.front());
     unload();
   }
-  if (trouble.empty()) return "";
-  return fmt::format("The library under test cannot be loaded: {}. Name it with --library FILE.", trouble);
+  return trouble;
+}
+
+void library::load_or_throw(const std::string &path) {
+  if (auto trouble = load(path); !trouble.empty())
+    throw usage_error{
+        fmt::format("The library under test cannot be loaded: {}. Name it with --library FILE.", trouble)};
 }
 
 void library::unload() {

@@ -9,12 +9,17 @@ namespace console {
 
 class library {
 public:
-  /** Returns "" or what is wrong. Loading again resets the test state. */
+  /** Returns "" or what is wrong, in the loader's words. Loading again resets the test state. */
   std::string load(const std::string &path);
+  /** The same, but throws usage_error. */
+  void load_or_throw(const std::string &path);
   void unload();
   ~library() { unload(); }
   /** An exported function; null if there is none by this name. */
   void *symbol(const char *name) const;
+  /** The file that load would take. A name without a folder is searched for as the loader does; it is
+   * returned as it is if nothing is found. */
+  static std::string file_of(const std::string &name);
   /** The name of the function at an address; "" if unknown. */
   static std::string name_of(const void *address);
 

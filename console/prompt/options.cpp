@@ -135,9 +135,9 @@ void refuse_late_options(const std::vector<std::string> &given) {
       auto name = fmt::format("--{}", o.help.name);
       if (given[i] != name && !given[i].starts_with(name + "=")) continue;
       bool value_follows = given[i] == name && o.help.takes_value() && !o.help.value_is_optional();
-      throw usage_error{
-          fmt::format("{0} stands behind {1}: options come first, as in: orva-station {0}{2} {1}", given[i],
-                      given[0], value_follows ? fmt::format(" {}", o.help.value) : "")};
+      throw usage_error{fmt::format("{0} stands behind {1}: options come first, as in: {3} {0}{2} {1}",
+                                    given[i], given[0], value_follows ? fmt::format(" {}", o.help.value) : "",
+                                    own_name())};
     }
 }
 
@@ -192,16 +192,16 @@ command_line parse_command_line(int count, char **arguments) {
   for (int id; (id = getopt_long(count, arguments, "+:h", table.data(), nullptr)) != -1;) {
     std::string current = arguments[optind - 1];
     if (id == ':' || (id >= first_id && optarg && !*optarg))
-      throw usage_error{
-          fmt::format("{} wants a value behind it; see orva-station --help.",
-                      current.empty() ? known_options[id - first_id].help.full_name() : current)};
+      throw usage_error{fmt::format("{} wants a value behind it; see {} --help.",
+                                    current.empty() ? known_options[id - first_id].help.full_name() : current,
+                                    own_name())};
     if (id == 'h') {
       line.help = true;
       continue;
     }
     if (id == '?')
-      throw usage_error{fmt::format("{} is no option.{} See orva-station --help.", current,
-                                    did_you_mean(current, option_names()))};
+      throw usage_error{fmt::format("{} is no option.{} See {} --help.", current,
+                                    did_you_mean(current, option_names()), own_name())};
     auto &found = known_options[id - first_id];
     require_works_here(found.help.full_name());
     if (!given.insert(id).second && found.help.takes_value())

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <fstream>
@@ -134,6 +135,9 @@ std::string outcome_text(const json &c) {
 }  // namespace
 
 recording read_recording(const std::string &path) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored))
+    throw usage_error{fmt::format("{}: cannot be read: it is a folder.", path)};
   std::ifstream in(path);
   if (!in) throw usage_error{fmt::format("{}: cannot be read: {}.", path, strerror(errno))};
   recording_reader reader(path);

@@ -76,7 +76,7 @@ recorded_call run_again(const recorded_call &then, const library &lib) {
 }
 
 void load_for(const recorded_call &call, const settings &with, library &lib) {
-  require(lib.load(with.library));
+  lib.load_or_throw(with.library);
   if (chip_index(call.chip)) phone_link::set("chip", call.chip);
 }
 

@@ -57,7 +57,7 @@ void session::leave_test_mode() {
 }
 
 void session::load_library() {
-  require(lib.load(options.library));
+  lib.load_or_throw(options.library);
   progress = {};
 }
 

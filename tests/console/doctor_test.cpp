@@ -93,19 +93,20 @@ TEST_F(made_up_phone, ShowsTheDomainAndWhetherItIsEnforced) {
 
 TEST_F(made_up_phone, NamesTheModuleBehindWlan0) {
   link("sys/class/net/wlan0/device/driver/module", "orva_wlan");
-  EXPECT_EQ(examine_module(files).found, "orva_wlan is loaded and drives wlan0");
+  EXPECT_EQ(examine_module(files, false).found, "orva_wlan is loaded and drives wlan0");
   fs::remove_all(root / "sys/class/net/wlan0/device/driver");
   link("sys/class/net/wlan0/device/driver", "vq_pcie");
-  EXPECT_EQ(examine_module(files).found, "none: vq_pcie, which drives wlan0, is built into the kernel");
+  EXPECT_EQ(examine_module(files, false).found,
+            "none: vq_pcie, which drives wlan0, is built into the kernel");
   fs::remove_all(root / "sys/class/net/wlan0/device");
-  EXPECT_EQ(examine_module(files).found, "not named by the kernel, but wlan0 is there");
+  EXPECT_EQ(examine_module(files, false).found, "not named by the kernel, but wlan0 is there");
   write("proc/modules", "zram 32768 2 - Live 0x0\norva_wlan 69632 0 - Live 0x0\n");
-  EXPECT_EQ(examine_module(files).found, "orva_wlan is loaded; wlan0 names no driver");
+  EXPECT_EQ(examine_module(files, false).found, "orva_wlan is loaded; wlan0 names no driver");
 }
 
 TEST_F(made_up_phone, SaysWhyThereIsNoWlan0) {
   auto why = [&] {
-    auto f = examine_module(files);
+    auto f = examine_module(files, false);
     EXPECT_EQ(f.state, presence::missing);
     return f.found + " " + f.why;
   };
@@ -117,6 +118,13 @@ TEST_F(made_up_phone, SaysWhyThereIsNoWlan0) {
   EXPECT_NE(why().find("orva_wlan is loaded but made no interface"), std::string::npos) << why();
   write("sys/class/net/wifi0/phy80211/name", "phy0");
   EXPECT_NE(why().find("named wifi0"), std::string::npos) << why();
+}
+
+TEST_F(made_up_phone, MissesNoModuleWhereTheDriverAnswers) {
+  write("sys/class/net/lo/flags", "");
+  auto f = examine_module(files, true);
+  EXPECT_EQ(f.state, presence::unknown);
+  EXPECT_EQ(f.found, "no wlan0; interfaces: lo");
 }
 
 /** An audit line as the kernel writes it. */

@@ -137,6 +137,11 @@ def test_a_refused_request_names_the_layer_that_the_guide_names(error, layer, ph
     assert found == f"{error}, from {layer.split(',')[0]}"
 
 
+def test_the_cause_of_a_missing_library_is_the_loaders():
+    cause = doctor("--library", "/nowhere.so")["library"]["cause"]
+    assert cause.startswith("/nowhere.so: ") and "--library" not in cause and not cause.endswith(".")
+
+
 def test_on_the_virtual_phone_there_is_no_kernel_to_check_by_hand():
     found = doctor()
     assert not {"user", "capabilities", "SELinux", "driver module"} & found.keys()
@@ -307,6 +312,7 @@ def test_a_damaged_recording_is_refused_in_words(text, expected, tmp_path):
 
 @pytest.mark.parametrize("words, expected", [
     (["replay"], "replay: name one"), (["replay", "/no/such.trace"], "/no/such.trace: cannot be read"),
+    (["replay", "/"], "/: cannot be read: it is a folder."),
     (["diff", "one"], "diff: name two"), (["doctor", "who"], '"who"'),
     (["--trace", "/no/such/x.trace", "wifi_stop_tx"], "/no/such/x.trace: cannot be written")])
 def test_misuse(words, expected):

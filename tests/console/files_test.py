@@ -1,14 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
 """Files that the console writes: never over an input, never half, and backups that prove that they are whole."""
 
+import os
 import re
 import resource
+import shutil
 import signal
 import subprocess
 
 import pytest
 
-from support.console import STATION, station
+from support.console import STATION, STATION_PHONE, station
 
 SESSION = "wifi_set_power 155 -> 1\n"
 ITEMS = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
@@ -55,6 +57,20 @@ def test_an_output_is_never_an_input(folder, option, way):
     done = station(option, target, "run", folder / "mine.tcl")
     assert done.returncode == 2 and option in done.stderr and "same file" in done.stderr
     assert files(folder) == before
+
+
+@pytest.mark.parametrize("program", [STATION, STATION_PHONE], ids=["virtual", "real"])
+@pytest.mark.parametrize("arguments", [["--trace", "lib/libcopy.so", "wifi_power_set_range"], ["--junit", "lib/libcopy.so", "run", "mine.tcl"],
+                                       ["nv", "save", "lib/libcopy.so"], ["run", "saves.tcl"]], ids=lambda arguments: arguments[0])
+def test_an_output_is_never_the_library_that_the_loader_finds(folder, program, arguments):
+    (folder / "lib").mkdir()
+    shutil.copy(os.environ["ORVA_LIBRARY"], folder / "lib/libcopy.so")
+    (folder / "saves.tcl").write_text("nv save lib/libcopy.so\n")
+    before = files(folder / "lib")
+    found = os.pathsep.join(filter(None, [str(folder / "lib"), os.environ.get("LD_LIBRARY_PATH")]))
+    done = station("--library", "libcopy.so", *arguments, program=program, cwd=folder, env={**os.environ, "LD_LIBRARY_PATH": found})
+    assert done.returncode == 2 and "the library" in done.stdout + done.stderr and "same file" in done.stdout + done.stderr
+    assert files(folder / "lib") == before
 
 
 def test_two_outputs_are_two_files(folder, unit):

@@ -25,8 +25,8 @@ OPTIONS, WORDS, COMMANDS = (virtual - real for virtual, real in zip(offered(stat
 
 
 def test_it_offers_less_than_the_virtual_phone_and_only_its_log_more():
-    assert OPTIONS == {"--chip", "--phone", "--clock", "--nv"}
-    assert WORDS == {"preview", "replay"}
+    assert OPTIONS == {"--chip", "--phone", "--unit", "--clock", "--nv"}
+    assert WORDS == {"preview", "replay", "trace"}
     assert COMMANDS == {"phone", "fault", "preview"}
     assert [real - virtual for virtual, real in zip(offered(station), offered(phone))] == [{"--logcat"}, set(), set()]
 
@@ -39,11 +39,11 @@ def test_completion_and_manual_offer_the_same(what):
     assert "orva-station-phone" in made and not re.search(r"orva-station(?!-phone)", made.replace("_orva-station", ""))
 
 
-VALUE = {"--chip": ["vq2050"], "--clock": ["real"], "--phone": ["x.toml"], "--nv": ["x.nv"]}
+VALUE = {"--chip": ["vq2050"], "--unit": ["5"], "--clock": ["real"], "--phone": ["x.toml"], "--nv": ["x.nv"]}
 
 
 @pytest.mark.parametrize("words", [*([name, *VALUE[name], "wifi_power_set_range"] for name in sorted(OPTIONS)),
-                                   *([name, "wifi_stop_tx"] for name in sorted(WORDS | COMMANDS))], ids=lambda words: words[0])
+                                   *([name, "wifi_stop_tx"] for name in sorted((WORDS | COMMANDS) - {"trace"}))], ids=lambda words: words[0])
 def test_what_is_not_offered_says_why(words):
     done = phone(*words)
     assert (done.returncode, done.stdout) == (2, "")
@@ -51,6 +51,17 @@ def test_what_is_not_offered_says_why(words):
     assert reason.startswith(f"orva-station-phone: {words[0]}: ") and "real phone" in reason or "virtual phone" in reason
     if not words[0].startswith("-"):
         assert phone("help", words[0]).stderr == done.stderr
+
+
+@pytest.mark.parametrize("words, message", [
+    (["trace", "to-phone", "unit.trace"], "trace to-phone: only the virtual phone is described by a file; the console with"),
+    (["--yes", "nv", "restore", "bad.nv"], 'it does not begin with "# orva-station NV backup 1".'),
+    (["diff", "orva-station", "x"], "orva-station: cannot be read"),
+    (["--no"], "See orva-station-phone --help."), (["run"], "as in: orva-station-phone run sessions/rf.tcl")], ids=lambda value: str(value[0]))
+def test_messages_name_this_console_and_leave_the_names_of_others(words, message, tmp_path):
+    (tmp_path / "bad.nv").write_text("# mine\n")
+    done = phone(*words, cwd=tmp_path)
+    assert done.returncode == 2 and done.stderr.startswith("orva-station-phone: ") and message in done.stderr
 
 
 @pytest.mark.parametrize("line", ["expect phone radio.rssi 1", "phone set chip vq2040", "fault ioctl 1",
