@@ -137,4 +137,4 @@ def test_a_description_leaves_a_lasting_store_alone(tmp_path, write):
 def test_only_a_console_with_a_virtual_phone_describes_one(tmp_path):
     trace = make_trace(tmp_path, "unit.trace", "wifi_stop_tx")
     done = station("trace", "to-phone", trace, program=STATION_PHONE)
-    assert done.returncode == 2 and "only orva-station" in done.stderr
+    assert done.returncode == 2 and "the console with the virtual phone" in done.stderr
