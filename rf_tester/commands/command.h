@@ -3,7 +3,7 @@
 #ifndef RF_TESTER_COMMANDS_COMMAND_H
 #define RF_TESTER_COMMANDS_COMMAND_H
 
-#include "rf_tester/instrument/test_set.h"
+#include "rf_tester/instrument/instrument.h"
 #include "rf_tester/scpi/parameter.h"
 
 #include <string>

@@ -82,6 +82,6 @@ wifi_conn_info
 phone set driver.loaded false
 wifi_set_antenna 0
 wifi_start_testmode -> 0
-limits "sum of parts" 7.5 1..7
+limits "sum of terms" 7.5 1..7
 limits total 7.5 0.5..10
 fault shell:never 1

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "rf_tester/instrument/test_set.h"
+#include "rf_tester/instrument/instrument.h"
 
 #include <cmath>
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The test set itself: settings, ports, analyzer, generator and status. It knows no dialect.
-#ifndef RF_TESTER_INSTRUMENT_TEST_SET_H
-#define RF_TESTER_INSTRUMENT_TEST_SET_H
+#ifndef RF_TESTER_INSTRUMENT_INSTRUMENT_H
+#define RF_TESTER_INSTRUMENT_INSTRUMENT_H
 
 #include "rf_tester/instrument/cable.h"
 #include "rf_tester/instrument/uncertainty.h"
