@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace console {
@@ -38,6 +39,10 @@ struct expectation {
   std::string limits;
   std::string got;
   bool held;
+  /** Of a measurement; "" and empty for anything else. */
+  std::string unit = {};
+  /** What it was measured at, in the order given: {"mhz", "2442"}, {"rate", "mcs7"}. */
+  std::vector<std::pair<std::string, std::string>> condition = {};
 };
 
 struct call_step {
