@@ -233,6 +233,11 @@ exit_status run_interactive(const command_line &line) {
     run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
   });
   bool ended = interrupted && interrupted != SIGINT;
+  if (ended && !(s.is_open() && s.so_far().broken))
+    each.make([&] {
+      s.open();
+      s.fail(interruption_name() + ": the prompt was ended, and with it what was still to come", {});
+    });
   if (ended || each.failed()) each.make([&] { leave_test_mode(s, line); });
   each.make([&] { s.finish(); });
   auto all = s.parts();
@@ -310,6 +315,8 @@ void refuse_idle_options(const command_line &line) {
        runs = one_call || word.empty() || word == "run";
   const std::tuple<const char *, bool, bool, const char *> rules[] = {
       {"--expect", !line.expect.empty(), one_call, "a single call; in a session it stands behind ->"},
+      {"--json", line.json, runs || word == "preview" || word == "doctor",
+       "calls, sessions, the prompt and doctor"},
       {"--write", line.write, word == "doctor", "doctor"},
       {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},
       {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},

@@ -8,9 +8,11 @@
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fmt/format.h>
 #include <iostream>
 #include <memory>
@@ -52,7 +54,12 @@ public:
 
   std::optional<std::string> next(const std::string &prompt) {
     std::string line;
-    if (!editor) return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
+    if (!editor) {
+      if (std::getline(std::cin, line)) return line;
+      if (ferror(stdin) && !interrupted)
+        throw usage_error{fmt::format("The standard input cannot be read: {}.", strerror(errno))};
+      return std::nullopt;
+    }
     auto typed = editor->edit(prompt);
     if (!typed && interrupted) return fmt::print("\n"), "";
     return typed;

@@ -2,6 +2,7 @@
 """How a run ends: signals, failed output, closed pipes. The reports are written and the transmitter is off."""
 
 import json
+import os
 import signal
 import subprocess
 import time
@@ -75,6 +76,26 @@ def test_a_signal_between_two_sessions_breaks_the_run(tmp_path, delay):
     suites = ElementTree.parse(junit).findall("testsuite")
     assert [suite.get("errors") for suite in suites] == ["0"] * (len(ends) - 1) + ["1"]
     assert [event["type"] for event in page_events(page)].count("begin") == len(ends)
+
+
+def test_a_signal_at_the_prompt_breaks_its_reports(tmp_path):
+    junit = tmp_path / "unit.xml"
+    with subprocess.Popen([STATION, "--json", "--junit", junit], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                          text=True) as running:
+        running.stdin.write("wifi_set_power 155 -> 1\n")
+        running.stdin.flush()
+        assert any('"type":"call"' in line for line in running.stdout)
+        running.send_signal(signal.SIGTERM)
+        lines = [json.loads(line) for line in running.stdout]
+    assert running.returncode == 2 and lines[-1]["verdict"] == "BROKEN"
+    assert ElementTree.parse(junit).find("testsuite").get("errors") == "1"
+
+
+def test_an_input_that_cannot_be_read_is_told(tmp_path):
+    folder = os.open(tmp_path, os.O_RDONLY)
+    done = subprocess.run([STATION], stdin=folder, capture_output=True, text=True, timeout=60)
+    os.close(folder)
+    assert done.returncode == 2 and "standard input cannot be read: Is a directory" in done.stderr
 
 
 def test_the_phone_may_be_left_as_it_is(tmp_path):

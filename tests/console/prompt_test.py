@@ -187,6 +187,12 @@ def test_all_chips_are_refused_where_one_is_tested(words):
     assert (done.returncode, done.stdout) == (2, "") and "--chip all does nothing" in done.stderr and "one chip's name" in done.stderr
 
 
+@pytest.mark.parametrize("word", ["list", "help", "nv", "replay", "diff", "trace", "generate"])
+def test_json_is_refused_where_text_is_all_there_is(word):
+    done = station("--json", word)
+    assert (done.returncode, done.stdout) == (2, "") and f"--json does nothing for {word}" in done.stderr
+
+
 @pytest.mark.parametrize("words", [["--nv", ""], ["--report", ""], ["--nv="], ["--junit"]], ids=str)
 def test_an_option_without_its_value_is_named(words):
     done = station(*words)
