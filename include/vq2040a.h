@@ -146,7 +146,8 @@ int32_t vq2040a_write_wifi_caldata_to_nv(const void *buf, uint32_t size);
  * Reads an item as text.
  * @param out gets the text, terminated.
  * @param size of out, 1 or more.
- * @param nv_num, nv_name the item.
+ * @param nv_num the item's number.
+ * @param nv_name the item's name.
  * @return the text's length, or -1 for failure.
  */
 int32_t vq2040a_read_wifi_nvram_param_from_nv(char *out, uint32_t size, uint32_t nv_num, const char *nv_name);

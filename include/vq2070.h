@@ -190,7 +190,8 @@ uint32_t vq2070_clean_nvparam_by_rfcore(uint32_t chain);
 uint32_t vq2070_clean_nvparam_by_rffreq(uint32_t band);
 /**
  * Keeps only one parameter in an item.
- * @param nv_num, nv_name the item.
+ * @param nv_num the item's number.
+ * @param nv_name the item's name.
  * @param size ORVA_NV_ITEM_SIZE; other sizes count as that.
  * @param param_name the parameter that stays.
  */

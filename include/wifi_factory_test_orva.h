@@ -231,7 +231,9 @@ uint32_t conn_test_sdio_loop(const void *unused);
 
 /**
  * Copies the driver's calibration block to NV (vq2040, vq2040a; the others log and give 0).
- * @param first, second, third passed on and not read.
+ * @param first passed on and not read.
+ * @param second passed on and not read.
+ * @param third passed on and not read.
  */
 uint32_t wifi_nvram_set(const void *first, const void *second, int32_t third);
 
@@ -281,7 +283,9 @@ uint32_t wifi_nvram_calibrate_clean_new(const uint32_t *flags);
 
 /**
  * Reads the UPC code.
- * @param out1, out2 get 0. @param upc gets the low 8 bits.
+ * @param out1 gets 0.
+ * @param out2 gets 0.
+ * @param upc gets the low 8 bits.
  * @return the whole code (0 when the driver refused); 1 (vq2040a: 0) when no socket could be opened.
  */
 uint32_t wifi_get_upc_code(uint8_t *out1, uint8_t *out2, uint8_t *upc);

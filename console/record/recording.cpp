@@ -34,9 +34,9 @@ public:
       throw usage_error{fmt::format(
           "{}:{}: this line is no JSON: the file is cut or damaged here, or no recording.", all.path, line)};
     } catch (const json::exception &e) {
-      throw usage_error{
-          fmt::format("{}:{}: a field is missing or of the wrong kind ({}); docs/trace.md tells the fields.",
-                      all.path, line, e.what())};
+      throw usage_error{fmt::format(
+          "{}:{}: a field is missing or of the wrong kind ({}); docs/reference/trace.md lists the fields.",
+          all.path, line, e.what())};
     }
   }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A recording: every call and every contact with the phone, as JSON lines. docs/trace.md describes the
-// format.
+// A recording: every call and every contact with the phone, as JSON lines. docs/reference/trace.md describes
+// the format.
 #ifndef CONSOLE_RECORDING_H
 #define CONSOLE_RECORDING_H
 

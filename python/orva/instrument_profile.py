@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Reads an instrument profile: which texts an RF test set understands for each action, and how it answers.
 
-docs/instrument-profiles.md describes the file.
+docs/how-to/instrument-profiles.md describes the file.
 """
 
 from __future__ import annotations

@@ -308,7 +308,7 @@ class Tester:
         return f"{text}: check the cable, the path loss of {loss:g} dB, and the phone's power setting"
 
     def load_waveform(self, format: str, rate: str, bandwidth_mhz: int = 20) -> None:
-        """Loads the packets to send: format and rate as in docs/cable.md, "ht" and "mcs7"."""
+        """Loads the packets to send: format and rate as in docs/reference/cable.md, "ht" and "mcs7"."""
         self._act("load_waveform", format=format, rate=rate, bandwidth_mhz=bandwidth_mhz)
 
     def generator_level(self, dbm: float) -> None:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What each line of a record may hold. The same contract as docs/record.schema.json, quick enough for a million lines.
+"""What each line of a record may hold. The same contract as docs/reference/record.schema.json, quick enough for a million lines.
 
 A check takes a value and returns what would be right, or "" if the value is right.
 """

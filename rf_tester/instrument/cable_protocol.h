@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The phone's end of a cable: one JSON text a line in each direction. docs/cable.md describes it.
+// The phone's end of a cable: one JSON text a line in each direction. docs/reference/cable.md describes it.
 #ifndef RF_TESTER_INSTRUMENT_CABLE_PROTOCOL_H
 #define RF_TESTER_INSTRUMENT_CABLE_PROTOCOL_H
 

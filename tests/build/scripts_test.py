@@ -49,7 +49,7 @@ def test_a_stale_page_of_differences_is_found(tmp_path):
     command = [ROOT / "script/chip-differences", "--check", "--tables", program]
     result = subprocess.run(command, capture_output=True, text=True, check=False)
     assert result.returncode == 1
-    assert "docs/chip_differences.md is stale" in result.stdout
+    assert "docs/reference/chip_differences.md is stale" in result.stdout
 
 
 def test_a_reader_of_the_footprint_may_stop_early(tmp_path):

@@ -18,7 +18,7 @@ from support.terminal import Terminal
 from support.tree import CHIPS, ROOT
 
 
-SCHEMA = json.loads((ROOT / "docs/session.schema.json").read_text())
+SCHEMA = json.loads((ROOT / "docs/reference/session.schema.json").read_text())
 DEFINITIONS = {name: jsonschema.Draft202012Validator({"$ref": f"#/$defs/{name}", "$defs": SCHEMA["$defs"]})
                for name in SCHEMA["$defs"]}
 
@@ -462,7 +462,7 @@ def test_shipped_sessions_take_their_limits(chip):
     assert lines("--chip", chip, "run", ROOT / "sessions/sweep.tcl", "--", "power=90")[0] == 0
 
 
-DOCUMENTED = re.findall(r"^```tcl\n(.*?)^```", (ROOT / "docs/sessions.md").read_text(), re.M | re.S)
+DOCUMENTED = re.findall(r"^```tcl\n(.*?)^```", (ROOT / "docs/reference/sessions.md").read_text(), re.M | re.S)
 
 
 @pytest.mark.parametrize("chip", CHIPS)

@@ -14,7 +14,7 @@ import pytest
 from support.console import CARELESS, STATION_PHONE, station
 from support.tree import CHIPS, ROOT
 
-SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/session.schema.json").read_text()))
+SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/reference/session.schema.json").read_text()))
 
 
 def doctor(*arguments, **options):
@@ -128,7 +128,7 @@ def test_on_a_real_kernel_it_shows_who_asks(identity):
     assert [what for what, finding in found.items() if not finding["check"]] == []
 
 
-LAYERS = re.findall(r"^\| (E[A-Z, ]+) \| ([^|]+?) \| ", (ROOT / "docs/device.md").read_text(), re.M)
+LAYERS = re.findall(r"^\| (E[A-Z, ]+) \| ([^|]+?) \| ", (ROOT / "docs/how-to/device.md").read_text(), re.M)
 
 
 @pytest.mark.parametrize("error, layer", [(error, layer) for errors, layer in LAYERS for error in errors.split(", ")])

@@ -149,7 +149,7 @@ def test_a_service_that_loses_a_write_is_noticed(tmp_path):
 
 @pytest.mark.parametrize("command", ["nv", "phone", "seen", "expect"])
 def test_the_guide_names_every_word_of_a_command(command):
-    guide = (ROOT / "docs" / "sessions.md").read_text()
+    guide = (ROOT / "docs" / "reference" / "sessions.md").read_text()
     usage = station("help", command).stdout.splitlines()[0]
     kinds = usage.split(",")[0].removeprefix(command).replace("{", "").replace("}", "").split("|")
     words = [re.sub(r"[A-Z? ]+$", "", kind).strip() for kind in kinds]

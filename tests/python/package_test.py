@@ -89,7 +89,7 @@ def test_the_event_kinds_are_those_of_the_header_and_of_the_trace_format(bench):
 
 
 def kinds_in_the_docs():
-    return (ROOT / "docs/trace.md").read_text().partition("| kind | more fields |")[2]
+    return (ROOT / "docs/reference/trace.md").read_text().partition("| kind | more fields |")[2]
 
 
 def test_the_fault_places_are_those_of_the_documentation(bench):

@@ -15,7 +15,7 @@ from orva_records.reader import DamagedRecord, read
 from orva_records.record import Header, RecordWriter, recover
 from support.tree import CHIPS, ROOT
 
-SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs" / "record.schema.json").read_text()))
+SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs" / "reference" / "record.schema.json").read_text()))
 
 
 def header(**more):

@@ -11,7 +11,7 @@ from support.tree import ROOT
 
 # A changed test set, and what is said about it.
 CHANGED = [
-    ("rf-tester-reference", '"$@" | sed s/ROUTe/RouTE/', "docs/rf-tester.md is stale"),
+    ("rf-tester-reference", '"$@" | sed s/ROUTe/RouTE/', "docs/reference/rf-tester.md is stale"),
     ("scpi-conformance", '"$@" --dialect b', "socket: Common commands: identification has four fields: '*IDN?' answered 'ORVA,RF-TESTER-B"),
 ]
 

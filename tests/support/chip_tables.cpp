@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Prints each chip as JSON: its profile and tables, and what its operations send on a good phone.
-// script/chip-differences makes docs/chip_differences.md from it.
+// script/chip-differences makes docs/reference/chip_differences.md from it.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

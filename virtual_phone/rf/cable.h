@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The phone's end of a cable to an RF test set: JSON lines over TCP, docs/cable.md.
+// The phone's end of a cable to an RF test set: JSON lines over TCP, docs/reference/cable.md.
 #ifndef VIRTUAL_PHONE_RF_CABLE_H
 #define VIRTUAL_PHONE_RF_CABLE_H
 

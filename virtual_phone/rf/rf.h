@@ -45,7 +45,7 @@ void radio_changed();
 void before_command(enum radio_cmd command);
 void after_command(enum radio_cmd command);
 
-/// What leaves the antenna, as the cable carries it (docs/cable.md); "null" for nothing.
+/// What leaves the antenna, as the cable carries it (docs/reference/cable.md); "null" for nothing.
 std::string emission_text();
 
 /// Plugs a cable, or unplugs for "". Returns "" or what is wrong; then the cable that there was is plugged
