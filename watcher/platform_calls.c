@@ -15,8 +15,7 @@ enum { LONGEST_LINE = 4096 };
 
 int __android_log_print(int prio, const char *tag, const char *fmt, ...) {
   FIND_NEXT(__android_log_print);
-  int64_t began;
-  int entered = watch_enter(&began);
+  struct watched_call call = watch_begin(1);
   int kept = errno;
   char text[LONGEST_LINE];
   va_list arguments;
@@ -28,43 +27,31 @@ int __android_log_print(int prio, const char *tag, const char *fmt, ...) {
   va_end(arguments);
   errno = kept;
   result = next ? next(prio, tag, "%s", text) : -1;
-  if (entered) {
-    watch_note(&(struct phone_event){
-        .kind = PHONE_LOG, .time_us = began, .result = length, .number = {prio}, .name = tag, .text = text});
-    watch_print_log(prio, tag, text);
-    watch_leave(entered);
-  }
+  if (call.recorded) watch_print_log(prio, tag, text);
+  watch_end_with(call, &(struct phone_event){
+                           .kind = PHONE_LOG, .result = length, .number = {prio}, .name = tag, .text = text});
   return result;
 }
 
 uint32_t get_orva_connectivity_subchip(void) {
   FIND_NEXT(get_orva_connectivity_subchip);
-  int64_t began;
-  int entered = watch_enter(&began);
+  struct watched_call call = watch_begin(1);
   uint32_t index = next ? next() : UINT32_MAX;
 
-  if (entered) {
-    watch_note(&(struct phone_event){.kind = PHONE_SUBCHIP, .time_us = began, .result = index});
-    watch_leave(entered);
-  }
+  watch_end_with(call, &(struct phone_event){.kind = PHONE_SUBCHIP, .result = index});
   return index;
 }
 
 int kevoOperaNVWR(uint32_t op, uint32_t nv_num, const char *nv_name, uint32_t size, void *buf) {
   FIND_NEXT(kevoOperaNVWR);
-  int64_t began;
-  int entered = watch_enter(&began);
+  struct watched_call call = watch_begin(1);
   int result = next ? next(op, nv_num, nv_name, size, buf) : -1;
 
-  if (entered) {
-    watch_note(&(struct phone_event){.kind = op == ORVA_NV_WRITE ? PHONE_NV_WRITE : PHONE_NV_READ,
-                                     .time_us = began,
-                                     .result = result,
-                                     .number = {nv_num},
-                                     .name = nv_name,
-                                     .data = buf,
-                                     .size = size});
-    watch_leave(entered);
-  }
+  watch_end_with(call, &(struct phone_event){.kind = op == ORVA_NV_WRITE ? PHONE_NV_WRITE : PHONE_NV_READ,
+                                             .result = result,
+                                             .number = {nv_num},
+                                             .name = nv_name,
+                                             .data = buf,
+                                             .size = size});
   return result;
 }

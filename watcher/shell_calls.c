@@ -15,16 +15,15 @@
 /* Recorded before the child exists, so that the child's own contacts follow. A child goes on watching. */
 pid_t fork(void) {
   FIND_NEXT(fork);
-  int64_t began;
-  int entered = watch_enter(&began);
-  size_t contact = entered ? watch_note(&(struct phone_event){.kind = PHONE_FORK, .time_us = began}) : 0;
+  struct watched_call call = watch_begin(1);
+  size_t contact = watch_note(call, &(struct phone_event){.kind = PHONE_FORK});
   pid_t child = next();
 
-  if (entered && child != 0) {
+  if (call.recorded && child != 0) {
     watch_amend(contact, child, child < 0 ? errno : 0);
     if (child > 0) watch_gave_child(child);
   }
-  watch_leave(entered);
+  watch_end(call);
   return child;
 }
 
@@ -40,19 +39,15 @@ static const char *shell_command(const char *path, char *const *arguments, size_
 /* Recorded before the program is replaced; completed here if that fails, and by the parent otherwise. */
 static int pass_exec(const char *path, char *const *arguments, size_t count) {
   static int (*next)(const char *, char *const *);
-  int64_t began;
   const char *command = shell_command(path, arguments, count);
-  int entered = command && watch_enter(&began);
-  size_t contact =
-      entered ? watch_note(&(struct phone_event){.kind = PHONE_EXEC, .time_us = began, .text = command}) : 0;
+  struct watched_call call = watch_begin(command != NULL);
+  size_t contact = watch_note(call, &(struct phone_event){.kind = PHONE_EXEC, .text = command});
   int result;
 
   if (!next) next = (__typeof__(next))watch_next("execv");
   result = next(path, arguments);
-  if (entered) {
-    watch_amend(contact, result, errno);
-    watch_leave(entered);
-  }
+  if (call.recorded) watch_amend(contact, result, errno);
+  watch_end(call);
   return result;
 }
 
@@ -84,74 +79,55 @@ int execv(const char *path, char *const arguments[]) {
 /* After any error but EINTR the child is somebody else's. */
 pid_t waitpid(pid_t child, int *status, int options) {
   FIND_NEXT(waitpid);
-  int64_t began;
-  int entered = watch_is_child(child) && watch_enter(&began);
+  struct watched_call call = watch_begin(watch_is_child(child));
   int seen = 0;
   pid_t result;
 
-  if (!entered) return next(child, status, options);
+  if (!call.recorded) return next(child, status, options);
   result = next(child, &seen, options);
   if (result == child && status) *status = seen;
-  watch_note(&(struct phone_event){.kind = PHONE_WAIT,
-                                   .time_us = began,
-                                   .result = result,
-                                   .error = result < 0 ? errno : 0,
-                                   .number = {seen}});
+  watch_note(call, &(struct phone_event){
+                       .kind = PHONE_WAIT, .result = result, .error = watch_error(result), .number = {seen}});
   if (result == child || (result < 0 && errno != EINTR))
     watch_child_ended(child, result == child ? &seen : NULL);
-  watch_leave(entered);
+  watch_end(call);
   return result;
 }
 
 FILE *popen(const char *command, const char *mode) {
   FIND_NEXT(popen);
-  int64_t began;
-  int entered = command && mode && mode[0] == 'r' && watch_enter(&began);
+  struct watched_call call = watch_begin(command && mode && mode[0] == 'r');
   FILE *stream = next(command, mode);
 
-  if (entered) {
-    if (stream) watch_gave_stream(stream);
-    watch_note(&(struct phone_event){.kind = PHONE_POPEN,
-                                     .time_us = began,
-                                     .result = stream != NULL,
-                                     .error = stream ? 0 : errno,
-                                     .text = command});
-    watch_leave(entered);
-  }
+  if (call.recorded && stream) watch_gave_stream(stream);
+  watch_end_with(
+      call, &(struct phone_event){
+                .kind = PHONE_POPEN, .result = stream != NULL, .error = stream ? 0 : errno, .text = command});
   return stream;
 }
 
 size_t fread(void *into, size_t size, size_t count, FILE *stream) {
   FIND_NEXT(fread);
-  int64_t began;
-  int entered = watch_on() && watch_is_stream(stream) && watch_enter(&began);
+  struct watched_call call = watch_begin(watch_on() && watch_is_stream(stream));
   size_t items = next(into, size, count, stream);
 
-  if (entered) {
-    watch_note(&(struct phone_event){.kind = PHONE_FREAD,
-                                     .time_us = began,
-                                     .result = (int64_t)(items * size),
-                                     .error = items < count && ferror(stream) ? errno : 0,
-                                     .data = into,
-                                     .size = items * size});
-    watch_leave(entered);
-  }
+  watch_end_with(call, &(struct phone_event){.kind = PHONE_FREAD,
+                                             .result = (int64_t)(items * size),
+                                             .error = items < count && ferror(stream) ? errno : 0,
+                                             .data = into,
+                                             .size = items * size});
   return items;
 }
 
 int pclose(FILE *stream) {
   FIND_NEXT(pclose);
-  int64_t began;
   int is_given = watch_is_stream(stream);
-  int entered = is_given && watch_enter(&began);
+  struct watched_call call = watch_begin(is_given);
   int status;
 
   if (is_given) watch_stream_ended(stream);
   status = next(stream);
-  if (entered) {
-    watch_note(&(struct phone_event){
-        .kind = PHONE_PCLOSE, .time_us = began, .result = status, .error = status < 0 ? errno : 0});
-    watch_leave(entered);
-  }
+  watch_end_with(call,
+                 &(struct phone_event){.kind = PHONE_PCLOSE, .result = status, .error = watch_error(status)});
   return status;
 }

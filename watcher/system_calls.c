@@ -24,21 +24,15 @@ typedef int request_number;
 typedef unsigned long request_number;
 #endif
 
-static int failure(int64_t result) { return result < 0 ? errno : 0; }
-
 int socket(int domain, int type, int protocol) {
   FIND_NEXT(socket);
-  int64_t began;
   int is_drivers = domain == AF_INET && (type & ~(SOCK_CLOEXEC | SOCK_NONBLOCK)) == SOCK_DGRAM;
-  int entered = is_drivers && watch_enter(&began);
+  struct watched_call call = watch_begin(is_drivers);
   int result = next(domain, type, protocol);
 
-  if (entered) {
-    watch_gave_descriptor(result, WATCH_SOCKET);
-    watch_note(&(struct phone_event){
-        .kind = PHONE_SOCKET, .time_us = began, .result = result, .error = failure(result)});
-    watch_leave(entered);
-  }
+  if (call.recorded) watch_gave_descriptor(result, WATCH_SOCKET);
+  watch_end_with(call,
+                 &(struct phone_event){.kind = PHONE_SOCKET, .result = result, .error = watch_error(result)});
   return result;
 }
 
@@ -52,10 +46,10 @@ static uint32_t number_at(const char *bytes) {
 }
 
 /* A record without an address is the kernel's to refuse; it has no data to show. */
-static int pass_request(int descriptor, struct ifreq *request, int64_t began,
+static int pass_request(int descriptor, struct ifreq *request, struct watched_call call,
                         int (*next)(int, request_number, ...)) {
   char both[2 * RECORD_SIZE], name[IFNAMSIZ] = "";
-  struct phone_event seen = {.kind = PHONE_IOCTL, .time_us = began, .number = {descriptor}};
+  struct phone_event seen = {.kind = PHONE_IOCTL, .number = {descriptor}};
   int readable = !is_wild(request) && !is_wild(request->ifr_data);
   int result;
 
@@ -65,7 +59,7 @@ static int pass_request(int descriptor, struct ifreq *request, int64_t began,
   }
   result = next(descriptor, PRIVATE_REQUEST, request);
   seen.result = result;
-  seen.error = failure(result);
+  seen.error = watch_error(result);
   if (readable) {
     memcpy(both + RECORD_SIZE, request->ifr_data, RECORD_SIZE);
     seen.number[1] = number_at(both);
@@ -74,46 +68,35 @@ static int pass_request(int descriptor, struct ifreq *request, int64_t began,
     seen.data = both;
     seen.size = sizeof(both);
   }
-  watch_note(&seen);
+  watch_end_with(call, &seen);
   return result;
 }
 
 int ioctl(int descriptor, request_number request, ...) {
   FIND_NEXT(ioctl);
-  int64_t began;
   int is_private = request == PRIVATE_REQUEST && watch_descriptor(descriptor) == WATCH_SOCKET;
-  int entered = is_private && watch_enter(&began);
-  int result;
+  struct watched_call call = watch_begin(is_private);
   va_list arguments;
   void *argument;
 
   va_start(arguments, request);
   argument = va_arg(arguments, void *);
   va_end(arguments);
-  if (!entered) return next(descriptor, request, argument);
-  result = pass_request(descriptor, argument, began, next);
-  watch_leave(entered);
-  return result;
+  return call.recorded ? pass_request(descriptor, argument, call, next) : next(descriptor, request, argument);
 }
 
 /* Forgotten also where nothing is recorded: the number may come back as another file's. */
 int close(int descriptor) {
   FIND_NEXT(close);
-  int64_t began;
   int is_given = watch_descriptor(descriptor) != WATCH_NOTHING;
-  int entered = is_given && watch_enter(&began);
+  struct watched_call call = watch_begin(is_given);
   int result;
 
   if (is_given) watch_gave_descriptor(descriptor, WATCH_NOTHING);
   result = next(descriptor);
-  if (entered) {
-    watch_note(&(struct phone_event){.kind = PHONE_CLOSE,
-                                     .time_us = began,
-                                     .result = result,
-                                     .error = failure(result),
-                                     .number = {descriptor}});
-    watch_leave(entered);
-  }
+  watch_end_with(
+      call, &(struct phone_event){
+                .kind = PHONE_CLOSE, .result = result, .error = watch_error(result), .number = {descriptor}});
   return result;
 }
 
@@ -121,8 +104,7 @@ static int is_node(const char *path) { return path && strncmp(path, "/sys/", 5) 
 
 int open(const char *path, int flags, ...) {
   FIND_NEXT(open);
-  int64_t began;
-  int entered = is_node(path) && watch_enter(&began);
+  struct watched_call call = watch_begin(is_node(path));
   mode_t mode = 0;
   int result;
 
@@ -133,57 +115,41 @@ int open(const char *path, int flags, ...) {
     va_end(arguments);
   }
   result = next(path, flags, mode);
-  if (entered) {
-    watch_gave_descriptor(result, WATCH_NODE);
-    watch_note(&(struct phone_event){
-        .kind = PHONE_OPEN, .time_us = began, .result = result, .error = failure(result), .text = path});
-    watch_leave(entered);
-  }
+  if (call.recorded) watch_gave_descriptor(result, WATCH_NODE);
+  watch_end_with(call, &(struct phone_event){
+                           .kind = PHONE_OPEN, .result = result, .error = watch_error(result), .text = path});
   return result;
 }
 
 ssize_t write(int descriptor, const void *bytes, size_t size) {
   FIND_NEXT(write);
-  int64_t began;
-  int entered = watch_descriptor(descriptor) == WATCH_NODE && watch_enter(&began);
+  struct watched_call call = watch_begin(watch_descriptor(descriptor) == WATCH_NODE);
   ssize_t result = next(descriptor, bytes, size);
 
-  if (entered) {
-    watch_note(&(struct phone_event){.kind = PHONE_WRITE,
-                                     .time_us = began,
-                                     .result = result,
-                                     .error = failure(result),
-                                     .data = bytes,
-                                     .size = size});
-    watch_leave(entered);
-  }
+  watch_end_with(
+      call,
+      &(struct phone_event){
+          .kind = PHONE_WRITE, .result = result, .error = watch_error(result), .data = bytes, .size = size});
   return result;
 }
 
 unsigned sleep(unsigned seconds) {
   FIND_NEXT(sleep);
-  int64_t began;
-  int entered = watch_enter(&began);
+  struct watched_call call = watch_begin(1);
   unsigned left = next(seconds);
 
-  if (entered) {
-    watch_note(&(struct phone_event){
-        .kind = PHONE_SLEEP, .time_us = began, .result = left, .number = {(int64_t)seconds * 1000000}});
-    watch_leave(entered);
-  }
+  watch_end_with(call, &(struct phone_event){
+                           .kind = PHONE_SLEEP, .result = left, .number = {(int64_t)seconds * 1000000}});
   return left;
 }
 
 int usleep(useconds_t us) {
   FIND_NEXT(usleep);
-  int64_t began;
-  int entered = watch_enter(&began);
+  struct watched_call call = watch_begin(1);
   int result = next(us);
 
-  if (entered) {
-    watch_note(&(struct phone_event){
-        .kind = PHONE_SLEEP, .time_us = began, .result = result, .error = failure(result), .number = {us}});
-    watch_leave(entered);
-  }
+  watch_end_with(call,
+                 &(struct phone_event){
+                     .kind = PHONE_SLEEP, .result = result, .error = watch_error(result), .number = {us}});
   return result;
 }

@@ -66,19 +66,24 @@ void *watch_next(const char *name) {
 
 int watch_on(void) { return watching && store.load(); }
 
-int watch_enter(int64_t *began) {
-  if (!watch_on()) return 0;
+struct watched_call watch_begin(int wanted) {
+  if (!wanted || !watch_on()) return {};
   errno_guard guard;
   watching = false;
-  *began = now_us();
-  return 1;
+  return {1, now_us()};
 }
 
-void watch_leave(int entered) {
-  if (entered) watching = true;
+void watch_end(struct watched_call call) {
+  if (call.recorded) watching = true;
 }
 
-size_t watch_note(const struct phone_event *contact) {
+void watch_end_with(struct watched_call call, const struct phone_event *contact) {
+  watch_note(call, contact);
+  watch_end(call);
+}
+
+size_t watch_note(struct watched_call call, const struct phone_event *contact) {
+  if (!call.recorded) return 0;
   errno_guard guard;
   auto &c = *contact;
   std::string_view data{static_cast<const char *>(c.data), c.data ? c.size : 0};
@@ -89,7 +94,7 @@ size_t watch_note(const struct phone_event *contact) {
                                .name = text_of(c.name),
                                .text = text_of(c.text),
                                .data = data},
-                              c.time_us);
+                              call.began);
 }
 
 void watch_amend(size_t contact, int64_t result, int error) {

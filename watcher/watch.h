@@ -5,6 +5,7 @@
 
 #include "virtual_phone/phone.h"
 
+#include <errno.h>
 #include <sys/types.h>
 
 #ifdef __cplusplus
@@ -19,15 +20,25 @@ void *watch_next(const char *name);
 
 /* Whether this thread's contacts are recorded now. */
 int watch_on(void);
+/* One call of a watched function. */
+struct watched_call {
+  int recorded;
+  int64_t began;
+};
 /*
- * The same, and stops recording until watch_leave: what the phone's own functions do is no contact of the
- * library. Sets began to the time.
+ * Begins a call, recorded if it is wanted and this thread's contacts are. Recording stops until the call's
+ * end: what the phone's own functions do is no contact of the library.
  */
-int watch_enter(int64_t *began);
-void watch_leave(int entered);
+struct watched_call watch_begin(int wanted);
+void watch_end(struct watched_call call);
 
-/* Records a contact and returns its place. Null pointers and process are filled in. */
-size_t watch_note(const struct phone_event *contact);
+/* Records a contact of the call, unless it is not recorded, and returns its place. Null pointers, time and
+ * process are filled in. */
+size_t watch_note(struct watched_call call, const struct phone_event *contact);
+/* The contact that a call consists of, and its end. */
+void watch_end_with(struct watched_call call, const struct phone_event *contact);
+/* The errno of a call with this result; 0 if it did not fail. */
+static inline int watch_error(int64_t result) { return result < 0 ? errno : 0; }
 /* Completes a contact. */
 void watch_amend(size_t contact, int64_t result, int error);
 

@@ -7,7 +7,6 @@ import platform
 import shutil
 import signal
 import subprocess
-import time
 
 import pytest
 
@@ -126,6 +125,7 @@ FAILURES = [  # the phone, then words of the message: cause and cure
     ({"fail": {"shell chmod": "error: closed"}}, "the phone has gone", "cable"),
     ({"fail": {"pull": "adb: error: connect failed: closed; device 'P1' not found"}}, "bringing junit.xml back", "ended with status 0"),
     ({"fail": {"pull": "adb: error: failed to stat remote object '/data/a': No such file or directory"}}, "did not write it", "errors.txt"),
+    ({"fail": {"pull": "adb: error: cannot create 'junit.xml': Permission denied"}}, "this computer cannot write", "--out"),
     ({"fail": {"pull": "adb: error: remote object '/data/a' does not exist"}}, "did not write it", "errors.txt"),
     ({"fail": {"shell cd": "/system/bin/sh: ./orva-station-phone: No such file or directory"}}, "no such program", "for Android"),
     ({"lines_until_lost": 2}, "went away while the console ran", "transmitter may still be on"),
@@ -140,7 +140,8 @@ def test_a_failure_names_its_cause_and_cure(phone, cause, cure, desk):
     assert done.returncode == 10, done.stdout + done.stderr
     message = [line for line in done.stderr.splitlines() if line.startswith("script/push: ")][-1]
     assert cause in message and cure in message and "Cure: " in message
-    assert ("left on the phone" in done.stderr) == bool(desk.left_on_phone()) == ("lines_until_lost" in phone)
+    stays = "lines_until_lost" in phone or "this computer cannot" in cause
+    assert any(words in done.stderr for words in ("left on the phone", "still on the phone")) == bool(desk.left_on_phone()) == stays
     if "lines_until_lost" in phone:
         assert [record["type"] for record in desk.records()] == ["begin", "step"], "what came before is kept"
 
@@ -181,15 +182,59 @@ def test_what_a_crashed_console_left_comes_back(desk):
     assert desk.left_on_phone() == []
 
 
-def test_an_interrupted_run_says_what_to_do_and_cleans_up(desk):
-    with subprocess.Popen(desk.command(*desk.session(GOOD + "wait 30\n")), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+def interrupted(desk, text, call):
+    """Ctrl-C once the call was shown: a signal to the terminal's processes. Returns what push said last."""
+    with subprocess.Popen(desk.command(*desk.session(text)), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                           env=desk.environment(), start_new_session=True) as running:
-        assert any("wifi_power_set_range" in line for line in running.stdout)
+        assert any(call in line for line in running.stdout)
         os.killpg(running.pid, signal.SIGINT)
-        message = running.communicate(timeout=30)[1]
-    assert running.returncode == 130 and "transmitter may still be on" in message
-    time.sleep(0.2)
-    assert desk.left_on_phone() == []
+        message = running.communicate(timeout=60)[1]
+    assert running.returncode == 130 and desk.left_on_phone() == [], message
+    return message.splitlines()[-1]
+
+
+def test_an_interrupted_session_ends_in_order_and_its_results_come_back(desk):
+    message = interrupted(desk, GOOD + "wait 30\n", "wifi_power_set_range")
+    assert "left test mode" in message and all(name in message for name in ("junit.xml", "report.html", "session.trace"))
+    assert {file.name for file in (desk.results / "run-1").iterdir()} >= {"junit.xml", "report.html", "session.trace"}
+    assert [record["verdict"] for record in desk.records()[-2:]] == ["BROKEN", "BROKEN"]
+
+
+def test_an_interruption_that_the_phone_does_not_hear_brings_back_what_is_there(desk):
+    desk.has(fail={"shell kill": "error: closed"})
+    message = interrupted(desk, GOOD + "wait 30\n", "wifi_power_set_range")
+    brought = [file.name for file in (desk.results / "run-1").glob("*.part-*")]
+    os.kill(int(brought[0].split("-")[-1]), signal.SIGKILL)  # this phone's console runs on
+    assert "transmitter may still be on" in message and brought and all(name in message for name in brought)
+
+
+@pytest.mark.parametrize("size, culprit", [("48k", "writing"), ("64k", "bringing report.html back")])
+def test_a_full_disk_here_is_not_the_phones(size, culprit, desk):
+    """A disk of this size, for the results alone."""
+    disk = ["unshare", "-rm", "sh", "-c", 'mount -t tmpfs -o size=$0 none "$1" && shift && exec "$@"', size]
+    desk.results.mkdir()
+    if subprocess.run([*disk, desk.results, "true"], capture_output=True).returncode:
+        pytest.skip("no file system can be mounted here")
+    session = desk.session("".join(f"{GOOD}" for _ in range(5 if culprit != "writing" else 200)))
+    done = subprocess.run([*disk, desk.results, *desk.command(*session)], capture_output=True, text=True, timeout=120, env=desk.environment())
+    assert done.returncode == 10, done.stdout + done.stderr
+    message = done.stderr.splitlines()[-1]
+    assert culprit in message and "this computer's disk is full" in message and "df -h" in message
+    left, = desk.left_on_phone()
+    assert (left / "report.html").exists() and f"adb pull /data/local/tmp/{left.name}" in done.stderr
+
+
+def test_an_expectation_outside_a_call_is_shown(desk):
+    done = desk.push(*desk.session(GOOD + "wifi_power_set_range -> 1\nexpect log nothing-like-it\nwifi_power_set_range -> 2 lower 3\n"))
+    assert done.returncode == 1
+    assert "FAIL expect log" in done.stdout and "got" in done.stdout.split("FAIL expect log")[1]
+    assert "expected lower 3, got 0  [session.tcl:5]" in done.stdout
+
+
+def test_a_session_whose_name_starts_with_a_dash(desk):
+    desk.session(GOOD, "-yes.tcl")
+    done = desk.push(f"--session={desk.folder / '-yes.tcl'}")
+    assert done.returncode == 0, done.stdout + done.stderr
 
 
 @pytest.mark.parametrize("words, expected", [(["--session", "/no/such.tcl"], "/no/such.tcl"), (["--fast"], "--fast"), (["--session", "/"], "'/'")])
@@ -200,7 +245,7 @@ def test_misuse(words, expected, desk):
 
 @pytest.mark.parametrize("option", ["--session", "--file"])
 @pytest.mark.parametrize("name", ["orva-station-phone", "libwifi_factory_test_orva.so", "junit.xml", "report.html", "session.trace",
-                                  "session.trace.part-7"])
+                                  "session.trace.part-7", "console.pid"])
 def test_no_file_replaces_one_of_the_script_itself(name, option, desk):
     (desk.folder / name).write_text(GOOD)
     done = desk.push(option, desk.folder / name)

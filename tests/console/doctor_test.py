@@ -262,6 +262,16 @@ def test_a_changed_recording_differs_at_the_contact(record, what, becomes, expec
             assert all(part in done.stdout for part in expected), done.stdout
 
 
+def test_the_end_of_a_log_line_may_be_lost_and_nothing_else_of_it(record):
+    file = record("unit", "--chip", "vq2040")
+    whole = re.search(r'"text":"([^"]*)\\n","result":(\d+)', file.read_text())
+    length = int(whole[2]) - 1
+    for text, result, same in ((whole[1], length, True), (whole[1], length + 1, False), (whole[1][:-1], length - 1, False),
+                               (whole[1] + "\\n\\n", length + 2, False)):
+        other = edited(file, whole[0], f'"text":"{text}","result":{result}')
+        assert [station(*words).returncode == 0 for words in (["replay", other], ["diff", file, other], ["diff", other, file])] == [same] * 3, text
+
+
 def test_a_library_that_behaves_otherwise_and_a_phone_that_does(record, phone):
     file = record("unit", text="wifi_power_set_range\nwifi_conn_info\n")
     changed = station("--library", CARELESS, "replay", file)

@@ -60,14 +60,18 @@ def root():
 def pull(source, target):
     if not Path(source.replace(REMOTE, LOCAL)).exists():
         fail(f"adb: error: failed to stat remote object '{source}': No such file or directory")
-    copy(source, target)
+    copy(source, target, f"cannot write '{target}'")
 
 
-def copy(source, target):
+def push(source, target):
+    copy(source, target, f"failed to copy '{source}' to '{target}': remote write failed")
+
+
+def copy(source, target, trouble):
     try:
         shutil.copy(source.replace(REMOTE, LOCAL), target.replace(REMOTE, LOCAL))
     except OSError as error:
-        fail(f"adb: error: failed to copy '{source}' to '{target}': {error.strerror}")
+        fail(f"adb: error: {trouble}: {error.strerror}")
     print(f"{source}: 1 file copied.")
 
 
@@ -109,7 +113,7 @@ def main():
         if " ".join([command, *rest]).startswith(failing):
             fail(message)
     Path(LOCAL).mkdir(exist_ok=True)
-    {"get-state": lambda: print("device"), "root": root, "push": copy, "pull": pull, "shell": shell}[command](*rest)
+    {"get-state": lambda: print("device"), "root": root, "push": push, "pull": pull, "shell": shell}[command](*rest)
 
 
 main()
