@@ -3,6 +3,7 @@
 
 #include "console/language/help.h"
 #include "console/language/nv_commands.h"
+#include "console/language/option_words.h"
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
 #include "console/phone/log_priority.h"
@@ -103,9 +104,12 @@ std::string expect_usage() {
 std::string run_limits(script_context &in, words_t words) {
   in.current().refuse_in_preview("limits");
   require(limits_error(words[2]));
-  bool held = within(words[2], words[1]);
-  in.current().expect({words[0], words[2], words[1], held}, in.where());
-  return held ? "1" : "0";
+  auto given = parse_options("limits", std::span(words).subspan(3), {"unit", "at"});
+  expectation e{words[0],      words[2],
+                words[1],      within(words[2], words[1]),
+                given["unit"], parse_condition("limits: -at", given["at"])};
+  in.current().expect(e, in.where());
+  return e.held ? "1" : "0";
 }
 
 struct phone_row {
@@ -337,10 +341,12 @@ const command table[] = {
      1,
      MANY,
      run_ignore},
-    {{"limits", "limits NAME VALUE LIMITS", "Expects a value of your own to lie within limits.",
-      "limits packets_per_second [expr {$packets / 2}] 40..60"},
+    {{"limits", "limits NAME VALUE LIMITS ?-unit UNIT? ?-at {NAME VALUE ...}?",
+      "Expects a value of your own to lie within limits. With its unit and what it was measured at, it is a "
+      "measurement in every report.",
+      "limits power 15.02 13..17 -unit dBm -at {mhz 2442 rate mcs7}"},
      3,
-     3,
+     7,
      run_limits},
     {{"phone", "phone " + usage_of(words_of_table(phone_rows)), "Sets the virtual phone up.",
       "phone set radio.rssi -48", words_of_table(phone_rows)},
