@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-2.0
+// SPDX-License-Identifier: GPL-2.0-only
 /*
  * The WLAN driver of a phone with a real kernel: wlan0, its private request, the debug node, and control
  * files under /proc that describe the chip, make it fail and list the commands that the driver received.
