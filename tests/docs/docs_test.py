@@ -5,9 +5,11 @@ A fenced block marked `run` is run: sh, c, python, tcl. `exit=N` is its expected
 what it prints. There the line `...` matches any lines, and … matches any text.
 """
 
+import contextlib
 import os
 import re
 import shutil
+import signal
 import subprocess
 from pathlib import Path
 
@@ -24,7 +26,15 @@ DOCUMENTS = sorted([*(ROOT / "docs").rglob("*.md"), ROOT / "README.md", ROOT / "
 
 
 def run(command, **options):
-    return subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=300, **options)
+    """The output and status of a command. What it left running is ended."""
+    with subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                          start_new_session=True, **options) as process:
+        try:
+            output = process.communicate(timeout=300)
+        finally:
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGKILL)
+    return subprocess.CompletedProcess(command, process.returncode, *output)
 
 
 def blocks(document):
@@ -104,3 +114,16 @@ def test_the_site_has_every_public_function_and_no_warning(tmp_path):
         declared = re.findall(r"^\w[\w ]+\*?\b(\w+)\([^;{]*\);", (ROOT / f"include/{header}.h").read_text(), re.M)
         assert len(declared) > 30, header
         assert [name for name in declared if f'id="c.{name}"' not in page] == []
+
+
+@pytest.mark.parametrize("change, message", [
+    ("sed 's/Sets the rate/Sets a rate/'", "docs/reference/console.md is stale"),
+    ("true", "does not print functions and commands by subject"),
+])
+def test_a_changed_console_is_noticed(tmp_path, change, message):
+    changed = tmp_path / "console"
+    changed.write_text(f'#!/bin/sh\n{STATION} "$@" | {change}\n')
+    changed.chmod(0o755)
+    done = run([ROOT / "script/console-reference", "--check", "--console", changed])
+    assert done.returncode == 1
+    assert message in done.stdout + done.stderr
