@@ -8,6 +8,8 @@ where the repository is browsed.
 import os
 from pathlib import Path
 
+from pygments.lexers.special import TextLexer
+
 ROOT = Path(__file__).resolve().parents[2]
 
 project = "libwifi_factory_test_orva"
@@ -32,6 +34,7 @@ suppress_warnings = ["misc.highlighting_failure"]
 html_theme = "furo"
 html_title = "Factory test of the WLAN chip"
 html_extra_path = ["index.html"]
+html_theme_options = {"light_css_variables": {"code-font-size": "0.72rem"}}  # for lines of 100 characters
 html_copy_source = False
 html_show_sphinx = False
 
@@ -70,4 +73,6 @@ def add(app, document, source):
 
 
 def setup(app):
+    for language in ("output", "console"):  # as they are: commands and what they print, without a prompt
+        app.add_lexer(language, TextLexer)
     app.connect("source-read", add)

@@ -5,10 +5,14 @@ A fenced block marked `run` is run: sh, c, python, tcl. `exit=N` is its expected
 what it prints. There the line `...` matches any lines, and … matches any text.
 """
 
+import contextlib
+import html
 import os
 import re
 import shutil
+import signal
 import subprocess
+import urllib.parse
 from pathlib import Path
 
 import pytest
@@ -24,7 +28,15 @@ DOCUMENTS = sorted([*(ROOT / "docs").rglob("*.md"), ROOT / "README.md", ROOT / "
 
 
 def run(command, **options):
-    return subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=300, **options)
+    """The output and status of a command. What it left running is ended."""
+    with subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                          start_new_session=True, **options) as process:
+        try:
+            output = process.communicate(timeout=300)
+        finally:
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGKILL)
+    return subprocess.CompletedProcess(command, process.returncode, *output)
 
 
 def blocks(document):
@@ -94,6 +106,19 @@ def test_every_example_is_run_and_every_link_leads_somewhere(document):
     assert not dead
 
 
+def dead_links(site):
+    """Links and pictures of the site's pages that lead to no file, or to no place in it."""
+    places = {page: set(re.findall(r'\b(?:id|name)="([^"]+)"', page.read_text())) for page in site.rglob("*.html")}
+    for page in places:
+        for link in set(re.findall(r'\b(?:href|src)="([^"]+)"', page.read_text())):
+            path, _, place = html.unescape(urllib.parse.unquote(link)).partition("#")
+            target = (page.parent / path.partition("?")[0]).resolve() if path else page
+            unnamed = "@" in place  # an enumeration without a name
+            there = target.exists() and (not place or unnamed or place in places.get(target, {place}))
+            if "://" not in link and not there:
+                yield f"{page.relative_to(site)}: {link}"
+
+
 def test_the_site_has_every_public_function_and_no_warning(tmp_path):
     if not (shutil.which("doxygen") and shutil.which("sphinx-build")):
         pytest.skip("doxygen or sphinx is not installed")
@@ -104,3 +129,17 @@ def test_the_site_has_every_public_function_and_no_warning(tmp_path):
         declared = re.findall(r"^\w[\w ]+\*?\b(\w+)\([^;{]*\);", (ROOT / f"include/{header}.h").read_text(), re.M)
         assert len(declared) > 30, header
         assert [name for name in declared if f'id="c.{name}"' not in page] == []
+    assert list(dead_links(tmp_path / "html")) == []
+
+
+@pytest.mark.parametrize("change, message", [
+    ("sed 's/Sets the rate/Sets a rate/'", "docs/reference/console.md is stale"),
+    ("true", "does not print functions and commands by subject"),
+])
+def test_a_changed_console_is_noticed(tmp_path, change, message):
+    changed = tmp_path / "console"
+    changed.write_text(f'#!/bin/sh\n{STATION} "$@" | {change}\n')
+    changed.chmod(0o755)
+    done = run([ROOT / "script/console-reference", "--check", "--console", changed])
+    assert done.returncode == 1
+    assert message in done.stdout + done.stderr
