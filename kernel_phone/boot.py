@@ -25,7 +25,7 @@ MOST_COMPLAINTS = 5
 
 def qemu_command(arch, kernel, initramfs):
     machine, console = MACHINES[arch]
-    append = f"console={console} oops=panic panic=-1 quiet loglevel=4"
+    append = f"console={console} security=selinux oops=panic panic=-1 quiet loglevel=4"
     return machine + ["-accel", "tcg", "-m", "192", "-smp", "1", "-nodefaults", "-no-user-config", "-display", "none",
                       "-no-reboot", "-nic", "none", "-kernel", str(kernel), "-initrd", str(initramfs),
                       "-append", append]

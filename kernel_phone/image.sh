@@ -46,20 +46,30 @@ build_folder() { if native; then echo "$cache/host"; else echo "$cache/$arch/pro
 build_programs() {
   local options=()
   native || options=(--toolchain "$root/cmake/aarch64-linux-gnu.cmake" "-DORVA_SYSROOT=$cache/$arch/sysroot")
-  build_console "$(build_folder)" orva-station-kernel "${options[@]}"
+  configure_console "$(build_folder)" "${options[@]}"
+  build_targets "$(build_folder)" orva-station-kernel orva-station-phone
   step driver_check "$(tools "$(gnu_name)")gcc" -std=gnu11 -O2 -Wall -Wextra -Werror \
     -I"$root" \
     -o "$cache/$arch/driver_check" "$root/kernel_phone/phone/driver_check.c" "$root/virtual_phone/radio_chips.c"
 }
 
 # The console with the virtual phone, for this machine: its results are compared with the real kernel's.
-build_host() { build_console "$cache/host" orva-station; }
+build_host() {
+  configure_console "$cache/host"
+  build_targets "$cache/host" orva-station
+}
 
-build_console() {
-  local folder=$1 target=$2
-  shift 2
+configure_console() {
+  local folder=$1
+  shift
   step configure cmake -S "$root" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF "$@"
-  step "$target" ninja -C "$folder" wifi_factory_test_orva "$target"
+}
+
+# The library, and these programs.
+build_targets() {
+  local folder=$1
+  shift
+  step "$1" ninja -C "$folder" wifi_factory_test_orva "$@"
 }
 
 # The path of a file built for the phone.
@@ -126,6 +136,16 @@ copy_tcl() {
   done
 }
 
+# The sample policy on a stub of a platform's, with what this phone adds. What the stub does not name is allowed.
+build_policy() {
+  local stub=$root/tests/support/selinux sample=$root/android/sepolicy conf=$cache/$arch/policy.conf
+  sed -e "/^@SAMPLE@/{r $sample/orva_factory_test.te
+r $root/kernel_phone/phone/phone.te
+d}" -e "/^@CONTEXTS@/{r $sample/genfs_contexts
+d}" "$stub/base.conf" | m4 -Dvariant=userdebug "$stub/te_macros" - >"$conf"
+  step policy checkpolicy -M -c 30 -U allow -o "$cache/$arch/policy" "$conf"
+}
+
 build_image() {
   image=$cache/$arch/root
   rm -rf "$image"
@@ -135,9 +155,9 @@ build_image() {
   copy_busybox
   copy_tcl
   install -m 755 "$root/kernel_phone/phone/init" "$image/init"
-  install -m 755 "$root"/kernel_phone/phone/{netcfg,svc,wpa_cli_orva,run_plan} "$image/system/bin/"
+  install -m 755 "$root"/kernel_phone/phone/{netcfg,svc,wpa_cli_orva,run_plan,confined} "$image/system/bin/"
   install -m 644 "$root/kernel_phone/phone/welcome" "$root/chips/chips.txt" "$image/etc/"
-  install -m 644 "$cache/$arch/orva_wlan.ko" "$image/system/lib/"
+  install -m 644 "$cache/$arch/orva_wlan.ko" "$cache/$arch/policy" "$image/system/lib/"
   install -m 755 "$cache/$arch/driver_check" "$image/system/bin/"
   local file
   for file in "$(built libwifi_factory_test_orva.so)" "$(built libvirtual_phone_platform.so)"; do
@@ -145,7 +165,9 @@ build_image() {
     copy_needs "$file"
   done
   install -m 755 "$(built orva-station-kernel)" "$image/system/bin/orva-station"
+  install -m 755 "$(built orva-station-phone)" "$image/system/bin/"
   copy_needs "$image/system/bin/orva-station"
+  copy_needs "$image/system/bin/orva-station-phone"
   copy_needs "$image/system/bin/driver_check"
   pack "$image" "$cache/$arch/image.cpio.gz"
 }

@@ -20,7 +20,7 @@ prepare_apt() {
 
 # Packages that this machine needs to build and to boot the phone.
 native_packages() {
-  echo cmake ninja-build pkg-config g++ make bc cpio libelf1 python3
+  echo cmake ninja-build pkg-config g++ make bc cpio libelf1 python3 m4 checkpolicy
   case $arch in
   arm64) echo qemu-system-arm g++-aarch64-linux-gnu libc6-dev-arm64-cross ;;
   amd64) echo qemu-system-x86 ;;
@@ -71,7 +71,7 @@ unpack() {
   shift
   [[ -f $folder.packages && $(<"$folder.packages") == "$*" ]] && return 0
   say "getting $*"
-  rm -rf "$folder" "$folder.debs"
+  rm -rf "$folder.packages" "$folder" "$folder.debs"
   mkdir -p "$folder" "$folder.debs"
   download "$folder.debs" "$@" >"$folder.log" 2>&1 ||
     { update_lists && download "$folder.debs" "$@" >"$folder.log" 2>&1; } ||
@@ -102,22 +102,23 @@ fetch_kernel() {
   echo "include $tree/usr/src/$common/Makefile" >"$headers_dir/Makefile"
 }
 
-# The libraries that a package depends on, without those of the compiler.
+# The libraries that packages depend on, without those of the compiler.
 libraries_of() {
-  apt-cache "${apt_options[@]}" depends "$1" | sed -n 's/^ *Depends: *\([^<]*\)$/\1/p' |
+  apt-cache "${apt_options[@]}" depends "$@" | sed -n 's/^ *Depends: *\([^<]*\)$/\1/p' |
     sed "s/:$arch\$//" | grep -E '^z?lib' | grep -vE '^(libc6|libgcc|libstdc|libcrypt)' || true
 }
 
 # The console's packages with all their libraries.
 sysroot_packages() {
-  local waiting=("${console_packages[@]}") name
+  local new=("${console_packages[@]}") found name
   declare -A known=()
-  while ((${#waiting[@]})); do
-    name=${waiting[0]}
-    waiting=("${waiting[@]:1}")
-    [[ ! ${known[$name]:-} ]] || continue
-    known[$name]=1
-    mapfile -t -O "${#waiting[@]}" waiting < <(libraries_of "$name:$arch")
+  while ((${#new[@]})); do
+    for name in "${new[@]}"; do known[$name]=1; done
+    mapfile -t found < <(libraries_of "${new[@]/%/:$arch}")
+    new=()
+    for name in "${found[@]}"; do
+      [[ ${known[$name]:-} ]] || new+=("$name")
+    done
   done
   printf '%s\n' "${!known[@]}" | sort
 }

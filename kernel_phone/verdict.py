@@ -6,14 +6,20 @@ Each session must have passed, and its recording must replay on the virtual phon
 must have the driver commands that the kernel's driver heard, and the commands that the phone's shell ran. Where the
 virtual phone can run the session too, the driver commands must equal, record by record, those of the virtual phone, and
 so must results, shell commands and log.
+
+A script about a cause must have made the console print what its lines "# prints: TEXT" say, in this order, and what was
+recorded must replay. A session under the sample policy must use the capabilities and requests that the policy names, all
+of them and no others.
 """
 import argparse
 import json
+import re
 import subprocess
 import sys
 from itertools import zip_longest
 from pathlib import Path
 
+ROOT = Path(__file__).resolve().parent.parent
 KERNEL_FAILURES = ("ORVA-BROKEN", "BUG:", "Oops", "WARNING:", "Call trace:", "Call Trace:")
 PACKET_COUNT = "packet_count"
 # Refusals of the kernel itself, before the driver sees the command: EPERM, EFAULT, ENODEV.
@@ -77,6 +83,12 @@ def first_difference(what, here, there, whose):
     return ""
 
 
+def replay_problem(station, folder):
+    """Why the recording does not replay on the virtual phone, or ""."""
+    again = subprocess.run([station, "replay", str(folder / "unit.trace")], capture_output=True, text=True, check=False)
+    return "" if again.returncode == 0 else f"replayed on the virtual phone: {again.stdout}{again.stderr}".strip()
+
+
 class Session:
     """A session's results, and the same session on the virtual phone."""
 
@@ -123,9 +135,7 @@ class Session:
         return problem or self.replay_problem()
 
     def replay_problem(self):
-        again = subprocess.run([self.station, "replay", str(self.folder / "unit.trace")], capture_output=True,
-                               text=True, check=False)
-        return "" if again.returncode == 0 else f"replayed on the virtual phone: {again.stdout}{again.stderr}".strip()
+        return replay_problem(self.station, self.folder)
 
     def first_complaint(self):
         for line in lines_of(self.read("report.jsonl")):
@@ -152,6 +162,71 @@ def judge_session(session):
     return not problem
 
 
+def first_unprinted(script, printed):
+    """The first text of the script's lines "# prints:" that does not follow the ones before it; "" for none."""
+    at = 0
+    for line in script.splitlines():
+        if line.startswith("# prints: "):
+            text = line.removeprefix("# prints: ")
+            at = printed.find(text, at)
+            if at < 0:
+                return text
+            at += len(text)
+    return "any line # prints:" if at == 0 else ""
+
+
+def judge_cause(chip, name, script, results, station):
+    folder = results / f"{chip}-{name}"
+    printed = (folder / "printed.txt").read_text(encoding="utf-8", errors="replace")
+    unprinted = first_unprinted(script.read_text(encoding="utf-8"), printed)
+    problem = f"the console does not print: {unprinted}" if unprinted else replay_problem(station, folder)
+    print(f"{'FAILED' if problem else 'passed'}  {f'{chip} {name}':32}           {problem or 'explained'}")
+    return not problem
+
+
+def named_by(sample):
+    """The capabilities and interface requests that the sample policy names."""
+    capabilities = re.findall(r"^allow orva_factory_test self:capability (.*);", sample, re.MULTILINE)
+    requests = re.findall(r"^allowxperm orva_factory_test self:udp_socket ioctl (.*);", sample, re.MULTILINE)
+    return ({word for words in capabilities for word in words.strip("{} ").split()},
+            {int(word, 16) for words in requests for word in words.strip("{} ").split()})
+
+
+def used_in(log):
+    """The same as the kernel's log shows them granted to the domain, and all that it denied."""
+    lines = [line for line in log.splitlines() if "scontext=u:r:orva_factory_test:" in line]
+    granted = [line for line in lines if "avc:  granted" in line]
+    capabilities = {word for line in granted if "tclass=capability " in f"{line} " for word in re.findall(r"{ (.*?) }", line)}
+    requests = {int(number, 16) for line in granted for number in re.findall(r"ioctlcmd=(0x\w+) ", line)}
+    return (capabilities, requests), [line for line in lines if "avc:  denied" in line]
+
+
+def policy_problem(folder, log, sample):
+    """What the session in the sample's domain used that the sample does not name, or the other way round; or ""."""
+    printed = (folder / "printed.txt").read_text(encoding="utf-8", errors="replace")
+    used, denied = used_in(log)
+    if denied:
+        return f"denied: {denied[0]}"
+    if "confined: status 0" not in printed:
+        return f"the session fails in the domain: {printed[-300:]}"
+    if used != named_by(sample):
+        return f"used are {used}, the sample names {named_by(sample)}"
+    refused = ["rssi: EACCES: ", "domain u:r:other_tool:s0", "missing  private request      EACCES, from SELinux",
+               "SELinux refused it: avc: denied { ioctl }", "ioctlcmd=0x89f2"]
+    return next((f"another domain's refusal is not explained: {text}" for text in refused if text not in printed), "")
+
+
+def judge_policy(chip, name, results, station):
+    folder = results / f"{chip}-{name}"
+    log = (results / "kernel.log").read_text(encoding="utf-8", errors="replace")
+    sample = (ROOT / "android/sepolicy/orva_factory_test.te").read_text(encoding="utf-8")
+    problem = policy_problem(folder, log, sample) or replay_problem(station, folder)
+    capabilities, requests = named_by(sample)
+    fits = f"used and named: {' '.join(sorted(capabilities))} {' '.join(map(hex, sorted(requests)))}"
+    print(f"{'FAILED' if problem else 'passed'}  {f'{chip} the sample policy':32}           {problem or fits}")
+    return not problem
+
+
 def judge_driver(results):
     folder = results / "driver"
     report = (folder / "report.txt").read_text(encoding="utf-8")
@@ -174,7 +249,7 @@ def judge_kernel(results):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("plan", type=Path, help="what was run")
-    parser.add_argument("sessions", type=Path, help="where the sessions are")
+    parser.add_argument("phone", type=Path, help="the folder that is the phone's, with sessions and causes")
     parser.add_argument("results", type=Path, help="what came back")
     parser.add_argument("--station", required=True, help="the console with the virtual phone")
     arguments = parser.parse_args()
@@ -186,8 +261,13 @@ def main():
             verdicts.append(judge_driver(arguments.results))
             continue
         chip, name, file = words
-        verdicts.append(judge_session(
-            Session(kind, chip, name, arguments.sessions / Path(file).name, arguments.results, arguments.station)))
+        script = arguments.phone / file.removeprefix("/")
+        if kind == "policy":
+            verdicts.append(judge_policy(chip, name, arguments.results, arguments.station))
+        elif kind == "cause":
+            verdicts.append(judge_cause(chip, name, script, arguments.results, arguments.station))
+        else:
+            verdicts.append(judge_session(Session(kind, chip, name, script, arguments.results, arguments.station)))
     passed = all(verdicts)
     print(f"kernel-phone: {'passed' if passed else 'FAILED'}")
     return 0 if passed else 1

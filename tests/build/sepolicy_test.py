@@ -131,10 +131,17 @@ def test_it_allows_the_programs_and_files_that_are_used(rules):
     for label in PROGRAMS.values():
         assert allowed(rules, label, "file") == {"execute", "execute_no_trans", "getattr", "map", "open", "read"}
     executable = {label for label in re.findall(rf"^allow {DOMAIN} (\w+):file .*execute_no_trans", rules, re.M)}
-    assert executable == set(PROGRAMS.values())
+    assert executable == {*PROGRAMS.values(), "logcat_exec"}
     opened = set(re.findall(r'"(/sys/[^"]+)"', sources()))
     assert opened == {f"/sys{path}" for path in re.findall(r"^genfscon sysfs (\S+)", (SEPOLICY / "genfs_contexts").read_text(), re.M)}
     assert allowed(rules, "sysfs_orva_debug", "file") == {"open", "write"}
+
+
+def test_it_allows_logcat_to_read_the_log(rules):
+    assert '{"logcat", ' in (ROOT / "console/phone/logcat.cpp").read_text(), "the console runs it by this name"
+    assert allowed(rules, "logcat_exec", "file") == {"execute", "execute_no_trans", "getattr", "map", "open", "read"}
+    assert allowed(rules, "logdr_socket", "sock_file") == {"write"}
+    assert allowed(rules, "logd", "unix_stream_socket") == {"connectto"}
 
 
 def test_adb_enters_the_domain_in_a_build_for_development_only(rules, variant):
