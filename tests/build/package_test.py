@@ -30,7 +30,6 @@ def prefix(tmp_path_factory):
 def with_cmake(prefix, folder):
     run(["cmake", "-S", ROOT / "examples" / "c", "-B", folder, f"-DCMAKE_PREFIX_PATH={prefix}"], check=True)
     run(["cmake", "--build", folder], check=True)
-    return {}
 
 
 def with_pkg_config(prefix, folder):
@@ -38,7 +37,6 @@ def with_pkg_config(prefix, folder):
     packages = ["wifi_factory_test_orva", "wifi_factory_test_orva_virtual_phone"]
     flags = run(["pkg-config", "--cflags", "--libs", *packages], env={**os.environ, "PKG_CONFIG_PATH": str(configs)})
     run(["gcc", ROOT / "examples/c/power_sweep.c", "-o", folder / "power_sweep", *flags.stdout.split()], check=True)
-    return {"LD_LIBRARY_PATH": str(configs.parent)}
 
 
 SWEPT = [f"power {power} at 5180 MHz: transmitted" for power in range(100, 181, 20)]
@@ -46,7 +44,8 @@ SWEPT = [f"power {power} at 5180 MHz: transmitted" for power in range(100, 181, 
 
 @pytest.mark.parametrize("build", [with_cmake, with_pkg_config])
 def test_a_program_against_the_installed_package(build, prefix, tmp_path):
-    environment = {**os.environ, **build(prefix, tmp_path)}
+    build(prefix, tmp_path)
+    environment = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
     good = run([tmp_path / "power_sweep"], env=environment)
     assert (good.returncode, good.stdout.splitlines()) == (0, [*SWEPT, "PASS"])
     phone = tmp_path / "phone.toml"
@@ -56,16 +55,30 @@ def test_a_program_against_the_installed_package(build, prefix, tmp_path):
     assert refused.stdout.splitlines() == [SWEPT[0], "power 120 at 5180 MHz: FAILED", *SWEPT[2:], "FAIL"]
 
 
-def test_the_installed_console_and_module_find_the_installed_library(prefix, tmp_path):
+def test_the_installed_console_finds_the_installed_library(prefix):
     console = run([prefix / "bin" / "orva-station", "wifi_set_power", "155"], env={"PATH": os.environ["PATH"]})
     assert console.returncode == 0, console.stderr
     for what, file in (("bash", "bash-completion/completions/orva-station"), ("zsh", "zsh/site-functions/_orva-station"),
                        ("man", "man/man1/orva-station.1")):
         assert (prefix / "share" / file).read_text() == run([prefix / "bin" / "orva-station", "generate", what]).stdout
-    (module,) = prefix.rglob("python/orva")
+
+
+def test_the_installed_python_packages_work_without_the_tree(prefix, tmp_path):
+    (packages,) = prefix.glob("lib/python3*/dist-packages")
+    environment = {"PYTHONPATH": str(packages), "PYTHONDONTWRITEBYTECODE": "1"}
     show = "import orva; b = orva.Bench(); print(orva.files.find('libvirtual_phone.so'), b.library.wifi_test_weld())"
-    found = run(["/usr/bin/python3", "-c", show], env={"PYTHONPATH": str(module.parent)})
+    found = run(["/usr/bin/python3", "-c", show], env=environment, cwd=tmp_path)
     assert found.stdout.startswith(str(prefix)) and found.stdout.endswith(" True\n"), found.stderr
+    # pytest finds the plugin by itself.
+    (tmp_path / "test_mine.py").write_text("def test_mine(orva_library):\n    assert orva_library.wifi_test_weld()\n")
+    tested = run(["/usr/bin/python3", "-m", "pytest", "-p", "no:cacheprovider", "test_mine.py"], env=environment, cwd=tmp_path)
+    assert "1 passed" in tested.stdout, tested.stdout + tested.stderr
+    for pattern in (ROOT / "python" / "data_files.txt").read_text().split():
+        assert {path.relative_to(packages / "orva" / "data") for path in (packages / "orva" / "data").glob(pattern)} == {
+            path.relative_to(ROOT) for path in ROOT.glob(pattern)}
+    # The migrations are data to pip, and would be missed only here.
+    migrated = run([prefix / "bin" / "orva-records", "migrate", "--database", f"sqlite:///{tmp_path}/store.sqlite"], cwd=tmp_path)
+    assert migrated.returncode == 0 and (tmp_path / "store.sqlite").stat().st_size > 0, migrated.stderr
 
 
 def test_the_installed_headers_stand_alone(prefix, tmp_path):
