@@ -93,22 +93,57 @@ def test_the_installed_headers_stand_alone(prefix, tmp_path):
         assert done.returncode == 0, done.stderr
 
 
+def module_text(module):
+    return re.search(rf'\n\w+ {{\n    name: "{module}",.*?\n}}', (ROOT / "Android.bp").read_text(), re.S)[0]
+
+
 def globbed(module):
-    """The files that a module of Android.bp is made of."""
-    text = re.search(rf'name: "{module}",.*?\n}}', (ROOT / "Android.bp").read_text(), re.S)[0]
+    """The files that a module of Android.bp is made of, with those of its defaults in the same file."""
+    text = module_text(module)
     def listed(name):
         found = re.search(rf"\b(?<!exclude_){name}: \[(.*?)\]", text, re.S)
         return {path for glob in re.findall(r'"(.*?)"', found[1]) for path in ROOT.glob(glob)} if found else set()
-    return listed("srcs") - listed("exclude_srcs")
+    defaults = re.search(r'\bdefaults: \["(orva_(?:on|fuzz)_\w+)"\]', text)
+    return listed("srcs") - listed("exclude_srcs") | (globbed(defaults[1]) if defaults else set())
 
 
-def test_the_phones_build_has_the_sources_of_ours():
-    built = {Path(entry["file"]) for entry in json.loads((BUILD / "compile_commands.json").read_text())
-             if "orva_objects.dir" in entry["command"]}
-    assert built and globbed("libwifi_factory_test_orva") == built
-    console = {Path(entry["file"]) for entry in json.loads((BUILD / "compile_commands.json").read_text())
-               if re.search(r"/(console_core|orva-station-phone|virtual_phone_words|watcher)\.dir", entry["command"])}
-    assert globbed("orva-station-phone") == console
+def compiled(targets):
+    """The sources of targets of our build."""
+    entries = json.loads((BUILD / "compile_commands.json").read_text())
+    return {Path(entry["file"]) for entry in entries if re.search(rf"\b({targets})\.dir/", entry["command"])}
+
+
+@pytest.mark.parametrize(
+    "module, targets",
+    [
+        ("libwifi_factory_test_orva", "orva_objects"),
+        ("orva-station-phone", "console_core|orva-station-phone|virtual_phone_words|watcher"),
+        ("libvirtual_phone_platform", "virtual_phone_platform|virtual_phone_words"),
+        ("libvirtual_phone", "virtual_phone"),
+        ("orva_internals_test", "orva_objects|internals_test"),
+    ],
+)
+def test_the_phones_build_has_the_sources_of_ours(module, targets):
+    assert globbed(module) == compiled(targets) != set()
+
+
+def test_the_phones_build_has_every_fuzzing_target_of_the_library():
+    targets = re.search(r"foreach\(target (.*?)\)", (ROOT / "fuzz" / "CMakeLists.txt").read_text())[1].split()
+    for target in targets:
+        own = {ROOT / "fuzz" / f"{target}.cpp", ROOT / "fuzz" / "library.cpp"}
+        assert globbed(f"orva_{target}_fuzzer") == own | compiled("orva_objects")
+        assert f"fuzz/corpus/{target}/*" in module_text(f"orva_{target}_fuzzer")
+
+
+def test_the_phones_build_runs_the_test_that_it_has():
+    for entry in json.loads((ROOT / "TEST_MAPPING").read_text())["presubmit"]:
+        assert entry["host"] and module_text(entry["name"]).startswith("\ncc_test {")
+
+
+@pytest.mark.parametrize("header", ["tests/support/chips.h", "tests/support/profiles.h"])
+def test_the_phones_build_lists_the_chips_as_ours_does(header):
+    made = run(["/usr/bin/python3", ROOT / "android" / "chip_headers.py", ROOT / "chips" / "chips.txt", ROOT / f"{header}.in"], check=True)
+    assert made.stdout == (BUILD / "tests" / "generated" / header).read_text()
 
 
 def test_the_phones_build_makes_the_reports_page_as_ours_does():
