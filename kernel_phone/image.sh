@@ -3,6 +3,9 @@
 # Builds the driver module, the phone's programs and the initramfs that holds them.
 # Sourced by script/kernel-phone, which sets root, arch, cache, headers_dir and the functions die and say.
 
+# The same folder as the preset release has, so that nothing is built twice.
+host_build=$root/build/release
+
 native() { [[ $arch == "$(dpkg --print-architecture)" ]]; }
 
 # Prefix of the compiler and its tools for the phone's instruction set.
@@ -41,11 +44,11 @@ copy_changed() {
 }
 
 # Build folder of the console for the phone, which is this machine's own if both have the same architecture.
-build_folder() { if native; then echo "$cache/host"; else echo "$cache/$arch/programs"; fi; }
+build_folder() { if native; then echo "$host_build"; else echo "$cache/$arch/programs"; fi; }
 
 build_programs() {
   local options=()
-  native || options=(--toolchain "$root/cmake/aarch64-linux-gnu.cmake" "-DORVA_SYSROOT=$cache/$arch/sysroot")
+  native || options=(-DORVA_TESTS=OFF --toolchain "$root/cmake/aarch64-linux-gnu.cmake" "-DORVA_SYSROOT=$cache/$arch/sysroot")
   configure_console "$(build_folder)" "${options[@]}"
   build_targets "$(build_folder)" orva-station-kernel orva-station-phone
   step driver_check "$(tools "$(gnu_name)")gcc" -std=gnu11 -O2 -Wall -Wextra -Werror \
@@ -55,14 +58,14 @@ build_programs() {
 
 # The console with the virtual phone, for this machine: its results are compared with the real kernel's.
 build_host() {
-  configure_console "$cache/host"
-  build_targets "$cache/host" orva-station
+  configure_console "$host_build"
+  build_targets "$host_build" orva-station
 }
 
 configure_console() {
   local folder=$1
   shift
-  step configure cmake -S "$root" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF "$@"
+  step configure cmake -S "$root" -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release "$@"
 }
 
 # The library, and these programs.

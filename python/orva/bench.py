@@ -10,15 +10,18 @@ not the test run.
 from __future__ import annotations
 
 import contextlib
+import functools
+import inspect
 import os
 import re
 import signal
 import subprocess
 import sys
 import tempfile
+from collections.abc import Callable
 from multiprocessing.connection import Connection, Pipe
 from pathlib import Path
-from typing import Any, Optional, cast
+from typing import Any, Optional, TypeVar, cast
 
 from orva import files
 from orva.library import Library
@@ -29,22 +32,41 @@ from orva.phone import VirtualPhone
 STARTING_S = 60.0
 ENDING_S = 5
 
+_Kind = TypeVar("_Kind")
+
 
 class PhoneDied(RuntimeError):
     """The phone's process ended, or did not answer in time."""
 
 
 class _Remote:
-    """Stands in for an object in the phone's process: its methods are called there."""
+    """Calls the methods of an object in the phone's process."""
 
-    def __init__(self, bench: Bench, target: str) -> None:
-        self._bench = bench
-        self._target = target
+    _bench: Bench
+    _target: str
 
-    def __getattr__(self, name: str) -> Any:
-        if name.startswith("_"):
-            raise AttributeError(name)
-        return lambda *arguments, **keywords: self._bench.call(self._target, name, arguments, keywords)
+
+def _forwarding(method: Callable[..., Any]) -> Callable[..., Any]:
+    """A method with the signature and help of that one, which is called in the phone's process."""
+    signature = inspect.signature(method)
+
+    @functools.wraps(method)
+    def forward(self: _Remote, *arguments: Any, **keywords: Any) -> Any:
+        signature.bind(self, *arguments, **keywords)  # misuse is reported here, with the caller's line
+        return self._bench.call(self._target, method.__name__, arguments, keywords)
+
+    return forward
+
+
+def _remote(kind: type[_Kind], bench: Bench, target: str) -> _Kind:
+    """Stands in for the object of that kind that the phone's process knows as target."""
+    members: dict[str, Any] = {"__doc__": kind.__doc__, "__module__": kind.__module__}
+    for name, value in vars(kind).items():
+        if inspect.isfunction(value) and not name.startswith("_"):
+            members[name] = _forwarding(value)
+    proxy: Any = type(kind.__name__, (_Remote,), members)()
+    proxy._bench, proxy._target = bench, target
+    return cast(_Kind, proxy)
 
 
 class Bench(contextlib.AbstractContextManager["Bench"]):
@@ -70,8 +92,8 @@ class Bench(contextlib.AbstractContextManager["Bench"]):
         self._process: Optional[subprocess.Popen[bytes]] = None
         self._start(library or files.find(files.LIBRARY), virtual_phone or files.find(files.VIRTUAL_PHONE))
         self._timeout = timeout
-        self.library = cast(Library, _Remote(self, "library"))
-        self.phone = cast(VirtualPhone, _Remote(self, "phone"))
+        self.library = _remote(Library, self, "library")
+        self.phone = _remote(VirtualPhone, self, "phone")
         try:
             if description is not None:
                 self.phone.load(description)

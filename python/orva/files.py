@@ -11,6 +11,7 @@ LIBRARY = "libwifi_factory_test_orva.so"
 VIRTUAL_PHONE = "libvirtual_phone.so"
 
 _ROOT = Path(__file__).resolve().parents[2]
+_MACHINE = sysconfig.get_config_var("MULTIARCH") or ""
 
 
 def _named() -> list[Path]:
@@ -23,21 +24,24 @@ def _named() -> list[Path]:
     return named
 
 
-def chips_file() -> Path:
-    """The list of chips: beside this module where it is installed, else the source tree's."""
-    installed = Path(__file__).with_name("chips.txt")
-    return installed if installed.is_file() else _ROOT / "chips" / "chips.txt"
+def data_file(name: str) -> Path:
+    """A data file, by its path in the source tree: "chips/chips.txt". Installed, it is below this package's folder data."""
+    installed = Path(__file__).parent / "data" / name
+    return installed if installed.exists() else _ROOT / name
+
+
+def _installed() -> list[Path]:
+    """The folders for libraries of the installation that this module belongs to, as PREFIX/lib/python3/dist-packages."""
+    lib = Path(__file__).resolve().parents[3]
+    return [lib, lib / _MACHINE] if lib.name == "lib" else []
 
 
 def folders() -> list[Path]:
     """Folders that are looked through, in order: those of ORVA_LIBRARY_PATH (separated by colons); the build
     beside this module's source tree; the libraries of the installation that this module belongs to; the system's."""
-    named = _named()
     build = _ROOT / "build" / "release"
-    lib = _ROOT.parent.parent / "lib"
-    machine = sysconfig.get_config_var("MULTIARCH") or ""
-    system = [Path("/usr/local/lib"), Path("/usr/lib") / machine, Path("/usr/lib")]
-    return [*named, build, build / "virtual_phone", lib, lib / machine, *system]
+    system = [Path("/usr/local/lib"), Path("/usr/local/lib") / _MACHINE, Path("/usr/lib") / _MACHINE, Path("/usr/lib")]
+    return list(dict.fromkeys([*_named(), build, build / "virtual_phone", *_installed(), *system]))
 
 
 def find(name: str) -> Path:

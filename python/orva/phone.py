@@ -14,7 +14,7 @@ from typing import Any
 from orva import files
 
 #: The chips, by sub-chip index.
-CHIPS = tuple(files.chips_file().read_text(encoding="utf-8").split())
+CHIPS = tuple(files.data_file("chips/chips.txt").read_text(encoding="utf-8").split())
 #: Bytes of an NV item.
 NV_ITEM_SIZE = 104
 

@@ -1,9 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 """Fixtures that give each test a fresh virtual phone with the unmodified library on it.
 
-Use it with `-p orva.pytest_plugin`, or `pytest_plugins = ["orva.pytest_plugin"]` in the top conftest.py (in a test
-module it works too, without the command line options). A test takes `phone` and `library`; both are of one bench, whose process begins and ends with the test. A test fails as well when it
-planned a fault that never fired, or when library calls left a descriptor, child or stream open.
+pytest loads it by itself where the package is installed; from the source tree, give `-p orva.pytest_plugin`, or write
+`pytest_plugins = ["orva.pytest_plugin"]` into the top conftest.py (in a test module it works too, without the command line
+options).
+
+A test takes `orva_phone` and `orva_library`; both are of one bench, `orva_bench`, whose process begins and ends with the
+test. A test also fails if it planned a fault that never fired, or if library calls left a descriptor, child or stream open.
 """
 
 from __future__ import annotations
@@ -27,16 +30,16 @@ def pytest_addoption(parser: pytest.Parser) -> None:
 
 
 @pytest.fixture
-def chip(request: pytest.FixtureRequest) -> str:
-    """The fitted chip. @pytest.mark.parametrize("chip", CHIPS) runs a test on all of them."""
+def orva_chip(request: pytest.FixtureRequest) -> str:
+    """The fitted chip. @pytest.mark.parametrize("orva_chip", CHIPS) runs a test on all of them."""
     return str(request.config.getoption("orva_chip", DEFAULT_CHIP))
 
 
 @pytest.fixture
-def bench(request: pytest.FixtureRequest, chip: str) -> Iterator[Bench]:
+def orva_bench(request: pytest.FixtureRequest, orva_chip: str) -> Iterator[Bench]:
     """A virtual phone with the library, in a process of its own."""
     description: Optional[str] = request.config.getoption("orva_phone", None)
-    with Bench(chip=chip, description=description) as bench:
+    with Bench(chip=orva_chip, description=description) as bench:
         yield bench
         left, unfired = bench.phone.left_open(), bench.phone.faults_unfired()
     if unfired:
@@ -46,12 +49,12 @@ def bench(request: pytest.FixtureRequest, chip: str) -> Iterator[Bench]:
 
 
 @pytest.fixture
-def phone(bench: Bench) -> VirtualPhone:
+def orva_phone(orva_bench: Bench) -> VirtualPhone:
     """The phone's controls."""
-    return bench.phone
+    return orva_bench.phone
 
 
 @pytest.fixture
-def library(bench: Bench) -> Library:
+def orva_library(orva_bench: Bench) -> Library:
     """The library's functions."""
-    return bench.library
+    return orva_bench.library

@@ -30,7 +30,7 @@ def build():
     # Without built-in search paths LD_LIBRARY_PATH decides which library a test loads.
     subprocess.run(["cmake", "-S", ROOT, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                     "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_SKIP_RPATH=ON"], check=True, stdout=subprocess.DEVNULL)
-    subprocess.run(["cmake", "--build", BUILD, "--target", "tests/all"], check=True, stdout=subprocess.DEVNULL,
+    subprocess.run(["cmake", "--build", BUILD, "--target", "tests_library"], check=True, stdout=subprocess.DEVNULL,
                    env=environment(BUILD))
 
 
@@ -74,7 +74,7 @@ class Tests:
         commands = labelled_tests(BUILD, "-L", "^library$", "-LE", "^slow$", env=environment(BUILD)).values()
         programs = {command[0]: command for command in commands}
         self.quick = [Test(command) for command in programs.values()]
-        sweeps = labelled_tests(BUILD, "-R", "^fault_sweep", env=environment(BUILD)).values()
+        sweeps = labelled_tests(BUILD, "-R", r"^fault_sweep\.", env=environment(BUILD)).values()
         self.sweeps = [Test(command) for command in sweeps]
         if not self.quick or not self.sweeps:
             sys.exit("script/mutate: ctest -L library finds no tests or no fault_sweep")

@@ -23,7 +23,7 @@ STATION = Path(os.environ["ORVA_STATION"])
 TESTER = Path(os.environ["ORVA_RF_TESTER"])
 LIBRARIES = os.environ["ORVA_LIBRARY_PATH"].split(":")
 ELSEWHERE = {"sessions.md"}  # its sessions are run on every chip by the console's own test
-DOCUMENTS = sorted([*(ROOT / "docs").rglob("*.md"), ROOT / "README.md", ROOT / "rf_tester" / "README.md",
+DOCUMENTS = sorted([*(ROOT / "docs").rglob("*.md"), *ROOT.glob("*.md"), ROOT / "script" / "README.md", ROOT / "rf_tester" / "README.md",
                     ROOT / "virtual_phone" / "README.md", ROOT / "virtual_phone" / "rf" / "README.md"])
 
 

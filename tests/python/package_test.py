@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """The Python module: it has the C interface, names what went wrong, and its fixtures catch empty tests."""
 
+import inspect
 import json
 import os
+import pydoc
 import re
 import signal
 import subprocess
@@ -18,6 +20,7 @@ from orva import phone as phone_module
 
 from support.tree import PHONES, ROOT
 
+EXAMPLES = sorted((ROOT / "examples").glob("*.py"))
 PLAN = ROOT / "examples" / "factory_plan.py"
 
 pytest_plugins = ["orva.pytest_plugin"]
@@ -75,7 +78,22 @@ def test_every_public_function_has_a_documented_method():
         assert getattr(Library, name).__doc__, name
 
 
-def test_the_event_kinds_are_those_of_the_header_and_of_the_trace_format(bench):
+@pytest.mark.parametrize("kind, attribute", [(Library, "library"), (VirtualPhone, "phone")])
+def test_help_shows_a_benchs_objects_as_their_own_kind(orva_bench, kind, attribute):
+    proxy = getattr(orva_bench, attribute)
+    methods = {name for name, value in vars(kind).items() if inspect.isfunction(value) and not name.startswith("_")}
+    assert {name for name in dir(proxy) if not name.startswith("_")} == methods
+    for name in methods:
+        assert inspect.signature(getattr(proxy, name)) == inspect.signature(getattr(kind, name).__get__(proxy)), name
+        assert inspect.getdoc(getattr(proxy, name)) == inspect.getdoc(getattr(kind, name)), name
+    assert inspect.getdoc(proxy) in pydoc.render_doc(proxy, renderer=pydoc.plaintext).replace("\n |  ", "\n")
+    with pytest.raises(TypeError, match="missing a required argument"):
+        orva_bench.phone.fault()
+    with pytest.raises(AttributeError, match="wifi_set_powr"):
+        orva_bench.library.wifi_set_powr(155)
+
+
+def test_the_event_kinds_are_those_of_the_header_and_of_the_trace_format(orva_bench):
     body = re.search(r"enum phone_event_kind \{(.*?)\};", (ROOT / "virtual_phone/phone.h").read_text(), re.S).group(1)
     names = re.findall(r"\bPHONE_(\w+)", re.sub(r"/\*.*?\*/", "", body, flags=re.S))
     assert [kind.name for kind in EventKind] == names
@@ -85,15 +103,15 @@ def test_the_event_kinds_are_those_of_the_header_and_of_the_trace_format(bench):
         fields = re.sub(r":[^;]*", "", text)
         for word in re.findall(r"`(\w+)`", words):
             described[word] = sorted(set(re.findall(r"`(\w+)`", fields)) - {"result"})
-    assert described == {kind.name.lower(): sorted(bench.phone.event_fields(kind)) for kind in EventKind}
+    assert described == {kind.name.lower(): sorted(orva_bench.phone.event_fields(kind)) for kind in EventKind}
 
 
 def kinds_in_the_docs():
     return (ROOT / "docs/reference/trace.md").read_text().partition("| kind | more fields |")[2]
 
 
-def test_the_fault_places_are_those_of_the_documentation(bench):
-    places = bench.phone.fault_places()
+def test_the_fault_places_are_those_of_the_documentation(orva_bench):
+    places = orva_bench.phone.fault_places()
     table = (ROOT / "virtual_phone/README.md").read_text().partition("| place | what fails | value |")[2].partition("\n\n")[0]
     rows = re.findall(r"^\| `([^`]+)` \| (.*) \| (.*) \|$", table, re.M)
     assert rows == [(place.name, place.meaning, place.value) for place in places]
@@ -108,50 +126,50 @@ def test_the_fault_places_are_those_of_the_documentation(bench):
 SPARED = {"fuzz/call_sequence.cpp": {"waitpid"}}
 
 
-@pytest.mark.parametrize("chip, digits", [(chip, 32 if chip in ("vq2040", "vq2040a") else 36) for chip in CHIPS])
-def test_outputs_come_as_values_of_their_kind(library, phone, digits):
-    phone.set("ap.ssid", "lab \"7\"")
-    connection = library.wifi_conn_info()
+@pytest.mark.parametrize("orva_chip, digits", [(chip, 32 if chip in ("vq2040", "vq2040a") else 36) for chip in CHIPS])
+def test_outputs_come_as_values_of_their_kind(orva_library, orva_phone, digits):
+    orva_phone.set("ap.ssid", "lab \"7\"")
+    connection = orva_library.wifi_conn_info()
     assert (connection.ok, connection.ssid, connection.bssid, connection.rssi_dbm) == (True, 'lab "7"', "02:00:5e:10:20:30", -47)
-    library.wifi_start_testmode()
-    library.wifi_set_mode(4)
-    library.wifi_set_band(0)
-    library.wifi_set_channel(5180)
-    assert library.wifi_start_rx("0A1B2C3D4E5F")
-    phone.wait(2)
-    assert library.wifi_get_rx_pckg() == pytest.approx(2000, abs=50)
-    assert library.wifi_get_rx_rssi() == library_module.RxRssi(True, -52)
-    check = library.conn_test_get_checktime_of_chipcheck()
+    orva_library.wifi_start_testmode()
+    orva_library.wifi_set_mode(4)
+    orva_library.wifi_set_band(0)
+    orva_library.wifi_set_channel(5180)
+    assert orva_library.wifi_start_rx("0A1B2C3D4E5F")
+    orva_phone.wait(2)
+    assert orva_library.wifi_get_rx_pckg() == pytest.approx(2000, abs=50)
+    assert orva_library.wifi_get_rx_rssi() == library_module.RxRssi(True, -52)
+    check = orva_library.conn_test_get_checktime_of_chipcheck()
     assert check.ok and re.fullmatch("[0-9A-F]{%d}" % digits, check.die_id)
-    phone.set("identity.upc", 300)
-    assert library.wifi_get_upc_code() == library_module.UpcCode(code=300, upc=300 & 255, out1=0, out2=0)
+    orva_phone.set("identity.upc", 300)
+    assert orva_library.wifi_get_upc_code() == library_module.UpcCode(code=300, upc=300 & 255, out1=0, out2=0)
 
 
-def test_failures_differ_from_values(library, phone):
-    assert library.wifi_query_setting(5) is None
-    assert library.conn_test_uart_loop()
-    phone.fault("ioctl", times=0)
-    assert library.wifi_get_rx_pckg() is None
-    assert library.wifi_get_rx_rssi().ok is False
-    assert not library.conn_test_uart_loop() and not library.conn_test_chipcheck()
-    assert library.conn_test_get_chipcheck_result() == 1
-    phone.fault("socket", times=0)
-    assert library.wifi_get_rx_rssi() == library_module.RxRssi(False, None)
-    assert any(line.priority == 6 and line.text.endswith("socket create fail.\n") for line in phone.log_lines())
+def test_failures_differ_from_values(orva_library, orva_phone):
+    assert orva_library.wifi_query_setting(5) is None
+    assert orva_library.conn_test_uart_loop()
+    orva_phone.fault("ioctl", times=0)
+    assert orva_library.wifi_get_rx_pckg() is None
+    assert orva_library.wifi_get_rx_rssi().ok is False
+    assert not orva_library.conn_test_uart_loop() and not orva_library.conn_test_chipcheck()
+    assert orva_library.conn_test_get_chipcheck_result() == 1
+    orva_phone.fault("socket", times=0)
+    assert orva_library.wifi_get_rx_rssi() == library_module.RxRssi(False, None)
+    assert any(line.priority == 6 and line.text.endswith("socket create fail.\n") for line in orva_phone.log_lines())
 
 
-def test_calibration_through_nv(library, phone, tmp_path):
-    phone.nv_open(tmp_path / "unit.nv")
-    assert library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 2442, "10")
-    (item,) = phone.nv_items()
-    assert item.text == library.wifi_nvram_calibrate_get().text != ""
-    assert library.wifi_nvram_calibrate_clean_new(chain0_2g=True)
-    assert library.wifi_nvram_calibrate_get().text == ""
-    phone.nv_put(item.number, item.name, item.data)
-    assert phone.nv_get(item.number, item.name) == item.data
-    phone.nv_open(None)
-    phone.nv_open(tmp_path / "unit.nv")
-    assert phone.nv_items()[0] == NvItem(item.number, item.name, item.data)
+def test_calibration_through_nv(orva_library, orva_phone, tmp_path):
+    orva_phone.nv_open(tmp_path / "unit.nv")
+    assert orva_library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 2442, "10")
+    (item,) = orva_phone.nv_items()
+    assert item.text == orva_library.wifi_nvram_calibrate_get().text != ""
+    assert orva_library.wifi_nvram_calibrate_clean_new(chain0_2g=True)
+    assert orva_library.wifi_nvram_calibrate_get().text == ""
+    orva_phone.nv_put(item.number, item.name, item.data)
+    assert orva_phone.nv_get(item.number, item.name) == item.data
+    orva_phone.nv_open(None)
+    orva_phone.nv_open(tmp_path / "unit.nv")
+    assert orva_phone.nv_items()[0] == NvItem(item.number, item.name, item.data)
 
 
 @pytest.mark.parametrize(
@@ -168,11 +186,11 @@ def test_calibration_through_nv(library, phone, tmp_path):
         (lambda bench: bench.phone.load("/nowhere.toml"), (PhoneError, "/nowhere.toml: cannot be read")),
     ],
 )
-def test_misuse_names_the_argument(bench, call, expected):
-    before = len(bench.phone.events())
+def test_misuse_names_the_argument(orva_bench, call, expected):
+    before = len(orva_bench.phone.events())
     with pytest.raises(expected[0], match=expected[1]):
-        call(bench)
-    assert len(bench.phone.events()) == before
+        call(orva_bench)
+    assert len(orva_bench.phone.events()) == before
 
 
 def test_a_result_that_is_no_truth_value_is_not_taken_for_one():
@@ -212,10 +230,9 @@ def test_missing_libraries_are_named(tmp_path, monkeypatch):
 
 def test_libraries_are_looked_for_from_the_nearest_place_on(tmp_path, monkeypatch):
     monkeypatch.setenv("ORVA_LIBRARY_PATH", f":{tmp_path}::")
-    lib, machine = ROOT.parent.parent / "lib", sysconfig.get_config_var("MULTIARCH")
-    build = ROOT / "build" / "release"
-    assert files.folders() == [tmp_path, build, build / "virtual_phone", lib, lib / machine, Path("/usr/local/lib"),
-                               Path("/usr/lib") / machine, Path("/usr/lib")]
+    build, machine = ROOT / "build" / "release", sysconfig.get_config_var("MULTIARCH")
+    local, system = Path("/usr/local/lib"), Path("/usr/lib")
+    assert files.folders() == [tmp_path, build, build / "virtual_phone", local, local / machine, system / machine, system]
     monkeypatch.delenv("ORVA_LIBRARY_PATH")
     assert files.folders()[0] == build
     (tmp_path / "other.so").touch()
@@ -223,9 +240,9 @@ def test_libraries_are_looked_for_from_the_nearest_place_on(tmp_path, monkeypatc
     assert files.find("other.so") == tmp_path / "other.so"
 
 
-def test_a_folder_that_is_none_or_no_phone_is_named(bench, tmp_path, monkeypatch):
+def test_a_folder_that_is_none_or_no_phone_is_named(orva_bench, tmp_path, monkeypatch):
     with pytest.raises(PhoneError, match=f"{tmp_path}: is a folder.*description file"):
-        bench.phone.load(tmp_path)
+        orva_bench.phone.load(tmp_path)
     monkeypatch.setenv("ORVA_LIBRARY_PATH", f"/nope:{os.environ['ORVA_LIBRARY_PATH']}")
     with pytest.raises(NotADirectoryError, match="ORVA_LIBRARY_PATH: /nope is no folder"):
         Bench()
@@ -270,10 +287,34 @@ def test_the_plan_names_what_is_wrong(phone, failed):
     assert below == failed
 
 
+@pytest.mark.parametrize(
+    "phone, status, lines",
+    [
+        (None, 0, ["front end: 1 in 1..1: PASS", "receive starts: 1 in 1..1: PASS", "signal in dBm: -52 in -60..-40: PASS", "PASS"]),
+        ("wrong-fem", 1, ["front end: 0 in 1..1: FAIL", "receive starts: 1 in 1..1: PASS", "signal in dBm: -71 in -60..-40: FAIL", "FAIL"]),
+    ],
+)
+def test_the_plug_is_made_and_torn_down(phone, status, lines):
+    described = {"ORVA_PHONE": str(PHONES / f"{phone}.toml")} if phone else {}
+    done = subprocess.run([sys.executable, PLAN.parent / "framework_plug.py"], env={**os.environ, **described},
+                          capture_output=True, text=True, timeout=120)
+    assert (done.returncode, done.stdout.splitlines()) == (status, lines), done.stderr
+
+
+def test_the_example_with_unittest_runs_and_sees_a_broken_procedure(tmp_path):
+    example = PLAN.parent / "bench_unittest.py"
+    for text, status, ending in ((example.read_text(), 0, "OK"),
+                                 (example.read_text().replace("and started", "or started"), 1, "FAILED (failures=2)")):
+        copy = tmp_path / "bench_unittest.py"
+        copy.write_text(text)
+        done = subprocess.run([sys.executable, copy], capture_output=True, text=True, timeout=120)
+        assert (done.returncode, done.stderr.splitlines()[-1]) == (status, ending), done.stderr
+
+
 def test_the_types_hold():
     if subprocess.run([sys.executable, "-m", "mypy", "--version"], capture_output=True).returncode != 0:
         pytest.skip("mypy is not installed")
     done = subprocess.run(
-        [sys.executable, "-m", "mypy", "--strict", "--cache-dir", os.devnull, ROOT / "python" / "orva", PLAN],
+        [sys.executable, "-m", "mypy", "--strict", "--cache-dir", os.devnull, ROOT / "python" / "orva", *EXAMPLES],
         env={**os.environ, "MYPYPATH": str(ROOT / "python"), "LD_PRELOAD": ""}, capture_output=True, text=True)
     assert done.returncode == 0, done.stdout

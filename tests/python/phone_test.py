@@ -13,41 +13,41 @@ from support.tree import PHONES, ROOT
 pytest_plugins = ["orva.pytest_plugin", "pytester"]
 
 
-def test_time_passes_on_the_chosen_clock(phone):
-    phone.wait(0)
-    phone.wait(4000)
-    assert (phone.now_us(), phone.pauses_us()) == (4_000_000_000, [0, 4_000_000_000])
+def test_time_passes_on_the_chosen_clock(orva_phone):
+    orva_phone.wait(0)
+    orva_phone.wait(4000)
+    assert (orva_phone.now_us(), orva_phone.pauses_us()) == (4_000_000_000, [0, 4_000_000_000])
     for seconds in (-0.001, 4000.001):
         with pytest.raises(ValueError, match=rf"seconds: {seconds} is not in 0\.\.4000"):
-            phone.wait(seconds)
-    phone.reset()
-    assert phone.now_us() == 0
-    phone.set_clock(Clock.REAL)
-    phone.wait(0.05)
-    assert 50_000 <= phone.now_us() < 5_000_000
+            orva_phone.wait(seconds)
+    orva_phone.reset()
+    assert orva_phone.now_us() == 0
+    orva_phone.set_clock(Clock.REAL)
+    orva_phone.wait(0.05)
+    assert 50_000 <= orva_phone.now_us() < 5_000_000
     with pytest.raises(ValueError):
-        phone.set_clock(2)
+        orva_phone.set_clock(2)
 
 
-def test_a_fault_comes_at_its_use_and_its_id_tells(library, phone):
-    first, later = phone.fault("ioctl:21", nth=2), phone.fault("ioctl:21", nth=4, times=2, value=19)
-    taken = [library.wifi_set_antenna(1) for _ in range(3)]
-    commands = phone.driver_commands()
+def test_a_fault_comes_at_its_use_and_its_id_tells(orva_library, orva_phone):
+    first, later = orva_phone.fault("ioctl:21", nth=2), orva_phone.fault("ioctl:21", nth=4, times=2, value=19)
+    taken = [orva_library.wifi_set_antenna(1) for _ in range(3)]
+    commands = orva_phone.driver_commands()
     assert (taken, [c.ok for c in commands]) == ([True, True, False], [True, False, True, False, False])
-    assert [e.error for e in phone.events() if e.kind is EventKind.IOCTL] == [0, 5, 0, 19, 19]
-    assert (phone.fault_fired(first), phone.fault_fired(later), phone.fault_fired(99)) == (1, 2, 0)
-    assert (phone.uses("ioctl:21"), phone.uses("ioctl"), phone.uses("socket"), phone.uses("popen")) == (5, 5, 3, 0)
-    phone.events_clear()
-    assert (phone.uses("ioctl:21"), phone.events()) == (0, [])
-    phone.fault("ioctl:21", times=0)
-    phone.fault("fork")
-    phone.faults_clear()
-    assert library.wifi_set_antenna(1) and phone.faults_unfired() == 2
-    phone.reset()
-    assert phone.faults_unfired() == 0
+    assert [e.error for e in orva_phone.events() if e.kind is EventKind.IOCTL] == [0, 5, 0, 19, 19]
+    assert (orva_phone.fault_fired(first), orva_phone.fault_fired(later), orva_phone.fault_fired(99)) == (1, 2, 0)
+    assert [orva_phone.uses(place) for place in ("ioctl:21", "ioctl", "socket", "popen")] == [5, 5, 3, 0]
+    orva_phone.events_clear()
+    assert (orva_phone.uses("ioctl:21"), orva_phone.events()) == (0, [])
+    orva_phone.fault("ioctl:21", times=0)
+    orva_phone.fault("fork")
+    orva_phone.faults_clear()
+    assert orva_library.wifi_set_antenna(1) and orva_phone.faults_unfired() == 2
+    orva_phone.reset()
+    assert orva_phone.faults_unfired() == 0
     for place, nth in (("socket", 0), ("sockets", 3)):
         with pytest.raises(PhoneError, match=f"nth {nth} must be 1 or more, and the place '{place}' one of socket, "):
-            phone.fault(place, nth=nth)
+            orva_phone.fault(place, nth=nth)
 
 
 def test_log_lines_from_a_priority_on(capfd):
@@ -65,52 +65,53 @@ def test_log_lines_from_a_priority_on(capfd):
     assert capfd.readouterr().err == ""
 
 
-def test_bounds_checked_functions_are_traced_on_request(library, phone):
+def test_bounds_checked_functions_are_traced_on_request(orva_library, orva_phone):
     for on in (True, False):
-        phone.events_clear()
-        phone.trace_secure(on)
-        library.wifi_conn_info()
-        names = [event.name for event in phone.events() if event.kind is EventKind.SECURE]
+        orva_phone.events_clear()
+        orva_phone.trace_secure(on)
+        orva_library.wifi_conn_info()
+        names = [event.name for event in orva_phone.events() if event.kind is EventKind.SECURE]
         assert ("memcpy_s" in names) is on and bool(names) is on
 
 
-def test_fixed_answers_stand_in_for_the_radios_own(library, phone):
-    phone.driver_answer(12, (-7).to_bytes(4, "little", signed=True))
-    assert library.wifi_get_rx_rssi().dbm == -7
-    (command,) = phone.driver_commands()
+def test_fixed_answers_stand_in_for_the_radios_own(orva_library, orva_phone):
+    orva_phone.driver_answer(12, (-7).to_bytes(4, "little", signed=True))
+    assert orva_library.wifi_get_rx_rssi().dbm == -7
+    (command,) = orva_phone.driver_commands()
     assert (command.id, command.magic, command.value, command.answer[:5], len(command.sent)) == (12, 2050, 0, b"\xf9\xff\xff\xff\0", 256)
-    phone.driver_answers_clear()
-    assert library.wifi_get_rx_rssi().dbm == -52
+    orva_phone.driver_answers_clear()
+    assert orva_library.wifi_get_rx_rssi().dbm == -52
     for number, answer in ((12, bytes(257)), (64, b"")):
         with pytest.raises(PhoneError, match=f"no driver command {number} with an answer of {len(answer)} bytes"):
-            phone.driver_answer(number, answer)
+            orva_phone.driver_answer(number, answer)
 
 
-def test_nv_items_without_a_trace(phone, tmp_path):
-    phone.nv_put(340, "B", b"two")
-    phone.nv_put(340, "A", bytes(range(1, 105)))
-    phone.nv_put(2, "C", b"")
-    assert [(i.number, i.name, i.text[:3]) for i in phone.nv_items()] == [(2, "C", ""), (340, "A", "\1\2\3"), (340, "B", "two")]
-    assert phone.nv_get(340, "B") == b"two" + bytes(101) and phone.nv_get(340, "D") == bytes(104)
-    assert phone.events() == []
-    phone.nv_clear()
-    assert phone.nv_items() == []
+def test_nv_items_without_a_trace(orva_phone, tmp_path):
+    orva_phone.nv_put(340, "B", b"two")
+    orva_phone.nv_put(340, "A", bytes(range(1, 105)))
+    orva_phone.nv_put(2, "C", b"")
+    items = [(item.number, item.name, item.text[:3]) for item in orva_phone.nv_items()]
+    assert items == [(2, "C", ""), (340, "A", "\1\2\3"), (340, "B", "two")]
+    assert orva_phone.nv_get(340, "B") == b"two" + bytes(101) and orva_phone.nv_get(340, "D") == bytes(104)
+    assert orva_phone.events() == []
+    orva_phone.nv_clear()
+    assert orva_phone.nv_items() == []
     with pytest.raises(PhoneError, match="nowhere"):
-        phone.nv_open(tmp_path / "nowhere" / "unit.nv")
+        orva_phone.nv_open(tmp_path / "nowhere" / "unit.nv")
     assert NvItem(1, "X", b"\xe9\0rest").text == "\u00e9"
 
 
-def test_the_interface_and_what_is_left_open(library, phone):
-    assert phone.interface_up() is True and phone.left_open() == 0
-    phone.set("interface.up", False)
-    assert (phone.get("interface.up"), phone.interface_up()) == ("false", False)
-    phone.load(PHONES / "dead-pcie.toml")
-    assert phone.get("check.pcie") != "0" and not library.wifi_test_weld()
+def test_the_interface_and_what_is_left_open(orva_library, orva_phone):
+    assert orva_phone.interface_up() is True and orva_phone.left_open() == 0
+    orva_phone.set("interface.up", False)
+    assert (orva_phone.get("interface.up"), orva_phone.interface_up()) == ("false", False)
+    orva_phone.load(PHONES / "dead-pcie.toml")
+    assert orva_phone.get("check.pcie") != "0" and not orva_library.wifi_test_weld()
 
 
-def test_keys_have_a_meaning_each(phone):
-    meanings = {key.name: key.meaning for key in phone.keys()}
-    assert len(meanings) == len(phone.keys()) > 50 and all(meanings.values())
+def test_keys_have_a_meaning_each(orva_phone):
+    meanings = {key.name: key.meaning for key in orva_phone.keys()}
+    assert len(meanings) == len(orva_phone.keys()) > 50 and all(meanings.values())
     assert "dBm" in meanings["radio.rssi"] and meanings["radio.rssi"] != meanings["ap.rssi"]
     names = set(meanings) - {"chip", "subchip"}
     documented = (ROOT / "virtual_phone" / "README.md").read_text().partition("| keys | what |")[2].partition("\n\n")[0]
@@ -127,8 +128,8 @@ values = st.one_of(st.integers(-(2**31), 2**32 - 1).map(str), st.sampled_from(["
 @settings(max_examples=40, deadline=None, derandomize=True, database=None,
           suppress_health_check=[HealthCheck.function_scoped_fixture])
 @given(st.data())
-def test_a_description_read_out_describes_the_same_phone(bench, tmp_path, data):
-    phone = bench.phone
+def test_a_description_read_out_describes_the_same_phone(orva_bench, tmp_path, data):
+    phone = orva_bench.phone
     phone.reset()
     settable = [key.name for key in phone.keys() if not key.name.startswith("state.")]
     before = {name: phone.get(name) for name in settable}
@@ -149,20 +150,20 @@ def test_a_description_read_out_describes_the_same_phone(bench, tmp_path, data):
 BAD_TESTS = """
 import signal
 
-def test_fault_that_never_fires(library, phone):
-    phone.fault("popen")
-    phone.fault("fread")
-    assert library.wifi_set_rate(6500)
+def test_fault_that_never_fires(orva_library, orva_phone):
+    orva_phone.fault("popen")
+    orva_phone.fault("fread")
+    assert orva_library.wifi_set_rate(6500)
 
-def test_leak(bench):
-    bench.phone.left_open = lambda: 3
+def test_leak(orva_bench):
+    orva_bench.phone.left_open = lambda: 3
 
-def test_dead_phone(bench, library):
-    bench._process.send_signal(signal.SIGKILL)
-    library.wifi_stop_tx()
+def test_dead_phone(orva_bench, orva_library):
+    orva_bench._process.send_signal(signal.SIGKILL)
+    orva_library.wifi_stop_tx()
 
-def test_good(library, phone, chip):
-    assert phone.get("chip") == chip == "vq2040a" and phone.get("check.pcie") != "0"
+def test_good(orva_library, orva_phone, orva_chip):
+    assert orva_phone.get("chip") == orva_chip == "vq2040a" and orva_phone.get("check.pcie") != "0"
 """
 
 
