@@ -57,5 +57,8 @@ class SimulatedTester(contextlib.AbstractContextManager["SimulatedTester"]):
 def fit(bench: Bench, chip: str, unit: int | str, cable: str, keys: Mapping[str, object]) -> None:
     """Makes the bench's phone a fresh one: a unit of a chip, plugged in, with more keys of its description."""
     bench.phone.reset()
-    for key, value in {"chip": chip, "unit": unit, **keys, "cable": cable}.items():
+    bench.phone.set("chip", chip)
+    bench.phone.set("unit", unit)
+    for key, value in keys.items():
         bench.phone.set(key, value)
+    bench.phone.set("cable", cable)
