@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/language/tester_commands.h"
 
-#include "console/language/interrupt.h"
 #include "console/language/option_words.h"
 #include "console/text/output_file.h"
 #include "console/text/tcl_list.h"
@@ -14,6 +13,7 @@
 #include <fmt/format.h>
 #include <map>
 #include <span>
+#include <tcl.h>
 
 namespace console {
 namespace {
@@ -54,7 +54,7 @@ std::string connect(const tester_context &in, words_t words) {
   auto path = in.located(words[1]);
   claim_file({"tester connect", path, false});
   in.on.connected =
-      std::make_unique<test_set>(words[0], load_instrument_profile(path), [] { return interrupted != 0; });
+      std::make_unique<test_set>(words[0], load_instrument_profile(path), [] { return Tcl_AsyncReady() != 0; });
   return in.on.connected->identity();
 }
 
