@@ -297,6 +297,11 @@ std::string run_nv_command(script_context &in, words_t words) {
   return run_nv(words, in.current(), [&](const std::string &path) { return in.beside_script(path); });
 }
 
+std::string run_tester_command(script_context &in, words_t words) {
+  return run_tester(words, {in.rf_bench(), in.current(), in.where(),
+                            [&](const std::string &path) { return in.beside_script(path); }});
+}
+
 std::string run_preview(script_context &in, words_t words) {
   auto body = words.size() == 1 ? words[0] : to_list(words);
   return std::string(trim_end(in.current().preview(body, [&] { in.eval(body); }).text));
@@ -454,6 +459,18 @@ const command table[] = {
      1,
      2,
      run_nv_command},
+    {{"tester", "tester " + usage_of(tester_words()),
+      "Drives an RF test set. connect takes HOST:PORT and an instrument profile. loss takes the path's losses, as in "
+      "{2412 1.2 5180 2.1}. Powers and levels are those at the phone. measure returns power (dBm), evm (dB), "
+      "frequency_error (ppm) and mask_margin (dB) by name, as far as the test set has them, and judges those behind "
+      "->; nothing received, or a power more than -within (3 dB) from -wanted, is a failed expectation with its "
+      "likely cause. generate returns how many packets were sent, 1000 if nothing else is said. limits loads a "
+      "table of the standard's limits; limit returns one, less the test set's uncertainty and -tighten at each "
+      "end. The end of the session closes the connection.",
+      "tester measure -wanted 15 -at {rate mcs7} -> power 13..17 evm ..-27.3", tester_words()},
+     1,
+     MANY,
+     run_tester_command},
     {{"help", "help ?COMMAND?", "Explains a function or command.", "help wifi_set_power"},
      0,
      1,
