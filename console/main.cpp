@@ -13,7 +13,9 @@
 #include "console/phone/library.h"
 #include "console/prompt/generate.h"
 #include "console/prompt/options.h"
+#include "console/prompt/outputs.h"
 #include "console/prompt/prompt.h"
+#include "console/record/record_reporter.h"
 #include "console/record/replay.h"
 #include "console/record/to_phone.h"
 #include "console/record/trace_reporter.h"
@@ -53,6 +55,7 @@ reporters make_reporters(const command_line &line) {
                       .several_chips = line.all_chips};
   reporters all;
   if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
+  if (!line.record_file.empty()) all.push_back(make_record_reporter(line.record_file));
   if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
   if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
   all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, style));
@@ -114,8 +117,9 @@ void leave_test_mode(session &s, const command_line &line) {
 }
 
 session_summary run_session(const command_line &line, const settings &with, const std::string &path,
-                            const reporters &to, attempts &each) {
+                            const identity &who, const reporters &to, attempts &each) {
   session s(with, path, to);
+  s.identify(who);
   s.start();
   interpreter in(s);
   if (interrupted)
@@ -142,7 +146,8 @@ exit_status run_sessions(const command_line &line) {
   auto goes_on = [&] { return !each.failed() && !(interrupted && !all.empty() && all.back().broken); };
   for (auto &with : chips_to_test(line))
     for (size_t i = 1; i < line.words.size() && goes_on(); ++i)
-      all.push_back(run_session(line, with, line.words[i], to, each));
+      all.push_back(
+          run_session(line, with, line.words[i], identity_of(line, line.words[i], all.empty()), to, each));
   each.make([&] { all_done(to, all); });
   each.done();
   return status_of(verdict_of(all));
@@ -174,6 +179,7 @@ exit_status run_call(const command_line &line) {
   for (auto &with : chips_to_test(line)) {
     session s(with, "", to);
     s.is_single_call();
+    s.identify(identity_of(line, "", all.empty()));
     s.start();
     s.call(*f, words, {});
     if (interrupted) s.fail(interruption_name() + ": the run ends with this call", {});
@@ -218,7 +224,7 @@ std::string run_from_prompt(const command_line &line, session &s, const reporter
   with.parameters = parse_parameters(words);
   if (s.chip() < chip_count) with.chip = s.chip(), with.chip_given = true;
   attempts each;
-  s.give_way([&] { return run_session(line, with, path, to, each); });
+  s.give_way([&] { return run_session(line, with, path, identity_of(line, path, false), to, each); });
   each.done();
   if (interrupted) throw usage_error{"interrupted: the session was ended"};
   return word_of(verdict_of(s.parts().back()));
@@ -227,6 +233,7 @@ std::string run_from_prompt(const command_line &line, session &s, const reporter
 exit_status run_interactive(const command_line &line) {
   auto to = make_reporters(line);
   session s(line.with, "", to);
+  s.identify(identity_of(line, "prompt", true));
   s.start();
   attempts each;
   each.make([&] {
@@ -324,6 +331,8 @@ void refuse_idle_options(const command_line &line) {
       {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},
       {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
       {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--record", !line.record_file.empty(), one_call || word == "run", "calls and sessions"},
+      {"--serial and what else says who is tested", line.who.given, runs, "calls, sessions and the prompt"},
       {"--chip all", line.all_chips, one_call || word == "run" || word == "preview",
        "calls, run and preview; give --chip one chip's name"},
   };
@@ -356,11 +365,12 @@ std::vector<used_file> files_of(const command_line &line) {
   return all;
 }
 
-exit_status run(const command_line &line) {
+exit_status run(command_line line) {
   if (line.help)
     return fmt::print("{}", fold(with_own_name(command_line_help()), page_width())), exit_status::passed;
   if (line.version) return fmt::print("{} {}\n", own_name(), ORVA_VERSION), exit_status::passed;
   refuse_idle_options(line);
+  complete(line, ORVA_VERSION);
   claim_files_of_run(files_of(line));
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{

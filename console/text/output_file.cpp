@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fmt/format.h>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,14 +31,6 @@ bool is_device(const std::string &path) {
   std::error_code failed;
   auto status = fs::status(path, failed);
   return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
-}
-
-void sync_folder_of(const std::string &path) {
-  auto folder = fs::path(path).parent_path();
-  int opened = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (opened < 0) return;
-  fsync(opened);
-  close(opened);
 }
 
 /** A new file gets the permissions of the one it replaces. */
@@ -75,13 +68,14 @@ bool same_file(const std::string &one, const std::string &other) {
 }  // namespace
 
 static std::vector<used_file> files_of_run, files_of_sessions;
+static std::set<std::string> new_files;
 
 output_file::output_file(std::string called, const std::string &path)
-    : name(std::move(called)), target(resolved(path)) {
+    : name(std::move(called)), target(new_files.contains(path) ? path : resolved(path)) {
   if (fs::is_directory(target)) throw usage_error{fmt::format("{}: it is a folder; name a file.", name)};
   written = is_device(target) ? target : fmt::format("{}{}", part_name(target), getpid());
-  if (written != target && access(target.c_str(), F_OK) == 0 && access(target.c_str(), W_OK) != 0)
-    give_up(errno);
+  bool replaces = written != target && !new_files.contains(target);
+  if (replaces && access(target.c_str(), F_OK) == 0 && access(target.c_str(), W_OK) != 0) give_up(errno);
   file = fopen(written.c_str(), "we");
   if (!file) give_up(errno);
   if (written == target) return;
@@ -119,6 +113,17 @@ void output_file::flush() {
   if (fflush(file) != 0 && !failed) failed = errno;
 }
 
+void output_file::put_in_place() {
+  if (!new_files.contains(target)) {
+    if (rename(written.c_str(), target.c_str()) != 0) give_up(errno);
+    return;
+  }
+  unsigned number = 1;  // unlike a rename, link never overwrites: two runs may want one name at once
+  while (link(written.c_str(), numbered(target, number).c_str()) != 0)
+    if (errno != EEXIST || ++number > most_of_a_name) give_up(errno);
+  unlink(written.c_str());
+}
+
 void output_file::commit() {
   flush();
   if (failed) give_up(failed);
@@ -128,8 +133,25 @@ void output_file::commit() {
   if (closed != 0) give_up(errno);
   if (written == target) return;
   spare_inputs();
-  if (rename(written.c_str(), target.c_str()) != 0) give_up(errno);
+  put_in_place();
   sync_folder_of(target);
+}
+
+void sync_folder_of(const std::string &path) {
+  auto folder = fs::path(path).parent_path();
+  int opened = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0) return;
+  fsync(opened);
+  close(opened);
+}
+
+void never_replace(const std::string &path) { new_files.insert(path); }
+
+std::string numbered(const std::string &path, unsigned number) {
+  if (number == 1) return path;
+  fs::path whole(path);
+  auto name = fmt::format("{}-{}{}", whole.stem().string(), number, whole.extension().string());
+  return whole.replace_filename(name).string();
 }
 
 void claim_file(const used_file &file) {
