@@ -7,6 +7,7 @@
 #include "console/language/interpreter.h"
 #include "console/language/interrupt.h"
 #include "console/language/nv_commands.h"
+#include "console/line/line.h"
 #include "console/output/report.h"
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
@@ -279,6 +280,12 @@ exit_status run_trace(const command_line &line) {
   return fmt::print("{}", phone_of_recording(line.words[2])), exit_status::passed;
 }
 
+exit_status run_plan(const command_line &line) {
+  if (line.words.size() != 2)
+    throw usage_error{"line: name one plan, as in: orva-station line plan.toml"};
+  return run_line({.plan_file = line.words[1], .station = "", .operator_name = ""});
+}
+
 exit_status run_list(const command_line &line) {
   if (line.words.size() > 1)
     throw usage_error{fmt::format("list: \"{}\" is not understood: it takes nothing.", line.words[1])};
@@ -296,9 +303,9 @@ struct runner {
 };
 
 constexpr runner runners[] = {
-    {"run", run_sessions},  {"preview", run_preview},   {"nv", run_nv_command}, {"doctor", run_doctor},
-    {"replay", run_replay}, {"diff", run_diff},         {"trace", run_trace},   {"list", run_list},
-    {"help", run_help},     {"generate", run_generate},
+    {"run", run_sessions},  {"line", run_plan},     {"preview", run_preview}, {"nv", run_nv_command},
+    {"doctor", run_doctor}, {"replay", run_replay}, {"diff", run_diff},       {"trace", run_trace},
+    {"list", run_list},     {"help", run_help},     {"generate", run_generate},
 };
 static_assert(std::ranges::equal(runners, command_line_names, {}, &runner::name),
               "each word of the command line has its runner");

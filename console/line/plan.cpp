@@ -1,0 +1,312 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/line/plan.h"
+
+#include "console/phone/chips.h"
+#include "console/text/text.h"
+#include "console/text/usage_error.h"
+
+#define TOML_EXCEPTIONS 0
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <set>
+
+namespace console {
+namespace {
+
+namespace fs = std::filesystem;
+
+/** A node with its place, for messages. */
+struct entry {
+  const line_plan &plan;
+  std::string key;
+  const toml::node &node;
+
+  [[noreturn]] void wrong(const std::string &why) const {
+    throw usage_error{fmt::format("{}:{}: {}: {}.", plan.file, node.source().begin.line, key, why)};
+  }
+};
+
+std::string text_of(const entry &e) {
+  auto text = e.node.as_string();
+  if (!text || text->get().empty()) e.wrong("give a text in quotes");
+  if (text->get().find('\0') != std::string::npos)
+    e.wrong("a zero character cannot be passed on; leave it out");
+  return text->get();
+}
+
+unsigned number_of(const entry &e, int64_t least, int64_t most) {
+  auto number = e.node.as_integer();
+  if (!number || number->get() < least || number->get() > most)
+    e.wrong(fmt::format("give a whole number from {} to {}", least, most));
+  return static_cast<unsigned>(number->get());
+}
+
+std::vector<std::string> texts_of(const entry &e) {
+  auto list = e.node.as_array();
+  if (!list || list->empty()) e.wrong("give a list of texts, as [\"A\", \"B\"]");
+  std::vector<std::string> all;
+  for (auto &item : *list) all.push_back(text_of({e.plan, e.key, item}));
+  return all;
+}
+
+/** Relative to the plan's folder. */
+std::string path_of(const entry &e) { return (fs::path(e.plan.file).parent_path() / text_of(e)).string(); }
+
+std::string existing_file(const entry &e, const std::string &path) {
+  std::error_code failed;
+  if (!fs::exists(path, failed)) e.wrong(fmt::format("there is no file {}", path));
+  return path;
+}
+
+std::vector<std::string> sessions_of(const entry &e) {
+  std::vector<std::string> all;
+  for (auto &name : texts_of(e))
+    all.push_back(existing_file(e, (fs::path(e.plan.file).parent_path() / name).string()));
+  return all;
+}
+
+std::string parameter_text(const entry &e) {
+  if (auto number = e.node.as_integer()) return std::to_string(number->get());
+  if (auto number = e.node.as_floating_point()) return fmt::format("{}", number->get());
+  return text_of(e);
+}
+
+void take_parameters(slot_plan &slot, const entry &e) {
+  auto table = e.node.as_table();
+  if (!table) e.wrong("give a table of names and values, as { power = 120 }");
+  for (auto &&[name, node] : *table) {
+    std::string key(name.str());
+    auto value = parameter_text({e.plan, fmt::format("{}.{}", e.key, key), node});
+    auto known = std::ranges::find(slot.parameters, key, [](auto &p) { return p.first; });
+    if (known == slot.parameters.end())
+      slot.parameters.emplace_back(key, value);
+    else
+      known->second = value;
+  }
+}
+
+std::string chip_of(const entry &e) {
+  auto name = text_of(e);
+  if (!chip_index(name)) e.wrong(fmt::format("\"{}\" is no chip; give {}", name, either(chip_names())));
+  return name;
+}
+
+/** What a key does. */
+template <class To> struct known_key {
+  const char *name;
+  void (*take)(To &, const entry &);
+};
+
+/** In a slot, or at the top for all slots. */
+const known_key<slot_plan> slot_keys[] = {
+    {"chip", [](slot_plan &to, const entry &e) { to.chip = chip_of(e); }},
+    {"phone", [](slot_plan &to, const entry &e) { to.phone = path_of(e); }},
+    {"unit", [](slot_plan &to, const entry &e) { to.unit = parameter_text(e); }},
+    {"nv", [](slot_plan &to, const entry &e) { to.nv = path_of(e); }},
+    {"console", [](slot_plan &to, const entry &e) { to.console = texts_of(e); }},
+    {"options", [](slot_plan &to, const entry &e) { to.options = texts_of(e); }},
+    {"parameters", take_parameters},
+};
+
+constexpr int64_t longest_s = 86400;
+
+const known_key<line_plan> plan_keys[] = {
+    {"name", [](line_plan &to, const entry &e) { to.name = text_of(e); }},
+    {"version", [](line_plan &to, const entry &e) { to.version = text_of(e); }},
+    {"station", [](line_plan &to, const entry &e) { to.station = text_of(e); }},
+    {"operator", [](line_plan &to, const entry &e) { to.operator_name = text_of(e); }},
+    {"sessions", [](line_plan &to, const entry &e) { to.sessions = sessions_of(e); }},
+    {"teardown", [](line_plan &to, const entry &e) { to.teardown = existing_file(e, path_of(e)); }},
+    {"spool", [](line_plan &to, const entry &e) { to.spool = path_of(e); }},
+    {"reports", [](line_plan &to, const entry &e) { to.reports = path_of(e); }},
+    {"attempts", [](line_plan &to, const entry &e) { to.attempts = number_of(e, 1, 100); }},
+    {"stop_after", [](line_plan &to, const entry &e) { to.stop_after = number_of(e, 0, 1000); }},
+    {"time_limit_s",
+     [](line_plan &to, const entry &e) { to.time_limit = std::chrono::seconds(number_of(e, 1, longest_s)); }},
+    {"grace_s",
+     [](line_plan &to, const entry &e) { to.grace = std::chrono::seconds(number_of(e, 1, longest_s)); }},
+};
+
+template <class To, size_t N>
+const known_key<To> *find_key(const known_key<To> (&keys)[N], std::string_view name) {
+  auto *found = std::ranges::find(keys, name, &known_key<To>::name);
+  return found == std::end(keys) ? nullptr : found;
+}
+
+[[noreturn]] void unknown_key(const entry &e, bool in_slot) {
+  std::vector<std::string> names;
+  for (auto &key : slot_keys) names.emplace_back(key.name);
+  if (in_slot)
+    names.emplace_back("name");
+  else {
+    for (auto &key : plan_keys) names.emplace_back(key.name);
+    names.emplace_back("slot");
+  }
+  e.wrong(fmt::format("no such key; give {}", either(names)));
+}
+
+slot_plan read_slot(const line_plan &plan, const slot_plan &common, const toml::node &node) {
+  entry whole = {plan, "slot", node};
+  auto table = node.as_table();
+  if (!table) whole.wrong("write each slot as [[slot]] with a name");
+  auto slot = common;
+  for (auto &&[name, value] : *table) {
+    entry e = {plan, fmt::format("slot.{}", name.str()), value};
+    auto *key = find_key(slot_keys, name.str());
+    if (key)
+      key->take(slot, e);
+    else if (name.str() == "name")
+      slot.name = text_of(e);
+    else
+      unknown_key(e, true);
+  }
+  if (slot.name.empty()) whole.wrong("name is missing; give one, as name = \"1\"");
+  if (slot.name.find_first_of(" \t") != std::string::npos)
+    whole.wrong(fmt::format("the name \"{}\" has a blank, which ends a slot's name in a scan; leave it out",
+                            slot.name));
+  return slot;
+}
+
+void read_slots(line_plan &plan, const slot_plan &common, const toml::node &node) {
+  entry whole = {plan, "slot", node};
+  auto list = node.as_array();
+  if (!list || list->empty()) whole.wrong("write each slot as [[slot]] with a name");
+  for (auto &item : *list) {
+    auto slot = read_slot(plan, common, item);
+    if (std::ranges::find(plan.slots, slot.name, &slot_plan::name) != plan.slots.end())
+      entry{plan, "slot.name", item}.wrong(
+          fmt::format("there are two slots {}; give each a name of its own", slot.name));
+    plan.slots.push_back(slot);
+  }
+}
+
+/** An NV store belongs to one phone: two slots on one would overwrite each other's calibration. */
+void check_stores(const line_plan &plan) {
+  std::set<std::string> stores;
+  for (auto &slot : plan.slots) {
+    bool own = slot.nv.find("%serial") != slot.nv.npos || slot.nv.find("%slot") != slot.nv.npos;
+    if (!slot.nv.empty() && !own && !stores.insert(fs::weakly_canonical(slot.nv).string()).second)
+      throw usage_error{
+          fmt::format("{}: slot {}: nv {} is another slot's too; give each slot its own, as with "
+                      "nv = \"%slot.nv\".",
+                      plan.file, slot.name, slot.nv)};
+  }
+}
+
+void check_complete(const line_plan &plan) {
+  auto missing = [&](const char *key, const char *example) {
+    throw usage_error{fmt::format("{}: {} is missing; give it, as {} = {}.", plan.file, key, key, example)};
+  };
+  if (plan.version.empty()) missing("version", "\"1\"");
+  if (plan.sessions.empty()) missing("sessions", "[\"sessions/rf.tcl\"]");
+  if (plan.spool.empty()) missing("spool", "\"spool\"");
+  if (plan.slots.empty())
+    throw usage_error{
+        fmt::format("{}: slot is missing; give at least one, as [[slot]] with name = \"1\".", plan.file)};
+  check_stores(plan);
+}
+
+void read_keys(line_plan &plan, const toml::table &table) {
+  slot_plan common;
+  common.console = {fs::read_symlink("/proc/self/exe").string()};
+  for (auto &&[name, node] : table) {
+    entry e = {plan, std::string(name.str()), node};
+    if (auto *key = find_key(plan_keys, name.str()))
+      key->take(plan, e);
+    else if (auto *of_slot = find_key(slot_keys, name.str()))
+      of_slot->take(common, e);
+    else if (name.str() != "slot")
+      unknown_key(e, false);
+  }
+  if (auto *slots = table.get("slot")) read_slots(plan, common, *slots);
+}
+
+toml::table parsed_file(const std::string &path) {
+  std::error_code failed;
+  if (fs::is_directory(path, failed))
+    throw usage_error{fmt::format("{}: is a folder; name a plan (TOML).", path)};
+  if (!fs::exists(path, failed))
+    throw usage_error{fmt::format("{}: there is no such file; name a plan (TOML).", path)};
+  auto parsed = toml::parse_file(path);
+  if (!parsed)
+    throw usage_error{
+        fmt::format("{}:{}: {}", path, parsed.error().source().begin.line, parsed.error().description())};
+  return std::move(parsed).table();
+}
+
+/** A serial number as part of a file's name: everything but letters, digits and "-_." is percent-encoded. */
+std::string in_file_name(std::string_view text) {
+  std::string encoded;
+  for (auto c : text) {
+    auto byte = static_cast<unsigned char>(c);
+    bool plain = isalnum(byte) || c == '-' || c == '_' || (c == '.' && !encoded.empty());
+    encoded += plain ? std::string(1, c) : fmt::format("%{:02X}", byte);
+  }
+  return encoded;
+}
+
+std::string replaced(std::string text, std::string_view mark, const std::string &by) {
+  for (size_t at = 0; (at = text.find(mark, at)) != text.npos; at += by.size())
+    text.replace(at, mark.size(), by);
+  return text;
+}
+
+std::string filled(const std::string &pattern, const slot_plan &slot, const unit_in_slot &unit) {
+  return replaced(replaced(pattern, "%slot", in_file_name(slot.name)), "%serial", in_file_name(unit.serial));
+}
+
+std::vector<std::string> phone_command(const slot_plan &slot, const unit_in_slot &unit) {
+  auto words = slot.console;
+  words.emplace_back("--json");
+  const std::pair<const char *, const std::string &> with[] = {
+      {"--chip", slot.chip}, {"--phone", slot.phone}, {"--unit", slot.unit}, {"--nv", slot.nv}};
+  for (auto &[option, pattern] : with)
+    if (!pattern.empty()) words.insert(words.end(), {option, filled(pattern, slot, unit)});
+  words.insert(words.end(), slot.options.begin(), slot.options.end());
+  return words;
+}
+
+}  // namespace
+
+line_plan read_line_plan(const std::string &path) {
+  line_plan plan;
+  plan.file = path;
+  plan.name = fs::path(path).stem().string();
+  read_keys(plan, parsed_file(path));
+  check_complete(plan);
+  return plan;
+}
+
+std::vector<std::string> unit_command(const line_plan &plan, const slot_plan &slot,
+                                      const unit_in_slot &unit) {
+  auto words = phone_command(slot, unit);
+  const std::pair<const char *, const std::string &> with[] = {
+      {"--serial", unit.serial},          {"--station", plan.station}, {"--slot", slot.name},
+      {"--operator", plan.operator_name}, {"--plan", plan.name},       {"--plan-version", plan.version}};
+  for (auto &[option, value] : with)
+    if (!value.empty()) words.insert(words.end(), {option, value});
+  words.insert(words.end(), {"--attempt", std::to_string(unit.attempt)});
+  words.insert(words.end(),
+               {"--record", (fs::path(replaced(plan.spool, "%", "%%")) / "%run.jsonl").string()});
+  if (!plan.reports.empty())
+    words.insert(words.end(),
+                 {"--report", (fs::path(replaced(plan.reports, "%", "%%")) / "%run.html").string()});
+  words.emplace_back("run");
+  words.insert(words.end(), plan.sessions.begin(), plan.sessions.end());
+  if (!slot.parameters.empty()) words.emplace_back("--");
+  for (auto &[name, value] : slot.parameters) words.push_back(fmt::format("{}={}", name, value));
+  return words;
+}
+
+std::vector<std::string> teardown_command(const line_plan &plan, const slot_plan &slot,
+                                          const unit_in_slot &unit) {
+  auto words = phone_command(slot, unit);
+  words.insert(words.end(), {"run", plan.teardown});
+  return words;
+}
+
+}  // namespace console
