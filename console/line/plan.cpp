@@ -207,6 +207,11 @@ void check_complete(const line_plan &plan) {
   if (plan.slots.empty())
     throw usage_error{
         fmt::format("{}: slot is missing; give at least one, as [[slot]] with name = \"1\".", plan.file)};
+  if (!plan.name.empty() && plan.sessions.size() > 1)
+    throw usage_error{fmt::format(
+        "{}: name: each of several sessions has a record of its own, and its file's name as the plan; "
+        "leave name out, or give one session.",
+        plan.file)};
   check_stores(plan);
 }
 
@@ -275,7 +280,6 @@ std::vector<std::string> phone_command(const slot_plan &slot, const unit_in_slot
 line_plan read_line_plan(const std::string &path) {
   line_plan plan;
   plan.file = path;
-  plan.name = fs::path(path).stem().string();
   read_keys(plan, parsed_file(path));
   check_complete(plan);
   return plan;

@@ -24,7 +24,10 @@ struct slot_plan {
 };
 
 struct line_plan {
-  std::string file, name, version, station, operator_name;
+  std::string file;
+  /** Of the records; "" for the session's file name. */
+  std::string name;
+  std::string version, station, operator_name;
   std::vector<std::string> sessions;
   /** A session that runs after every run; "" for none. */
   std::string teardown;

@@ -5,6 +5,7 @@
 #include "console/text/text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace console {
 namespace {
@@ -16,11 +17,12 @@ const char *colour_of(verdict v) {
   return colours[static_cast<size_t>(v)];
 }
 
+/** "  last: PASS FAIL"; "" before the first. */
 std::string last_verdicts(const std::vector<verdict> &all) {
   constexpr size_t most = 5;
   std::string text;
   for (size_t i = all.size() > most ? all.size() - most : 0; i < all.size(); ++i)
-    text += fmt::format(" {}", word_of(all[i]));
+    text += fmt::format("{} {}", text.empty() ? "  last:" : "", word_of(all[i]));
   return text;
 }
 
@@ -32,11 +34,18 @@ std::string one_line(std::string text) {
 }
 
 std::string text_of(const slot_row &slot) {
-  auto name = fmt::format("{:<4} ", slot.name);
-  if (slot.unit.empty())
-    return fmt::format("{}free, last:{}", name, slot.last.empty() ? " none" : last_verdicts(slot.last));
-  return fmt::format("{}{}  {:.0f} s  {}  last:{}", name, slot.unit, slot.seconds, slot.doing,
-                     last_verdicts(slot.last));
+  auto doing =
+      slot.unit.empty() ? "free" : fmt::format("{}  {:.0f} s  {}", slot.unit, slot.seconds, slot.doing);
+  return fmt::format("{:<4} {}{}", slot.name, doing, last_verdicts(slot.last));
+}
+
+std::vector<std::string> lines_of(const line_state &state) {
+  std::vector<std::string> lines;
+  for (auto &slot : state.slots) lines.push_back(text_of(slot));
+  lines.push_back(fmt::format("{} waiting; {}", state.waiting, state.shift));
+  lines.push_back(fmt::format("scan> {}", state.typed));
+  for (auto &line : lines) line = cut_to_columns(one_line(line), page_width() - 1);
+  return lines;
 }
 
 }  // namespace
@@ -50,24 +59,19 @@ void line_view::event(const std::string &text, std::optional<verdict> found) {
 
 void line_view::show(const line_state &state) {
   if (!shows_slots) return;
-  std::vector<std::string> lines;
-  for (auto &slot : state.slots) lines.push_back(one_line(text_of(slot)));
-  lines.push_back(fmt::format("{}; {} waiting", state.shift, state.waiting));
-  lines.push_back(one_line(fmt::format("scan> {}", state.typed)));
+  auto lines = lines_of(state);
+  if (lines == shown) return;
   erase();
-  for (size_t i = 0; i < lines.size(); ++i)
-    fmt::print("{}{}", i ? "\n" : "", cut_to_columns(lines[i], page_width() - 1));
-  shown = lines.size();
+  fmt::print("{}", fmt::join(lines, "\n"));
   fflush(stdout);
+  shown = lines;
 }
 
 void line_view::erase() {
-  if (!shown) return;
-  fmt::print("\r");
-  if (shown > 1) fmt::print("\033[{}A", shown - 1);
-  fmt::print("\033[J");
-  shown = 0;
+  if (shown.empty()) return;
+  fmt::print("\r\033[{}A\033[J", shown.size() - 1);  // the last of them is always at least the second
   fflush(stdout);
+  shown.clear();
 }
 
 }  // namespace console

@@ -40,7 +40,7 @@ private:
   void erase();
 
   bool shows_slots;
-  size_t shown = 0; /**< lines of state on the terminal */
+  std::vector<std::string> shown; /**< below the events on the terminal */
 };
 
 }  // namespace console
