@@ -9,6 +9,7 @@ not the test run.
 
 from __future__ import annotations
 
+import contextlib
 import os
 import re
 import signal
@@ -17,7 +18,6 @@ import sys
 import tempfile
 from multiprocessing.connection import Connection, Pipe
 from pathlib import Path
-from types import TracebackType
 from typing import Any, Optional, cast
 
 from orva import files
@@ -47,7 +47,7 @@ class _Remote:
         return lambda *arguments, **keywords: self._bench.call(self._target, name, arguments, keywords)
 
 
-class Bench:
+class Bench(contextlib.AbstractContextManager["Bench"]):
     """A virtual phone with the library under test.
 
     library and phone are used as if they were here; the calls run in the phone's process.
@@ -153,15 +153,7 @@ class Bench:
                 self._process.wait()
             self._process = None
 
-    def __enter__(self) -> Bench:
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[type[BaseException]],
-        error: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
+    def __exit__(self, *_: object) -> None:
         self.close()
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Where the shared libraries are."""
+"""Where the shared libraries, the RF test set and its data are."""
 
 from __future__ import annotations
 
@@ -48,3 +48,24 @@ def find(name: str) -> Path:
             return folder / name
     looked = ", ".join(str(folder) for folder in looked_in)
     raise FileNotFoundError(f"{name} is in none of {looked}; name its folder in ORVA_LIBRARY_PATH")
+
+
+def rf_tester_folder() -> Path:
+    """The folder with the instrument profiles and the tables of limits, of the source tree or of the installation."""
+    return _ROOT / "rf_tester"
+
+
+def rf_tester() -> Path:
+    """The program orva-rf-tester: that of the environment's ORVA_RF_TESTER, of the build beside this module's source
+    tree, of the installation, or of PATH. Raises FileNotFoundError that tells where it was looked for."""
+    name, named = "orva-rf-tester", os.environ.get("ORVA_RF_TESTER")
+    if named:
+        places = [Path(named)]
+    else:
+        on_path = [Path(folder) / name for folder in os.environ.get("PATH", "").split(":") if folder]
+        places = [_ROOT / "build" / "release" / "rf_tester" / name, _ROOT.parent.parent / "bin" / name, *on_path]
+    for place in places:
+        if place.is_file():
+            return place
+    looked = ", ".join(str(place) for place in places)
+    raise FileNotFoundError(f"no {name}: {looked} is no file; name the program in ORVA_RF_TESTER")

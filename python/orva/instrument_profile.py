@@ -278,11 +278,13 @@ def _parsed(path: str, content: dict[str, Any]) -> Profile:
 
 
 def load(path: str | os.PathLike[str]) -> Profile:
-    """Reads a profile. Raises ProfileError, or OSError if the file cannot be read."""
+    """Reads a profile. Raises ProfileError, also if the file cannot be read."""
     name = os.fspath(path)
-    with open(name, "rb") as file:
-        try:
+    try:
+        with open(name, "rb") as file:
             content = tomllib.load(file)
-        except (tomllib.TOMLDecodeError, UnicodeDecodeError) as error:
-            raise ProfileError(f"{name}: {error}") from None
+    except OSError as error:
+        raise ProfileError(f"{name}: the profile cannot be read: {error.strerror}") from None
+    except (tomllib.TOMLDecodeError, UnicodeDecodeError) as error:
+        raise ProfileError(f"{name}: {error}") from None
     return _parsed(name, content)

@@ -15,10 +15,11 @@ Needs PyVISA and a VISA library; PyVISA-py is one (Debian: python3-pyvisa, pytho
 
 from __future__ import annotations
 
+import contextlib
+import math
 import os
 from dataclasses import dataclass
-from types import TracebackType
-from typing import Any, Mapping, Optional
+from typing import Any, Mapping, Optional, Sequence
 
 import pyvisa
 from pyvisa.constants import StatusCode
@@ -67,13 +68,17 @@ class OutOfRange(TesterError):
     """The power is beyond what the analyzer was set up for."""
 
 
+class NotDemodulated(TesterError):
+    """A burst came, but the analyzer could not read it."""
+
+
 class ImplausiblePower(TesterError):
     """The power is so far from what was wanted that the set-up is likely wrong."""
 
 
 @dataclass(frozen=True)
 class Reading:
-    """One measurement. None: the test set had no such value."""
+    """One measurement. None: the test set has no such value."""
 
     power_dbm: float
     evm_db: Optional[float]
@@ -81,8 +86,16 @@ class Reading:
     mask_margin_db: Optional[float]
 
 
+def _checked(name: str, value: object) -> float:
+    if isinstance(value, bool) or not isinstance(value, (int, float)) or not math.isfinite(value):
+        raise TesterError(f"{name}: {value!r} is no number")
+    return value
+
+
 def resource_name(address: str) -> str:
     """The VISA resource of "HOST:PORT"; a resource name stays as it is."""
+    if not isinstance(address, str):
+        raise Unreachable(f"{address!r}: give HOST:PORT or a VISA resource as a text")
     if "::" in address:
         return address
     host, colon, port = address.rpartition(":")
@@ -91,7 +104,7 @@ def resource_name(address: str) -> str:
     return f"TCPIP::{host}::{port}::SOCKET"
 
 
-class Tester:
+class Tester(contextlib.AbstractContextManager["Tester"]):
     """A test set. Every method raises TesterError with the cause where it fails.
 
     Frequencies are in MHz, levels in dBm, losses in dB.
@@ -109,16 +122,17 @@ class Tester:
         """Connects and compares the identification with the profile.
 
         address: HOST:PORT or a VISA resource. profile: a file, or one that is loaded already. timeout_s: instead of the
-        profile's. backend: the VISA library as PyVISA names it.
+        profile's. backend: the VISA library as PyVISA names it. Raises ProfileError for a profile that cannot be used.
         """
         self.profile = profile if isinstance(profile, Profile) else instrument_profile.load(profile)
         self.address = address
-        self._timeout_ms = self.profile.timeout_ms if timeout_s is None else int(timeout_s * 1000)
+        self._timeout_ms = self.profile.timeout_ms if timeout_s is None else int(_checked("timeout_s", timeout_s) * 1000)
         self._trigger_ms = 0.0
         self._port: Optional[int] = None
         self._mhz = 0.0
+        self._width_mhz = 0
         self._losses: dict[int, Mapping[float, float]] = {}
-        self._manager = pyvisa.ResourceManager(backend)
+        self._manager = self._visa(backend)
         self._device = self._open()
         try:
             self.identity = self._identify()
@@ -126,6 +140,12 @@ class Tester:
         except Exception:
             self.close()
             raise
+
+    def _visa(self, backend: str) -> pyvisa.ResourceManager:
+        try:
+            return pyvisa.ResourceManager(backend)
+        except (OSError, ValueError) as error:
+            raise Unreachable(f"{self.address}: no VISA library {backend!r}: {error}") from None
 
     def _open(self) -> Any:
         try:
@@ -147,9 +167,11 @@ class Tester:
             raise WrongInstrument(f"{self.address}: '{answer}' is not what {self.profile.path} is for ({self.profile.name})")
         return answer
 
-    def _ask(self, text: str, lost: type[TesterError] = NoAnswer) -> str:
+    def _ask(self, text: str, lost: type[TesterError] = NoAnswer, after: Sequence[str] = ()) -> str:
+        # What comes before the query is sent with it: TCP would hold a second small segment back until the first is
+        # acknowledged, which takes 40 ms.
         try:
-            return str(self._device.query(text)).strip()
+            return str(self._device.query(self.profile.termination.join([*after, text]))).strip()
         except pyvisa.VisaIOError as error:
             if error.error_code == StatusCode.error_timeout:
                 seconds = self._device.timeout / 1000
@@ -168,23 +190,17 @@ class Tester:
             raise NoAnswer(f"{self.address}: {error}") from None
 
     def _act(self, action: str, **values: object) -> None:
-        for text in self.profile.actions[action]:
-            filled = fill(text, values)
-            try:
-                self._device.write(filled)
-            except (pyvisa.Error, OSError) as error:
-                raise NoAnswer(f"{self.address}: the connection failed at {filled}: {error}") from None
-        errors = self.errors()
+        errors = self.errors([fill(text, values) for text in self.profile.actions[action]])
         if errors:
             raise Refused(f"{self.address}: {action.replace('_', ' ')} was refused: {'; '.join(errors)}")
 
-    def errors(self) -> list[str]:
-        """Empties the test set's error queue."""
+    def errors(self, after: Sequence[str] = ()) -> list[str]:
+        """Empties the test set's error queue. after: texts that are sent first."""
         found: list[str] = []
         pattern = self.profile.error.pattern
         assert pattern is not None
         while len(found) < MOST_ERRORS:
-            answer = self._ask(self.profile.error.ask)
+            answer = self._ask(self.profile.error.ask, after=() if found else after)
             error = pattern.search(answer)
             if error is None:
                 raise NoAnswer(f"{self.address}: {self.profile.error.ask} answered '{answer}', which is no error")
@@ -201,7 +217,7 @@ class Tester:
 
     def select_port(self, port: int) -> None:
         """Chooses the port of analyzer and generator."""
-        self._act("select_port", port=port)
+        self._act("select_port", port=_checked("port", port))
         self._port = port
 
     def set_path_loss(self, losses: Mapping[float, float]) -> None:
@@ -210,7 +226,8 @@ class Tester:
         if not losses:
             raise TesterError(f"port {port}: the table of path losses is empty")
         for mhz, db in losses.items():
-            if not db >= 0:
+            _checked("frequency of a path loss", mhz)
+            if not _checked(f"path loss at {mhz:g} MHz", db) >= 0:
                 raise TesterError(f"port {port}: a path loss of {db:g} dB at {mhz:g} MHz: enter a loss as a positive number")
         points = (fill(self.profile.point, {"mhz": mhz, "hz": mhz * 1e6, "db": self.profile.sign * db})
                   for mhz, db in sorted(losses.items()))
@@ -224,12 +241,13 @@ class Tester:
 
     def channel(self, mhz: float, bandwidth_mhz: int = 20) -> None:
         """Sets the centre frequency and the bandwidth of analyzer and generator."""
+        _checked("mhz", mhz)
         values: dict[str, object] = {"mhz": mhz, "hz": mhz * 1e6, "bandwidth_mhz": bandwidth_mhz,
                                      "bandwidth_hz": bandwidth_mhz * 1e6}
         if self.profile.bands:
             values.update(self._numbered(mhz))
         self._act("channel", **values)
-        self._mhz = mhz
+        self._mhz, self._width_mhz = mhz, bandwidth_mhz
 
     def _numbered(self, mhz: float) -> dict[str, object]:
         for band in self.profile.bands:
@@ -240,17 +258,17 @@ class Tester:
 
     def expect_power(self, dbm: float) -> None:
         """Sets the analyzer's range for a power at the phone."""
-        self._act("expect_power", dbm=dbm)
+        self._act("expect_power", dbm=_checked("dbm", dbm))
 
     def trigger_timeout(self, seconds: float) -> None:
         """Sets how long a measurement waits for a burst."""
-        self._act("trigger_timeout", s=seconds, ms=seconds * 1000)
+        self._act("trigger_timeout", s=_checked("seconds", seconds), ms=seconds * 1000)
         self._trigger_ms = seconds * 1000
         self._device.timeout = self._timeout_ms + self._trigger_ms
 
     def average(self, count: int) -> None:
         """Sets the number of bursts that a measurement averages."""
-        self._act("average", count=count)
+        self._act("average", count=_checked("count", count))
 
     def measure(self, wanted_dbm: Optional[float] = None, within_db: float = 3.0) -> Reading:
         """Measures what the phone transmits.
@@ -288,6 +306,10 @@ class Tester:
             raise NothingReceived(
                 f"{port}: no burst at {self._mhz:g} MHz before the trigger timeout: the phone does not transmit on this "
                 f"channel, its cable is not connected to {port}, or the expected power is far too high")
+        if outcome == "no_sync":
+            raise NotDemodulated(
+                f"{port}: the burst at {self._mhz:g} MHz cannot be demodulated: it is wider than the {self._width_mhz} MHz "
+                f"that channel() set, or of a format that the test set does not know")
         if outcome == "over_range":
             raise OutOfRange(f"{port}: the power is over the analyzer's range: raise the expected power")
         if outcome == "under_range":
@@ -313,11 +335,11 @@ class Tester:
 
     def generator_level(self, dbm: float) -> None:
         """Sets the level at the phone."""
-        self._act("generator_level", dbm=dbm)
+        self._act("generator_level", dbm=_checked("dbm", dbm))
 
     def send(self, count: int) -> int:
         """Sends packets and returns how many the test set says it sent."""
-        self._act("send_packets", count=count)
+        self._act("send_packets", count=_checked("count", count))
         self._ask(self.profile.done.ask)
         sent = self._number("sent", {})
         if sent is None:
@@ -329,13 +351,5 @@ class Tester:
         self._device.close()
         self._manager.close()
 
-    def __enter__(self) -> Tester:
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[type[BaseException]],
-        error: Optional[BaseException],
-        trace: Optional[TracebackType],
-    ) -> None:
+    def __exit__(self, *_: object) -> None:
         self.close()

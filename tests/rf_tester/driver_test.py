@@ -89,12 +89,35 @@ def test_errors_of_an_earlier_client_are_not_blamed_on_the_driver(running, diale
         driver.select_port(3)
 
 
-def test_a_wider_burst_has_a_power_and_no_figures(driver, phone):
+def test_a_wider_burst_is_refused(driver, phone):
     driver.channel(5190, 20)
     phone.emit(15, mhz=5190, bandwidth_mhz=40)
-    reading = driver.measure()
-    assert reading.power_dbm == pytest.approx(15, abs=0.4)
-    assert (reading.evm_db, reading.frequency_error_ppm, reading.mask_margin_db) == (None, None, None)
+    with pytest.raises(tester.NotDemodulated, match="port 3: the burst at 5190 MHz cannot be .* wider than the 20 MHz"):
+        driver.measure()
+    driver.channel(5190, 40)
+    assert driver.measure().evm_db is not None
+
+
+# What is passed in place of a number, and what is said about it.
+NO_NUMBERS = [
+    (lambda d: d.channel("2442"), "mhz: '2442' is no number"),
+    (lambda d: d.expect_power(None), "dbm: None is no number"),
+    (lambda d: d.expect_power(float("nan")), "dbm: nan is no number"),
+    (lambda d: d.generator_level("low"), "dbm: 'low' is no number"),
+    (lambda d: d.set_path_loss({2442: None}), "path loss at 2442 MHz: None is no number"),
+    (lambda d: d.set_path_loss({"2442": 1}), "frequency of a path loss: '2442' is no number"),
+    (lambda d: d.trigger_timeout("1"), "seconds: '1' is no number"),
+    (lambda d: d.average(None), "count: None is no number"),
+    (lambda d: d.send(None), "count: None is no number"),
+    (lambda d: d.select_port("3"), "port: '3' is no number"),
+]
+
+
+def test_what_is_no_number_is_refused_before_it_is_sent(driver):
+    for wrong, text in NO_NUMBERS:
+        with pytest.raises(tester.TesterError, match=text):
+            wrong(driver)
+    assert driver.errors() == []
 
 
 def silent_server(answer):
@@ -120,6 +143,7 @@ def unused_address():
 CONNECTIONS = [
     (unused_address, "Unreachable", "Connection refused"),
     (lambda: "127.0.0.1", "Unreachable", "give HOST:PORT or a VISA resource"),
+    (lambda: 5025, "Unreachable", "5025: give HOST:PORT or a VISA resource as a text"),
     (lambda: "host.invalid:5025", "Unreachable", "host.invalid:5025"),
     (lambda: silent_server(b""), "NoAnswer", r"no answer to \*IDN\? within 0.3 s"),
     (lambda: silent_server(b"MAKER,MODEL,1,2\n"), "WrongInstrument", "'MAKER,MODEL,1,2' is not what .*orva-a.toml is for"),
@@ -131,6 +155,13 @@ CONNECTIONS = [
 def test_a_connection_that_fails_is_explained(address, error, text):
     with pytest.raises(getattr(tester, error), match=text):
         tester.Tester(address(), profile("a"), timeout_s=0.3)
+
+
+def test_a_missing_profile_or_visa_library_is_named(tmp_path):
+    with pytest.raises(instrument_profile.ProfileError, match="none.toml: the profile cannot be read: No such file"):
+        tester.Tester("127.0.0.1:5025", tmp_path / "none.toml")
+    with pytest.raises(tester.Unreachable, match="127.0.0.1:5025: no VISA library '@none'"):
+        tester.Tester("127.0.0.1:5025", profile("a"), backend="@none")
 
 
 # What is done to the set-up, the error and its text.
