@@ -14,6 +14,7 @@
 #include "console/phone/library.h"
 #include "console/prompt/generate.h"
 #include "console/prompt/options.h"
+#include "console/prompt/outputs.h"
 #include "console/prompt/prompt.h"
 #include "console/record/replay.h"
 #include "console/record/to_phone.h"
@@ -115,8 +116,9 @@ void leave_test_mode(session &s, const command_line &line) {
 }
 
 session_summary run_session(const command_line &line, const settings &with, const std::string &path,
-                            const reporters &to, attempts &each) {
+                            const identity &who, const reporters &to, attempts &each) {
   session s(with, path, to);
+  s.identify(who);
   s.start();
   interpreter in(s);
   if (interrupted)
@@ -143,7 +145,8 @@ exit_status run_sessions(const command_line &line) {
   auto goes_on = [&] { return !each.failed() && !(interrupted && !all.empty() && all.back().broken); };
   for (auto &with : chips_to_test(line))
     for (size_t i = 1; i < line.words.size() && goes_on(); ++i)
-      all.push_back(run_session(line, with, line.words[i], to, each));
+      all.push_back(
+          run_session(line, with, line.words[i], identity_of(line, line.words[i], all.empty()), to, each));
   each.make([&] { all_done(to, all); });
   each.done();
   return status_of(verdict_of(all));
@@ -175,6 +178,7 @@ exit_status run_call(const command_line &line) {
   for (auto &with : chips_to_test(line)) {
     session s(with, "", to);
     s.is_single_call();
+    s.identify(identity_of(line, "", all.empty()));
     s.start();
     s.call(*f, words, {});
     if (interrupted) s.fail(interruption_name() + ": the run ends with this call", {});
@@ -219,7 +223,7 @@ std::string run_from_prompt(const command_line &line, session &s, const reporter
   with.parameters = parse_parameters(words);
   if (s.chip() < chip_count) with.chip = s.chip(), with.chip_given = true;
   attempts each;
-  s.give_way([&] { return run_session(line, with, path, to, each); });
+  s.give_way([&] { return run_session(line, with, path, identity_of(line, path, false), to, each); });
   each.done();
   if (interrupted) throw usage_error{"interrupted: the session was ended"};
   return word_of(verdict_of(s.parts().back()));
@@ -228,6 +232,7 @@ std::string run_from_prompt(const command_line &line, session &s, const reporter
 exit_status run_interactive(const command_line &line) {
   auto to = make_reporters(line);
   session s(line.with, "", to);
+  s.identify(identity_of(line, "prompt", true));
   s.start();
   attempts each;
   each.make([&] {
@@ -321,6 +326,8 @@ void refuse_idle_options(const command_line &line) {
       {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},
       {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
       {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
+      {"--record", !line.record_file.empty(), one_call || word == "run", "calls and sessions"},
+      {"--serial and what else says who is tested", line.who.given, runs, "calls, sessions and the prompt"},
       {"--chip all", line.all_chips, one_call || word == "run" || word == "preview",
        "calls, run and preview; give --chip one chip's name"},
   };
@@ -353,11 +360,12 @@ std::vector<used_file> files_of(const command_line &line) {
   return all;
 }
 
-exit_status run(const command_line &line) {
+exit_status run(command_line line) {
   if (line.help)
     return fmt::print("{}", fold(with_own_name(command_line_help()), page_width())), exit_status::passed;
   if (line.version) return fmt::print("{} {}\n", own_name(), ORVA_VERSION), exit_status::passed;
   refuse_idle_options(line);
+  complete(line, ORVA_VERSION);
   claim_files_of_run(files_of(line));
   if (!line.words.empty() && line.words[0].empty())
     throw usage_error{

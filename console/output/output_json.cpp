@@ -99,10 +99,12 @@ public:
   explicit event_reporter(std::function<void(json &&)> to) : sink(std::move(to)) {}
 
   void begin(const session_info &info) override {
-    write("begin", {{"version", 1},
-                    {"session", info.name},
-                    {"chip", info.chip},
-                    {"clock", info.real_clock ? "real" : "virtual"}});
+    json line = {{"version", 1},
+                 {"session", info.name},
+                 {"chip", info.chip},
+                 {"clock", info.real_clock ? "real" : "virtual"}};
+    if (info.who.given) line["identity"] = identity_json(info.who);
+    write("begin", std::move(line));
   }
   void parameter_taken(const parameter &p) override {
     write("parameter", {{"name", p.name}, {"value", p.value}, {"given", p.given}});

@@ -5,6 +5,8 @@
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
 #include "console/phone/log_priority.h"
+#include "console/prompt/station_file.h"
+#include "console/run/identity.h"
 #include "console/run/parameters.h"
 #include "console/run/verdict.h"
 #include "console/text/text.h"
@@ -40,6 +42,20 @@ void set_logcat(command_line &line, const std::string &when) {
   if (!when.empty() && when != "missing" && when != "always")
     throw usage_error{fmt::format("--logcat={}: give missing or always.", when)};
   line.with.logcat = when == "always" ? always : missing;
+}
+
+template <std::string identity::*member> void set_identity(command_line &line, const std::string &value) {
+  auto &key = *std::ranges::find(identity_keys, member, &identity_key::member);
+  set_identity(line.who, key, value, fmt::format("--{}", key.name));
+}
+
+void set_attempt(command_line &line, const std::string &value) {
+  constexpr int64_t most = 1000;
+  auto number = parse_number(value);
+  if (!number || *number < 1 || *number > most)
+    throw usage_error{fmt::format("--attempt {}: give a number from 1 to {}.", value, most)};
+  line.who.attempt = static_cast<unsigned>(*number);
+  line.who.given = true;
 }
 
 std::string chip_help() {
@@ -93,6 +109,25 @@ const known_option known_options[] = {
      [](command_line &line, text value) { line.report_file = value; }},
     {{"trace", "FILE", "a recording of every contact with the phone, for replay and diff", "FILE"},
      [](command_line &line, text value) { line.trace_file = value; }},
+    {{"record", "FILE.jsonl", "a record of each session for orva-records; wants --serial and --station",
+      "FILE"},
+     [](command_line &line, text value) { line.record_file = value; }},
+    {{"serial", "TEXT",
+      "of the unit; from-die-id or from-upc: what the phone reports. In names of outputs %serial, %station, %slot, "
+      "%chip, %plan, %time and %run stand for the value, %% for a percent sign",
+      fmt::format("{} {}", from_die_id, from_upc)},
+     set_identity<&identity::serial>},
+    {{"station", "TEXT", "name of this station"}, set_identity<&identity::station>},
+    {{"slot", "TEXT", "of the fixture"}, set_identity<&identity::slot>},
+    {{"operator", "TEXT", "who runs the test"}, set_identity<&identity::operator_name>},
+    {{"plan", "TEXT", "name of the test plan (default: the session's file name)"},
+     set_identity<&identity::plan>},
+    {{"plan-version", "TEXT", "version of the test plan (default: unknown)"},
+     set_identity<&identity::plan_version>},
+    {{"attempt", "NUMBER", "runs of this plan on this unit, this one included (default: 1)"}, set_attempt},
+    {{"station-file", "FILE", "TOML with serial, station, slot, operator, plan, plan-version; options win",
+      "FILE"},
+     [](command_line &line, text value) { line.station_file = value; }},
     {{"json", "", "one JSON object per line instead of the table"},
      [](command_line &line, text) { line.json = true; }},
     {{"brief", "", "one line for each call, without driver commands and pauses"},
@@ -178,7 +213,7 @@ std::string command_line_help() {
   text += line("FUNCTION [ARGUMENT...]", "call one function");
   for (auto &w : command_line_words()) text += line(w.usage, w.help);
   text += line("nothing", "the prompt: calls and the session language, line by line") + "\nOptions:\n";
-  for (auto &o : options()) text += fmt::format("  {:<18}{}\n", o.usage(), o.help);
+  for (auto &o : options()) text += fmt::format("  {:<21}{}\n", o.usage(), o.help);
   return text + "\n" + exit_status_help + "\n";
 }
 
@@ -213,6 +248,7 @@ command_line parse_command_line(int count, char **arguments) {
   if (line.words.size() == 2 && line.words[1] == "--help") line.words = {"help", line.words[0]};
   refuse_late_options(line.words);
   take_parameters(line);
+  if (!line.station_file.empty()) take_station_file(line.who, line.station_file);
   return line;
 }
 

@@ -5,6 +5,7 @@
 
 #include "console/output/output.h"
 #include "console/phone/settings.h"
+#include "console/run/identity.h"
 
 #include <string>
 #include <vector>
@@ -21,6 +22,10 @@ struct command_line {
   std::string junit_file;
   std::string report_file;
   std::string trace_file;
+  /** A record for each session. */
+  std::string record_file;
+  identity who;
+  std::string station_file;
   /** An interrupted session leaves the phone as it is. */
   bool keep_test_mode = false;
   /** doctor also tests writing to NV. */

@@ -6,6 +6,7 @@
 #include "console/phone/causes.h"
 #include "console/phone/observed.h"
 #include "console/run/call.h"
+#include "console/run/identity.h"
 #include "console/run/parameters.h"
 
 #include <cstdint>
@@ -71,6 +72,7 @@ struct session_info {
   bool real_clock;
   /** One call from the command line: its result is the verdict, even without an expectation. */
   bool single_call = false;
+  identity who = {};
 };
 
 /** In order: the worst session of a run decides. */

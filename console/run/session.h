@@ -30,6 +30,9 @@ public:
   /** The session is one call from the command line. To be called before start. */
   void is_single_call() { summary.info.single_call = true; }
 
+  /** Who is tested, where and with what. To be called before start. */
+  void identify(const identity &who) { summary.info.who = who; }
+
   /** Resets the phone and loads the library; throws usage_error if either fails. */
   void start();
   /** Ends the session. A planned fault that never fired counts as a failed expectation. */

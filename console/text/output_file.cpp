@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fmt/format.h>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -75,6 +76,7 @@ bool same_file(const std::string &one, const std::string &other) {
 }  // namespace
 
 static std::vector<used_file> files_of_run, files_of_sessions;
+static std::set<std::string> new_files;
 
 output_file::output_file(std::string called, const std::string &path)
     : name(std::move(called)), target(resolved(path)) {
@@ -119,6 +121,17 @@ void output_file::flush() {
   if (fflush(file) != 0 && !failed) failed = errno;
 }
 
+void output_file::put_in_place() {
+  if (!new_files.contains(target)) {
+    if (rename(written.c_str(), target.c_str()) != 0) give_up(errno);
+    return;
+  }
+  unsigned number = 1;  // unlike a rename, link never overwrites: two runs may want one name at once
+  while (link(written.c_str(), numbered(target, number).c_str()) != 0)
+    if (errno != EEXIST || ++number > most_of_a_name) give_up(errno);
+  unlink(written.c_str());
+}
+
 void output_file::commit() {
   flush();
   if (failed) give_up(failed);
@@ -128,8 +141,17 @@ void output_file::commit() {
   if (closed != 0) give_up(errno);
   if (written == target) return;
   spare_inputs();
-  if (rename(written.c_str(), target.c_str()) != 0) give_up(errno);
+  put_in_place();
   sync_folder_of(target);
+}
+
+void never_replace(const std::string &path) { new_files.insert(path); }
+
+std::string numbered(const std::string &path, unsigned number) {
+  if (number == 1) return path;
+  fs::path whole(path);
+  auto name = fmt::format("{}-{}{}", whole.stem().string(), number, whole.extension().string());
+  return whole.replace_filename(name).string();
 }
 
 void claim_file(const used_file &file) {

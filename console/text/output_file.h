@@ -31,8 +31,11 @@ public:
 private:
   [[noreturn]] void give_up(int error);
   [[noreturn]] void give_up(const std::string &why);
+  void put_in_place();
   /** Sessions may name a file as input long after it was opened for output. */
   void spare_inputs();
+
+  static constexpr unsigned most_of_a_name = 9999;
 
   std::string name, target, written;
   FILE *file = nullptr;
@@ -51,6 +54,11 @@ void claim_files_of_run(const std::vector<used_file> &files);
 /** The same for a file that a session uses, against the run's files and those that sessions used before; a
  * file that a session wrote may be read again. */
 void claim_file(const used_file &file);
+
+/** This output never takes the place of an older file: if its name is taken, it gets a number. */
+void never_replace(const std::string &path);
+/** "unit.html" as "unit-2.html"; the first one as it is. */
+std::string numbered(const std::string &path, unsigned number);
 
 }  // namespace console
 

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/run/identity.h"
+
+#include "console/text/usage_error.h"
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <string_view>
+#include <vector>
+
+namespace console {
+namespace {
+
+using json = nlohmann::ordered_json;
+
+bool is_utf8(const std::string &text) {
+  try {
+    (void)json(text).dump();
+    return true;
+  } catch (const json::exception &) { return false; }
+}
+
+/** Control characters and line separators, which no output can hold in a line. */
+bool has_control(std::string_view text) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    auto c = static_cast<unsigned char>(text[i]);
+    auto rest = text.substr(i);
+    bool c1 = c == 0xC2 && rest.size() > 1 && static_cast<unsigned char>(rest[1]) < 0xA0;
+    if (c < ' ' || c == 0x7F || c1 || rest.starts_with("\u2028") || rest.starts_with("\u2029")) return true;
+  }
+  return false;
+}
+
+size_t characters(std::string_view text) {
+  return static_cast<size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+}  // namespace
+
+void set_identity(identity &who, const identity_key &key, const std::string &value,
+                  const std::string &called) {
+  constexpr size_t most = 200;
+  auto refuse = [&](const std::string &why) {
+    throw usage_error{
+        fmt::format("{}: {}: give 1 to {} characters without control characters.", called, why, most)};
+  };
+  if (!is_utf8(value)) refuse("it is no UTF-8");
+  if (has_control(value)) refuse("it has a control character");
+  if (auto size = characters(value); size == 0 || size > most)
+    refuse(fmt::format("it has {} characters", size));
+  who.*key.member = value;
+  who.given = true;
+}
+
+std::string time_with_zone() {
+  auto now = std::chrono::system_clock::now();
+  auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+  auto seconds = std::chrono::system_clock::to_time_t(now);
+  std::tm local = {};
+  localtime_r(&seconds, &local);
+  char text[32], zone[8];
+  strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local);
+  strftime(zone, sizeof zone, "%z", &local);  // "+0100"
+  return fmt::format("{}.{:03}{:.3}:{}", text, ms, zone, zone + 3);
+}
+
+std::string new_run_id() {
+  std::random_device source;
+  uint32_t a = source(), b = source(), c = source(), d = source();
+  return fmt::format("{:08x}-{:04x}-4{:03x}-{:04x}-{:04x}{:08x}", a, b >> 16, b & 0xFFF,
+                     (c >> 16 & 0x3FFF) | 0x8000, c & 0xFFFF, d);
+}
+
+std::string plan_of_session(const std::string &session) {
+  return session.empty() ? "one-shot call" : session.substr(session.rfind('/') + 1);
+}
+
+json identity_json(const identity &who) {
+  return {{"run", who.run},
+          {"serial", who.serial},
+          {"station", who.station},
+          {"slot", who.slot},
+          {"operator", who.operator_name},
+          {"plan", {{"name", who.plan}, {"version", who.plan_version}}},
+          {"versions", {{"console", who.console}, {"library", who.library}}},
+          {"started", who.started},
+          {"attempt", who.attempt}};
+}
+
+std::string identity_text(const identity &who) {
+  std::vector<std::string> parts;
+  auto add = [&](const char *name, const std::string &value) {
+    if (!value.empty()) parts.push_back(fmt::format("{} {}", name, value));
+  };
+  add("serial", who.serial);
+  add("station", who.station);
+  add("slot", who.slot);
+  add("operator", who.operator_name);
+  add("plan", who.plan + " version " + who.plan_version);
+  if (who.attempt > 1) add("attempt", std::to_string(who.attempt));
+  add("started", who.started);
+  add("run", who.run);
+  add("console", who.console);
+  add("library", who.library);
+  return fmt::format("{}", fmt::join(parts, ", "));
+}
+
+}  // namespace console
