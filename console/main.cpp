@@ -286,9 +286,13 @@ exit_status run_trace(const command_line &line) {
 }
 
 exit_status run_plan(const command_line &line) {
-  if (line.words.size() != 2)
-    throw usage_error{"line: name one plan, as in: orva-station line plan.toml"};
-  return run_line({.plan_file = line.words[1], .station = "", .operator_name = ""});
+  if (line.words.size() != 2) throw usage_error{"line: name one plan, as in: orva-station line plan.toml"};
+  for (auto &option : line.given)
+    if (option != "station" && option != "operator" && option != "station-file")
+      throw usage_error{
+          fmt::format("--{} does nothing for line: the plan has what its consoles get.", option)};
+  return run_line(
+      {.plan_file = line.words[1], .station = line.who.station, .operator_name = line.who.operator_name});
 }
 
 exit_status run_list(const command_line &line) {
@@ -308,8 +312,8 @@ struct runner {
 };
 
 constexpr runner runners[] = {
-    {"run", run_sessions},  {"line", run_plan},     {"preview", run_preview}, {"nv", run_nv_command},
-    {"doctor", run_doctor}, {"replay", run_replay}, {"diff", run_diff},       {"trace", run_trace},
+    {"run", run_sessions},  {"line", run_plan},     {"preview", run_preview},   {"nv", run_nv_command},
+    {"doctor", run_doctor}, {"replay", run_replay}, {"diff", run_diff},         {"trace", run_trace},
     {"list", run_list},     {"help", run_help},     {"generate", run_generate},
 };
 static_assert(std::ranges::equal(runners, command_line_names, {}, &runner::name),
@@ -327,7 +331,8 @@ void refuse_idle_options(const command_line &line) {
       {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
       {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
       {"--record", !line.record_file.empty(), one_call || word == "run", "calls and sessions"},
-      {"--serial and what else says who is tested", line.who.given, runs, "calls, sessions and the prompt"},
+      {"--serial and what else says who is tested", line.who.given, runs || word == "line",
+       "calls, sessions and the prompt"},
       {"--chip all", line.all_chips, one_call || word == "run" || word == "preview",
        "calls, run and preview; give --chip one chip's name"},
   };

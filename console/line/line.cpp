@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/line/line.h"
 
+#include "console/line/plan.h"
 #include "console/line/scan.h"
 #include "console/line/scanner.h"
 #include "console/line/shift.h"
@@ -119,7 +120,6 @@ private:
   /** Why a unit cannot be tested; "" if it can. */
   std::string obstacle(const scan &asked) {
     auto &serial = asked.serial;
-    require(fault_of_serial(serial));
     for (auto &each : places)
       if (!each.slot->is_free() && each.slot->unit().serial == serial)
         return fmt::format("{} is being tested in slot {}; scan it again afterwards", serial,
@@ -239,12 +239,7 @@ void make_folder(const std::string &key, const std::string &path) {
 }  // namespace
 
 exit_status run_line(const line_options &with) {
-  auto plan = read_line_plan(with.plan_file);
-  if (!with.station.empty()) plan.station = with.station;
-  if (!with.operator_name.empty()) plan.operator_name = with.operator_name;
-  if (plan.station.empty())
-    throw usage_error{fmt::format(
-        "{}: station is missing; give it there, as station = \"line-3\", or with --station.", plan.file)};
+  auto plan = read_line_plan(with);
   make_folder("spool", plan.spool);
   if (!plan.reports.empty()) make_folder("reports", plan.reports);
   return test_line(plan).run();

@@ -2,6 +2,8 @@
 #include "console/line/plan.h"
 
 #include "console/phone/chips.h"
+#include "console/run/file_name.h"
+#include "console/run/identity.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 
@@ -45,6 +47,15 @@ unsigned number_of(const entry &e, int64_t least, int64_t most) {
   return static_cast<unsigned>(number->get());
 }
 
+/** A text that a record can hold. */
+std::string name_of(const entry &e, std::string_view option) {
+  auto text = text_of(e);
+  identity checked;
+  auto *key = std::ranges::find(identity_keys, option, [](auto &k) { return std::string_view(k.name); });
+  set_identity(checked, *key, text, fmt::format("{}:{}: {}", e.plan.file, e.node.source().begin.line, e.key));
+  return text;
+}
+
 std::vector<std::string> texts_of(const entry &e) {
   auto list = e.node.as_array();
   if (!list || list->empty()) e.wrong("give a list of texts, as [\"A\", \"B\"]");
@@ -55,6 +66,17 @@ std::vector<std::string> texts_of(const entry &e) {
 
 /** Relative to the plan's folder. */
 std::string path_of(const entry &e) { return (fs::path(e.plan.file).parent_path() / text_of(e)).string(); }
+
+/** A folder as part of a pattern. */
+std::string escaped(std::string text) {
+  for (size_t at = 0; (at = text.find('%', at)) != text.npos; at += 2) text.insert(at, 1, '%');
+  return text;
+}
+
+/** The same, with placeholders for the unit and its slot. */
+std::string pattern_of(const entry &e) {
+  return (fs::path(escaped(fs::path(e.plan.file).parent_path().string())) / text_of(e)).string();
+}
 
 std::string existing_file(const entry &e, const std::string &path) {
   std::error_code failed;
@@ -104,9 +126,9 @@ template <class To> struct known_key {
 /** In a slot, or at the top for all slots. */
 const known_key<slot_plan> slot_keys[] = {
     {"chip", [](slot_plan &to, const entry &e) { to.chip = chip_of(e); }},
-    {"phone", [](slot_plan &to, const entry &e) { to.phone = path_of(e); }},
+    {"phone", [](slot_plan &to, const entry &e) { to.phone = pattern_of(e); }},
     {"unit", [](slot_plan &to, const entry &e) { to.unit = parameter_text(e); }},
-    {"nv", [](slot_plan &to, const entry &e) { to.nv = path_of(e); }},
+    {"nv", [](slot_plan &to, const entry &e) { to.nv = pattern_of(e); }},
     {"console", [](slot_plan &to, const entry &e) { to.console = texts_of(e); }},
     {"options", [](slot_plan &to, const entry &e) { to.options = texts_of(e); }},
     {"parameters", take_parameters},
@@ -115,10 +137,10 @@ const known_key<slot_plan> slot_keys[] = {
 constexpr int64_t longest_s = 86400;
 
 const known_key<line_plan> plan_keys[] = {
-    {"name", [](line_plan &to, const entry &e) { to.name = text_of(e); }},
-    {"version", [](line_plan &to, const entry &e) { to.version = text_of(e); }},
-    {"station", [](line_plan &to, const entry &e) { to.station = text_of(e); }},
-    {"operator", [](line_plan &to, const entry &e) { to.operator_name = text_of(e); }},
+    {"name", [](line_plan &to, const entry &e) { to.name = name_of(e, "plan"); }},
+    {"version", [](line_plan &to, const entry &e) { to.version = name_of(e, "plan-version"); }},
+    {"station", [](line_plan &to, const entry &e) { to.station = name_of(e, "station"); }},
+    {"operator", [](line_plan &to, const entry &e) { to.operator_name = name_of(e, "operator"); }},
     {"sessions", [](line_plan &to, const entry &e) { to.sessions = sessions_of(e); }},
     {"teardown", [](line_plan &to, const entry &e) { to.teardown = existing_file(e, path_of(e)); }},
     {"spool", [](line_plan &to, const entry &e) { to.spool = path_of(e); }},
@@ -160,7 +182,7 @@ slot_plan read_slot(const line_plan &plan, const slot_plan &common, const toml::
     if (key)
       key->take(slot, e);
     else if (name.str() == "name")
-      slot.name = text_of(e);
+      slot.name = name_of(e, "slot");
     else
       unknown_key(e, true);
   }
@@ -184,6 +206,23 @@ void read_slots(line_plan &plan, const slot_plan &common, const toml::node &node
   }
 }
 
+/** Options whose values depend on the unit, with those that are given. */
+std::vector<std::pair<const char *, std::string>> patterns_of(const slot_plan &slot) {
+  std::vector<std::pair<const char *, std::string>> all = {
+      {"phone", slot.phone}, {"unit", slot.unit}, {"nv", slot.nv}};
+  std::erase_if(all, [](auto &option) { return option.second.empty(); });
+  return all;
+}
+
+std::string filled(const line_plan &plan, const char *key, const std::string &pattern, const slot_plan &slot,
+                   const unit_in_slot &unit) {
+  identity who;
+  who.serial = unit.serial;
+  who.slot = slot.name;
+  who.station = plan.station;
+  return name_from_pattern(fmt::format("{}: {}", plan.file, key), pattern, who, slot.chip);
+}
+
 /** An NV store belongs to one phone: two slots on one would overwrite each other's calibration. */
 void check_stores(const line_plan &plan) {
   std::set<std::string> stores;
@@ -197,10 +236,19 @@ void check_stores(const line_plan &plan) {
   }
 }
 
+/** Placeholders that have no value are found before the first unit. */
+void check_patterns(const line_plan &plan) {
+  for (auto &slot : plan.slots)
+    for (auto &[key, pattern] : patterns_of(slot)) filled(plan, key, pattern, slot, {.serial = "serial"});
+}
+
 void check_complete(const line_plan &plan) {
   auto missing = [&](const char *key, const char *example) {
     throw usage_error{fmt::format("{}: {} is missing; give it, as {} = {}.", plan.file, key, key, example)};
   };
+  if (plan.station.empty())
+    throw usage_error{fmt::format(
+        "{}: station is missing; give it there, as station = \"line-3\", or with --station.", plan.file)};
   if (plan.version.empty()) missing("version", "\"1\"");
   if (plan.sessions.empty()) missing("sessions", "[\"sessions/rf.tcl\"]");
   if (plan.spool.empty()) missing("spool", "\"spool\"");
@@ -213,6 +261,7 @@ void check_complete(const line_plan &plan) {
         "leave name out, or give one session.",
         plan.file)};
   check_stores(plan);
+  check_patterns(plan);
 }
 
 void read_keys(line_plan &plan, const toml::table &table) {
@@ -243,62 +292,43 @@ toml::table parsed_file(const std::string &path) {
   return std::move(parsed).table();
 }
 
-/** A serial number as part of a file's name: everything but letters, digits and "-_." is percent-encoded. */
-std::string in_file_name(std::string_view text) {
-  std::string encoded;
-  for (auto c : text) {
-    auto byte = static_cast<unsigned char>(c);
-    bool plain = isalnum(byte) || c == '-' || c == '_' || (c == '.' && !encoded.empty());
-    encoded += plain ? std::string(1, c) : fmt::format("%{:02X}", byte);
-  }
-  return encoded;
-}
-
-std::string replaced(std::string text, std::string_view mark, const std::string &by) {
-  for (size_t at = 0; (at = text.find(mark, at)) != text.npos; at += by.size())
-    text.replace(at, mark.size(), by);
-  return text;
-}
-
-std::string filled(const std::string &pattern, const slot_plan &slot, const unit_in_slot &unit) {
-  return replaced(replaced(pattern, "%slot", in_file_name(slot.name)), "%serial", in_file_name(unit.serial));
-}
-
-std::vector<std::string> phone_command(const slot_plan &slot, const unit_in_slot &unit) {
+std::vector<std::string> phone_command(const line_plan &plan, const slot_plan &slot,
+                                       const unit_in_slot &unit) {
   auto words = slot.console;
   words.emplace_back("--json");
-  const std::pair<const char *, const std::string &> with[] = {
-      {"--chip", slot.chip}, {"--phone", slot.phone}, {"--unit", slot.unit}, {"--nv", slot.nv}};
-  for (auto &[option, pattern] : with)
-    if (!pattern.empty()) words.insert(words.end(), {option, filled(pattern, slot, unit)});
+  if (!slot.chip.empty()) words.insert(words.end(), {"--chip", slot.chip});
+  for (auto &[key, pattern] : patterns_of(slot))
+    words.insert(words.end(), {fmt::format("--{}", key), filled(plan, key, pattern, slot, unit)});
   words.insert(words.end(), slot.options.begin(), slot.options.end());
   return words;
 }
 
 }  // namespace
 
-line_plan read_line_plan(const std::string &path) {
+line_plan read_line_plan(const line_options &with) {
   line_plan plan;
-  plan.file = path;
-  read_keys(plan, parsed_file(path));
+  plan.file = with.plan_file;
+  read_keys(plan, parsed_file(plan.file));
+  if (!with.station.empty()) plan.station = with.station;
+  if (!with.operator_name.empty()) plan.operator_name = with.operator_name;
   check_complete(plan);
   return plan;
 }
 
 std::vector<std::string> unit_command(const line_plan &plan, const slot_plan &slot,
                                       const unit_in_slot &unit) {
-  auto words = phone_command(slot, unit);
+  auto words = phone_command(plan, slot, unit);
   const std::pair<const char *, const std::string &> with[] = {
       {"--serial", unit.serial},          {"--station", plan.station}, {"--slot", slot.name},
       {"--operator", plan.operator_name}, {"--plan", plan.name},       {"--plan-version", plan.version}};
   for (auto &[option, value] : with)
     if (!value.empty()) words.insert(words.end(), {option, value});
   words.insert(words.end(), {"--attempt", std::to_string(unit.attempt)});
-  words.insert(words.end(),
-               {"--record", (fs::path(replaced(plan.spool, "%", "%%")) / "%run.jsonl").string()});
+  words.insert(words.end(), {"--record", (fs::path(escaped(plan.spool)) / "%run.jsonl").string()});
+  // One page has all sessions of the run; each of them has a run id of its own.
+  auto *page = plan.sessions.size() > 1 ? "%serial-%time.html" : "%run.html";
   if (!plan.reports.empty())
-    words.insert(words.end(),
-                 {"--report", (fs::path(replaced(plan.reports, "%", "%%")) / "%run.html").string()});
+    words.insert(words.end(), {"--report", (fs::path(escaped(plan.reports)) / page).string()});
   words.emplace_back("run");
   words.insert(words.end(), plan.sessions.begin(), plan.sessions.end());
   if (!slot.parameters.empty()) words.emplace_back("--");
@@ -308,7 +338,7 @@ std::vector<std::string> unit_command(const line_plan &plan, const slot_plan &sl
 
 std::vector<std::string> teardown_command(const line_plan &plan, const slot_plan &slot,
                                           const unit_in_slot &unit) {
-  auto words = phone_command(slot, unit);
+  auto words = phone_command(plan, slot, unit);
   words.insert(words.end(), {"run", plan.teardown});
   return words;
 }

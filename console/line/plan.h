@@ -3,6 +3,8 @@
 #ifndef CONSOLE_LINE_PLAN_H
 #define CONSOLE_LINE_PLAN_H
 
+#include "console/line/line.h"
+
 #include <chrono>
 #include <string>
 #include <utility>
@@ -17,7 +19,8 @@ struct slot_plan {
   std::vector<std::string> console;
   /** Further options of the console. */
   std::vector<std::string> options;
-  /** Values of the options of these names; "" leaves an option out. May contain %serial and %slot. */
+  /** Values of the options of these names; "" leaves an option out. All but the chip may contain
+   * placeholders of the unit: %serial, %slot, %station, %chip. */
   std::string chip, phone, unit, nv;
   /** Of the sessions, by name. */
   std::vector<std::pair<std::string, std::string>> parameters;
@@ -46,7 +49,7 @@ struct line_plan {
 
 /** Reads a TOML file. Paths in it are relative to its folder. Throws usage_error, which names file, line and
  * key. */
-line_plan read_line_plan(const std::string &path);
+line_plan read_line_plan(const line_options &with);
 
 /** A unit in a slot; attempt counts its runs from 1. */
 struct unit_in_slot {

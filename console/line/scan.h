@@ -18,9 +18,6 @@ struct scan {
  * is not taken for a part of it. Throws usage_error. */
 scan parse_scan(std::string_view line, const std::vector<std::string> &slots);
 
-/** Why no record can hold the serial number; "" if it can. */
-std::string fault_of_serial(const std::string &serial);
-
 }  // namespace console
 
 #endif

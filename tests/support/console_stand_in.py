@@ -60,7 +60,7 @@ class Unit:
         if self.kind == "rubbish":
             print("Segmentation fault (core dumped)", flush=True)
             time.sleep(600)
-        while self.kind == "slow" and journal().count("PASS pass") < 2:
+        while self.kind == "slow" and journal().count("PASS pass") < 3:
             time.sleep(0.05)
         good = self.kind != "fail" and not (self.kind == "flaky" and self.attempt == 1)
         self.record.measure("power", 15.0 if good else 3.0, unit="dBm", low=13, high=17)
