@@ -16,6 +16,7 @@
 #include "console/prompt/options.h"
 #include "console/prompt/outputs.h"
 #include "console/prompt/prompt.h"
+#include "console/record/record_reporter.h"
 #include "console/record/replay.h"
 #include "console/record/to_phone.h"
 #include "console/record/trace_reporter.h"
@@ -55,6 +56,7 @@ reporters make_reporters(const command_line &line) {
                       .several_chips = line.all_chips};
   reporters all;
   if (!line.trace_file.empty()) all.push_back(make_trace_reporter(line.trace_file));
+  if (!line.record_file.empty()) all.push_back(make_record_reporter(line.record_file));
   if (!line.junit_file.empty()) all.push_back(make_junit_reporter(line.junit_file));
   if (!line.report_file.empty()) all.push_back(make_report_reporter(line.report_file, line.with));
   all.push_back(line.json ? make_json_reporter(stdout) : make_text_reporter(stdout, style));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/run/identity.h"
 
+#include "console/text/text.h"
 #include "console/text/usage_error.h"
 
 #include <algorithm>
@@ -25,14 +26,9 @@ bool is_utf8(const std::string &text) {
   } catch (const json::exception &) { return false; }
 }
 
-/** Control characters and line separators, which no output can hold in a line. */
 bool has_control(std::string_view text) {
-  for (size_t i = 0; i < text.size(); ++i) {
-    auto c = static_cast<unsigned char>(text[i]);
-    auto rest = text.substr(i);
-    bool c1 = c == 0xC2 && rest.size() > 1 && static_cast<unsigned char>(rest[1]) < 0xA0;
-    if (c < ' ' || c == 0x7F || c1 || rest.starts_with("\u2028") || rest.starts_with("\u2029")) return true;
-  }
+  for (; !text.empty(); text.remove_prefix(1))
+    if (control_size(text)) return true;
   return false;
 }
 

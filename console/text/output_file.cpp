@@ -33,14 +33,6 @@ bool is_device(const std::string &path) {
   return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
 }
 
-void sync_folder_of(const std::string &path) {
-  auto folder = fs::path(path).parent_path();
-  int opened = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (opened < 0) return;
-  fsync(opened);
-  close(opened);
-}
-
 /** A new file gets the permissions of the one it replaces. */
 void take_permissions(FILE *file, const std::string &from) {
   struct stat old;
@@ -79,11 +71,11 @@ static std::vector<used_file> files_of_run, files_of_sessions;
 static std::set<std::string> new_files;
 
 output_file::output_file(std::string called, const std::string &path)
-    : name(std::move(called)), target(resolved(path)) {
+    : name(std::move(called)), target(new_files.contains(path) ? path : resolved(path)) {
   if (fs::is_directory(target)) throw usage_error{fmt::format("{}: it is a folder; name a file.", name)};
   written = is_device(target) ? target : fmt::format("{}{}", part_name(target), getpid());
-  if (written != target && access(target.c_str(), F_OK) == 0 && access(target.c_str(), W_OK) != 0)
-    give_up(errno);
+  bool replaces = written != target && !new_files.contains(target);
+  if (replaces && access(target.c_str(), F_OK) == 0 && access(target.c_str(), W_OK) != 0) give_up(errno);
   file = fopen(written.c_str(), "we");
   if (!file) give_up(errno);
   if (written == target) return;
@@ -143,6 +135,14 @@ void output_file::commit() {
   spare_inputs();
   put_in_place();
   sync_folder_of(target);
+}
+
+void sync_folder_of(const std::string &path) {
+  auto folder = fs::path(path).parent_path();
+  int opened = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0) return;
+  fsync(opened);
+  close(opened);
 }
 
 void never_replace(const std::string &path) { new_files.insert(path); }

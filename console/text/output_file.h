@@ -57,6 +57,8 @@ void claim_file(const used_file &file);
 
 /** This output never takes the place of an older file: if its name is taken, it gets a number. */
 void never_replace(const std::string &path);
+/** Makes a new name in a folder last. */
+void sync_folder_of(const std::string &path);
 /** "unit.html" as "unit-2.html"; the first one as it is. */
 std::string numbered(const std::string &path, unsigned number);
 

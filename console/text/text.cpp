@@ -95,6 +95,13 @@ std::string counted(size_t number, std::string_view what) {
   return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
 }
 
+size_t control_size(std::string_view text) {
+  auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0xFFU; };
+  if (byte(0) < ' ' || byte(0) == 0x7F) return 1;
+  if (byte(0) == 0xC2 && byte(1) >= 0x80 && byte(1) < 0xA0) return 2;
+  return text.starts_with("\u2028") || text.starts_with("\u2029") ? 3 : 0;
+}
+
 bool is_capable_terminal(int fd) {
   auto *terminal = getenv("TERM"), *no_colour = getenv("NO_COLOR");
   return isatty(fd) && terminal && *terminal && std::string_view(terminal) != "dumb" &&

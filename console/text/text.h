@@ -30,6 +30,10 @@ std::string either(std::vector<std::string> names);
 /** "1 NV item", "2 NV items". */
 std::string counted(size_t number, std::string_view what);
 
+/** The size of the control character or line separator that the UTF-8 text begins with; 0 if it begins with
+ * another one. */
+size_t control_size(std::string_view text);
+
 /** May colours and cursor movements be sent there? Not unless it is a terminal, and never with NO_COLOR or on
  * a dumb one. */
 bool is_capable_terminal(int fd);

@@ -10,14 +10,7 @@
 #include <optional>
 
 namespace console {
-namespace {
 
-struct range {
-  double low = -HUGE_VAL;
-  double high = HUGE_VAL;
-};
-
-/** Whole numbers as parse_number reads them, and decimal fractions. */
 std::optional<double> parse_value(const std::string &text) {
   if (auto whole = parse_number(text)) return static_cast<double>(*whole);
   double value = 0;
@@ -26,6 +19,13 @@ std::optional<double> parse_value(const std::string &text) {
   bool finite = error == std::errc{} && stop == end && std::isfinite(value);
   return finite ? std::optional(value) : std::nullopt;
 }
+
+namespace {
+
+struct range {
+  double low = -HUGE_VAL;
+  double high = HUGE_VAL;
+};
 
 std::optional<range> parse_range(const std::string &text) {
   auto dots = text.find("..");

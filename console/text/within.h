@@ -4,9 +4,13 @@
 #ifndef CONSOLE_WITHIN_H
 #define CONSOLE_WITHIN_H
 
+#include <optional>
 #include <string>
 
 namespace console {
+
+/** Whole numbers as parse_number reads them, and decimal fractions. */
+std::optional<double> parse_value(const std::string &text);
 
 /** "" if these are valid limits for a number, else what is wrong with them. */
 std::string limits_error(const std::string &limits);

@@ -13,7 +13,7 @@ from datetime import datetime
 from pathlib import Path
 from typing import IO, Any, Callable, ContextManager, Iterable, Optional, Sequence
 
-from orva_records import RecordsError, queries, report
+from orva_records import RecordsError, queries, report, rules
 from orva_records.collect import BATCH, DAMAGED, collect
 from orva_records.convert import convert
 from orva_records.output import check_output, replaced
@@ -39,6 +39,18 @@ def _positive(text: str) -> int:
     raise argparse.ArgumentTypeError(f"{text!r}: expected a whole number from 1")
 
 
+def _given(text: str) -> str:
+    if fault := rules.name(text):
+        raise argparse.ArgumentTypeError(f"{text[:40]!r}: expected {fault}")
+    return text
+
+
+def _started(text: str) -> str:
+    if fault := rules.started(text):
+        raise argparse.ArgumentTypeError(f"{text!r}: expected {fault}")
+    return text
+
+
 def _filter(arguments: argparse.Namespace) -> Filter:
     return Filter(**{name: getattr(arguments, name, None) or "" for name in Filter.__dataclass_fields__})
 
@@ -58,17 +70,17 @@ def _shown(row: Row) -> Row:
 
 def _convert(arguments: argparse.Namespace) -> int:
     header = Header(
-        serial=arguments.serial,
-        station=arguments.station,
-        slot=arguments.slot,
-        operator=arguments.operator,
+        serial=arguments.serial or "",
+        station=arguments.station or "",
+        slot=arguments.slot or "",
+        operator=arguments.operator or "",
         plan="of the session",
         plan_version=arguments.plan_version,
         chip="of the session",
         console=arguments.console,
         library=arguments.library,
         attempt=arguments.attempt,
-        started=arguments.started,
+        started=arguments.started or "",
     )
     for path in convert(arguments.session, arguments.output, header):
         print(path)
@@ -163,15 +175,14 @@ def _add_database(command: argparse.ArgumentParser) -> None:
 def _add_spool_commands(commands: Any) -> None:
     command = _command(commands, "convert", "make records of what orva-station --json printed", _convert)
     command.add_argument("session", type=Path, metavar="SESSION.json")
-    command.add_argument("--serial", required=True, help="of the unit")
-    command.add_argument("--station", required=True)
-    for name in ("slot", "operator"):
-        command.add_argument(f"--{name}", default="")
+    command.add_argument("--serial", type=_given, help="of the unit; needless if the session names it")
+    for name in ("station", "slot", "operator"):
+        command.add_argument(f"--{name}", type=_given)
     command.add_argument("--plan-version", default="unknown", metavar="VERSION")
     command.add_argument("--console", default="unknown", metavar="VERSION", help="of orva-station")
     command.add_argument("--library", default="unknown", metavar="VERSION")
     command.add_argument("--attempt", type=_positive, default=1, help="of this unit with this plan (default: 1)")
-    command.add_argument("--started", default="", metavar="TIME", help="with its zone (default: when SESSION.json was written)")
+    command.add_argument("--started", type=_started, metavar="TIME", help="with its zone (default: when SESSION.json was written)")
     command.add_argument("--output", "-o", type=Path, default=Path("."), metavar="FOLDER", help="for the records")
 
     command = _command(commands, "collect", "store a folder's records in a database", _collect)

@@ -2,14 +2,16 @@
 """Makes records of what `orva-station --json` prints, one for each session.
 
 An expectation becomes a measurement; the call's arguments and the point of a sweep become its condition. A session
-without its end line becomes a BROKEN record. The run id follows from the input and the identity, not from the file's
-time, so converting again gives the same run, which is stored once.
+without its end line becomes a BROKEN record. A session that names its identity keeps its run id, which its own record
+has too. Else the run id follows from the input and the identity given, not from the file's time. So converting again
+gives the same run, which is stored once.
 """
 
 from __future__ import annotations
 
 import hashlib
 import json
+import re
 import uuid
 from dataclasses import replace
 from datetime import datetime, timedelta
@@ -20,6 +22,8 @@ from orva_records import RecordsError, rules
 from orva_records.record import SUFFIX, Header, RecordWriter
 
 _CAUSE = ("what", "found", "cause", "cure")
+_WHOLE = re.compile(r"-?(0[xX][0-9a-fA-F]+|[0-9]+)")
+_FRACTION = re.compile(r"-?([0-9]+\.?[0-9]*|\.[0-9]+)")
 ONE_SHOT = "one-shot call"
 #: From one session of a file to the next. Their wall-clock times are unknown, their order is not; this little does not
 #: reach into the next file.
@@ -60,22 +64,47 @@ def _lines(path: Path) -> list[str]:
 def convert(path: Path, folder: Path, header: Header) -> list[Path]:
     """Writes one record for each session into folder and returns their paths.
 
-    header: as for RecordWriter; run, plan and chip come from the sessions. An empty started stands for the time at which
-    the file was written. A record that is there already stays.
+    header: as for RecordWriter; run, plan and chip come from the sessions. Of a session that names its identity, header
+    gives only what is empty there. An empty started stands for the time at which the file was written. A record that is
+    there already stays.
     """
     paths = []
     first = header.started or _written(path)
     for number, lines in enumerate(sessions_of(path)):
         begin = lines[0]
-        identity = replace(header, plan=begin["session"] or ONE_SHOT, chip=begin["chip"], run="")
-        content = json.dumps([identity.line(), number, lines], sort_keys=True)
-        run = uuid.uuid5(uuid.NAMESPACE_OID, hashlib.sha256(content.encode()).hexdigest())
         try:
-            started = _started(first, number)
-            paths.append(_write(folder, replace(identity, run=str(run), started=started), lines))
+            if "identity" in begin:
+                known = _identity(header, begin)
+            else:
+                plan = begin["session"].rpartition("/")[2] or ONE_SHOT
+                known = replace(header, plan=plan, chip=begin["chip"], run="")
+                known = replace(known, run=_derived(known, number, lines), started=_started(first, number))
+            paths.append(_write(folder, known, lines))
         except (KeyError, TypeError, AttributeError) as error:
             raise RecordsError(f"{path}: session {number + 1} lacks what orva-station --json prints: {error!r}") from error
     return paths
+
+
+def _derived(header: Header, number: int, lines: Sequence[dict[str, Any]]) -> str:
+    content = json.dumps([header.line(), number, lines], sort_keys=True)
+    return str(uuid.uuid5(uuid.NAMESPACE_OID, hashlib.sha256(content.encode()).hexdigest()))
+
+
+def _identity(header: Header, begin: dict[str, Any]) -> Header:
+    """What the console knew of the session; header fills what it did not."""
+    known = begin["identity"]
+    texts = {name: known[name] or getattr(header, name) for name in ("serial", "station", "slot", "operator")}
+    return Header(
+        **texts,
+        plan=known["plan"]["name"],
+        plan_version=known["plan"]["version"],
+        chip=begin["chip"],
+        console=known["versions"]["console"],
+        library=known["versions"]["library"],
+        attempt=known["attempt"],
+        started=known["started"],
+        run=known["run"],
+    )
 
 
 def _written(path: Path) -> str:
@@ -123,18 +152,17 @@ def _write_line(record: RecordWriter, line: dict[str, Any], one_shot: bool) -> N
     elif kind == "note":
         record.note(line["text"])
     elif kind == "expectation":
-        _measure(record, line["what"], line, _point(line))
+        _measure(record, line["what"], line, {}, _point(line))
     elif kind == "call":
         _write_call(record, line, one_shot)
 
 
 def _write_call(record: RecordWriter, call: dict[str, Any], one_shot: bool) -> None:
-    condition = {**call["arguments"], **_point(call)}
     for expectation in call["expectations"]:
-        _measure(record, f"{call['function']} {expectation['what']}", expectation, condition)
+        _measure(record, f"{call['function']} {expectation['what']}", expectation, call["arguments"], _point(call))
     if one_shot and not call["expectations"]:
         good = call["outcome"] != "bad"
-        record.expect(f"{call['function']} result", call["result"], "success", good, condition=condition)
+        record.expect(f"{call['function']} result", call["result"], "success", good, condition=call["arguments"])
     for cause in call["causes"]:
         record.cause(*(cause[member] for member in _CAUSE))
 
@@ -148,13 +176,12 @@ def _point(line: dict[str, Any]) -> dict[str, rules.Scalar]:
 
 
 def _number(text: str, otherwise: Any) -> Any:
-    if "_" in text:
-        return otherwise
-    try:
-        value = float(text) if "." in text else int(text, 0)
-    except ValueError:
-        return otherwise
-    return otherwise if rules.number(value) else value
+    """The number that the console takes the text for: a whole one of 64 bits, or a decimal fraction."""
+    if _WHOLE.fullmatch(text) and abs(whole := int(text, 16 if "x" in text.lower() else 10)) < 2**63:
+        return whole
+    if _FRACTION.fullmatch(text) and not rules.number(fraction := float(text)):
+        return fraction
+    return otherwise
 
 
 def limits_of(text: str) -> Optional[tuple[Optional[float], Optional[float]]]:
@@ -166,11 +193,15 @@ def limits_of(text: str) -> Optional[tuple[Optional[float], Optional[float]]]:
     return None if wrong or numbers == [None, None] else (numbers[0], numbers[1])
 
 
-def _measure(record: RecordWriter, name: str, expectation: dict[str, Any], condition: dict[str, Any]) -> None:
+def _measure(
+    record: RecordWriter, name: str, expectation: dict[str, Any], arguments: dict[str, Any], point: dict[str, Any]
+) -> None:
     text, got = expectation["limits"], expectation["got"]
+    own = {key: _number(each, each) for key, each in expectation.get("condition", {}).items()}
+    unit, condition = expectation.get("unit", ""), {**arguments, **own, **point}
     value, limits = _number(got, got), limits_of(text)
     # A refused call's 4294967295 is no value: the console does not let a range allow it.
     if limits and not isinstance(value, str) and rules.within(value, *limits) == expectation["held"]:
-        record.measure(name, value, low=limits[0], high=limits[1], condition=condition)
+        record.measure(name, value, unit=unit, low=limits[0], high=limits[1], condition=condition)
     else:
-        record.expect(name, value, text, expectation["held"], condition=condition)
+        record.expect(name, value, text, expectation["held"], unit=unit, condition=condition)

@@ -57,13 +57,13 @@ class Header:
 
     def line(self) -> dict[str, object]:
         """The header line."""
-        same = ("run", "serial", "station", "slot", "operator", "chip", "started", "attempt")
         return {
             "type": "begin",
             "schema": rules.SCHEMA,
-            **{key: getattr(self, key) for key in same},
+            **{key: getattr(self, key) for key in ("run", "serial", "station", "slot", "operator")},
             "plan": {"name": self.plan, "version": self.plan_version},
             "versions": {"console": self.console, "library": self.library},
+            **{key: getattr(self, key) for key in ("started", "attempt", "chip")},
         }
 
 
@@ -72,7 +72,7 @@ def encoded(line: Mapping[str, object]) -> bytes:
     if fault := rules.line(dict(line)):
         shown = ascii(line)
         raise RecordsError(f"record line {shown[:200]}{'...' if len(shown) > 200 else ''}: expected {fault}")
-    return json.dumps(line, ensure_ascii=False, allow_nan=False).encode() + b"\n"
+    return json.dumps(line, ensure_ascii=False, allow_nan=False, separators=(",", ":")).encode() + b"\n"
 
 
 def verdict_of(verdicts: set[Optional[str]]) -> str:
@@ -331,7 +331,7 @@ def _end_killed(handle: int, part: Path) -> None:
     with open(handle, "rb", closefd=False) as file:
         content = file.read()
     whole = content[: content.rfind(b"\n") + 1]
-    if whole[:-1].rpartition(b"\n")[2].startswith(b'{"type": "end"'):
+    if _is_end(whole[:-1].rpartition(b"\n")[2]):
         return  # killed before publish() was through
     cut = content[len(whole) :].decode(errors="backslashreplace").replace("\0", "\\x00")[: rules.TEXT_LENGTH]
     duration = {"total_s": _seconds_to(os.fstat(handle).st_mtime, whole)}
@@ -346,6 +346,14 @@ def _end_killed(handle: int, part: Path) -> None:
         os.pwrite(handle, content[len(whole) :], len(whole))
         os.ftruncate(handle, len(content))
         raise RecordsError(f"{part}: the killed run cannot be ended: {error.strerror}") from error
+
+
+def _is_end(line: bytes) -> bool:
+    try:
+        value = json.loads(line)
+    except ValueError:
+        return False
+    return isinstance(value, dict) and value.get("type") == "end"
 
 
 def _seconds_to(end: float, whole: bytes) -> float:
