@@ -7,6 +7,7 @@
 #include "console/language/interpreter.h"
 #include "console/language/interrupt.h"
 #include "console/language/nv_commands.h"
+#include "console/line/line.h"
 #include "console/output/report.h"
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
@@ -294,6 +295,16 @@ exit_status run_trace(const command_line &line) {
   return fmt::print("{}", phone_of_recording(line.words[2])), exit_status::passed;
 }
 
+exit_status run_plan(const command_line &line) {
+  if (line.words.size() != 2) throw usage_error{"line: name one plan, as in: orva-station line plan.toml"};
+  for (auto &option : line.given)
+    if (option != "station" && option != "operator" && option != "station-file")
+      throw usage_error{
+          fmt::format("--{} does nothing for line: the plan has what its consoles get.", option)};
+  return run_line(
+      {.plan_file = line.words[1], .station = line.who.station, .operator_name = line.who.operator_name});
+}
+
 exit_status run_list(const command_line &line) {
   if (line.words.size() > 1)
     throw usage_error{fmt::format("list: \"{}\" is not understood: it takes nothing.", line.words[1])};
@@ -311,9 +322,9 @@ struct runner {
 };
 
 constexpr runner runners[] = {
-    {"run", run_sessions},  {"preview", run_preview},   {"nv", run_nv_command}, {"doctor", run_doctor},
-    {"replay", run_replay}, {"diff", run_diff},         {"trace", run_trace},   {"list", run_list},
-    {"help", run_help},     {"generate", run_generate},
+    {"run", run_sessions},  {"line", run_plan},     {"preview", run_preview},   {"nv", run_nv_command},
+    {"doctor", run_doctor}, {"replay", run_replay}, {"diff", run_diff},         {"trace", run_trace},
+    {"list", run_list},     {"help", run_help},     {"generate", run_generate},
 };
 static_assert(std::ranges::equal(runners, command_line_names, {}, &runner::name),
               "each word of the command line has its runner");
@@ -332,7 +343,8 @@ void refuse_idle_options(const command_line &line) {
       {"--report", !line.report_file.empty(), runs, "calls, sessions and the prompt"},
       {"--trace", !line.trace_file.empty(), runs, "calls, sessions and the prompt"},
       {"--record", !line.record_file.empty(), one_call || word == "run", "calls and sessions"},
-      {"--serial and what else says who is tested", line.who.given, runs, "calls, sessions and the prompt"},
+      {"--serial and what else says who is tested", line.who.given, runs || word == "line",
+       "calls, sessions and the prompt"},
       {"--chip all", line.all_chips, one_call || word == "run" || word == "preview",
        "calls, run and preview; give --chip one chip's name"},
   };

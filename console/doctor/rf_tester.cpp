@@ -75,7 +75,7 @@ std::vector<finding> examine_rf_tester(const given_parameters &named) {
   std::unique_ptr<instrument_profile> profile;
   std::unique_ptr<test_set> on;
   all.push_back(tried("instrument profile", file,
-                      "name a profile with profile=FILE; see docs/instrument-profiles.md", [&] {
+                      "name a profile with profile=FILE; see docs/how-to/instrument-profiles.md", [&] {
                         profile = std::make_unique<instrument_profile>(load_instrument_profile(file));
                         return profile->name;
                       }));

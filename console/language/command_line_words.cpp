@@ -17,6 +17,7 @@ static std::vector<command_line_word> make_words() {
   const command_line_word words[] = {
       {"run", "[OPTIONS] run FILE... [-- NAME=VALUE...]",
        "run sessions, - from standard input, with parameters", "FILE"},
+      {"line", "[OPTIONS] line PLAN", "run a plan on units in several slots at once", "FILE"},
       {"preview", "[OPTIONS] preview FUNCTION [ARGUMENT...]", "show what a call would change in NV",
        "FUNCTION"},
       {"nv", "[OPTIONS] nv WORD [NUMBER|FILE]", fmt::format("{} NV", either(nv)),

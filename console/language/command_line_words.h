@@ -10,8 +10,8 @@
 
 namespace console {
 
-inline constexpr std::array<std::string_view, 10> command_line_names = {
-    "run", "preview", "nv", "doctor", "replay", "diff", "trace", "list", "help", "generate"};
+inline constexpr std::array<std::string_view, 11> command_line_names = {
+    "run", "line", "preview", "nv", "doctor", "replay", "diff", "trace", "list", "help", "generate"};
 
 struct command_line_word {
   std::string name;

@@ -13,13 +13,14 @@ namespace console {
 namespace {
 
 /** What the phone must allow or have beyond calls of the library. The last is a real phone's only. */
-enum class ability { set_up, copy, replay, describe, own_log };
+enum class ability { set_up, copy, replay, describe, line, own_log };
 
 constexpr const char *reasons[] = {
     "a real phone cannot be set up; the console with the virtual phone can do this",
     "only the virtual phone can be copied; here take nv backup FILE before, and nv diff FILE afterwards",
     "a real phone plays no recording; the console with the virtual phone can do this",
     "only the virtual phone is described by a file; the console with the virtual phone can do this",
+    "a line runs on the station's computer; use orva-station there",
     "the virtual phone's log is always seen; the console for a real phone can read that phone's",
 };
 static_assert(std::size(reasons) == static_cast<size_t>(ability::own_log) + 1);
@@ -42,6 +43,7 @@ constexpr limited_feature limited[] = {
     {"preview", ability::copy},
     {"replay", ability::replay},
     {"trace to-phone", ability::describe},
+    {"line", ability::line},
     {"--unit", ability::set_up},
     {"--logcat", ability::own_log},
 };

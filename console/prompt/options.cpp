@@ -244,6 +244,7 @@ command_line parse_command_line(int count, char **arguments) {
       throw usage_error{fmt::format("--{0} is given twice, the second time as {1}: give --{0} once.",
                                     found.help.name, current)};
     found.take(line, optarg ? optarg : "");
+    line.given.emplace_back(found.help.name);
   }
   line.words.assign(arguments + optind, arguments + count);
   if (line.words.size() == 2 && line.words[1] == "--help") line.words = {"help", line.words[0]};

@@ -32,6 +32,8 @@ struct command_line {
   bool write = false;
   bool help = false;
   bool version = false;
+  /** The options on the command line, without their dashes. */
+  std::vector<std::string> given;
   /** What follows the options: a function or a command, and its arguments. */
   std::vector<std::string> words;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The file of a record. docs/records.md describes it.
+// The file of a record. docs/how-to/records.md describes it.
 #ifndef CONSOLE_RECORD_FILE_H
 #define CONSOLE_RECORD_FILE_H
 

@@ -31,7 +31,7 @@ QUANTITIES = {
     "packet_error_rate": "%",
     "maximum_input": "dBm",
 }
-#: Formats and rates as in docs/cable.md.
+#: Formats and rates as in docs/reference/cable.md.
 RATES: Mapping[str, Sequence[str]] = {
     "dsss": ("1", "2", "5.5", "11"),
     "ofdm": ("6", "9", "12", "18", "24", "36", "48", "54"),
@@ -51,7 +51,7 @@ class LimitsError(ValueError):
 
 @dataclass(frozen=True)
 class Signal:
-    """What is transmitted or received: format and rate as in docs/cable.md."""
+    """What is transmitted or received: format and rate as in docs/reference/cable.md."""
 
     format: str
     rate: str

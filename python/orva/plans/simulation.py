@@ -15,6 +15,16 @@ _ENDING_S = 10
 #: What the cables of the simulated bench lose: MHz to dB.
 CABLE_DB: Mapping[float, float] = {2412: 1.2, 2472: 1.3, 5180: 2.1, 5825: 2.4}
 
+#: What is wrong with a defective unit, as the diagnosis names it, and how the virtual phone gets it.
+DEFECTS: Mapping[str, Mapping[str, str]] = {
+    "wrong front-end module": {"rf.fault": "wrong_fem"},
+    "cold joint": {"rf.fault": "cold_joint"},
+    "open antenna": {"rf.fault": "open_antenna"},
+    "bad crystal": {"rf.fault": "bad_crystal"},
+    "weak amplifier": {"rf.saturation": "16"},
+    "deaf receiver": {"rf.noise_figure": "20"},
+}
+
 
 def points_of(losses: Mapping[float, float]) -> str:
     """Losses as options write them: "2412:1.2,5180:2.1"."""

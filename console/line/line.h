@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// Tests units in several slots at once, each with a console of its own.
+#ifndef CONSOLE_LINE_H
+#define CONSOLE_LINE_H
+
+#include "console/run/verdict.h"
+
+#include <string>
+
+namespace console {
+
+struct line_options {
+  std::string plan_file;
+  /** Instead of the plan's, unless "". */
+  std::string station, operator_name;
+};
+
+/** Takes serial numbers from standard input until its end or a signal. Throws usage_error for a plan that is
+ * wrong. */
+exit_status run_line(const line_options &with);
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,210 @@
+# SPDX-License-Identifier: Apache-2.0
+"""A line of slots, each with a console of its own: here a stand-in that behaves as its unit's serial number says."""
+
+import os
+import re
+import signal
+import subprocess
+
+import pytest
+
+from orva_records.collect import collect
+from orva_records.queries import Filter, yields
+from orva_records.store import Store
+from support.console import STATION, station
+from support.terminal import Terminal
+from support.tree import ROOT
+
+STAND_IN = ROOT / "tests" / "support" / "console_stand_in.py"
+PATIENCE_S = 60
+
+
+class Line:
+    """A plan in a folder, and the station that runs it."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.journal = folder / "journal"
+        for name in ("rf.tcl", "off.tcl", "bad_off.tcl"):
+            (folder / name).write_text("")
+
+    def plan(self, more="", slots=("1", "2"), head='teardown = "off.tcl"'):
+        text = f'version = "7"\nstation = "line-3"\nsessions = ["rf.tcl"]\nspool = "spool"\nconsole = ["{STAND_IN}"]\n{head}\n'
+        text += "".join(f'[[slot]]\nname = "{name}"\n' for name in slots)
+        (self.folder / "plan.toml").write_text(text + more)
+        return self.folder / "plan.toml"
+
+    def start(self, plan, **options):
+        return subprocess.Popen([STATION, "line", plan], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                text=True, env=self.environment(), **options)
+
+    def environment(self):
+        return {**os.environ, "STAND_IN_LOG": str(self.journal)}
+
+    def run(self, plan, *scans):
+        return station("line", plan, stdin="".join(f"{scan}\n" for scan in scans), env=self.environment())
+
+    def done(self):
+        return self.journal.read_text().splitlines() if self.journal.exists() else []
+
+    def counts(self):
+        """Runs and BROKEN ones, as the database has them once the spool is collected."""
+        database = f"sqlite:///{self.folder}/store.sqlite"
+        tally = collect(self.folder / "spool", Store(database))
+        assert not tally.problems and not tally.damaged
+        with Store(database).reading() as connection:
+            (row,) = yields(connection, Filter())
+        return row["runs"], row["broken"]
+
+
+@pytest.fixture
+def line(tmp_path):
+    return Line(tmp_path)
+
+
+def outcomes(printed):
+    """(unit, verdict, reason) of each run, in the order in which they ended."""
+    return [(unit, verdict, reason.strip()) for unit, verdict, reason in
+            re.findall(r"^slot \S+  (\S+)  (PASS|FAIL|BROKEN|NO VERDICT)  [0-9.]+ s(.*)$", printed, re.M)]
+
+
+@pytest.mark.parametrize("unit, verdict, reason, status", [
+    ("pass-1", "PASS", "", 0),
+    ("fail-1", "FAIL", r"stand_in.tcl:7 power 3, expected 13..17", 1),
+    ("crash-1", "BROKEN", "the console was ended by SIGSEGV", 2),
+    ("rubbish-1", "BROKEN", r'the console printed "Segmentation fault \(core dumped\)", which is no line of --json', 2),
+    ("mute-1", "BROKEN", "the console ended with status 0", 2),
+    ("liar-1", "BROKEN", "the console ended with status 1: the record cannot be written", 2),
+    ("hang-1", "BROKEN", "the run took longer than 2 s", 2),
+    ("deaf-1", "BROKEN", "the run took longer than 2 s", 2),
+])
+def test_each_way_a_console_can_end_has_its_verdict_and_a_teardown(line, unit, verdict, reason, status):
+    limits = 'teardown = "off.tcl"\ntime_limit_s = 2\ngrace_s = 2' if unit in ("hang-1", "deaf-1") else 'teardown = "off.tcl"'
+    done = line.run(line.plan(head=limits), unit)
+    (found,) = outcomes(done.stdout)
+    assert found[:2] == (unit, verdict) and re.fullmatch(reason, found[2]), done.stdout
+    assert (done.returncode, done.stderr) == (status, "")
+    assert line.done()[-1].startswith("teardown")
+
+
+def test_a_unit_is_retried_until_it_passes_and_the_shift_counts_both_yields(line):
+    done = line.run(line.plan(head="attempts = 3"), "pass-1", "flaky-1", "fail-1")
+    found = outcomes(done.stdout)
+    assert [verdict for unit, verdict, _ in found if unit == "flaky-1"] == ["FAIL", "PASS"]
+    assert [verdict for unit, verdict, _ in found if unit == "fail-1"] == ["FAIL"] * 3
+    assert done.stdout.splitlines()[-1] == "3 units: first-pass yield 33.3 %, final yield 66.7 %; 6 runs, 0 BROKEN"
+    assert done.returncode == 1 and line.counts() == (6, 0)
+
+
+def test_a_slot_with_too_many_misses_in_a_row_takes_no_more(line):
+    done = line.run(line.plan(head="stop_after = 2", slots=("a",)), "fail-1", "pass-1", "fail-2", "crash-3", "pass-4", "pass-5")
+    assert [unit for unit, _, _ in outcomes(done.stdout)] == ["fail-1", "pass-1", "fail-2", "crash-3"]
+    assert "slot a is stopped: 2 units in a row did not pass" in done.stdout
+    assert all(f"pass-{n} is not tested" in done.stdout for n in (4, 5))
+    assert done.returncode == 2 and done.stdout.splitlines()[-1].endswith("4 runs, 1 BROKEN, 2 not tested")
+
+
+def test_a_teardown_that_fails_breaks_the_run(line):
+    done = line.run(line.plan(head='teardown = "bad_off.tcl"'), "pass-1")
+    assert outcomes(done.stdout)[0][1] == "BROKEN" and "the phone may still transmit" in done.stdout
+    assert done.returncode == 2
+
+
+def test_a_slow_slot_does_not_hold_the_others(line):
+    """The slow unit waits for the three of the other slot, and the unit behind it for the slow one."""
+    done = line.run(line.plan(), "1 slow-1", "1 pass-0", *(f"2 pass-{n}" for n in (1, 2, 3)))
+    order = [unit for unit, _, _ in outcomes(done.stdout)]
+    assert order[:2] == ["pass-1", "pass-2"] and order.index("slow-1") < order.index("pass-0")
+    assert len(order) == 5 and done.returncode == 0
+
+
+@pytest.mark.parametrize("scans, message", [
+    (["9 pass-1"], r'"9 pass-1": there is no slot 9: scan SERIAL or SLOT SERIAL, with slot 1 or 2'),
+    (["pass-1", "pass-1"], r"pass-1 (is being tested in slot 1; scan it again afterwards|is waiting for a slot already)"),
+    (["1 " + "x" * 4000], r"x+: it has 4000 characters: give 1 to 200 characters without control characters."),
+    (["pass\x1b[2J"], r"pass \[2J: it has a control character: give 1 to 200 characters without control characters."),
+])
+def test_a_scan_that_is_refused_is_no_pass(line, scans, message):
+    done = line.run(line.plan(), *scans)
+    (refused,) = re.findall(r"^refused: (.*)$", done.stdout, re.M)
+    assert re.fullmatch(message, refused), refused
+    assert done.returncode == 2
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_signal_ends_every_console_in_good_order(line, number):
+    running = line.start(line.plan())
+    running.stdin.write("hang-1\nhang-2\npass-3\n")
+    running.stdin.flush()
+    seen = []
+    while len(list((line.folder / "spool").glob("*.part"))) < 2 or not any("slot 2" in text for text in seen):
+        seen.append(running.stdout.readline()) if len(seen) < 2 else None
+    running.send_signal(number)
+    printed, _ = running.communicate(timeout=PATIENCE_S)
+    assert sorted(outcomes(printed)) == [("hang-1", "BROKEN", number.name), ("hang-2", "BROKEN", number.name)]
+    assert f"pass-3 is not tested: {number.name}" in printed
+    assert running.returncode == 2
+    assert sum(text.startswith("teardown") for text in line.done()) == 2
+    assert line.counts() == (2, 2)
+
+
+def test_ending_an_idle_line_breaks_nothing(line):
+    terminal = Terminal(line.folder, "line", line.plan(), environment=line.environment())
+    terminal.type("pass-1\r", r"(?s)PASS.*scan> ")
+    terminal.type("\x04", "1 unit: first-pass yield 100.0 %")
+    assert terminal.rest()[1] == 0
+
+
+def test_the_terminal_shows_every_slot_and_what_is_typed(line):
+    terminal = Terminal(line.folder, "line", line.plan(), environment=line.environment())
+    seen = terminal.type("1 hang-1\r", r"hang-1 +\d+ s  Transmit 1/2")
+    assert "2    free\r\n" in seen
+    terminal.type("9x\x7f\x7fpass-ä", r"scan> pass-ä")
+    terminal.type("\x7f-2\r", r"slot 2  pass--2  PASS")
+    terminal.type("7 x\r", r"refused: .*no slot 7")
+    terminal.type("\x03", r"SIGINT: the line ends")
+    rest, status = terminal.rest()
+    assert "hang-1  BROKEN" in rest and status == 2
+
+
+PLAN = 'version = "7"\nstation = "s"\nsessions = ["rf.tcl"]\nspool = "spool"\n'
+SLOT = '[[slot]]\nname = "1"\n'
+
+
+@pytest.mark.parametrize("text, message", [
+    ("version 7", r"plan.toml:1: .*"),
+    (PLAN, r"plan.toml: slot is missing; give at least one, .*"),
+    (PLAN.replace('version = "7"\n', "") + SLOT, r'plan.toml: version is missing; give it, as version = "1".'),
+    (PLAN.replace('station = "s"\n', "") + SLOT, r'plan.toml: station is missing; give it there, .*'),
+    (PLAN.replace("rf.tcl", "none.tcl") + SLOT, r"plan.toml:3: sessions: there is no file .*none.tcl."),
+    (PLAN.replace('"rf.tcl"', '"rf.tcl", "off.tcl"') + 'name = "n"\n' + SLOT, r"plan.toml: name: each of several sessions .*"),
+    (PLAN + "atempts = 2\n" + SLOT, r"plan.toml:5: atempts: no such key; give .*attempts.*slot."),
+    (PLAN + "attempts = 0\n" + SLOT, r"plan.toml:5: attempts: give a whole number from 1 to 100."),
+    (PLAN + "attempts = 1.5\n" + SLOT, r"plan.toml:5: attempts: give a whole number from 1 to 100."),
+    (PLAN + 'console = "adb"\n' + SLOT, r'plan.toml:5: console: give a list of texts, as \["A", "B"\].'),
+    (PLAN + SLOT + 'chip = "vq1"\n', r'plan.toml:7: slot.chip: "vq1" is no chip; give vq2040, .*'),
+    (PLAN + SLOT + 'station = "x"\n', r"plan.toml:7: slot.station: no such key; give chip, .* or name."),
+    (PLAN + SLOT + SLOT, r"plan.toml:7: slot.name: there are two slots 1; give each a name of its own."),
+    (PLAN + '[[slot]]\nname = "a b"\n', r'plan.toml:5: slot: the name "a b" has a blank, .*'),
+    (PLAN + 'nv = "x.nv"\n' + SLOT + SLOT.replace("1", "2"), r"plan.toml: slot 2: nv x.nv is another slot's too; .*"),
+    (PLAN + "parameters = 5\n" + SLOT, r"plan.toml:5: parameters: give a table of names and values, .*"),
+])
+def test_a_plan_that_is_wrong_is_named_with_file_line_and_key(line, text, message):
+    (line.folder / "plan.toml").write_text(text)
+    done = station("line", "plan.toml", cwd=line.folder)
+    assert done.returncode == 2 and done.stdout == ""
+    assert re.fullmatch(f"orva-station: {message}\n", done.stderr), done.stderr
+    assert not (line.folder / "spool").exists()
+
+
+def test_words_and_options_that_a_line_does_not_take(line):
+    for words, message in [
+        (["line"], "line: name one plan, as in: orva-station line plan.toml"),
+        (["line", "none.toml"], "none.toml: there is no such file; name a plan (TOML)."),
+        (["line", "."], ".: is a folder; name a plan (TOML)."),
+        (["--chip", "vq2050", "line", "plan.toml"], "--chip does nothing for line: the plan has what its consoles get."),
+        (["--json", "line", "plan.toml"], "--json does nothing for line: the plan has what its consoles get."),
+        (["--serial", "x", "line", "plan.toml"], "--serial does nothing for line: the plan has what its consoles get."),
+    ]:
+        done = station(*words, cwd=line.folder)
+        assert (done.returncode, done.stderr) == (2, f"orva-station: {message}\n")
