@@ -195,7 +195,7 @@ def interrupted(desk, text, call):
 
 def test_an_interrupted_session_ends_in_order_and_its_results_come_back(desk):
     message = interrupted(desk, GOOD + "wait 30\n", "wifi_power_set_range")
-    assert "left test mode" in message and all(name in message for name in ("junit.xml", "report.html", "session.trace"))
+    assert "last calls leave test mode" in message and all(name in message for name in ("junit.xml", "report.html", "session.trace"))
     assert {file.name for file in (desk.results / "run-1").iterdir()} >= {"junit.xml", "report.html", "session.trace"}
     assert [record["verdict"] for record in desk.records()[-2:]] == ["BROKEN", "BROKEN"]
 
