@@ -66,6 +66,9 @@ def test_the_installed_console_and_module_find_the_installed_library(prefix, tmp
     show = "import orva; b = orva.Bench(); print(orva.files.find('libvirtual_phone.so'), b.library.wifi_test_weld())"
     found = run(["/usr/bin/python3", "-c", show], env={"PYTHONPATH": str(module.parent)})
     assert found.stdout.startswith(str(prefix)) and found.stdout.endswith(" True\n"), found.stderr
+    show = "from orva import files, limits; f = files.rf_tester_folder(); limits.load(f / 'limits.csv', f / 'factory-limits.csv'); print(f)"
+    found = run(["/usr/bin/python3", "-c", show], env={"PYTHONPATH": str(module.parent)})
+    assert found.stdout.startswith(str(prefix)), found.stderr
 
 
 def test_the_installed_headers_stand_alone(prefix, tmp_path):

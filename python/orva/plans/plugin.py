@@ -138,6 +138,7 @@ def _worker() -> int:
 
 def pytest_configure(config: pytest.Config) -> None:
     """Refuses wrong options before anything is tested."""
+    config.addinivalue_line("filterwarnings", "ignore:'xdrlib' is deprecated:DeprecationWarning")  # PyVISA-py's
     _units(config)
     _port(config)
     _losses(config.getoption("orva_path_loss"))
