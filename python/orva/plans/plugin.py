@@ -36,7 +36,7 @@ pytest_plugins = ["orva.pytest_plugin"]
 
 PORTS = 8
 #: Errors whose message says all.
-_PLAIN = (TesterError, ProfileError, PlanError, PhoneError, PhoneDied, RecordsError)
+_PLAIN = (TesterError, ProfileError, PlanError, PhoneError, PhoneDied, RecordsError, FileNotFoundError)
 MOST_UNITS = 100_000
 
 
