@@ -78,7 +78,18 @@ void set_cable(const std::string &text, std::array<loss_table, port_count> &to) 
   to[static_cast<size_t>(chosen) - 1] = table_from(text.substr(equals + 1), where);
 }
 
+/** CLI11 would take -1, and what does not fit, for the largest. */
+uint64_t seed_from(const std::string &text) {
+  uint64_t seed = 0;
+  const char *const last = text.data() + text.size();
+  const auto end = std::from_chars(text.data(), last, seed);
+  if (end.ec != std::errc() || end.ptr != last)
+    throw usage_error(fmt::format("--seed {}: give a whole number from 0 to {}", text, UINT64_MAX));
+  return seed;
+}
+
 struct raw_texts {
+  std::string seed = std::to_string(options{}.seed);
   std::vector<std::string> errors, cables;
 };
 
@@ -94,7 +105,8 @@ void describe(CLI::App &app, options &to, raw_texts &raw) {
   app.add_option("--dialect", to.dialect_name, "commands that it understands: a or b")
       ->capture_default_str()
       ->check(CLI::IsMember({"a", "b"}));
-  app.add_option("--seed", to.seed, "this test set's own errors; the same seed gives the same readings")
+  app.add_option("--seed", raw.seed, "this test set's own errors; the same seed gives the same readings")
+      ->type_name("N")
       ->capture_default_str();
   app.add_option(
          "--uncertainty", raw.errors,
@@ -126,6 +138,7 @@ options parse_options(int count, char **arguments) {
   asio::ip::make_address(parsed.address, wrong_address);
   if (wrong_address)
     throw usage_error(fmt::format("--address {}: give a numeric address, as in 127.0.0.1", parsed.address));
+  parsed.seed = seed_from(raw.seed);
   for (const std::string &text : raw.errors) set_bounds(text, parsed.errors);
   for (const std::string &text : raw.cables) set_cable(text, parsed.cables);
   return parsed;

@@ -56,7 +56,7 @@ def find(name: str) -> Path:
 
 def rf_tester_folder() -> Path:
     """The folder with the instrument profiles and the tables of limits, of the source tree or of the installation."""
-    return _ROOT / "rf_tester"
+    return data_file("rf_tester")
 
 
 def rf_tester() -> Path:

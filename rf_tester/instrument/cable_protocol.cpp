@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rf_tester/instrument/cable_protocol.h"
 
+#include "rf_tester/instrument/waveforms.h"
+
+#include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -46,8 +49,29 @@ std::string name(const json &object, const char *key) {
 }
 
 chain_emission read_chain(const json &from) {
-  return {static_cast<int>(number(from, "chain", 0, most_chains - 1)), decibels(from, "power_dbm"),
-          decibels(from, "evm_db")};
+  const double chain = number(from, "chain", 0, most_chains - 1);
+  if (chain != std::floor(chain)) throw refusal(fmt::format("chain {} is no whole number", chain));
+  return {static_cast<int>(chain), decibels(from, "power_dbm"), decibels(from, "evm_db")};
+}
+
+std::vector<chain_emission> read_chains(const json &from) {
+  if (!from.is_array() || from.empty() || from.size() > most_chains)
+    throw refusal(fmt::format("chains is due as an array of 1 to {}", most_chains));
+  std::vector<chain_emission> read;
+  for (const json &chain : from) {
+    read.push_back(read_chain(chain));
+    const int number = read.back().chain;
+    if (std::ranges::count(read, number, &chain_emission::chain) > 1)
+      throw refusal(fmt::format("chain {} comes twice", number));
+  }
+  return read;
+}
+
+/** Any width may be emitted with any rate; a format has rates of its own. */
+void check_rate(const std::string &format, const std::string &rate) {
+  const bool known = std::ranges::any_of(
+      waveforms(), [&](const waveform &w) { return w.format == format && w.rate == rate; });
+  if (!known) throw refusal(fmt::format("format '{}' with rate '{}' is not known", format, rate));
 }
 
 emission read_emission(const json &from) {
@@ -58,11 +82,8 @@ emission read_emission(const json &from) {
                 number(from, "frequency_error_ppm", -1e6, 1e6),
                 decibels(from, "leakage_dbc"),
                 decibels(from, "mask_margin_db"),
-                {}};
-  const json &chains = member(from, "chains");
-  if (!chains.is_array() || chains.empty() || chains.size() > most_chains)
-    throw refusal(fmt::format("chains is due as an array of 1 to {}", most_chains));
-  for (const json &chain : chains) read.chains.push_back(read_chain(chain));
+                read_chains(member(from, "chains"))};
+  check_rate(read.format, read.rate);
   return read;
 }
 

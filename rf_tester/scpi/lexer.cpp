@@ -120,6 +120,21 @@ datum lexer::read_number() {
   return read;
 }
 
+std::string lexer::read_exponent(const std::string &mantissa) {
+  size_t begin = at_;
+  while (begin < text_.size() && is_blank(text_[begin])) begin++;
+  if (begin == text_.size() || (text_[begin] != 'E' && text_[begin] != 'e')) return "";
+  // An E with digits is an exponent; any other begins a unit.
+  size_t digits = begin + 1;
+  if (digits < text_.size() && (text_[digits] == '+' || text_[digits] == '-')) digits++;
+  if (digits >= text_.size() || !is_digit(text_[digits])) return "";
+  int value = 0;
+  const auto end = std::from_chars(text_.data() + digits, text_.data() + text_.size(), value);
+  if (end.ec != std::errc() || value > largest_exponent) throw failure(exponent_too_large, mantissa);
+  at_ = static_cast<size_t>(end.ptr - text_.data());
+  return text_.substr(begin, at_ - begin);
+}
+
 datum lexer::read_decimal() {
   const size_t begin = at_;
   size_t digits = 0;
@@ -130,16 +145,7 @@ datum lexer::read_decimal() {
   datum read{data_kind::number, text_.substr(begin, at_ - begin)};
   if (digits == 0) throw failure(numeric_data_error, fmt::format("'{}' has no digits", read.text));
   if (digits > most_digits) throw failure(too_many_digits, fmt::format("{} digits", digits));
-  // An E with digits is an exponent; any other begins a unit.
-  size_t exponent = at_ + 1;
-  if (exponent < text_.size() && (text_[exponent] == '+' || text_[exponent] == '-')) exponent++;
-  if ((peek() == 'E' || peek() == 'e') && exponent < text_.size() && is_digit(text_[exponent])) {
-    int value = 0;
-    const auto end = std::from_chars(text_.data() + exponent, text_.data() + text_.size(), value);
-    if (end.ec != std::errc() || value > largest_exponent) throw failure(exponent_too_large, read.text);
-    at_ = static_cast<size_t>(end.ptr - text_.data());
-    read.text = text_.substr(begin, at_ - begin);
-  }
+  read.text += read_exponent(read.text);
   // Beyond the range of a double it is infinite or zero, which the parameter's range decides about.
   read.number = std::strtod(read.text.c_str(), nullptr);
   return read;

@@ -44,6 +44,8 @@ private:
   void read_data(program_unit &unit);
   datum read_datum();
   datum read_number();
+  /** The exponent after a mantissa, without the blanks before it; "" if none follows. */
+  std::string read_exponent(const std::string &mantissa);
   datum read_decimal();
   datum read_based_number(int base);
   datum read_word();

@@ -52,12 +52,14 @@ double named_number(const datum &sent, const parameter &due) {
 argument bind_number(const datum &sent, const parameter &due) {
   if (sent.kind == data_kind::word) return {named_number(sent, due), "", true};
   require(sent, data_kind::number, due);
-  const double value = in_base_unit(sent, due.unit, due.scale);
+  double value = in_base_unit(sent, due.unit, due.scale);
+  // The standard rounds a number where an integer is due, and only then looks at its range. Adding 0 removes
+  // the sign of -0.
+  if (due.kind == parameter_kind::integer) value = std::round(value) + 0.0;
   if (!(value >= due.least && value <= due.most))
     throw failure(data_out_of_range, fmt::format("{} {}: {} to {} {}", due.name, sent.text + sent.unit,
                                                  due.least, due.most, base_unit(due.unit)));
-  // The standard rounds a number where an integer is due.
-  return {due.kind == parameter_kind::integer ? std::round(value) : value, "", true};
+  return {value, "", true};
 }
 
 argument bind_boolean(const datum &sent, const parameter &due) {

@@ -79,6 +79,9 @@ def test_the_installed_python_packages_work_without_the_tree(prefix, tmp_path):
     # The migrations are data to pip, and would be missed only here.
     migrated = run([prefix / "bin" / "orva-records", "migrate", "--database", f"sqlite:///{tmp_path}/store.sqlite"], cwd=tmp_path)
     assert migrated.returncode == 0 and (tmp_path / "store.sqlite").stat().st_size > 0, migrated.stderr
+    show = "from orva import files, limits; f = files.rf_tester_folder(); limits.load(f / 'limits.csv', f / 'factory-limits.csv'); print(f)"
+    found = run(["/usr/bin/python3", "-c", show], env=environment, cwd=tmp_path)
+    assert found.stdout.startswith(str(prefix)), found.stderr
 
 
 def test_the_installed_headers_stand_alone(prefix, tmp_path):

@@ -146,15 +146,21 @@ CONNECTIONS = [
     (lambda: 5025, "Unreachable", "5025: give HOST:PORT or a VISA resource as a text"),
     (lambda: "host.invalid:5025", "Unreachable", "host.invalid:5025"),
     (lambda: silent_server(b""), "NoAnswer", r"no answer to \*IDN\? within 0.3 s"),
-    (lambda: silent_server(b"MAKER,MODEL,1,2\n"), "WrongInstrument", "'MAKER,MODEL,1,2' is not what .*orva-a.toml is for"),
+    (lambda: silent_server(b"MAKER,MODEL,1,2\n"), "WrongInstrument", "'MAKER,MODEL,1,2' is not what .*orva-[ab].toml is for"),
     (lambda: silent_server(b'-200,"in use by 10.0.0.1:5"\n'), "InUse", "serves another client.*10.0.0.1:5"),
 ]
 
 
 @pytest.mark.parametrize("address, error, text", CONNECTIONS)
-def test_a_connection_that_fails_is_explained(address, error, text):
+def test_a_connection_that_fails_is_explained(address, error, text, dialect):
     with pytest.raises(getattr(tester, error), match=text):
-        tester.Tester(address(), profile("a"), timeout_s=0.3)
+        tester.Tester(address(), profile(dialect), timeout_s=0.3)
+
+
+def test_the_profile_of_the_other_dialect_is_noticed(running, dialect):
+    other = "b" if dialect == "a" else "a"
+    with pytest.raises(tester.WrongInstrument, match=f"RF-TESTER-{dialect.upper()}.* is not what .*orva-{other}.toml is for"):
+        tester.Tester(running.address, profile(other))
 
 
 def test_a_missing_profile_or_visa_library_is_named(tmp_path):
@@ -191,13 +197,14 @@ def test_a_failure_names_its_cause(driver, phone, spoil, error, text):
         driver.measure(wanted_dbm=15)
 
 
-@pytest.mark.parametrize("sign, losses, text", [
+@pytest.mark.parametrize("turned, losses, text", [
     (-1, {2442: 2.5}, "twice the path loss of 2.5 dB, so its sign is likely wrong"),
     (1, None, "no path loss is entered for this port"),
 ])
-def test_a_path_loss_that_is_wrong_shows_in_the_power(sign, losses, text):
-    wrong = vars(instrument_profile.load(profile("a"))) | {"sign": sign}
-    with RunningTester("--cable-loss", 3.6 if losses is None else 2.5) as running, Phone(running.cable_address) as phone:
+def test_a_path_loss_that_is_wrong_shows_in_the_power(turned, losses, text, dialect):
+    right = instrument_profile.load(profile(dialect))
+    wrong = vars(right) | {"sign": turned * right.sign}
+    with RunningTester("--dialect", dialect, "--cable-loss", 3.6 if losses is None else 2.5) as running, Phone(running.cable_address) as phone:
         phone.plug(1)
         phone.emit(15)
         with tester.Tester(running.address, instrument_profile.Profile(**wrong)) as driver:

@@ -206,12 +206,30 @@ def test_a_line_on_the_cable_that_is_not_understood_changes_nothing(bench, line,
     assert client.ask("MEAS:POW?") == "15.000"
 
 
-@pytest.mark.parametrize("field, value", [("power_dbm", None), ("power_dbm", 1e9), ("evm_db", "x"), ("chain", 8)])
+@pytest.mark.parametrize("field, value", [("power_dbm", None), ("power_dbm", 1e9), ("evm_db", "x"), ("chain", 8), ("chain", 1.7)])
 def test_an_emission_with_a_bad_chain_changes_nothing(bench, field, value):
     phone, client = bench("--uncertainty", 0)
     phone.emit(15)
     chain = {"chain": 0, "power_dbm": 3, "evm_db": -30, field: value}
     assert field in phone.emit(chains=[chain])["error"]
+    assert client.ask("MEAS:POW?") == "15.000"
+
+
+def chains(*numbers):
+    return [{"chain": number, "power_dbm": 3, "evm_db": -30} for number in numbers]
+
+
+@pytest.mark.parametrize("changed, error", [
+    ({"chains": chains(0, 1, 0)}, "chain 0 comes twice"),
+    ({"chains": []}, "chains is due as an array of 1 to 8"),
+    ({"format": "hte"}, "format 'hte' with rate 'mcs7' is not known"),
+    ({"rate": "mcs8"}, "format 'ht' with rate 'mcs8' is not known"),
+    ({"format": "dsss", "rate": "6"}, "format 'dsss' with rate '6' is not known"),
+])
+def test_an_emission_that_no_phone_has_changes_nothing(bench, changed, error):
+    phone, client = bench("--uncertainty", 0)
+    phone.emit(15)
+    assert phone.emit(1, **changed) == {"error": error}
     assert client.ask("MEAS:POW?") == "15.000"
 
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The phone's end of the cable, against a test set that a thread plays.
-#include "virtual_phone/phone.h"
-#include "virtual_phone/radio_commands.h"
+#include "tests/support/rf_phone.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +10,6 @@
 #include <mutex>
 #include <netinet/in.h>
 #include <string>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
@@ -20,17 +18,7 @@
 
 namespace {
 
-std::string get(const std::string &key) {
-  char value[4096];
-  return phone_get(key.c_str(), value, sizeof(value)) == 0 ? value : "(none)";
-}
-
-std::string refusal(const std::string &key, const std::string &value) {
-  char error[400] = "";
-  return phone_set(key.c_str(), value.c_str(), error, sizeof(error)) == 0 ? "" : error;
-}
-
-void set(const std::string &key, const std::string &value) { ASSERT_EQ(refusal(key, value), ""); }
+using namespace rf_phone;
 
 const std::string packets_of_mcs7 =
     R"({"mhz":2442,"bandwidth_mhz":20,"format":"ht","rate":"mcs7","level_dbm":-50.4,"packets":)";
@@ -125,32 +113,7 @@ protected:
     phone_reset();
   }
 
-  static uint32_t ask(const char *name, uint32_t value = 0) {
-    struct {
-      uint32_t magic = 2050, command = 0, number[64] = {};
-    } record;
-    record.command = static_cast<uint32_t>(radio_command_id(RADIO_VQ2050, name));
-    record.number[0] = value;
-    struct {
-      char name[16] = "wlan0";
-      void *record;
-      char rest[16] = {};
-    } request;
-    request.record = &record;
-    int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
-    EXPECT_LT(descriptor, 100) << "the cable takes no number from the programs";
-    EXPECT_EQ(ioctl(descriptor, 0x89F2, &request), 0) << name << " " << value;
-    close(descriptor);
-    return record.number[0];
-  }
-
-  static void tune() {
-    ask("mode", 10);
-    ask("bandwidth", 0);
-    ask("channel", 7);
-    ask("rate", 65);
-    ask("power", 15);
-  }
+  static void tune() { rf_phone::tune(mcs7, 15); }
 
   static void shell(const char *command) {
     pid_t child = fork();

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A unit's RF on the virtual phone alone: the draw, the keys, what is sent and what is received. Expected
 // levels are written out here a second time, from the standard and from rf/README.md.
-#include "virtual_phone/phone.h"
-#include "virtual_phone/radio_commands.h"
+#include "tests/support/rf_phone.h"
 
 #include <gtest/gtest.h>
 
@@ -11,27 +10,14 @@
 #include <cstring>
 #include <fstream>
 #include <string>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
 
 namespace {
 
-std::string get(const std::string &key) {
-  char value[4096];
-  return phone_get(key.c_str(), value, sizeof(value)) == 0 ? value : "(none)";
-}
+using namespace rf_phone;
 
 double number(const std::string &key) { return std::stod(get(key)); }
-
-/// "" or why the phone refused.
-std::string refusal(const std::string &key, const std::string &value) {
-  char error[400] = "";
-  return phone_set(key.c_str(), value.c_str(), error, sizeof(error)) == 0 ? "" : error;
-}
-
-void set(const std::string &key, const std::string &value) { ASSERT_EQ(refusal(key, value), ""); }
 
 /// A number in the emission's text.
 double emitted(const std::string &name) {
@@ -45,36 +31,8 @@ protected:
   void SetUp() override { phone_reset(); }
   void TearDown() override { EXPECT_EQ(phone_left_open(), 0u); }
 
-  static uint32_t chip() { return get("chip") == "vq2040" ? RADIO_VQ2040 : RADIO_VQ2050; }
-
-  /// Gives a command and returns its answer's number.
-  static uint32_t ask(const char *name, uint32_t value = 0) {
-    struct {
-      uint32_t magic, command, number[64];
-    } record = {radio_chip_magic(chip()), static_cast<uint32_t>(radio_command_id(chip(), name)), {value}};
-    struct {
-      char name[16] = "wlan0";
-      void *record;
-      char rest[16] = {};
-    } request;
-    request.record = &record;
-    int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
-    EXPECT_EQ(ioctl(descriptor, 0x89F2, &request), 0) << name << " " << value;
-    close(descriptor);
-    return record.number[0];
-  }
-
-  struct setting {
-    uint32_t mode, bandwidth, channel, rate;
-  };
-  static constexpr setting mcs7 = {10, 0, 7, 65};
-
   static void transmit(const setting &s, int dbm) {
-    ask("mode", s.mode);
-    ask("bandwidth", s.bandwidth);
-    ask("channel", s.channel);
-    ask("rate", s.rate);
-    ask("power", static_cast<uint32_t>(dbm));
+    tune(s, dbm);
     ask("transmit", 1);
   }
 

@@ -36,7 +36,7 @@ pytest_plugins = ["orva.pytest_plugin"]
 
 PORTS = 8
 #: Errors whose message says all.
-_PLAIN = (TesterError, ProfileError, PlanError, PhoneError, PhoneDied, RecordsError)
+_PLAIN = (TesterError, ProfileError, PlanError, PhoneError, PhoneDied, RecordsError, FileNotFoundError)
 MOST_UNITS = 100_000
 
 
@@ -138,6 +138,7 @@ def _worker() -> int:
 
 def pytest_configure(config: pytest.Config) -> None:
     """Refuses wrong options before anything is tested."""
+    config.addinivalue_line("filterwarnings", "ignore:'xdrlib' is deprecated:DeprecationWarning")  # PyVISA-py's
     _units(config)
     _port(config)
     _losses(config.getoption("orva_path_loss"))

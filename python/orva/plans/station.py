@@ -140,8 +140,8 @@ class Station:
                              self.tester.profile.uncertainty[UNCERTAINTIES[quantity]], power_dbm=sent.dbm)
                 for quantity, value in values.items()]
 
-    def _send(self, at: Reception, level_dbm: float, packets: int) -> tuple[int, int]:
-        """Sends packets to the phone; returns how many were sent and how many it lost."""
+    def send(self, at: Reception, level_dbm: float, packets: int) -> tuple[int, int]:
+        """Sends packets to the phone, which receives on; returns how many were sent and how many it lost."""
         self._tune(at.signal, at.chain)
         self.tester.load_waveform(at.signal.format, at.signal.rate, at.signal.bandwidth_mhz)
         self.tester.generator_level(level_dbm)
@@ -168,7 +168,7 @@ class Station:
         if minimum is None or minimum.high is None:
             raise PlanError(f"{self.limits.path}: no sensitivity for {at.signal.format} {at.signal.rate}")
         level = minimum.high - self.tester.profile.uncertainty["power_db"]
-        sent, lost = self._send(at, level, PACKETS)
+        sent, lost = self.send(at, level, PACKETS)
         self._do("wifi_stop_rx")
         rate = 100 * lost / sent
         guard = wilson(lost, sent)[1] - rate
@@ -176,7 +176,7 @@ class Station:
 
     def level(self, at: Reception) -> list[Measurement]:
         """The reported level less the true one."""
-        self._send(at, STRONG_DBM, STRONG_PACKETS)
+        self.send(at, STRONG_DBM, STRONG_PACKETS)
         rssi = self.library.wifi_get_rx_rssi()
         self._do("wifi_stop_rx")
         value = math.nan if rssi.dbm is None or not rssi.ok else rssi.dbm - STRONG_DBM
