@@ -40,4 +40,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS
     "python3-sqlalchemy, python3-alembic, python3-jinja2, libjs-chart.js, python3-pyvisa, python3-pyvisa-py")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest, python3-psycopg2")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/cmake/python3-orva/postinst ${PROJECT_SOURCE_DIR}/cmake/python3-orva/prerm)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)
