@@ -3,6 +3,7 @@
 
 #include "console/language/help.h"
 #include "console/language/nv_commands.h"
+#include "console/language/option_words.h"
 #include "console/phone/abilities.h"
 #include "console/phone/chips.h"
 #include "console/phone/log_priority.h"
@@ -103,9 +104,12 @@ std::string expect_usage() {
 std::string run_limits(script_context &in, words_t words) {
   in.current().refuse_in_preview("limits");
   require(limits_error(words[2]));
-  bool held = within(words[2], words[1]);
-  in.current().expect({words[0], words[2], words[1], held}, in.where());
-  return held ? "1" : "0";
+  auto given = parse_options("limits", std::span(words).subspan(3), {"unit", "at"});
+  expectation e{words[0],      words[2],
+                words[1],      within(words[2], words[1]),
+                given["unit"], parse_condition("limits: -at", given["at"])};
+  in.current().expect(e, in.where());
+  return e.held ? "1" : "0";
 }
 
 struct phone_row {
@@ -293,6 +297,11 @@ std::string run_nv_command(script_context &in, words_t words) {
   return run_nv(words, in.current(), [&](const std::string &path) { return in.beside_script(path); });
 }
 
+std::string run_tester_command(script_context &in, words_t words) {
+  return run_tester(words, {in.rf_bench(), in.current(), in.where(),
+                            [&](const std::string &path) { return in.beside_script(path); }});
+}
+
 std::string run_preview(script_context &in, words_t words) {
   auto body = words.size() == 1 ? words[0] : to_list(words);
   return std::string(trim_end(in.current().preview(body, [&] { in.eval(body); }).text));
@@ -337,10 +346,12 @@ const command table[] = {
      1,
      MANY,
      run_ignore},
-    {{"limits", "limits NAME VALUE LIMITS", "Expects a value of your own to lie within limits.",
-      "limits packets_per_second [expr {$packets / 2}] 40..60"},
+    {{"limits", "limits NAME VALUE LIMITS ?-unit UNIT? ?-at {NAME VALUE ...}?",
+      "Expects a value of your own to lie within limits. With its unit and what it was measured at, it is a "
+      "measurement in every report.",
+      "limits power 15.02 13..17 -unit dBm -at {mhz 2442 rate mcs7}"},
      3,
-     3,
+     7,
      run_limits},
     {{"phone", "phone " + usage_of(words_of_table(phone_rows)), "Sets the virtual phone up.",
       "phone set radio.rssi -48", words_of_table(phone_rows)},
@@ -448,6 +459,18 @@ const command table[] = {
      1,
      2,
      run_nv_command},
+    {{"tester", "tester " + usage_of(tester_words()),
+      "Drives an RF test set. connect takes HOST:PORT and an instrument profile. loss takes the path's losses, as in "
+      "{2412 1.2 5180 2.1}. Powers and levels are those at the phone. measure returns power (dBm), evm (dB), "
+      "frequency_error (ppm) and mask_margin (dB) by name, as far as the test set has them, and judges those behind "
+      "->; nothing received, or a power more than -within (3 dB) from -wanted, is a failed expectation with its "
+      "likely cause. generate returns how many packets were sent, 1000 if nothing else is said. limits loads a "
+      "table of the standard's limits; limit returns one, less the test set's uncertainty and -tighten at each "
+      "end. The end of the session closes the connection.",
+      "tester measure -wanted 15 -at {rate mcs7} -> power 13..17 evm ..-27.3", tester_words()},
+     1,
+     MANY,
+     run_tester_command},
     {{"help", "help ?COMMAND?", "Explains a function or command.", "help wifi_set_power"},
      0,
      1,

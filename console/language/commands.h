@@ -4,6 +4,7 @@
 #define CONSOLE_COMMANDS_H
 
 #include "console/language/command_help.h"
+#include "console/language/tester_commands.h"
 #include "console/run/session.h"
 
 #include <span>
@@ -17,6 +18,8 @@ namespace console {
 class script_context {
 public:
   virtual session &current() = 0;
+  /** The RF test set, until the script or prompt ends. */
+  virtual bench &rf_bench() = 0;
   virtual place where() const = 0;
   /** A path as a script means it: relative to the script's folder, if that file exists. */
   virtual std::string beside_script(const std::string &path) const = 0;

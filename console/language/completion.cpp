@@ -190,6 +190,8 @@ constexpr fitting fittings[] = {
     {"PRIORITY", [](auto &, auto &, auto &) { return log_priority_names(); }},
     {"PLACE", [](auto &, auto &, auto &) { return fault_places(); }},
     {"NUMBER", [](auto &, auto &, auto &) { return nv_numbers(); }},
+    {"PROFILE", [](auto &, auto &, auto &begun) { return files(begun); }},
+    {"QUANTITY", [](auto &, auto &, auto &) { return quantity_names(); }},
     {"OUTPUT", [](auto &s, auto &, auto &) { return outputs_of_last(s); }},
 };
 
@@ -241,6 +243,7 @@ names command_words(const session &s, const command_help &command, const names &
   auto argument = argument_after(command, words);
   bool calls = argument == "ARGUMENT" || argument == "BODY" || (argument == "FUNCTION" && words.size() > 1);
   if (calls) return fitting_words(s, {words.begin() + 1, words.end()}, begun, argument == "BODY");
+  if (argument.starts_with('-')) all.push_back(argument);
   for (auto &row : fittings)
     if (row.argument == argument) std::ranges::copy(row.words(s, words, begun), std::back_inserter(all));
   return all;

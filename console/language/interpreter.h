@@ -46,6 +46,7 @@ public:
   static bool complete(const std::string &text);
 
   session &current() override { return running; }
+  bench &rf_bench() override { return its_bench; }
   place where() const override;
   std::string beside_script(const std::string &path) const override;
   std::string eval(const std::string &command) override;
@@ -61,6 +62,7 @@ private:
   int eval_file(const std::string &path);
 
   session &running;
+  bench its_bench;
   Tcl_Interp *tcl;
   struct async_stop;
   std::unique_ptr<async_stop> stop;

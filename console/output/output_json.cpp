@@ -25,7 +25,10 @@ json value_json(const std::string &value, bool numeric) {
 }
 
 json to_json(const expectation &e) {
-  return {{"what", e.what}, {"limits", e.limits}, {"got", e.got}, {"held", e.held}};
+  json all = {{"what", e.what}, {"limits", e.limits}, {"got", e.got}, {"held", e.held}};
+  if (!e.unit.empty()) all["unit"] = e.unit;
+  for (auto &[name, value] : e.condition) all["condition"][name] = value;
+  return all;
 }
 
 json to_json(const time_ledger &l) {

@@ -59,13 +59,7 @@ public:
     part = info.chip;
     cases = failures = errors = 0;
   }
-  void parameter_taken(const parameter &p) override {
-    auto *list = suite->FirstChildElement("properties");
-    if (!list) suite->InsertFirstChild(list = page.NewElement("properties"));
-    auto *property = list->InsertNewChildElement("property");
-    property->SetAttribute("name", p.name.c_str());
-    property->SetAttribute("value", p.value.c_str());
-  }
+  void parameter_taken(const parameter &p) override { add_property(suite, p.name, p.value); }
   void title(const std::string &text) override { part = text; }
 
   void call(const call_step &step) override {
@@ -74,7 +68,9 @@ public:
     if (auto *failure = test->FirstChildElement("failure")) failure->SetText(causes(step).c_str());
   }
   void expect(const expectation &e, const place &where) override {
-    judge(add_case(fmt::format("expect {} {}", e.what, e.limits), where, 0), e);
+    auto *test = add_case(fmt::format("expect {} {}", e.title(), e.limits), where, 0);
+    if (!e.unit.empty()) add_property(test, e.what, e.with_unit(e.got));
+    judge(test, e);
   }
   void error(const std::string &text, const place &where) override { add_error(text, where); }
   void end(const session_summary &s) override {
@@ -93,6 +89,14 @@ public:
   }
 
 private:
+  void add_property(XMLElement *to, const std::string &called, const std::string &value) {
+    auto *list = to->FirstChildElement("properties");
+    if (!list) to->InsertFirstChild(list = page.NewElement("properties"));
+    auto *property = list->InsertNewChildElement("property");
+    property->SetAttribute("name", called.c_str());
+    property->SetAttribute("value", value.c_str());
+  }
+
   void count_up() {
     suite->SetAttribute("tests", cases);
     suite->SetAttribute("failures", failures);
@@ -129,11 +133,13 @@ private:
   }
 
   void judge(XMLElement *test, const expectation &e) {
-    if (!e.held) fail(test, fmt::format("expected {} {}, got {}", e.what, e.limits, e.got));
+    if (e.held) return;
+    auto unit = e.unit.empty() ? "" : " " + e.unit;
+    fail(test, fmt::format("expected {} {}{}, got {}{}", e.what, e.limits, unit, e.got, unit));
   }
 
   void fail(XMLElement *test, const std::string &message) {
-    failures += test->NoChildren();
+    failures += test->FirstChildElement("failure") ? 0 : 1;
     test->InsertNewChildElement("failure")->SetAttribute("message", message.c_str());
   }
 

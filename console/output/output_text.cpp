@@ -90,12 +90,15 @@ public:
     if (style.how_much == detail::quiet && e.held) return;
     head();
     something_failed |= !e.held;
-    if (e.held)
-      wrap(mark(true), fmt::format("expect {} ", e.what), {e.limits.empty() ? "nothing" : e.limits});
-    else {
-      print("{}  expect {}\n", mark(false), e.what);
+    if (!e.held) {
+      print("{}  expect {}\n", mark(false), e.title());
       failure(e, where);
-    }
+    } else if (e.unit.empty() && e.condition.empty())
+      wrap(mark(true), fmt::format("expect {} ", e.what), {e.with_unit(e.limits)});
+    else
+      print("{}\n",
+            fold(fmt::format("{}  {:<44} {}, limits {}", mark(true), e.title(), e.with_unit(e.got), e.limits),
+                 8));
   }
 
   void error(const std::string &text, const place &where) override {
@@ -252,8 +255,8 @@ private:
 
   void failure(const expectation &e, const place &where) {
     auto at = location(where.text());
-    print("        expected {} {}, got {}{}\n", e.what, e.limits.empty() ? "nothing" : e.limits,
-          paint(RED, e.got.empty() ? "nothing" : e.got), at.empty() ? "" : paint(DIM, "  [" + at + "]"));
+    print("        expected {} {}, got {}{}\n", e.what, e.with_unit(e.limits), paint(RED, e.with_unit(e.got)),
+          at.empty() ? "" : paint(DIM, "  [" + at + "]"));
   }
 
   /** Why a call failed: the library's log, errors only if there are any, then likely causes. */

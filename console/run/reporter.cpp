@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <utility>
 
 namespace console {
 
@@ -15,9 +16,21 @@ std::string place::text() const {
   return at + (at.empty() || point.empty() ? "" : ", ") + point;
 }
 
+std::string expectation::title() const {
+  auto text = what;
+  const char *before = " at";
+  for (auto &[name, value] : condition)
+    text += fmt::format("{} {} {}", std::exchange(before, ""), name, value);
+  return text;
+}
+
+std::string expectation::with_unit(const std::string &value) const {
+  if (value.empty()) return "nothing";
+  return unit.empty() ? value : fmt::format("{} {}", value, unit);
+}
+
 static std::string failure_text(const call_step *step, const expectation &e) {
-  auto text = fmt::format("expected {} {}, got {}", e.what, e.limits.empty() ? "nothing" : e.limits,
-                          e.got.empty() ? "nothing" : e.got);
+  auto text = fmt::format("expected {} {}, got {}", e.title(), e.with_unit(e.limits), e.with_unit(e.got));
   if (!step) return text;
   text = fmt::format("{}: {}", step->called->name, text);
   for (auto &c : step->causes()) text += fmt::format("; {}: {}", c.what, c.name);

@@ -43,6 +43,11 @@ struct expectation {
   std::string unit = {};
   /** What it was measured at, in the order given: {"mhz", "2442"}, {"rate", "mcs7"}. */
   std::vector<std::pair<std::string, std::string>> condition = {};
+
+  /** "power at mhz 2442 rate mcs7" */
+  std::string title() const;
+  /** A value or its limits with the unit: "15.02 dBm"; "nothing" for an empty one. */
+  std::string with_unit(const std::string &value) const;
 };
 
 struct call_step {

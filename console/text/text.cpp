@@ -50,6 +50,14 @@ std::optional<int64_t> parse_number(std::string_view text) {
   return negative ? -number : number;
 }
 
+std::optional<double> parse_real(std::string_view text) {
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  double value = 0;
+  auto end = text.data() + text.size();
+  auto [stop, error] = std::from_chars(text.data(), end, value);
+  return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
+}
+
 /** The number of insertions, deletions, changes and swaps of neighbours from a to b. */
 static size_t distance(std::string_view a, std::string_view b) {
   std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));

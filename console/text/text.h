@@ -18,6 +18,9 @@ std::string_view trim_end(std::string_view text);
 
 /** A signed decimal or 0x-hexadecimal number; nothing if there is anything else in the text. */
 std::optional<int64_t> parse_number(std::string_view text);
+/** A decimal number as instruments and scripts write it, with fraction and exponent; NAN and INF too. Nothing
+ * if there is anything else in the text. */
+std::optional<double> parse_real(std::string_view text);
 
 /** Up to three names similar to `wrong`, the nearest first. */
 std::vector<std::string> nearest(std::string_view wrong, const std::vector<std::string> &names);

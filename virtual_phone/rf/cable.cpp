@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// All waiting is on the real clock and none of it is a contact with the phone: the calls used here pass the
-// phone's own system calls by.
 #include "cable.h"
+#include "line_socket.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <fcntl.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <time.h>
 #include <unistd.h>
 
 namespace phone::rf {
@@ -26,11 +16,8 @@ namespace {
 using json = nlohmann::ordered_json;
 
 constexpr int64_t patience_ms = 2000;
-constexpr size_t longest_line = 1 << 20;
 constexpr unsigned most_ports = 999;
 constexpr size_t most_bursts = 10000;
-/// Descriptors below belong to the programs: recordings show their numbers.
-constexpr int first_descriptor = 100;
 
 struct address_parts {
   std::string host, service;
@@ -55,62 +42,9 @@ std::optional<address_parts> split(const std::string &address) {
   return parts;
 }
 
-// ---- Bytes -----------------------------------------------------------------------------------------------
-
-class deadline {
-public:
-  int left_ms() const { return static_cast<int>(std::max<int64_t>(0, end_ - now())); }
-
-private:
-  static int64_t now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return time.tv_sec * int64_t{1000} + time.tv_nsec / 1000000;
-  }
-  int64_t end_ = now() + patience_ms;
-};
-
-/// Waits until the descriptor is ready. Returns "" or what went wrong.
-std::string wait_for(int descriptor, short what, const deadline &until) {
-  for (;;) {
-    pollfd waiting{.fd = descriptor, .events = what, .revents = 0};
-    int left = until.left_ms();
-    int ready = poll(&waiting, 1, left);
-    if (ready > 0) return "";
-    if (ready == 0 || left == 0) return "no answer within 2 s";
-    if (errno != EINTR) return strerror(errno);
-  }
-}
-
-std::string send_line(int descriptor, std::string_view line, const deadline &until) {
-  while (!line.empty()) {
-    std::string fault = wait_for(descriptor, POLLOUT, until);
-    if (!fault.empty()) return fault;
-    ssize_t done = send(descriptor, line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (done < 0 && errno != EAGAIN && errno != EINTR) return strerror(errno);
-    if (done > 0) line.remove_prefix(static_cast<size_t>(done));
-  }
-  return "";
-}
-
-/// Reads up to the newline, which must be the last byte there is: the test set only ever answers.
-std::string read_line(int descriptor, std::string &line, const deadline &until) {
-  while (line.empty() || line.back() != '\n') {
-    std::string fault = wait_for(descriptor, POLLIN, until);
-    if (!fault.empty()) return fault;
-    char part[4096];
-    ssize_t got = recv(descriptor, part, sizeof(part), MSG_DONTWAIT);
-    if (got == 0) return "the test set closed the connection";
-    if (got < 0 && errno != EAGAIN && errno != EINTR) return strerror(errno);
-    if (got > 0) line.append(part, static_cast<size_t>(got));
-    if (line.size() > longest_line) return "an answer without an end";
-  }
-  return "";
-}
-
 /// Sends a message and reads its answer. Returns "" or what went wrong.
 std::string ask(int descriptor, const std::string &message, json &answer) {
-  deadline until;
+  const deadline until(patience_ms);
   std::string line, fault = send_line(descriptor, message + "\n", until);
   if (fault.empty()) fault = read_line(descriptor, line, until);
   if (!fault.empty()) return fault;
@@ -118,50 +52,6 @@ std::string ask(int descriptor, const std::string &message, json &answer) {
   if (!answer.is_object()) return "an answer that is no JSON object";
   if (!answer.contains("error")) return "";
   return answer["error"].is_string() ? answer["error"].get<std::string>() : answer["error"].dump();
-}
-
-// ---- Connecting ------------------------------------------------------------------------------------------
-
-std::string finish_connecting(int descriptor, const deadline &until) {
-  std::string fault = wait_for(descriptor, POLLOUT, until);
-  if (!fault.empty()) return fault;
-  int error = 0;
-  socklen_t size = sizeof(error);
-  getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
-  return error ? strerror(error) : "";
-}
-
-std::string connect_to(const addrinfo &place, int &descriptor) {
-  deadline until;
-  int opened = socket(place.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (opened < 0) return strerror(errno);
-  descriptor = fcntl(opened, F_DUPFD_CLOEXEC, first_descriptor);
-  int duplicated = errno;
-  close(opened);
-  if (descriptor < 0) return strerror(duplicated);
-  int on = 1;
-  setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-  std::string fault;
-  if (connect(descriptor, place.ai_addr, place.ai_addrlen) != 0)
-    fault = errno == EINPROGRESS ? finish_connecting(descriptor, until) : strerror(errno);
-  if (fault.empty()) return "";
-  close(descriptor);
-  descriptor = -1;
-  return fault;
-}
-
-std::string connect_to(const address_parts &parts, int &descriptor) {
-  addrinfo wanted{}, *found = nullptr;
-  wanted.ai_socktype = SOCK_STREAM;
-  int unknown = getaddrinfo(parts.host.c_str(), parts.service.c_str(), &wanted, &found);
-  if (unknown) return gai_strerror(unknown);
-  std::string fault;
-  for (auto *place = found; place; place = place->ai_next) {
-    fault = connect_to(*place, descriptor);
-    if (fault.empty()) break;
-  }
-  freeaddrinfo(found);
-  return fault;
 }
 
 // ---- Messages --------------------------------------------------------------------------------------------
@@ -252,7 +142,7 @@ std::string plug_cable(cable_end &end, const std::string &address, const std::st
   auto parts = split(address);
   if (!parts) return "cable: '" + address + "' is not " + cable_address_fault(address);
   int descriptor = -1;
-  std::string fault = connect_to(*parts, descriptor);
+  std::string fault = open_line_socket(parts->host, parts->service, patience_ms, descriptor);
   json answer, plug = {{"plug", {{"port", parts->port}, {"name", phone_name}}}};
   if (fault.empty()) {
     fault = ask(descriptor, plug.dump(), answer);

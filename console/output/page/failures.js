@@ -70,7 +70,7 @@ function failureText(group) {
   const meaning = e.what === "result" && item.data.meaning ? ` (${item.data.meaning})` : "";
   return [el("code", {class: "call"}, calls.length === 1 ? calls[0] : item.call.data.function), " ",
     el("b", {}, whats.length === 1 ? e.what : withoutNumbers(e.what)), " is ",
-    el("code", {class: "bad"}, withUnit(summaryOf(distinct(group, f => f.expectation.got)), item.data.units?.[e.what])), meaning,
+    el("code", {class: "bad"}, withUnit(summaryOf(distinct(group, f => f.expectation.got)), e.unit ?? item.data.units?.[e.what])), meaning,
     ", limits ", el("code", {}, summaryOf(distinct(group, f => f.expectation.limits)))];
 }
 

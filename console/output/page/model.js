@@ -100,6 +100,12 @@ const checksOf = memo(data => {
   });
 });
 
+/** "power at mhz 2442 rate mcs7" */
+function titleOf({what, condition = {}}) {
+  const at = Object.entries(condition).flat();
+  return at.length > 0 ? `${what} at ${at.join(" ")}` : what;
+}
+
 /** The console's own verdict; "cut" if the end is missing. */
 function verdictKind(end) {
   return end ? Object.keys(verdictWords).find(kind => verdictWords[kind] === end.verdict) : "cut";

@@ -59,8 +59,8 @@ function callRows(call) {
 
 function expectationRow(item) {
   const kind = markOf(item.data.held);
-  return {id: item.id, class: kind, cells: [mark(kind), [el("span", {class: "sub"}, item.data.what), el("span", {class: "where sub"}, place(item))],
-    limitsCell(item.data.limits), gotCell({...item.data, unit: ""}), ""]};
+  return {id: item.id, class: kind, cells: [mark(kind), [el("span", {class: "sub"}, titleOf(item.data)), el("span", {class: "where sub"}, place(item))],
+    limitsCell(item.data.limits), gotCell({unit: "", ...item.data}), ""]};
 }
 
 const itemRows = {
@@ -113,7 +113,7 @@ function rowsOf(item) {
 const fewItems = 300;
 
 /** The text by which an item is found. */
-const soughtInData = memo(data => [data.file && `${data.file}:${data.line}`, data.function && callText(data), data.meaning, data.what, data.got, data.limits,
+const soughtInData = memo(data => [data.file && `${data.file}:${data.line}`, data.function && callText(data), data.meaning, data.what && titleOf(data), data.got, data.limits,
   data.text, ...(data.function ? checksOf(data).flatMap(c => [c.what, c.got, c.limits]) : []),
   ...(data.function ? contactsOf(data).map(c => contactWords[c.kind](c.what)[1]) : []), ...(data.remarks ?? [])].join(" ").toLowerCase());
 

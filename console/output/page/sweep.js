@@ -24,7 +24,7 @@ const limitRangeOf = memo(limitRange), pointVariablesOf = memo(pointVariables);
 
 function checksOfItem(item) {
   if (item.kind === "call") return checksOf(item.data);
-  return item.kind === "expectation" ? [{...item.data, unit: ""}] : [];
+  return item.kind === "expectation" ? [{unit: "", ...item.data}] : [];
 }
 
 /** The calls and expectations of one line, and what was seen of each of their values. */

@@ -84,4 +84,6 @@ wifi_set_antenna 0
 wifi_start_testmode -> 0
 limits "sum of terms" 7.5 1..7
 limits total 7.5 0.5..10
+limits power 15.02 13..17 -unit dBm -at {mhz 2442 rate mcs7}
+limits power 18.2 13..17 -unit dBm -at {mhz 2442 rate mcs7}
 fault shell:never 1
