@@ -6,11 +6,15 @@ where the repository is browsed.
 """
 
 import os
+import sys
 from pathlib import Path
 
 from pygments.lexers.special import TextLexer
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "docs/site"))
+
+from schema_tables import Schema  # noqa: E402
 
 project = "libwifi_factory_test_orva"
 project_copyright = "the authors, Apache-2.0"
@@ -64,8 +68,16 @@ def back_ends():
         yield f"\n{chip}\n{'-' * len(chip)}\n\n.. doxygenfile:: {chip}.h\n"
 
 
-# README.md stays free of the contents, which would be shown as text elsewhere; the list of chips is in chips.txt only.
-ADDED = {root_doc: contents, "docs/reference/back_ends": back_ends}
+def formats():
+    """The members of each JSON format."""
+    for heading, name in (("The lines of a session", "session"), ("The lines of a record", "record")):
+        yield f"\n## {heading}\n"
+        yield from Schema(ROOT / f"docs/reference/{name}.schema.json").tables()
+
+
+# README.md stays free of the contents, which would be shown as text elsewhere. The list of chips is in chips.txt only, and a
+# member of a format in its schema.
+ADDED = {root_doc: contents, "docs/reference/back_ends": back_ends, "docs/reference/json": formats}
 
 
 def add(app, document, source):
