@@ -58,14 +58,9 @@ public:
     suite->SetAttribute("name", fmt::format("{} on {}", name, info.chip).c_str());
     part = info.chip;
     cases = failures = errors = 0;
+    if (info.who.given) add_identity(info.who);
   }
-  void parameter_taken(const parameter &p) override {
-    auto *list = suite->FirstChildElement("properties");
-    if (!list) suite->InsertFirstChild(list = page.NewElement("properties"));
-    auto *property = list->InsertNewChildElement("property");
-    property->SetAttribute("name", p.name.c_str());
-    property->SetAttribute("value", p.value.c_str());
-  }
+  void parameter_taken(const parameter &p) override { add_property(suite, p.name, p.value); }
   void title(const std::string &text) override { part = text; }
 
   void call(const call_step &step) override {
@@ -93,6 +88,18 @@ public:
   }
 
 private:
+  void add_property(XMLElement *to, const std::string &called, const std::string &value) {
+    auto *list = to->FirstChildElement("properties");
+    if (!list) to->InsertFirstChild(list = page.NewElement("properties"));
+    auto *property = list->InsertNewChildElement("property");
+    property->SetAttribute("name", called.c_str());
+    property->SetAttribute("value", value.c_str());
+  }
+
+  void add_identity(const identity &who) {
+    for (auto &[called, value] : identity_rows(who)) add_property(suite, called, value);
+  }
+
   void count_up() {
     suite->SetAttribute("tests", cases);
     suite->SetAttribute("failures", failures);
