@@ -58,6 +58,7 @@ public:
     suite->SetAttribute("name", fmt::format("{} on {}", name, info.chip).c_str());
     part = info.chip;
     cases = failures = errors = 0;
+    if (info.who.given) add_identity(info.who);
   }
   void parameter_taken(const parameter &p) override { add_property(suite, p.name, p.value); }
   void title(const std::string &text) override { part = text; }
@@ -95,6 +96,10 @@ private:
     auto *property = list->InsertNewChildElement("property");
     property->SetAttribute("name", called.c_str());
     property->SetAttribute("value", value.c_str());
+  }
+
+  void add_identity(const identity &who) {
+    for (auto &[called, value] : identity_rows(who)) add_property(suite, called, value);
   }
 
   void count_up() {

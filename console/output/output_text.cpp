@@ -52,6 +52,7 @@ public:
     if (!info.name.empty() || style.several_chips)
       session_heading = paint(BOLD, fmt::format("{} on {}, {} clock", name_of(info), info.chip,
                                                 info.real_clock ? "real" : "virtual"));
+    if (info.who.given) add_identity(info.who);
     if (style.how_much != detail::quiet) head();
   }
 
@@ -149,6 +150,11 @@ public:
 
 private:
   static std::string name_of(const session_info &info) { return info.name.empty() ? "call" : info.name; }
+
+  void add_identity(const identity &who) {
+    if (!session_heading.empty()) session_heading += '\n';
+    session_heading += fold("        " + identity_text(who), 8);
+  }
 
   /** Where something failed: with the chip, if there are several. */
   std::string location(const std::string &at) const {

@@ -32,7 +32,9 @@ public:
   }
   void begin(const session_info &info) override {
     player::watch_all();
-    write({{"type", "session"}, {"session", info.name}, {"chip", info.chip}});
+    json line = {{"type", "session"}, {"session", info.name}, {"chip", info.chip}};
+    if (info.who.given) line["identity"] = identity_json(info.who);
+    write(line);
   }
   void chip_changed(const session_info &info) override { write({{"type", "chip"}, {"chip", info.chip}}); }
   void call(const call_step &step) override {

@@ -8,11 +8,9 @@
 #include <chrono>
 #include <ctime>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string_view>
-#include <vector>
 
 namespace console {
 namespace {
@@ -88,22 +86,23 @@ json identity_json(const identity &who) {
           {"attempt", who.attempt}};
 }
 
+std::vector<std::pair<std::string, std::string>> identity_rows(const identity &who) {
+  std::vector<std::pair<std::string, std::string>> rows;
+  for (auto &key : identity_keys) rows.emplace_back(key.name, who.*key.member);
+  rows.insert(rows.end(), {{"attempt", std::to_string(who.attempt)},
+                           {"started", who.started},
+                           {"run", who.run},
+                           {"console", who.console},
+                           {"library", who.library}});
+  std::erase_if(rows, [](auto &row) { return row.second.empty(); });
+  return rows;
+}
+
 std::string identity_text(const identity &who) {
-  std::vector<std::string> parts;
-  auto add = [&](const char *name, const std::string &value) {
-    if (!value.empty()) parts.push_back(fmt::format("{} {}", name, value));
-  };
-  add("serial", who.serial);
-  add("station", who.station);
-  add("slot", who.slot);
-  add("operator", who.operator_name);
-  add("plan", who.plan + " version " + who.plan_version);
-  if (who.attempt > 1) add("attempt", std::to_string(who.attempt));
-  add("started", who.started);
-  add("run", who.run);
-  add("console", who.console);
-  add("library", who.library);
-  return fmt::format("{}", fmt::join(parts, ", "));
+  std::string text;
+  for (auto &[name, value] : identity_rows(who))
+    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", name, value);
+  return text;
 }
 
 }  // namespace console

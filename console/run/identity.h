@@ -5,6 +5,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace console {
 
@@ -47,6 +49,8 @@ std::string plan_of_session(const std::string &session);
 
 /** The identity as outputs in JSON have it, without the chip. */
 nlohmann::ordered_json identity_json(const identity &who);
+/** What is known of it, with a name for each value. */
+std::vector<std::pair<std::string, std::string>> identity_rows(const identity &who);
 /** The same in one line for people. */
 std::string identity_text(const identity &who);
 

@@ -122,7 +122,7 @@ def _store(connection: sa.engine.Connection, records: Sequence[tuple[Path, Recor
 
     A converted record may differ in its start alone, which is then the time of a copy of the session's file.
     """
-    known = _known(connection, [record.header["run"] for _, record in records])
+    known = _found(connection, runs.c.run, runs.c.sha256, [record.header["run"] for _, record in records])
     fresh: dict[str, Record] = {}
     others = []
     for path, record in records:
@@ -137,17 +137,15 @@ def _store(connection: sa.engine.Connection, records: Sequence[tuple[Path, Recor
     return len(fresh), others
 
 
-def _known(connection: sa.engine.Connection, ids: Sequence[str]) -> dict[str, str]:
-    known = {}
-    for some in _slices(ids):
-        query = sa.select(runs.c.run, runs.c.sha256).where(runs.c.run.in_(some))
-        known.update({row.run: row.sha256 for row in connection.execute(query)})
-    return known
-
-
-def _slices(items: Sequence[str]) -> Iterator[Sequence[str]]:
-    for begin in range(0, len(items), PARAMETERS):
-        yield items[begin : begin + PARAMETERS]
+def _found(
+    connection: sa.engine.Connection, key: sa.Column[str], value: sa.Column[Any], keys: Sequence[str]
+) -> dict[str, Any]:
+    """The values of those of the keys that are stored."""
+    found = {}
+    for begin in range(0, len(keys), PARAMETERS):
+        query = sa.select(key, value).where(key.in_(keys[begin : begin + PARAMETERS]))
+        found.update({stored: its for stored, its in connection.execute(query)})
+    return found
 
 
 def _insert(connection: sa.engine.Connection, records: Sequence[Record]) -> None:
@@ -251,21 +249,14 @@ def _key(line: dict[str, Any]) -> str:
 
 def _characteristics(connection: sa.engine.Connection, lines: dict[str, dict[str, Any]]) -> dict[str, int]:
     """The ids of the characteristics that the lines have, by their key. New ones are stored."""
+    columns = characteristics.c.key, characteristics.c.id
     checksums = {hashlib.sha256(key.encode()).hexdigest(): key for key in lines}
-    ids = {checksums[key]: number for key, number in _stored_ids(connection, list(checksums)).items()}
+    ids = {checksums[key]: number for key, number in _found(connection, *columns, list(checksums)).items()}
     new = [_characteristic_row(checksum, lines[key]) for checksum, key in checksums.items() if key not in ids]
     if new:
         connection.execute(characteristics.insert(), new)
-        stored = _stored_ids(connection, [row["key"] for row in new])
+        stored = _found(connection, *columns, [row["key"] for row in new])
         ids.update({checksums[key]: number for key, number in stored.items()})
-    return ids
-
-
-def _stored_ids(connection: sa.engine.Connection, checksums: Sequence[str]) -> dict[str, int]:
-    ids = {}
-    for some in _slices(checksums):
-        query = sa.select(characteristics.c.key, characteristics.c.id).where(characteristics.c.key.in_(some))
-        ids.update({row.key: row.id for row in connection.execute(query)})
     return ids
 
 

@@ -82,7 +82,7 @@ def yields(connection: sa.engine.Connection, where: Filter, by: str = "") -> lis
 def _run_counts(connection: sa.engine.Connection, where: Filter, by: str) -> dict[str, Row]:
     group = [r[by]] if by else []
     counts = {"runs": sa.func.count(), "broken": _count(r.verdict == "BROKEN"), "no verdict": _count(r.verdict == "NO VERDICT")}
-    columns = [column.label(name) for name, column in counts.items()] + [sa.func.avg(r.total_s).label("seconds")]
+    columns = [column.label(name) for name, column in counts.items()] + [sa.func.avg(sa.case((r.verdict != "BROKEN", r.total_s))).label("seconds")]
     query = sa.select(*group, *columns).where(*where.conditions()).group_by(*group)
     return {row.get(by, ""): row for row in _rows(connection, query)}
 

@@ -148,6 +148,7 @@ class RecordWriter:
         self._sum = _Sum()
         self._verdicts: set[Optional[str]] = set()
         self._duration = dict.fromkeys(rules.DURATIONS, 0.0)
+        self._times_itself = True
         self._began = time.monotonic()
         self._file = self._create(line)
 
@@ -256,6 +257,7 @@ class RecordWriter:
             if kind not in self._duration:
                 raise RecordsError(f"{kind!r} is no kind of duration; expected one of {', '.join(self._duration)}")
             self._duration[kind] += amount
+            self._times_itself &= kind != "total_s"
 
     @property
     def verdict(self) -> str:
@@ -281,7 +283,8 @@ class RecordWriter:
         self._file = -1
 
     def _end(self, verdict: str, **more: str) -> Path:
-        self._duration["total_s"] = self._duration["total_s"] or round(time.monotonic() - self._began, 6)
+        if self._times_itself:
+            self._duration["total_s"] = round(time.monotonic() - self._began, 6)
         line = _end_line(self._sum, verdict, self._duration, **more)
         if self._file < 0:
             raise RecordsError(f"{self.part}: the record has ended already")

@@ -22,6 +22,22 @@ function verdictSentence(verdict, failed, judged) {
   return judged > 0 ? `${judged === 1 ? "The one expectation" : `All ${judged} expectations`} held.` : "The call succeeded.";
 }
 
+/** Who was tested, where and with what, as far as it was given. */
+function identityRows({identity}) {
+  if (!identity) return [];
+  const {plan, versions} = identity;
+  return [["Serial", identity.serial], ["Station", identity.station], ["Slot", identity.slot], ["Operator", identity.operator],
+    ["Plan", `${plan.name}, version ${plan.version}`], ["Attempt", String(identity.attempt)], ["Started", identity.started],
+    ["Run", identity.run], ["Console", versions.console], ["Library's version", versions.library]].filter(([, value]) => value);
+}
+
+/** What a reader of a heap of pages looks for first. */
+function identityLine() {
+  const short = ["Serial", "Station", "Slot", "Operator", "Started"];
+  const rows = report.sessions.length > 0 ? identityRows(report.sessions[0].data).filter(([name]) => short.includes(name)) : [];
+  return rows.length > 0 && el("p", {class: "identity"}, rows.map(row => row.join(" ")).join(", "));
+}
+
 function showVerdict() {
   const verdict = reportVerdict(report), failed = total(s => s.failures.filter(f => f.expectation).length), judged = total(s => s.judged);
   const one = report.sessions.length === 1 ? report.sessions[0] : null;
@@ -31,6 +47,7 @@ function showVerdict() {
   document.getElementById("verdict").append(
     el("h1", {}, el("span", {class: "word"}, verdictWords[verdict]), " ", el("span", {class: "what"}, name, one ? ` on ${one.chip}` : "")),
     el("p", {class: "reason-of-verdict"}, verdictSentence(verdict, failed, judged)),
+    ...[identityLine()].filter(Boolean),
     el("p", {}, `${plural(total(s => s.calls.length), "call")}, ${duration(total(s => s.end?.phone_us ?? 0))} on the phone's clock.`),
     el("p", {class: "made"}, report.made));
 }
@@ -53,7 +70,7 @@ function unitSection(session) {
   const phone = session.phone, keys = Object.entries(phone.keys);
   const kind = phone.virtual ? "virtual phone" : "a phone that is there";
   const chips = [...new Set([session.chip, session.end?.chip ?? session.chip])].join(", then ");
-  return [definitions([["Chip", chips], ["Die identifier", answersOf(session, "die_id") || "not read in this session"],
+  return [definitions([...identityRows(session.data), ["Chip", chips], ["Die identifier", answersOf(session, "die_id") || "not read in this session"],
     ["Digital baseband", answersOf(session, "dbb_number")], ["UPC code", answersOf(session, "upc_code")],
     ["Phone", phone.virtual && !phone.description ? `${kind}, as it comes` : phone.description ? `${kind}, ${phone.description}` : kind],
     ["Clock", session.clock], ["NV store", phone.nv_file ?? ""], ["Library", phone.library ?? ""], ["Session", session.name]], {class: "unit"}),

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The tables."""
+"""The tables as they were at first. A migration keeps its own copy, which later changes of the store leave alone."""
 
 import sqlalchemy as sa
 from alembic import op
