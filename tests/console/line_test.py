@@ -1,10 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 """A line of slots, each with a console of its own: here a stand-in that behaves as its unit's serial number says."""
 
+import json
 import os
 import re
 import signal
 import subprocess
+import time
 
 import pytest
 
@@ -13,7 +15,7 @@ from orva_records.queries import Filter, yields
 from orva_records.store import Store
 from support.console import STATION, station
 from support.terminal import Terminal
-from support.tree import ROOT
+from support.tree import CHIPS, PHONES, ROOT
 
 STAND_IN = ROOT / "tests" / "support" / "console_stand_in.py"
 PATIENCE_S = 60
@@ -167,6 +169,60 @@ def test_the_terminal_shows_every_slot_and_what_is_typed(line):
     assert "hang-1  BROKEN" in rest and status == 2
 
 
+def real_plan(line, sessions, more, slots=("1", "2")):
+    """A plan for the console itself, whose time is the virtual phone's unless more says otherwise."""
+    text = f'version = "7"\nstation = "line-3"\nsessions = {json.dumps([str(path) for path in sessions])}\nspool = "spool"\n{more}\n'
+    (line.folder / "plan.toml").write_text(text + "".join(f'[[slot]]\nname = "{name}"\n' for name in slots))
+    return line.folder / "plan.toml"
+
+
+def test_verdicts_of_eight_slots_at_once_are_those_of_single_runs(line):
+    session = ROOT / "sessions" / "board_check.tcl"
+    units = {f"{phone.stem}-{chip}": (phone, chip) for phone in sorted(PHONES.glob("*.toml")) for chip in CHIPS}
+    for name, (phone, chip) in units.items():
+        (line.folder / f"{name}.toml").write_text(f'chip = "{chip}"\n{phone.read_text()}')
+    done = line.run(real_plan(line, [session], 'phone = "%serial.toml"', slots="12345678"), *units)
+    found = {unit: verdict for unit, verdict, _ in outcomes(done.stdout)}
+    words = {0: "PASS", 1: "FAIL"}
+    assert found == {name: words[station("--quiet", "--phone", line.folder / f"{name}.toml", "run", session).returncode]
+                     for name in units}
+    assert set(found.values()) == set(words.values()) and line.counts() == (len(units), 0)
+
+
+def test_no_phone_transmits_after_the_line_was_ended(line):
+    script = line.folder / "transmit.tcl"
+    script.write_text("wifi_start_testmode -> 1\nwifi_set_mode 4\nwifi_set_band 0\nwifi_set_rate 6500\nwifi_set_channel 2412\n"
+                      'if {[has driver mimo_chain]} { wifi_setmimo_channel 1 }\nwifi_start_tx -> 1\nstep "On air"\nwait 60\n')
+    plan = real_plan(line, [script], 'reports = "pages"\noptions = ["--clock", "real", "--trace", "%run.trace"]')
+    running = line.start(plan, cwd=line.folder)
+    running.stdin.write("R1\nR2\n")
+    running.stdin.flush()
+    while sum("On air" in path.read_text() for path in (line.folder / "spool").glob("*.part")) < 2:
+        assert running.poll() is None
+        time.sleep(0.05)
+    running.send_signal(signal.SIGTERM)
+    printed, _ = running.communicate(timeout=PATIENCE_S)
+    assert [verdict for _, verdict, _ in outcomes(printed)] == ["BROKEN"] * 2 and running.returncode == 2
+    traces = [path.read_text() for path in line.folder.glob("*.trace")]
+    assert len(traces) == 2 and all("wifi_stop_tx" in text and "wifi_stop_testmode" in text for text in traces)
+    assert len(list((line.folder / "pages").glob("*.html"))) == 2 and line.counts() == (2, 2)
+
+
+@pytest.mark.parametrize("serial", ["../../x", "a'; DROP TABLE runs; --\"", "µ单元-№7", ".hidden", "%run", "x" * 200])
+def test_a_serial_number_is_stored_as_it_is_and_leaves_no_folder(line, serial):
+    script = line.folder / "one.tcl"
+    script.write_text("wifi_set_power 120 -> 1\n")
+    for name in ("nv", "pages", "spool"):
+        (line.folder / name).mkdir()
+    before = sorted(path.name for path in line.folder.iterdir())
+    done = line.run(real_plan(line, [script], 'nv = "nv/%serial.nv"\nreports = "pages"', slots=("%s",)), f"%s {serial}")
+    assert f"  {serial}  PASS  " in done.stdout and done.returncode == 0, done.stdout
+    (record,) = (line.folder / "spool").glob("*.jsonl")
+    assert json.loads(record.read_text().splitlines()[0])["serial"] == serial
+    assert sorted(path.name for path in line.folder.iterdir()) == sorted([*before, "plan.toml"])
+    assert line.counts() == (1, 0)
+
+
 PLAN = 'version = "7"\nstation = "s"\nsessions = ["rf.tcl"]\nspool = "spool"\n'
 SLOT = '[[slot]]\nname = "1"\n'
 
@@ -187,6 +243,8 @@ SLOT = '[[slot]]\nname = "1"\n'
     (PLAN + SLOT + SLOT, r"plan.toml:7: slot.name: there are two slots 1; give each a name of its own."),
     (PLAN + '[[slot]]\nname = "a b"\n', r'plan.toml:5: slot: the name "a b" has a blank, .*'),
     (PLAN + 'nv = "x.nv"\n' + SLOT + SLOT.replace("1", "2"), r"plan.toml: slot 2: nv x.nv is another slot's too; .*"),
+    (PLAN + 'phone = "%what.toml"\n' + SLOT, r"plan.toml: phone %what.toml: a % has no placeholder behind it: give .*"),
+    (PLAN + 'nv = "%chip.nv"\n' + SLOT, r"plan.toml: nv %chip.nv: %chip has no value: give --chip."),
     (PLAN + "parameters = 5\n" + SLOT, r"plan.toml:5: parameters: give a table of names and values, .*"),
 ])
 def test_a_plan_that_is_wrong_is_named_with_file_line_and_key(line, text, message):
