@@ -6,7 +6,7 @@ import re
 import pytest
 
 from support.browser import INSTALLED, screen, started
-from support.page_sample import HOSTILE, write_report
+from support.page_sample import HOSTILE, MEASUREMENTS, write_report
 
 if INSTALLED:
     from selenium.webdriver.support.wait import WebDriverWait
@@ -182,9 +182,11 @@ def test_calibration_is_shown_before_and_after(page):
     captions = dict(run(page, "return all('figure').map(f => [f.querySelector('b').textContent, f.querySelector('.words').textContent])"))
     assert captions == {"pa2ga0": "a 8192, b 12800 → 11264, c 100 → 30", "mf2ga0": "offsets: channel 1: 0 → -3"}
     until(page, "document.querySelectorAll('figure polyline, figure .bar').length === 3 + 13")
-    assert texts(page, ".axis-name") == ["detector, counts", "change", "power, dBm", "offset, 0.1 dB", "channel"]
+    assert texts(page, ".axis-name") == ["detector, counts", "change, counts", "power, dBm", "offset, 0.1 dB", "channel"]
     assert any("8192,11264,30" in text for text in texts(page, "table.nv td"))  # as typed
     assert run(page, "return document.body.textContent.includes('\\u2212')") is False
+    unfold(page, "figure details.values")
+    assert texts(page, "figure .values tbody tr")[5] == "15 dBm315.6223.1-92.5"
     run(page, "const s = document.querySelectorAll('#s0-nv select')[1]; s.value = 0; s.dispatchEvent(new Event('change'))")
     assert texts(page, "figure") == []
 
@@ -196,6 +198,10 @@ def test_it_fits_and_can_be_read(page, width, scheme):
     unfold(page, "details.card, .part")
     assert run(page, "return document.documentElement.scrollWidth") <= width
     until(page, "all('.axis .grid text').length >= 3")
+    assert_contrast(page)
+
+
+def assert_contrast(page):
     ratio, what = page.execute_script(CONTRAST)
     assert ratio >= 4.5, what
 
@@ -299,3 +305,121 @@ for {set i 1} {$i <= 60000} {incr i} { note "line $i" }"""
     assert texts(page, ".note .step") == ["line 59999"]
     run(page, "all('.failures a')[0].click()")
     until(page, "document.querySelector(':target')?.textContent.includes('round 1000')")
+
+
+@pytest.fixture(scope="module")
+def measured_path(tmp_path_factory):
+    return write_report(tmp_path_factory.mktemp("measured"), MEASUREMENTS, chips="vq2050")[0]
+
+
+def plot(page, title):
+    """What the plot with this title has: its words, how many of some parts, and the rows of its table."""
+    node = f"all('#s0-measured figure').find(f => f.querySelector('b').textContent === {title!r})"
+    run(page, f"{node}.querySelector('summary').click()")
+    until(page, f"{node}.querySelector('.values tbody tr') && {node}.querySelector('.plot svg')")
+    return run(page, f"""const f = {node}, count = s => f.querySelectorAll('.plot ' + s).length;
+        return {{words: f.querySelector('.words').textContent, axes: [...f.querySelectorAll('.axis-name')].map(e => e.textContent),
+          before: count('.spot.before'), after: count('.spot.after'), crosses: count('.cross'), limits: count('polyline.limit'),
+          own: count('polyline.limit.own'), knees: count('circle.knee'), intervals: count('polygon.interval'), lines: count('polyline.series'),
+          reference: [...f.querySelectorAll('.reference + text')].map(e => e.textContent), failing: f.classList.contains('failing'),
+          rows: [...f.querySelectorAll('.values tbody tr')].map(r => [...r.cells].slice(1).map(c => c.textContent))}}""")
+
+
+def test_power_is_drawn_over_the_channel_before_and_after(show, measured_path):
+    page = show(measured_path)
+    found = plot(page, "power over channel, bandwidth 20 MHz, rate mcs0, 15 dBm")
+    assert found["axes"] == ["power, dBm", "channel, MHz"]
+    assert 'before: step "Verify", 5 of 42 failed;  after: step "Verify again", 1 of 43 failed.' in found["words"]
+    assert "limits 13.5..16.5 dBm. 1 value without a number." in found["words"] and found["words"].endswith("chain 0  chain 1 ")
+    # Two chains on 21 channels. One value failed without a number: it has a cross, but no mark.
+    assert (found["before"], found["after"], found["crosses"], found["failing"]) == (42, 42, 6, True)
+    assert found["own"] == 0 and found["limits"] >= 4
+    assert len(found["rows"]) == 43 and found["rows"][0] == ["2412 MHz, chain 0", "16.07 dBm", "14.77 dBm", "13.5..16.5"]
+    assert ["2484 MHz, chain 0", "none", "no value", "13.5..16.5"] in found["rows"]
+    run(page, "all('#s0-measured .values a')[1].click()")
+    until(page, "document.querySelector(':target')?.textContent.includes('14.77')")
+
+
+def test_evm_has_its_knees_and_each_lines_limit(show, measured_path):
+    found = plot(show(measured_path), "EVM over set power, 2442 MHz")
+    assert found["axes"] == ["EVM, dB", "set power, dBm"]
+    assert "Limits, in the colour of their line: rate mcs0 ..-5 dB; rate mcs7 ..-27 dB." in found["words"]
+    # The session's curves are 3 dB above their floors at 15 and 16.5 dBm, 2 dB less with mcs7.
+    knees = re.search(r"Knee, 3 dB above the lowest value: (.*)\. ", found["words"])[1].split("; ")
+    assert [k.rsplit(" ", 2)[0] for k in knees] == ["rate mcs0 before", "rate mcs0 after", "rate mcs7 before", "rate mcs7 after"]
+    assert [float(k.split()[-2]) for k in knees] == pytest.approx([15, 16.5, 13, 14.5], abs=0.2)
+    assert (found["knees"], found["own"], found["lines"]) == (4, 2, 4)
+
+
+def test_the_packet_error_rate_has_its_confidence_and_the_10_percent_line(show, measured_path):
+    found = plot(show(measured_path), "packet error rate over level, 2442 MHz")
+    assert found["axes"] == ["packet error rate, %", "level, dBm"]
+    assert "18 values held." in found["words"] and "95 % confidence interval (Wilson)" in found["words"]
+    assert (found["before"], found["after"], found["intervals"], found["reference"]) == (0, 18, 2, ["10 %"])
+    assert ["level -88 dBm, rate mcs0", "50.0 %", "43.1..56.9 %", "*"] in found["rows"]
+
+
+# The measurements of a session as [name, unit, condition...], and the titles of its plots.
+PLOTS = [
+    ([f"power dBm {{mhz {mhz} channel {i} rate {rate}}}" for i, mhz in enumerate((2412, 2442, 2472)) for rate in ("6", "54")],
+     ["power over channel"]),
+    ([f"frequency_error ppm {{antenna 1 x {x}}}" for x in (1, 2, 30)], ["frequency error over x, antenna 1"]),
+    ([f"power dBm {{mhz 2442 chain {chain} dbm 15}}" for chain in (0, 1)], ["power over chain, 2442 MHz, 15 dBm"]),
+    # A level for each rate is no curve over the level.
+    ([f"packet_error_rate % {{mhz 2442 rate mcs{i} dbm {-82 + 3 * i} packets 1000}}" for i in range(4)],
+     ["packet error rate over rate, 2442 MHz"]),
+    # Two powers are no curve either, three are; what is in no curve is drawn over the channel.
+    ([f"evm dB {{mhz {mhz} dbm {dbm}}}" for mhz in (2412, 2442, 2472) for dbm in (8, 15)], ["EVM over channel"]),
+    ([f"evm dB {{mhz 2442 dbm {dbm}}}" for dbm in (8, 12, 15)] + [f"evm dB {{mhz {mhz} dbm 15}}" for mhz in (2412, 2472)],
+     ["EVM over set power, 2442 MHz", "EVM over channel, 15 dBm"]),
+    # Twelve lines are too many for one plot.
+    ([f"power dBm {{mhz {mhz} rate mcs{rate} chain {chain}}}" for chain in (0, 1) for rate in range(6) for mhz in range(2412, 2447, 5)],
+     ["power over channel, chain 0"] * 2 + ["power over channel, chain 1"] * 2),
+    (["power dBm {mhz 2442}", "power dBm {mhz 2442}"], []),
+]
+
+
+@pytest.mark.parametrize("measurements, titles", PLOTS)
+def test_a_plot_is_over_what_varies_and_draws_each_value_once(show, tmp_path, measurements, titles):
+    script = "\n".join("limits {} 5 0..10 -unit {} -at {}".format(*m.split(" ", 2)) for m in measurements)
+    page = show(write_report(tmp_path, script, chips="vq2050")[0])
+    until(page, f"all('#s0-measured .plot svg').length === {len(titles)}")
+    assert texts(page, "#s0-measured figcaption b:first-child") == titles
+    assert len(texts(page, "#s0-measured .spot.after[transform]:not(.key *)")) == (len(measurements) if titles else 0)
+    table = texts(page, "#s0-measured > table.values tbody tr")
+    assert table == ([] if titles else ["✓heldpower2442 MHz5 dBm5 dBm0..10"])
+
+
+def test_what_an_earlier_session_measured_is_before(show, tmp_path):
+    measured = "wifi_query_setting 1 -> 0\nforeach mhz {2412 2442} { limits power %s 14..16 -unit dBm -at [list mhz $mhz] }"
+    page = show(write_report(tmp_path, measured % 17, more=[measured % 15.5, measured % 15.1])[0])
+    hint = texts(page, "#s0-measured .hint")[0].replace(f"{tmp_path}/", "")
+    assert hint == "Measured again, with these values as before, in session 2, session1.tcl; session 3, session2.tcl."
+    run(page, "all('#s0-measured .hint a')[1].click()")
+    until(page, "all('#s2-measured .plot svg').length === 1")
+    words = texts(page, "#s2-measured .words")[0].replace(f"{tmp_path}/", "")
+    assert "before: session 1, session0.tcl, 2 of 2 failed;  after: session 3, session2.tcl, 2 values held." in words
+    assert "2 values between are in the steps." in words
+    assert run(page, "return all('#s2-measured figure').map(f => f.classList.contains('failing'))") == [False]
+
+
+# The share in percent, the packets, and the interval by Wilson's formula.
+@pytest.mark.parametrize("got, sent, interval", [("0", 100, (0, 3.70)), ("10", 1000, (8.29, 12.02)), ("50", 100, (40.38, 59.62)),
+                                                 ("100", 20, (83.89, 100)), ("5", 0, None), ("no value", 100, None)])
+def test_the_confidence_interval(page, got, sent, interval):
+    condition = f"{{packets: '{sent}'}}" if sent else "{}"
+    found = run(page, f"return intervalOf({{got: {got!r}, unit: '%', condition: {condition}}})")
+    assert found == (interval and pytest.approx(interval, abs=0.01))
+
+
+@pytest.mark.parametrize("width, scheme", [(390, "dark"), (1280, "light")])
+def test_measurements_fit_and_can_be_read(show, measured_path, width, scheme):
+    page = show(measured_path)
+    screen(page, width, scheme)
+    unfold(page, "#s0-measured details.values")
+    assert run(page, "return document.documentElement.scrollWidth") <= width
+    until(page, "all('#s0-measured .plot svg').every(s => s.getBoundingClientRect().right <= innerWidth)")
+    assert_contrast(page)
+    screen(page, 700, "light", media="print")
+    run(page, "dispatchEvent(new Event('beforeprint'))")
+    assert run(page, "return all('#s0-measured figure').map(f => f.scrollWidth <= f.clientWidth)") == [True] * 5

@@ -23,6 +23,8 @@ SCRIPTS = ("everything.tcl", "broken.tcl")
 # Sessions that have a page to themselves, which looks different then.
 ALONE = {"pass.tcl": "step Settings\nwifi_set_power 155 -> 1\n", "silent.tcl": "note done\n"}
 
+MEASUREMENTS = ROOT / "tests" / "support" / "measurements.tcl"
+
 OUTLINE = """
 const lines = [];
 const walk = (node, depth, shown) => {
@@ -34,7 +36,7 @@ const walk = (node, depth, shown) => {
   lines.push(' '.repeat(depth) + node.localName + attributes + state);
   for (const child of node.childNodes) walk(child, depth + 1, seen);
 };
-walk(document.body, 0, true);
+walk(document.querySelector(arguments[0]), 0, true);
 return [document.title, ...lines];
 """
 # Actions use these: the first visible element that a selector finds and whose text or label begins with some words.
@@ -66,19 +68,19 @@ def steady(line):
     return re.sub(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d", "DATE TIME", line)
 
 
-def states(driver, actions):
+def states(driver, actions, part):
     """The page's elements at first and after each action."""
     for action in ["", *actions]:
         if action:
             driver.execute_script(HELPERS + action)
             driver.execute_async_script("requestAnimationFrame(() => setTimeout(arguments[0], 50))")
-        yield action, [steady(line) for line in driver.execute_script(OUTLINE)]
+        yield action, [steady(line) for line in driver.execute_script(OUTLINE, part)]
 
 
-def changes(driver, actions):
+def changes(driver, actions, part="body"):
     """The page in full, then the lines that each action removes and adds."""
     text, before = "", None
-    for action, now in states(driver, actions):
+    for action, now in states(driver, actions, part):
         lines = now if before is None else [*difflib.unified_diff(before, now, n=0, lineterm="")][2:]
         text += "\n".join([f"==== {action}", *lines, ""])
         before = now
@@ -86,7 +88,7 @@ def changes(driver, actions):
 
 
 def outline():
-    """The page of two sessions with all that its controls do, and those of single sessions."""
+    """The page of two sessions with all that its controls do, those of single sessions, and the plots of measurements."""
     with tempfile.TemporaryDirectory() as name, started() as driver:
         folder = Path(name)
         screen(driver, 1280, "light")
@@ -99,6 +101,9 @@ def outline():
             driver.get("about:blank")
             driver.get(page_of(folder, script))
             text += f"######## {script}\n{changes(driver, [])}"
+        shutil.copy(MEASUREMENTS, folder)
+        driver.get(page_of(folder, MEASUREMENTS.name))
+        text += f"######## {MEASUREMENTS.name}\n{changes(driver, [], '#s0-measured')}"
     return text
 
 

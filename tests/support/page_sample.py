@@ -33,6 +33,9 @@ wifi_stop_testmode -> 1
 """ % (HOSTILE, HOSTILE)
 
 
+MEASUREMENTS = (Path(__file__).parent / "measurements.tcl").read_text(encoding="utf-8")
+
+
 def write_report(directory, script=SCRIPT, chips="vq2070", more=()):
     """Runs the script and then those of `more`. @return the page's path and the finished process."""
     paths = []

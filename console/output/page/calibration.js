@@ -71,8 +71,8 @@ function curveAt([a, b, c], x) {
 
 /** The change from one curve to the other, below them. */
 function drawChange(changed, xs, x, width) {
-  const reach = rangeOf([...changed, 0], 0.5), y = scale(...reach, 206, 156);
-  return [valueAxis(reach, y, width, 3, "change"), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: y(0), y2: y(0)}),
+  const reach = rangeOf([...changed, 0], 0.5), y = scale(...reach, 222, 170);
+  return [valueAxis(reach, y, width, 3, "change, counts"), svg("line", {class: "zero", x1: plotLeft, x2: width, y1: y(0), y2: y(0)}),
     line(xs.map((v, i) => [x(v), y(changed[i])]), "change")];
 }
 
@@ -80,7 +80,7 @@ function drawCurve({before, after}, width) {
   const xs = Array.from({length: 33}, (_, i) => i * mostPower / 32), x = scale(0, mostPower, plotLeft, width - 8);
   const lines = [["before", before], ["after", after]].filter(([, c]) => c);
   const range = rangeOf(lines.flatMap(([, c]) => xs.map(v => curveAt(c, v))), 0.5), y = scale(...range, 138, 6);
-  const changed = before && after && xs.map(v => curveAt(after, v) - curveAt(before, v)), bottom = changed ? 212 : 142;
+  const changed = before && after && xs.map(v => curveAt(after, v) - curveAt(before, v)), bottom = changed ? 228 : 142;
   return svg("svg", {viewBox: `0 0 ${width} ${bottom + 34}`, width, height: bottom + 34, "aria-hidden": "true"},
     valueAxis(range, y, width, 3, "detector, counts"), lines.map(([kind, c]) => line(xs.map(v => [x(v), y(curveAt(c, v))]), kind)),
     changed && drawChange(changed, xs, x, width),
@@ -123,13 +123,26 @@ function changedClass(changed) {
   return changed ? {class: "changed"} : {};
 }
 
+/** What the plot of a curve shows, for those who cannot see it. */
+function curveTable(title, {before, after}) {
+  const at = (curve, x) => curve ? curveAt(curve, x).toFixed(1) : "none";
+  return table("values", title, ["Power", "Before", "After", "Change"], [0, 3, 6, 9, 12, 15, 18, 21, mostPower].map(x => ({cells: [`${x} dBm`,
+    at(before, x), at(after, x), before && after ? (curveAt(after, x) - curveAt(before, x)).toFixed(1) : "none"]})));
+}
+
+function curveFigure(title, words, curves, changed) {
+  const node = figure(title, words, changedClass(changed), w => drawCurve(curves, w), true);
+  node.append(fold({class: "values"}, "Table of values, in detector counts", false, () => curveTable(title, curves)));
+  return node;
+}
+
 function curveFigures(name, family, before, after) {
   return family.parts.map((part, i) => {
     const of = v => v && v.slice(3 * i, 3 * i + 3);
     const [b, a] = [of(before), of(after)];
     const words = ["a", "b", "c"].map((letter, k) => `${letter} ${arrow(b?.[k], a?.[k])}`).join(", ");
     const changed = String(b) !== String(a);
-    return {changed, node: figure([name, part].filter(Boolean).join(", "), words, changedClass(changed), w => drawCurve({before: b, after: a}, w), true)};
+    return {changed, node: curveFigure([name, part].filter(Boolean).join(", "), words, {before: b, after: a}, changed)};
   });
 }
 

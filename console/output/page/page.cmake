@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Makes a header with the report page's three texts, and again when one of its sources changes.
-set(sources page.html page.css model.js dom.js time_axis.js calibration.js sweep.js steps.js log.js
-    failures.js page.js)
+set(sources page.html page.css model.js dom.js time_axis.js calibration.js plot.js sweep.js measurements.js
+    measurement_plots.js steps.js log.js failures.js page.js)
 list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources})
 foreach(source IN LISTS sources)

@@ -80,16 +80,22 @@ function unitSection(session) {
 
 const openCalls = 5000;
 
-/** What each section's title adds, whether it starts open, and what fills it. */
+/** What each section's title adds, whether it starts open, and what fills it. One that not every session has says which do. */
 const sections = [
   {name: "unit", title: "Unit", about: () => "", open: () => true, fill: unitSection},
   {name: "steps", title: "Steps", about: s => plural(s.calls.length, "call"), open: () => true, fill: stepsSection},
+  {name: "measured", title: "Measurements", about: s => plural(entriesOf(s).length, "value"), open: () => true, has: hasMeasurements,
+    fill: measurementsSection},
   {name: "time", title: "Time", about: s => duration(s.end?.phone_us ?? 0),
     open: s => report.sessions.length === 1 && s.calls.length <= openCalls && s.end?.phone_us > 0, fill: timeSection},
   {name: "nv", title: "Calibration", about: s => s.nv.length > 1 ? plural(s.nv.length - 1, "change") : "",
     open: s => report.sessions.length === 1 && s.nv.length > 1 && s.calls.length <= openCalls, fill: calibrationSection},
   {name: "log", title: "Log", about: s => plural(logCount(s), "line"), open: () => false, fill: logSection},
 ];
+
+function sectionsOf(session) {
+  return sections.filter(({has}) => has?.(session) ?? true);
+}
 
 function sectionOf(session, {name, title, about, open, fill}) {
   const id = `s${session.index}-${name}`;
@@ -99,7 +105,7 @@ function sectionOf(session, {name, title, about, open, fill}) {
 function buildView(session) {
   return el("div", {class: "view", id: `s${session.index}`},
     report.sessions.length > 1 && el("p", {class: "session-name"}, `${session.name || "call"} on ${session.chip}: ${verdictWords[sessionVerdict(session)]}`),
-    sections.map(section => sectionOf(session, section)));
+    sectionsOf(session).map(section => sectionOf(session, section)));
 }
 
 /** Builds a session when it is first shown or printed. */
@@ -118,14 +124,15 @@ function showSession(index) {
   for (const other of views) other?.classList.toggle("closed", other !== shown);
   const link = (name, text) => el("a", {href: `#${name}`}, text);
   document.getElementById("sections").replaceChildren(el("ul", {}, [link("failures", "Failed"),
-    report.sessions.length > 1 && link("sessions-all", "Sessions"), sections.map(({name, title}) => link(`s${index}-${name}`, title))]
+    report.sessions.length > 1 && link("sessions-all", "Sessions"), sectionsOf(report.sessions[index]).map(({name, title}) => link(`s${index}-${name}`, title))]
     .flat().filter(Boolean).map(a => el("li", {}, a))));
 }
 
 /** Creates what a link leads to: "s0-log", "s0-i12" (an item), "s0-log-i12" (its log). */
 function reveal(session, section, number) {
   const item = session.items[number], name = section ?? (item && "steps");
-  if (name) unfold(document.getElementById(`s${session.index}-${name}`));
+  const block = name && document.getElementById(`s${session.index}-${name}`);
+  if (block) unfold(block);
   if (item && name === "log") session.revealLog?.(item);
   else if (item) session.revealStep(item);
 }

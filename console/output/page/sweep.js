@@ -33,7 +33,7 @@ function newLine(item) {
 }
 
 function newCheck(check) {
-  return {what: check.what, unit: check.unit, values: new Set(), limits: new Set(), judged: 0, failed: 0, seen: []};
+  return {what: check.what, unit: check.unit, values: new Set(), limits: new Set(), conditions: new Set(), judged: 0, failed: 0, seen: []};
 }
 
 function addCheck(line, item, check) {
@@ -42,6 +42,7 @@ function addCheck(line, item, check) {
   const known = line.checks.get(key);
   known.values.add(check.got);
   if (check.limits !== null) known.limits.add(check.limits);
+  if (check.condition) known.conditions.add(JSON.stringify(check.condition));
   known.judged += check.held !== null;
   known.failed += check.held === false;
   known.seen.push({point: item.point, check});
@@ -102,8 +103,6 @@ function sweepSummary(session, run, caption) {
 
 /* ---- Plots ------------------------------------------------------------------------------------------------------- */
 
-const mostFigures = 12, mostSeries = 4, mostColumns = 600;
-
 /** The swept variables with their values, in the order of the script. */
 function variablesOf(items) {
   const all = new Map();
@@ -125,26 +124,13 @@ function axisLabel(axis) {
   return /^(channel|mhz|freq)/i.test(axis.name) && axis.values.every(v => Number(v) >= 1000) ? "channel, MHz" : axis.name;
 }
 
-/** Says something that the table does not: numbers that vary, or that must be in a range. */
+/** Says something that the table does not: numbers that vary, or that must be in a range. What was measured at several
+ * conditions is drawn over these, with the measurements. */
 function isWorthDrawing(check) {
-  if (![...check.values].every(isNumber)) return false;
+  if (check.conditions.size > 1 || ![...check.values].every(isNumber)) return false;
   const ranges = [...check.limits].map(limitRangeOf);
   const exact = ranges.every(r => r && r[0] === r[1]);
   return check.what === "result" ? !exact : !exact || check.limits.size > 1 || check.values.size > 2;
-}
-
-/** What falls on one place of the axis. */
-function newColumn(x) {
-  return {x, low: Infinity, high: -Infinity, least: -Infinity, most: Infinity, failed: 0};
-}
-
-function addToColumn(column, {got, limits, held}) {
-  const value = Number(got), range = limitRangeOf(limits) ?? [-Infinity, Infinity];
-  column.low = Math.min(column.low, value);
-  column.high = Math.max(column.high, value);
-  column.least = Math.max(column.least, range[0]);
-  column.most = Math.min(column.most, range[1]);
-  column.failed += held === false;
 }
 
 /** Values by series: one for each combination of the other variables, or a single one if these are too many. */
@@ -162,77 +148,20 @@ function seriesOf(check, variables, axis) {
     if (!columns.has(x)) columns.set(x, newColumn(x));
     addToColumn(columns.get(x), seen.check);
   }
-  return [...all].map(([name, columns]) => ({name, columns: [...columns.values()].sort((a, b) => a.x - b.x)}));
-}
-
-/** Maps the axis to the width of the figure. Wide gaps, as between two bands, are cut out. */
-function brokenScale(xs, left, right) {
-  const sorted = [...new Set(xs)].sort((a, b) => a - b), steps = sorted.slice(1).map((x, i) => x - sorted[i]);
-  const usual = [...steps].sort((a, b) => a - b)[Math.floor(steps.length / 2)] ?? 1, gap = 24;
-  const bands = [[sorted[0]]];
-  steps.forEach((step, i) => {
-    if (step > 20 * usual) bands.push([]);
-    bands.at(-1).push(sorted[i + 1]);
-  });
-  const room = right - left - gap * (bands.length - 1), weight = bands.map(b => Math.max(b.length, sorted.length / 12));
-  const whole = weight.reduce((a, b) => a + b, 0);
-  let at = left;
-  return bands.map((band, i) => {
-    const from = at, to = at + room * weight[i] / whole;
-    at = to + gap;
-    return {first: band[0], last: band.at(-1), from, to, x: band.length > 1 ? scale(band[0], band.at(-1), from + 4, to - 4) : () => (from + to) / 2};
-  });
-}
-
-function bandTicks(band) {
-  if (band.first === band.last) return [band.first];
-  const round = ticks(band.first, band.last, Math.max(1, Math.floor((band.to - band.from) / 80)));
-  return round.length > 0 ? round : [band.first];
-}
-
-/** A line along the columns of a band that have this bound. */
-function limitLine(columns, bound, x, y, kind) {
-  const points = columns.filter(c => Number.isFinite(c[bound])).map(c => [x(c.x), y(c[bound])]);
-  if (points.length === 1) points.push([points[0][0] + 8, points[0][1]], [points[0][0] - 8, points[0][1]]);
-  return points.length > 0 && line(points, kind);
-}
-
-function drawSeries(series, number, band, y) {
-  const columns = series.columns.filter(c => c.x >= band.first && c.x <= band.last), {x} = band;
-  return [limitLine(columns, "least", x, y, "limit"), limitLine(columns, "most", x, y, "limit"),
-    line(columns.map(c => [x(c.x), y(c.high)]), `series n${number}`),
-    columns.filter(c => c.high > c.low).map(c => svg("line", {class: `reach n${number}`, x1: x(c.x), x2: x(c.x), y1: y(c.low), y2: y(c.high)})),
-    columns.length === 1 && svg("circle", {class: `spot n${number}`, cx: x(columns[0].x), cy: y(columns[0].high), r: 3}),
-    columns.filter(c => c.failed > 0).map(c => svg("text", {class: "cross", x: x(c.x), y: y(c.low) + 4, "text-anchor": "middle"}, "✗",
-      svg("title", {}, `${c.failed} failed at ${c.x}`)))];
-}
-
-function drawSweep(check, all, axis, width) {
-  const right = width - 20;  // half of the last tick's text fits beside it
-  const columns = all.flatMap(s => s.columns), bands = brokenScale(columns.map(c => c.x), plotLeft, right);
-  const values = columns.flatMap(c => [c.low, c.high, c.least, c.most]).filter(Number.isFinite);
-  const range = rangeOf(values, 0.5), y = scale(...range, 190, 8);
-  const axisTicks = bands.map(b => bandTicks(b).map(v => svg("text", {x: b.x(v), y: 207, "text-anchor": "middle"}, String(v))));
-  return svg("svg", {viewBox: `0 0 ${width} 230`, width, height: 230, role: "img", "aria-label": `${check.what} over ${axisLabel(axis)}`},
-    valueAxis(range, y, width, 5, withUnitName(check)), axisTicks, axisName(axisLabel(axis), (plotLeft + width) / 2, 225),
-    bands.map(b => all.map((series, i) => drawSeries(series, i, b, y))));
+  return [...all].map(([name, columns], number) => ({name, number, columns: [...columns.values()].sort((a, b) => a.x - b.x)}));
 }
 
 function withUnitName(check) {
   return check.unit ? `${check.what}, ${check.unit}` : check.what.length > 20 ? "value" : check.what;
 }
 
-function seriesKeys(all) {
-  if (all.length < 2) return "";
-  return el("span", {class: "keys"}, all.map((s, i) => [el("span", {class: `key n${i}`}), ` ${s.name} `]));
-}
-
 function sweepFigure(line, check, variables, axis) {
   const all = seriesOf(check, variables, axis), name = line.item.kind === "call" ? `${line.item.data.function}, ${check.what}` : check.what;
   const limits = check.limits.size > 0 ? ["limits ", summaryOf([...check.limits]), " ", el("span", {class: "key limit"}), ". "] : "no limits. ";
   const failed = check.failed > 0 ? `${check.failed} of ${check.judged} failed. ` : "";
+  const plot = {title: `${check.what} over ${axisLabel(axis)}`, valueName: withUnitName(check), label: axisLabel(axis), series: all};
   return figure(name, [withUnit(summaryOf([...check.values]), check.unit), ", ", limits, failed, seriesKeys(all)],
-    {class: `wide ${check.failed ? "failing" : ""}`}, width => drawSweep(check, all, axis, width), false);
+    {class: `wide ${check.failed ? "failing" : ""}`}, width => drawPlot(plot, width), false);
 }
 
 function sweepFigures(lines, items) {
