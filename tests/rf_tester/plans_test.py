@@ -25,9 +25,9 @@ from support.tree import ROOT
 TABLES = ROOT / "rf_tester"
 
 
-def script():
-    """script/calibrate as a module."""
-    loader = SourceFileLoader("calibrate_script", str(ROOT / "script" / "calibrate"))
+def script(name):
+    """A script as a module."""
+    loader = SourceFileLoader(f"{name}_script", str(ROOT / "script" / name))
     sys.path.insert(0, str(ROOT / "script"))
     module = importlib.util.module_from_spec(importlib.util.spec_from_loader(loader.name, loader))
     sys.modules[loader.name] = module  # its units travel between processes by this name
@@ -35,7 +35,7 @@ def script():
     return module
 
 
-calibrate = script()
+calibrate = script("calibrate")
 
 
 def test_every_chip_is_covered():
@@ -94,6 +94,22 @@ def test_a_unit_near_a_limit_may_be_rejected():
     limit = limits.load(TABLES / "limits.csv").find("evm", Signal("ht", "mcs7", 2442, 20)).guarded(0.3)
     measured = SimpleNamespace(quantity="evm", limit=limit)
     assert [station._near(measured, true) for true in (-27.7, -27.5, -27.1, -26.9)] == [False, True, True, False]
+
+
+def test_a_stale_sensitivity_is_noticed(tmp_path, monkeypatch):
+    results = script("rf-results")
+    page = tmp_path / "rf-results.md"
+    lines = results.PAGE.read_text().splitlines()
+    (wrong,) = (line for line in lines if line.startswith("| ofdm | 54 | 2.4 GHz"))
+    (missing,) = (line for line in lines if line.startswith("| dsss | 11 "))
+    cells = wrong.split("|")
+    cells[5] = f" {float(cells[5]) + 0.3:.1f} "
+    page.write_text("\n".join("|".join(cells) if line == wrong else line for line in lines if line != missing))
+    monkeypatch.setattr(results, "PAGE", page)
+    monkeypatch.setattr(results, "CHECKED", [("ofdm", "54"), ("dsss", "11")])
+    said = list(results.stale())
+    assert len(said) == 2 and "dsss 11 2.4 GHz 20 MHz" in said[0] and "the page says None" in said[0]
+    assert "ofdm 54 2.4 GHz 20 MHz" in said[1]
 
 
 @pytest.fixture
