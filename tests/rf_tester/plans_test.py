@@ -192,11 +192,11 @@ def test_workers_share_a_test_set_with_a_port_each(tmp_path):
 
 
 def test_a_rejected_unit_has_its_cause_in_the_record(tmp_path):
-    done = plan("verify", "--orva-serial", "R58", "--orva-key", "rf.fault=open_antenna", "--orva-records", tmp_path)
+    done = plan("verify", "--orva-serial", "R58", "--orva-key", "rf.fault=open_antenna", "--orva-attempt", 2, "--orva-records", tmp_path)
     assert done.returncode == 1
     assert "power_error -22." in done.stdout and "allowed: -1.2 to 1.2 dB" in done.stdout
     (record,) = records(tmp_path)
-    assert record.header["serial"] == "R58" and record.end["verdict"] == "FAIL"
+    assert (record.header["serial"], record.header["attempt"]) == ("R58", 2) and record.end["verdict"] == "FAIL"
     assert [event["cause"] for _, event in record.events if event["type"] == "cause"] == ["open antenna"]
 
 
@@ -205,6 +205,7 @@ BROKEN = [
     (["--orva-tester", "127.0.0.1:1"], 1, "Unreachable|Connection refused", "BROKEN"),
     (["--orva-key", "rf.fault=none_such"], 1, "rf.fault: .none_such. is not .*open_antenna", None),
     (["--orva-port", "9"], 4, "--orva-port 9: worker 1 needs a port from 1 to 8", None),
+    (["--orva-attempt", "0"], 4, "--orva-attempt 0: give a whole number from 1 to 1000", None),
     (["--orva-unit", "5-4"], 4, "--orva-unit 5-4: give seeds", None),
     (["--orva-unit", "1,1"], 4, "a unit is named twice", None),
     (["--orva-unit", "1,2", "--orva-serial", "X"], 4, "--orva-serial X: is for one unit", None),
