@@ -25,9 +25,9 @@ from support.tree import ROOT
 TABLES = ROOT / "rf_tester"
 
 
-def script():
-    """script/calibrate as a module."""
-    loader = SourceFileLoader("calibrate_script", str(ROOT / "script" / "calibrate"))
+def script(name):
+    """A script as a module."""
+    loader = SourceFileLoader(f"{name}_script", str(ROOT / "script" / name))
     sys.path.insert(0, str(ROOT / "script"))
     module = importlib.util.module_from_spec(importlib.util.spec_from_loader(loader.name, loader))
     sys.modules[loader.name] = module  # its units travel between processes by this name
@@ -35,7 +35,7 @@ def script():
     return module
 
 
-calibrate = script()
+calibrate = script("calibrate")
 
 
 def test_every_chip_is_covered():
@@ -94,6 +94,22 @@ def test_a_unit_near_a_limit_may_be_rejected():
     limit = limits.load(TABLES / "limits.csv").find("evm", Signal("ht", "mcs7", 2442, 20)).guarded(0.3)
     measured = SimpleNamespace(quantity="evm", limit=limit)
     assert [station._near(measured, true) for true in (-27.7, -27.5, -27.1, -26.9)] == [False, True, True, False]
+
+
+def test_a_stale_sensitivity_is_noticed(tmp_path, monkeypatch):
+    results = script("rf-results")
+    page = tmp_path / "rf-results.md"
+    lines = results.PAGE.read_text().splitlines()
+    (wrong,) = (line for line in lines if line.startswith("| ofdm | 54 | 2.4 GHz"))
+    (missing,) = (line for line in lines if line.startswith("| dsss | 11 "))
+    cells = wrong.split("|")
+    cells[5] = f" {float(cells[5]) + 0.3:.1f} "
+    page.write_text("\n".join("|".join(cells) if line == wrong else line for line in lines if line != missing))
+    monkeypatch.setattr(results, "PAGE", page)
+    monkeypatch.setattr(results, "CHECKED", [("ofdm", "54"), ("dsss", "11")])
+    said = list(results.stale())
+    assert len(said) == 2 and "dsss 11 2.4 GHz 20 MHz" in said[0] and "the page says None" in said[0]
+    assert "ofdm 54 2.4 GHz 20 MHz" in said[1]
 
 
 @pytest.fixture
@@ -176,11 +192,11 @@ def test_workers_share_a_test_set_with_a_port_each(tmp_path):
 
 
 def test_a_rejected_unit_has_its_cause_in_the_record(tmp_path):
-    done = plan("verify", "--orva-serial", "R58", "--orva-key", "rf.fault=open_antenna", "--orva-records", tmp_path)
+    done = plan("verify", "--orva-serial", "R58", "--orva-key", "rf.fault=open_antenna", "--orva-attempt", 2, "--orva-records", tmp_path)
     assert done.returncode == 1
     assert "power_error -22." in done.stdout and "allowed: -1.2 to 1.2 dB" in done.stdout
     (record,) = records(tmp_path)
-    assert record.header["serial"] == "R58" and record.end["verdict"] == "FAIL"
+    assert (record.header["serial"], record.header["attempt"]) == ("R58", 2) and record.end["verdict"] == "FAIL"
     assert [event["cause"] for _, event in record.events if event["type"] == "cause"] == ["open antenna"]
 
 
@@ -189,6 +205,7 @@ BROKEN = [
     (["--orva-tester", "127.0.0.1:1"], 1, "Unreachable|Connection refused", "BROKEN"),
     (["--orva-key", "rf.fault=none_such"], 1, "rf.fault: .none_such. is not .*open_antenna", None),
     (["--orva-port", "9"], 4, "--orva-port 9: worker 1 needs a port from 1 to 8", None),
+    (["--orva-attempt", "0"], 4, "--orva-attempt 0: give a whole number from 1 to 1000", None),
     (["--orva-unit", "5-4"], 4, "--orva-unit 5-4: give seeds", None),
     (["--orva-unit", "1,1"], 4, "a unit is named twice", None),
     (["--orva-unit", "1,2", "--orva-serial", "X"], 4, "--orva-serial X: is for one unit", None),

@@ -29,7 +29,7 @@ from orva.phone import PhoneError
 from orva.plans import coverage, diagnosis, simulation
 from orva.plans.station import Measurement, PlanError, Station
 from orva.tester import Tester, TesterError
-from orva_records import RecordsError
+from orva_records import RecordsError, rules
 from orva_records.record import Header, RecordWriter
 
 pytest_plugins = ["orva.pytest_plugin"]
@@ -63,6 +63,7 @@ def pytest_addoption(parser: pytest.Parser) -> None:
     group.addoption("--orva-key", metavar="KEY=VALUE", action="append", default=[], help="of the virtual phone's description")
     group.addoption("--orva-records", metavar="FOLDER", help="writes a record of each unit there")
     group.addoption("--orva-serial", metavar="TEXT", help="the unit's serial number (default: unit-SEED)")
+    group.addoption("--orva-attempt", metavar="N", default="1", help="counts the unit's runs of this plan (default: 1)")
     for name, usual in (("station", "simulation"), ("slot", ""), ("operator", ""), ("plan-version", "1")):
         group.addoption(f"--orva-{name}", metavar="TEXT", default=usual, help=f"for the record (default: {usual or 'empty'})")
 
@@ -123,6 +124,13 @@ def _port(config: pytest.Config) -> int:
     return port
 
 
+def _attempt(config: pytest.Config) -> int:
+    text: str = config.getoption("orva_attempt")
+    if not text.isdecimal() or not 1 <= int(text) <= rules.ATTEMPTS:
+        raise _usage("attempt", text, f"give a whole number from 1 to {rules.ATTEMPTS}")
+    return int(text)
+
+
 def _limits(config: pytest.Config) -> limits.Limits:
     folder = files.rf_tester_folder()
     try:
@@ -141,6 +149,7 @@ def pytest_configure(config: pytest.Config) -> None:
     config.addinivalue_line("filterwarnings", "ignore:'xdrlib' is deprecated:DeprecationWarning")  # PyVISA-py's
     _units(config)
     _port(config)
+    _attempt(config)
     _losses(config.getoption("orva_path_loss"))
     _limits(config)
     for text in config.getoption("orva_key"):
@@ -252,7 +261,8 @@ def record(unit: Unit, request: pytest.FixtureRequest, pytestconfig: pytest.Conf
     names = ("station", "slot", "operator", "plan_version")
     about = {name: pytestconfig.getoption(f"orva_{name}") for name in names}
     plan = Path(request.node.items[0].path).stem
-    header = Header(serial=unit.serial, plan=plan, chip=pytestconfig.getoption("orva_chip"), **about)
+    header = Header(serial=unit.serial, plan=plan, chip=pytestconfig.getoption("orva_chip"),
+                    attempt=_attempt(pytestconfig), **about)
     with RecordWriter(folder, header) as writer:
         yield writer
         if cause := diagnosis.cause(unit.measured):
