@@ -77,4 +77,6 @@ write_basic_package_version_file(${orva_package}ConfigVersion.cmake COMPATIBILIT
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${orva_package}Config.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/${orva_package}ConfigVersion.cmake DESTINATION ${orva_cmake})
 
-include(cmake/Packages.cmake)
+if(PROJECT_IS_TOP_LEVEL)
+  include(cmake/Packages.cmake)
+endif()
