@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // An instrument profile: which texts an RF test set understands for each action, and how it answers.
-// docs/instrument-profiles.md describes the file.
+// docs/how-to/instrument-profiles.md describes the file.
 #ifndef CONSOLE_INSTRUMENT_PROFILE_H
 #define CONSOLE_INSTRUMENT_PROFILE_H
 
