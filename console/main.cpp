@@ -253,7 +253,10 @@ exit_status run_help(const command_line &line) {
 
 exit_status run_doctor(const command_line &line) {
   if (line.words.size() > 1)
-    throw usage_error{fmt::format("doctor: \"{}\" is not understood: it takes options only.", line.words[1])};
+    throw usage_error{
+        fmt::format("doctor: \"{}\" is not understood: it takes options, and behind -- address=HOST:PORT, "
+                    "profile=FILE and port=N of an RF test set.",
+                    line.words[1])};
   return print_findings(examine(line.with, line.write), line.json) ? exit_status::passed
                                                                    : exit_status::failed;
 }

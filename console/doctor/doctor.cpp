@@ -5,6 +5,7 @@
 #include "console/doctor/driver_module.h"
 #include "console/doctor/platform_functions.h"
 #include "console/doctor/process.h"
+#include "console/doctor/rf_tester.h"
 #include "console/phone/chips.h"
 #include "console/phone/library.h"
 #include "console/phone/phone_link.h"
@@ -315,6 +316,7 @@ std::vector<finding> examine(const settings &with, bool write, const system_file
   examine_shell(files, all);
   examine_nv(chip, write, all);
   examine_permissions(chip, files, all);
+  std::ranges::move(examine_rf_tester(with.parameters), std::back_inserter(all));
   if (files) add_hand_checks(all);
   return all;
 }

@@ -460,13 +460,9 @@ const command table[] = {
      2,
      run_nv_command},
     {{"tester", "tester " + usage_of(tester_words()),
-      "Drives an RF test set. connect takes HOST:PORT and an instrument profile. loss takes the path's losses, as in "
-      "{2412 1.2 5180 2.1}. Powers and levels are those at the phone. measure returns power (dBm), evm (dB), "
-      "frequency_error (ppm) and mask_margin (dB) by name, as far as the test set has them, and judges those behind "
-      "->; nothing received, or a power more than -within (3 dB) from -wanted, is a failed expectation with its "
-      "likely cause. generate returns how many packets were sent, 1000 if nothing else is said. limits loads a "
-      "table of the standard's limits; limit returns one, less the test set's uncertainty and -tighten at each "
-      "end. The end of the session closes the connection.",
+      "Drives an RF test set through an instrument profile. Powers and levels are those at the phone. measure "
+      "returns power (dBm), evm (dB), frequency_error (ppm) and mask_margin (dB) by name and judges those behind "
+      "->; limit gives the standard's limit less the test set's uncertainty.",
       "tester measure -wanted 15 -at {rate mcs7} -> power 13..17 evm ..-27.3", tester_words()},
      1,
      MANY,

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/language/tester_commands.h"
 
-#include "console/language/interrupt.h"
 #include "console/language/option_words.h"
 #include "console/text/output_file.h"
 #include "console/text/tcl_list.h"
@@ -14,6 +13,7 @@
 #include <fmt/format.h>
 #include <map>
 #include <span>
+#include <tcl.h>
 
 namespace console {
 namespace {
@@ -53,8 +53,8 @@ std::string connect(const tester_context &in, words_t words) {
   in.on.connected.reset();  // a test set serves one client
   auto path = in.located(words[1]);
   claim_file({"tester connect", path, false});
-  in.on.connected =
-      std::make_unique<test_set>(words[0], load_instrument_profile(path), [] { return interrupted != 0; });
+  in.on.connected = std::make_unique<test_set>(words[0], load_instrument_profile(path),
+                                               [] { return Tcl_AsyncReady() != 0; });
   return in.on.connected->identity();
 }
 
@@ -67,7 +67,8 @@ std::string enter_losses(const tester_context &in, words_t words) {
                     "5180 2.1}}.",
                     words[0])};
   for (size_t i = 0; i < list.size(); i += 2)
-    table[real("loss: MHZ", list[i])] = real("loss: DB", list[i + 1]);
+    if (!table.emplace(real("loss: MHZ", list[i]), real("loss: DB", list[i + 1])).second)
+      throw usage_error{fmt::format("tester loss: {} MHz is given twice: give it once.", list[i])};
   connected(in).set_path_loss(table);
   return "";
 }

@@ -141,11 +141,12 @@ void refuse_late_options(const std::vector<std::string> &given) {
     }
 }
 
-/** "run FILE... -- NAME=VALUE..." */
+/** "run FILE... -- NAME=VALUE...", and doctor for its test set. */
 void take_parameters(command_line &line) {
   auto &words = line.words;
   auto mark = std::ranges::find(words, "--");
-  if (words.empty() || words[0] != "run" || mark == words.end()) return;
+  bool takes_them = !words.empty() && (words[0] == "run" || words[0] == "doctor");
+  if (!takes_them || mark == words.end()) return;
   line.with.parameters = parse_parameters({mark + 1, words.end()});
   words.erase(mark, words.end());
 }

@@ -12,6 +12,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <fstream>
+// As the virtual phone has it: both become part of one program.
+#define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
 
 namespace console {
@@ -300,12 +302,11 @@ instrument_profile load_instrument_profile(const std::string &path) {
   if (!file)
     throw usage_error{fmt::format("The instrument profile {} cannot be read: {}.", path, strerror(errno))};
   std::string text(std::istreambuf_iterator<char>(file), {});
-  try {
-    auto table = toml::parse(text);
-    return read_profile(path, {path, "", table});
-  } catch (const toml::parse_error &e) {
-    throw usage_error{fmt::format("{}:{}: {}", path, e.source().begin.line, e.description())};
-  }
+  auto parsed = toml::parse(text);
+  if (!parsed)
+    throw usage_error{
+        fmt::format("{}:{}: {}", path, parsed.error().source().begin.line, parsed.error().description())};
+  return read_profile(path, {path, "", parsed.table()});
 }
 
 }  // namespace console

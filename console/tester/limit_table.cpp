@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char *conditions[] = {"format", "rate", "band", "bandwidth_mhz"};
 constexpr const char *column_names[] = {"quantity", "format", "rate", "band",  "bandwidth_mhz",
-                                   "low",      "high",   "unit", "source"};
+                                        "low",      "high",   "unit", "source"};
 
 /** The cells of a line; one in quotes may hold commas, and a quote as two. */
 std::vector<std::string> cells_of(const std::string &line) {
@@ -83,10 +83,10 @@ limit_table::row limit_table::read(const std::vector<std::string> &names, const 
 
 limit_table::limit_table(const std::string &file) : path(file) {
   std::ifstream text(file);
+  if (!text)
+    throw usage_error{fmt::format("The table of limits {} cannot be read: {}.", file, strerror(errno))};
   std::string line;
-  if (!text || !std::getline(text, line))
-    throw usage_error{fmt::format("The table of limits {} cannot be read: {}.", file,
-                                  errno ? strerror(errno) : "it is empty")};
+  std::getline(text, line);
   auto names = cells_of(std::string(trim_end(line)));
   for (auto *column : column_names)
     if (std::ranges::count(names, column) != 1)

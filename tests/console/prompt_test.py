@@ -50,6 +50,7 @@ def test_a_session_file_may_have_any_name(tmp_path):
 
 
 COMPLETED = [
+    ("tester iden", "tity "), ("tester uncertainty fre", "quency_error "), ("tester generate -fo", "rmat "), ("tester limits sub/o", r"ne\.txt "),
     ("phone load my", r"\\ file\.tcl "), ("nv save my", r"\\ file\.tcl "), ("nv load sub/o", r"ne\.txt "), ("nv backup su", "b/"),
     ("nv restore sub/", r"one\.txt +two\.txt"), ("nv diff {my", r"file\.tcl"), ('phone load "my', r"file\.tcl"),
     ("ignore wifi_get_rx_r", "ssi "), ("ignore wifi_set_band ", "0 +1 +2 +3"), ("preview wifi_set_band ", "0 +1 +2 +3"),
