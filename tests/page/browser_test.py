@@ -6,6 +6,7 @@ import re
 import pytest
 
 from support.browser import INSTALLED, screen, started
+from support.console import station
 from support.page_sample import HOSTILE, write_report
 
 if INSTALLED:
@@ -299,3 +300,14 @@ for {set i 1} {$i <= 60000} {incr i} { note "line $i" }"""
     assert texts(page, ".note .step") == ["line 59999"]
     run(page, "all('.failures a')[0].click()")
     until(page, "document.querySelector(':target')?.textContent.includes('round 1000')")
+
+
+@pytest.mark.parametrize("width", [360, 1280])
+def test_the_header_says_whose_page_it_is(show, tmp_path, width):
+    serial = "x" * 190 + "<b>&'\""
+    station("--serial", serial, "--station", "line-3", "--report", tmp_path / "r.html", "wifi_set_power", "155")
+    browser = show(tmp_path / "r.html")
+    screen(browser, width, "light")
+    shown = browser.execute_script("return document.querySelector('.identity').textContent")
+    assert f"Serial {serial}, Station line-3, Started 2" in shown
+    assert browser.execute_script("return document.documentElement.scrollWidth <= innerWidth")
