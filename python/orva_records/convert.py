@@ -79,6 +79,8 @@ def convert(path: Path, folder: Path, header: Header) -> list[Path]:
                 plan = begin["session"].rpartition("/")[2] or ONE_SHOT
                 known = replace(header, plan=plan, chip=begin["chip"], run="")
                 known = replace(known, run=_derived(known, number, lines), started=_started(first, number))
+            if not (known.serial and known.station):
+                raise RecordsError(f"{path}: session {number + 1} names no serial and station; give --serial and --station")
             paths.append(_write(folder, known, lines))
         except (KeyError, TypeError, AttributeError) as error:
             raise RecordsError(f"{path}: session {number + 1} lacks what orva-station --json prints: {error!r}") from error

@@ -6,6 +6,7 @@ import re
 import pytest
 
 from support.browser import INSTALLED, screen, started
+from support.console import station
 from support.page_sample import HOSTILE, MEASUREMENTS, write_report
 
 if INSTALLED:
@@ -423,3 +424,14 @@ def test_measurements_fit_and_can_be_read(show, measured_path, width, scheme):
     screen(page, 700, "light", media="print")
     run(page, "dispatchEvent(new Event('beforeprint'))")
     assert run(page, "return all('#s0-measured figure').map(f => f.scrollWidth <= f.clientWidth)") == [True] * 5
+
+
+@pytest.mark.parametrize("width", [360, 1280])
+def test_the_header_says_whose_page_it_is(show, tmp_path, width):
+    serial = "x" * 190 + "<b>&'\""
+    station("--serial", serial, "--station", "line-3", "--report", tmp_path / "r.html", "wifi_set_power", "155")
+    browser = show(tmp_path / "r.html")
+    screen(browser, width, "light")
+    shown = browser.execute_script("return document.querySelector('.identity').textContent")
+    assert f"Serial {serial}, Station line-3, Started 2" in shown
+    assert browser.execute_script("return document.documentElement.scrollWidth <= innerWidth")

@@ -79,7 +79,7 @@ def test_a_call_from_the_command_line_is_its_own_verdict(spool):
 
 @pytest.mark.parametrize("value", ["x" * 20_000, "a\\0b", "\\ud800", "\\u2028\\x85"])
 def test_what_a_format_cannot_hold_does_not_lose_the_record(tmp_path, spool, value):
-    recorded(tmp_path, f'note "{value}"\nlimits "{value[:900]}" "{value}" *\nsweep {{mhz {{"{value}"}}}} {{ limits point 1 1 }}\n')
+    recorded(tmp_path, f'note "{value}"\nlimits "{value[:900]}" "{value}" *\nsweep {{mhz {{"{value}"}}}} {{ limits point 1 1 }}\n', errors="replace")
     assert len(only(spool).measurements) == 2
 
 

@@ -205,4 +205,4 @@ def test_a_writer_on_a_full_disk_keeps_its_rows(spool):
     before = part.read_bytes()
     assert status_of(in_child(recover_without_room)) == 2
     assert part.read_bytes() == before
-    assert b'"verdict": "BROKEN"' in Path(recover(part)).read_bytes()
+    assert b'"verdict":"BROKEN"' in Path(recover(part)).read_bytes()

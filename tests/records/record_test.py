@@ -287,6 +287,8 @@ def test_a_session_that_was_cut_is_broken_and_other_input_is_refused(tmp_path, s
         path.write_text(text)
         with pytest.raises(RecordsError, match="session.json.*expected"):
             convert(path, spool, header())
+    with pytest.raises(RecordsError, match="give --serial"):
+        convert(session(tmp_path, "wifi_set_power 155 -> 1\n"), spool, header(serial=""))
     path.write_text(lines[0] + '{"type":"call"}\n')
     with pytest.raises(RecordsError, match="session 1 lacks"):
         convert(path, spool, header())

@@ -168,7 +168,7 @@ def test_a_damaged_record_is_set_aside_with_its_reason(spool, database, command)
         record.measure("power", 3, low=1)
     (good,) = spool.iterdir()
     content = good.read_text()
-    damages = {"empty.jsonl": "", "cut.jsonl": content[:-5], "changed.jsonl": content.replace('"value": 3', '"value": 4'),
+    damages = {"empty.jsonl": "", "cut.jsonl": content[:-5], "changed.jsonl": content.replace('"value":3', '"value":4'),
                "a\nb'\".jsonl": "x\n", "other.jsonl": content.replace("R58", "R59")}
     for name, text in damages.items():
         (spool / name).write_text(text)
@@ -241,7 +241,9 @@ def test_the_failures_are_found_by_their_index(spool, tmp_path):
         (["report", "-o", "page.txt"], "ends in .html"),
         (["report", "-o", "missing/page.html"], "No such file"),
         (["report", "-o", "page.html", "--reports", "javascript:x"], "expected a folder, or a URL"),
-        (["convert", "text.csv", "--serial", "", "--station", "s"], "text.csv:1: expected a line of orva-station --json"),
+        (["convert", "text.csv", "--serial", "", "--station", "s"], "argument --serial: '': expected a text of 1 to 200"),
+        (["convert", "text.csv", "--started", "today"], "argument --started: 'today': expected a date"),
+        (["convert", "text.csv", "--serial", "R", "--station", "s"], "text.csv:1: expected a line of orva-station --json"),
         (["convert", "missing", "--serial", "R", "--station", "s"], "missing: No such file"),
     ],
 )
