@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/line/line.h"
 
-#include "console/line/plan.h"
 #include "console/line/scan.h"
 #include "console/line/scanner.h"
 #include "console/line/shift.h"

@@ -3,17 +3,10 @@
 #ifndef CONSOLE_LINE_H
 #define CONSOLE_LINE_H
 
+#include "console/line/plan.h"
 #include "console/run/verdict.h"
 
-#include <string>
-
 namespace console {
-
-struct line_options {
-  std::string plan_file;
-  /** Instead of the plan's, unless "". */
-  std::string station, operator_name;
-};
 
 /** Takes serial numbers from standard input until its end or a signal. Throws usage_error for a plan that is
  * wrong. */

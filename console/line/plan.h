@@ -3,8 +3,6 @@
 #ifndef CONSOLE_LINE_PLAN_H
 #define CONSOLE_LINE_PLAN_H
 
-#include "console/line/line.h"
-
 #include <chrono>
 #include <string>
 #include <utility>
@@ -45,6 +43,12 @@ struct line_plan {
   /** What a console gets to end by itself after a signal, and a teardown in all. */
   std::chrono::seconds grace{10};
   std::vector<slot_plan> slots;
+};
+
+struct line_options {
+  std::string plan_file;
+  /** Instead of the plan's, unless "". */
+  std::string station, operator_name;
 };
 
 /** Reads a TOML file. Paths in it are relative to its folder. Throws usage_error, which names file, line and
