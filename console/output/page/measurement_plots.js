@@ -32,12 +32,16 @@ function kneeOf(columns, rise) {
   return {x: a.x + (b.x - a.x) * (y - a.high) / (b.high - a.high), y};
 }
 
+function hasKnee({kind, axis}) {
+  return kind.knee && axis.preferred === setPower;
+}
+
 /** The lines of a plot at each moment, named by the conditions that tell them apart. */
 function seriesOfPlot(plot) {
   const common = commonConditions(plot);
   return plot.lines.flatMap(({others, entries}, number) => ["before", "after"].map(moment => {
     const columns = columnsOf(entries, moment, plot), name = conditionsText(others.filter(([n]) => !common.has(n)));
-    return {name, number, moment, columns, knee: plot.kind.knee ? kneeOf(columns, plot.kind.knee) : null};
+    return {name, number, moment, columns, knee: hasKnee(plot) ? kneeOf(columns, plot.kind.knee) : null};
   })).filter(s => s.columns.length > 0);
 }
 
@@ -82,8 +86,13 @@ function numberless(entries) {
   return count > 0 && `${plural(count, "value")} without a number. `;
 }
 
+/** A measurement's name as words. */
+function nameWords(name) {
+  return name.replaceAll("_", " ").replace(/^(evm|per|rssi)\b/, text => text.toUpperCase());
+}
+
 function plotFigure(plot) {
-  const {kind, axis} = plot, entries = plot.lines.flatMap(l => l.entries), {name, unit} = entries[0], words = name.replaceAll("_", " ").replace(/^(evm|per|rssi)\b/, text => text.toUpperCase());
+  const {kind, axis} = plot, entries = plot.lines.flatMap(l => l.entries), {name, unit} = entries[0], words = nameWords(name);
   const series = seriesOfPlot(plot), label = placeLabel(axis), common = commonConditions(plot);
   const title = `${words} over ${label.split(",")[0]}`, reference = kind.rate && {at: unit === "%" ? 10 : 0.1, text: "10 %"};
   const drawn = {title: `${title}; the table of values has its numbers`, valueName: withUnitName({what: words, unit}), label, series,
@@ -139,15 +148,21 @@ function laterHint(session) {
     later.map((s, i) => [i > 0 && "; ", el("a", {href: `#s${s.index}-measured`}, sessionName(s))]), ".");
 }
 
+const mostPlots = 4;
+
+/** The plots of a name, those after the first few on demand. */
+function namedPlots(name, plots) {
+  const grid = some => el("div", {class: "figures plots"}, some.map(plotFigure)), more = plots.length - mostPlots;
+  return [el("h3", {}, nameWords(name)), grid(plots.slice(0, mostPlots)),
+    more > 0 && fold({}, plural(more, "further plot"), false, () => grid(plots.slice(mostPlots)))];
+}
+
 function measurementsSection(session) {
-  const all = entriesOf(session), group = e => `${e.name}\n${e.unit}`, plots = [], left = [];
+  const all = entriesOf(session), group = e => `${e.name}\n${e.unit}`, blocks = [laterHint(session)], left = [];
   for (const wanted of new Set(all.map(group))) {
-    const entries = all.filter(e => group(e) === wanted), found = plotsOf(kindOf(entries[0].name), entries);
-    plots.push(...found.plots);
+    const entries = all.filter(e => group(e) === wanted), {name} = entries[0], found = plotsOf(kindOf(name), entries);
+    if (found.plots.length > 0) blocks.push(namedPlots(name, found.plots));
     left.push(...found.left);
   }
-  const grid = some => el("div", {class: "figures plots"}, some.map(plotFigure)), more = plots.length - mostFigures;
-  return [laterHint(session), plots.length > 0 && grid(plots.slice(0, mostFigures)),
-    more > 0 && fold({}, `${plural(more, "further plot")}`, false, () => grid(plots.slice(mostFigures))),
-    left.length > 0 && [el("h3", {}, "Values without a plot"), valuesTable("Values without a plot", left, null, true)]];
+  return [blocks, left.length > 0 && [el("h3", {}, "Values without a plot"), valuesTable("Values without a plot", left, null, true)]];
 }

@@ -77,7 +77,7 @@ function entriesOf(session) {
 }
 
 function sessionName({index, name}) {
-  return `session ${index + 1}, ${name || "call"}`;
+  return `session ${index + 1}, ${name.split("/").at(-1) || "call"}`;
 }
 
 /** Where a moment's values were measured: sessions if the moments are of different ones, else steps. */
@@ -99,9 +99,9 @@ function momentsText(entries) {
   if (before.length === 0) return `${failedText(after)}. `;
   const bySession = [...before, ...after].some(({session}) => session !== after[0].session);
   const [from, to] = [before, after].map(seen => momentPlace(seen, bySession)), told = from !== to;
-  const key = moment => keyWith(markKey({number: "common", moment}), el("b", {}, moment));
-  return [key("before"), `: ${told ? from : "measured first"}, ${failedText(before)}; `, key("after"),
-    `: ${told ? to : "measured last"}, ${failedText(after)}. `, between > 0 && `${plural(between, "value")} between ${between === 1 ? "is" : "are"} in the steps. `];
+  const key = moment => keyWith(markKey({number: "common", moment}), [el("b", {}, moment), ":"]);
+  return [key("before"), ` ${told ? from : "measured first"}, ${failedText(before)}; `, key("after"),
+    ` ${told ? to : "measured last"}, ${failedText(after)}. `, between > 0 && `${plural(between, "value")} between ${between === 1 ? "is" : "are"} in the steps. `];
 }
 
 /* ---- Which plots ------------------------------------------------------------------------------------------------- */

@@ -83,23 +83,32 @@ function spot({number, moment}, x, y) {
   return svg("path", {class: `spot n${number} ${moment ?? ""}`, d: spotShapes[number] ?? spotShapes[0], transform: `translate(${x.toFixed(1)} ${y.toFixed(1)})`});
 }
 
-/** A line along the columns of a band that have this bound. */
-function limitLine(columns, bound, x, y, kind) {
-  const points = columns.filter(c => Number.isFinite(c[bound])).map(c => [x(c.x), y(c[bound])]);
-  if (points.length === 1) points.push([points[0][0] + 8, points[0][1]], [points[0][0] - 8, points[0][1]]);
-  return points.length > 0 && line(points, kind);
+/** A line along the neighbouring columns that have this bound; on an axis of words a stroke at each. */
+function limitLine(columns, bound, words, x, y, kind) {
+  const stroke = ([px, py]) => line([[px - 8, py], [px + 8, py]], kind), runs = [[]];
+  for (const c of columns)
+    if (Number.isFinite(c[bound])) runs.at(-1).push([x(c.x), y(c[bound])]);
+    else runs.push([]);
+  return runs.filter(r => r.length > 0).map(run => words || run.length === 1 ? run.map(stroke) : line(run, kind));
 }
 
-/** The limits of all series, each line once. Where the series differ in them, a line has the colour of its series. */
-function limitLines(plot, band, y) {
-  const bounds = (all, bound) => String([...new Set(all.flatMap(s => s.columns.map(c => c[bound])))].sort());
-  const lines = new Map();
-  for (const series of plot.series)
-    for (const bound of ["least", "most"]) {
-      const columns = inBand(series, band), own = bounds([series], bound) !== bounds(plot.series, bound);
-      const key = columns.map(c => `${c.x} ${c[bound]}`).join();
-      if (!lines.has(key)) lines.set(key, limitLine(columns, bound, band.x, y, own ? `limit own n${series.number}` : "limit"));
+/** Whether all series have the same limits, so that they need no colours. */
+function isShared(series, bound) {
+  const at = new Map(series.flatMap(s => s.columns.map(c => [c.x, c[bound]]))), bounds = columns => String([...new Set(columns.map(c => c[bound]))].sort());
+  return series.every(s => s.columns.every(c => at.get(c.x) === c[bound]) && bounds(s.columns) === bounds(series[0].columns));
+}
+
+/** The limits of all series: one line if they are shared, else one for each series, in its colour. */
+function limitLines({series, words}, band, y) {
+  const draw = (columns, bound, kind) => limitLine(columns, bound, words, band.x, y, kind), lines = new Map();
+  for (const bound of ["least", "most"]) {
+    const all = new Map(series.flatMap(s => inBand(s, band).map(c => [c.x, c])));
+    if (isShared(series, bound)) lines.set(bound, draw([...all.values()].sort((a, b) => a.x - b.x), bound, "limit"));
+    else for (const s of series) {
+      const columns = inBand(s, band), key = `${s.number} ${bound} ${columns.map(c => `${c.x} ${c[bound]}`)}`;
+      lines.set(key, draw(columns, bound, `limit own n${s.number}`));
     }
+  }
   return [...lines.values()];
 }
 
@@ -148,7 +157,7 @@ function referenceLine(reference, y, width) {
 function valueRange({series, reference, floor}) {
   const values = series.flatMap(s => s.columns.flatMap(c => [c.low, c.high, c.least, c.most, c.from, c.to]));
   const [low, high] = rangeOf([...values, reference?.at].filter(Number.isFinite), 0.5);
-  return [floor === undefined ? low : Math.max(low, floor), high];
+  return [floor === undefined ? low : Math.max(low, floor - 0.03 * (high - floor)), high];
 }
 
 function drawPlot(plot, width) {
