@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/doctor/rf_tester.h"
 
-#include "console/tester/test_set.h"
+#include "console/tester/instrument.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 

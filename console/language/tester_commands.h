@@ -5,8 +5,8 @@
 
 #include "console/language/subcommand.h"
 #include "console/run/session.h"
+#include "console/tester/instrument.h"
 #include "console/tester/limit_table.h"
-#include "console/tester/test_set.h"
 
 #include <functional>
 #include <memory>

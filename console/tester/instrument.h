@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A connection to an RF test set, driven through an instrument profile.
-#ifndef CONSOLE_TEST_SET_H
-#define CONSOLE_TEST_SET_H
+#ifndef CONSOLE_INSTRUMENT_H
+#define CONSOLE_INSTRUMENT_H
 
 #include "console/tester/filled_text.h"
 #include "console/tester/instrument_profile.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "console/tester/test_set.h"
+#include "console/tester/instrument.h"
 
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
