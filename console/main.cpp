@@ -336,7 +336,7 @@ void refuse_idle_options(const command_line &line) {
        runs = one_call || word.empty() || word == "run";
   const std::tuple<const char *, bool, bool, const char *> rules[] = {
       {"--expect", !line.expect.empty(), one_call, "a single call; in a session it stands behind ->"},
-      {"--json", line.json, runs || word == "preview" || word == "doctor",
+      {"--json", line.json, runs || word == "preview" || word == "doctor" || word == "line",
        "calls, sessions, the prompt and doctor"},
       {"--write", line.write, word == "doctor", "doctor"},
       {"--junit", !line.junit_file.empty(), runs, "calls, sessions and the prompt"},

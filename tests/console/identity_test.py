@@ -11,7 +11,7 @@ from support.console import station
 from support.page_sample import page_events
 from support.tree import CHIPS, ROOT
 
-SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs" / "session.schema.json").read_text()))
+SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/reference/session.schema.json").read_text()))
 HOSTILE = "a'\"/../<b>&%serial 日本"
 GIVEN = {"serial": HOSTILE, "station": "line-3", "slot": "2", "operator": "Ann", "plan": "rf", "plan-version": "7", "attempt": "2"}
 OPTIONS = [word for name, value in GIVEN.items() for word in (f"--{name}", value)]

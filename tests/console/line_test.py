@@ -183,6 +183,7 @@ def test_verdicts_of_eight_slots_at_once_are_those_of_single_runs(line):
         (line.folder / f"{name}.toml").write_text(f'chip = "{chip}"\n{phone.read_text()}')
     done = line.run(real_plan(line, [session], 'phone = "%serial.toml"', slots="12345678"), *units)
     found = {unit: verdict for unit, verdict, _ in outcomes(done.stdout)}
+    assert "BROKEN" not in found.values(), done.stdout
     words = {0: "PASS", 1: "FAIL"}
     assert found == {name: words[station("--quiet", "--phone", line.folder / f"{name}.toml", "run", session).returncode]
                      for name in units}

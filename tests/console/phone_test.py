@@ -26,7 +26,7 @@ OPTIONS, WORDS, COMMANDS = (virtual - real for virtual, real in zip(offered(stat
 
 def test_it_offers_less_than_the_virtual_phone_and_only_its_log_more():
     assert OPTIONS == {"--chip", "--phone", "--unit", "--clock", "--nv"}
-    assert WORDS == {"preview", "replay", "trace"}
+    assert WORDS == {"line", "preview", "replay", "trace"}
     assert COMMANDS == {"phone", "fault", "preview"}
     assert [real - virtual for virtual, real in zip(offered(station), offered(phone))] == [{"--logcat"}, set(), set()]
 
@@ -48,7 +48,8 @@ def test_what_is_not_offered_says_why(words):
     done = phone(*words)
     assert (done.returncode, done.stdout) == (2, "")
     reason, = done.stderr.splitlines()
-    assert reason.startswith(f"orva-station-phone: {words[0]}: ") and "real phone" in reason or "virtual phone" in reason
+    assert reason.startswith(f"orva-station-phone: {words[0]}: ")
+    assert any(why in reason for why in ("real phone", "virtual phone", "use orva-station there"))
     if not words[0].startswith("-"):
         assert phone("help", words[0]).stderr == done.stderr
 

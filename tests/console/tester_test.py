@@ -15,7 +15,7 @@ from support.console import STATION, station
 from support.rf_tester import PROFILES, Phone, RunningTester
 from support.tree import CHIPS, ROOT
 
-SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/session.schema.json").read_text()))
+SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/reference/session.schema.json").read_text()))
 DIALECTS = ["a", "b"]
 CABLE = "2412 1.2 2472 1.3 5180 2.1 5825 2.4"
 CABLE_OPTION = "3=2412:1.2,2472:1.3,5180:2.1,5825:2.4"

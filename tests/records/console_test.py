@@ -16,7 +16,7 @@ from orva_records.record import Header
 from support.console import STATION, station
 from support.tree import CHIPS, ROOT
 
-SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs" / "record.schema.json").read_text()))
+SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/reference/record.schema.json").read_text()))
 IDENTITY = ["--serial", "R'58/..\"日", "--station", "line-3", "--slot", "2", "--operator", "Ann", "--plan-version", "7"]
 EVERYTHING = """
 step Begin
