@@ -150,10 +150,20 @@ private:
       throw std::system_error(error, std::generic_category());
     }
     exit_watch.emplace(context, handle);
-    exit_watch->async_wait(descriptor::wait_read,
-                           [self = shared_from_this()](asio::error_code) { self->end(); });
+    watch_exit();
     output->read(shared_from_this());
     errors->read(shared_from_this());
+  }
+
+  /** A wait may complete early, for an event of a process that has ended: its descriptor had the same number.
+   */
+  void watch_exit() {
+    exit_watch->async_wait(descriptor::wait_read, [self = shared_from_this()](asio::error_code) {
+      siginfo_t ended = {};
+      bool runs = waitid(P_PID, static_cast<id_t>(self->pid), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                  ended.si_pid == 0;
+      runs ? self->watch_exit() : self->end();
+    });
   }
 
   void take_output(std::string_view text) {
