@@ -176,7 +176,8 @@ def _add_daily(connection: sa.engine.Connection, rows: Sequence[dict[str, Any]],
     groups = {number: _group(record) for number, record in records.items()}
     for row in rows:
         if row["value"] is not None:
-            values.setdefault((row["characteristic_id"], *groups[row["run_id"]]), []).append(row["value"])
+            group = (row["characteristic_id"], *groups[row["run_id"]], row["held"] is False)
+            values.setdefault(group, []).append(row["value"])
     keys = daily.primary_key.columns.keys()
     new = [{**dict(zip(keys, group)), **vars(Moments.of(some))} for group, some in values.items()]
     if new:

@@ -116,11 +116,16 @@ def pareto(connection: sa.engine.Connection, where: Filter, by: str = "name", to
 
 
 def moments(
-    connection: sa.engine.Connection, where: Filter, name: str = "", by: tuple[str, ...] = ()
+    connection: sa.engine.Connection, where: Filter, name: str = "", by: tuple[str, ...] = (), failed: bool = True
 ) -> dict[tuple[Any, ...], Moments]:
-    """Count, mean and deviation of the values by characteristic id and then the columns of daily named in by."""
+    """Count, mean and deviation of the values by characteristic id and then the columns of daily named in by.
+
+    failed: with the values that failed.
+    """
     columns = [d.characteristic_id, *(d[column] for column in by), d.count, d.mean, d.scatter, d.low, d.high]
     query = sa.select(*columns).where(*where.conditions(d))
+    if not failed:
+        query = query.where(sa.not_(d.failed))
     if name:
         query = query.where(d.characteristic_id.in_(sa.select(c.id).where(c.name == name)))
     found: dict[tuple[Any, ...], Moments] = {}
@@ -171,11 +176,12 @@ def trend(connection: sa.engine.Connection, where: Filter, name: str) -> list[Ro
 def compare(connection: sa.engine.Connection, where: Filter, name: str = "") -> list[Row]:
     """Stations against each other: each one's offset from the others and its drift, in units of the spread.
 
-    The worst first. The column finding says which exceed what chance explains.
+    The worst first. The column finding says which exceed what chance explains. Values that failed are left out: a
+    defective unit, whose values are far off, says nothing of the station.
     """
     described = _described(connection, name)
     cells: dict[int, dict[str, dict[str, Moments]]] = {}
-    for (number, station, day), found in moments(connection, where, name, ("station", "day")).items():
+    for (number, station, day), found in moments(connection, where, name, ("station", "day"), failed=False).items():
         cells.setdefault(number, {}).setdefault(station, {})[day] = found
     rows = []
     for number, stations in cells.items():

@@ -92,7 +92,7 @@ def _drifts(connection: sa.engine.Connection, where: Filter, stations: list[Row]
 def _daily(connection: sa.engine.Connection, where: Filter, row: Row) -> dict[str, list[tuple[str, float]]]:
     wanted = queries.numbers(connection, row["name"])[queries.identity(row)]
     series: dict[str, list[tuple[str, float]]] = {}
-    for (number, station, day), found in queries.moments(connection, where, row["name"], ("station", "day")).items():
+    for (number, station, day), found in queries.moments(connection, where, row["name"], ("station", "day"), failed=False).items():
         if number == wanted:
             series.setdefault(station, []).append((day, found.mean))
     return {station: sorted(days) for station, days in sorted(series.items())}

@@ -98,6 +98,7 @@ daily = sa.Table(
     sa.Column("station", sa.Text, primary_key=True),
     sa.Column("chip", sa.Text, primary_key=True),
     sa.Column("plan", sa.Text, primary_key=True),
+    sa.Column("failed", sa.Boolean, primary_key=True),
     sa.Column("count", sa.Integer, nullable=False),
     sa.Column("mean", sa.Float(53), nullable=False),
     sa.Column("scatter", sa.Float(53), nullable=False),

@@ -78,6 +78,7 @@ def _create_daily() -> None:
         sa.Column("characteristic_id", sa.Integer, sa.ForeignKey("characteristics.id"), primary_key=True, autoincrement=False),
         sa.Column("day", sa.String(10), primary_key=True),
         *(sa.Column(name, sa.Text, primary_key=True) for name in ("station", "chip", "plan")),
+        sa.Column("failed", sa.Boolean, primary_key=True),
         sa.Column("count", sa.Integer, nullable=False),
         *(sa.Column(name, sa.Float(53), nullable=False) for name in ("mean", "scatter", "low", "high")),
         sqlite_with_rowid=False,
