@@ -94,8 +94,8 @@ def _offsets(station: str, stations: Mapping[str, Mapping[str, Moments]], spread
     for day, own in sorted(stations[station].items()):
         others = [days[day] for name, days in stations.items() if name != station and day in days]
         if others:
-            # The median, so that one station that drifts does not make the others look as if they did.
-            value = (own.mean - median(other.mean for other in others)) / spread
+            # The median of all, so that one of three stations that drifts does not make the others look as if they did.
+            value = (own.mean - median([own.mean, *(other.mean for other in others)])) / spread
             variance = 1 / own.count + _MEDIAN / sum(other.count for other in others)
             offsets.append(_Offset(date.fromisoformat(day).toordinal(), value, 1 / variance))
     return offsets
