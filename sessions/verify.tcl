@@ -102,7 +102,7 @@ proc verify_reception {chain format rate mode library_rate mhz} {
   wifi_start_rx -> 1
   set dbm [string trimleft [limit_of sensitivity $format $rate $mhz 20] .]
   limits packet_error_rate [packet_error_rate $format $rate $dbm $packets] \
-    [limit_of packet_error_rate $format $rate $mhz 20] -unit % -at [list {*}$at dbm $dbm]
+    [limit_of packet_error_rate $format $rate $mhz 20] -unit % -at [list {*}$at dbm $dbm packets $packets]
   set dbm -50
   packet_error_rate $format $rate $dbm 100
   wifi_get_rx_rssi -> 1
