@@ -16,7 +16,10 @@ TOOLS = {
     "virtual_phone": ("virtual_phone/**/*.c", "virtual_phone/**/*.cpp"),
     "console": ("console/**/*.cpp",),
     "page": ("console/output/page/*.js",),
+    "rf_tester": ("rf_tester/**/*.cpp",),
     "python": ("python/orva/*.py",),
+    "plans": ("python/orva/plans/*.py",),
+    "records": ("python/orva_records/*.py",),
 }
 
 Mutant = collections.namedtuple("Mutant", "file line kind before after")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Tries mutants of the virtual phone, the console, the page and the Python package, each in a copy of the tree."""
+"""Tries mutants of everything around the library, each in a copy of the tree."""
 import collections
 import concurrent.futures
 import json
@@ -22,20 +22,26 @@ AT_LEAST = 75
 SECONDS_TO_BUILD = 900
 LEAST_SECONDS = 60  # for a test, however quick it was
 SKIPPED = 77
-TARGETS = ("orva-station", "orva-station-phone", "tests/all")
+TARGETS = ("orva-station", "orva-station-phone", "orva-rf-tester", "tests/all")
 # The tests that are run for a part, by their labels; the first label's come first.
 LABELS = {
     "virtual_phone": ("phone", "library", "console", "python"),
     "console": ("console", "docs", "page"),
     "page": ("page",),
-    "python": ("python",),
+    "rf_tester": ("rf_tester",),
+    "python": ("python", "rf_tester"),
+    "plans": ("rf_tester",),
+    "records": ("records",),
 }
 # What a worker can start at all, by part. A mutant that fails here says nothing about the tests.
 START = {
     "virtual_phone": ["{build}/tests/virtual_phone_test", "--gtest_list_tests"],
     "console": ["{build}/console/orva-station", "list"],
     "page": ["node", "--check", "{file}"],
+    "rf_tester": ["{build}/rf_tester/orva-rf-tester", "--help"],
     "python": ["{python}", "-c", "import orva, orva.pytest_plugin"],
+    "plans": ["{python}", "-c", "import orva.plans.station"],
+    "records": ["{python}", "-c", "import orva_records.cli"],
 }
 
 
@@ -61,9 +67,9 @@ class Test:
 
 
 def tests_of(build):
-    """The tests that may notice a mutant of the tools, by name. Slow ones check the library."""
-    listed = ctest_list(build, "-L", "^(phone|library|console|python|page|docs)$", "-LE", "^slow$")
-    return {test.name: test for test in map(Test, listed)}
+    """The tests that may notice a mutant of the tools, by name. Slow ones check the library, but for the plans'."""
+    listed = map(Test, ctest_list(build, "-L", "^(phone|library|console|python|page|docs|rf_tester|records)$"))
+    return {test.name: test for test in listed if "slow" not in test.labels or "rf_tester" in test.labels}
 
 
 class Knowledge:
