@@ -577,7 +577,7 @@ def test_an_interrupted_session_reports_what_it_did(tmp_path):
     printed = running.communicate(timeout=20)[0]
     assert running.returncode == 2
     assert re.search(r"STOP  .*session.tcl:\d: interrupted: the phone is as the last call left it", printed)
-    assert "166" not in printed and "vq2050" not in printed
+    assert "wifi_set_power 166" not in printed and "vq2050" not in printed
     assert ElementTree.parse(report).find("testsuite").get("errors") == "1"
 
 
