@@ -184,4 +184,4 @@ def test_what_a_clean_lost_without_reading_it_is_listed(tmp_path):
     script.write_text(f"nv load {stored}\nfault nv_read:340 1 0\nwifi_nvram_calibrate_clean 5 -> 1\n")
     done = station("--chip", "vq2050", "run", script)
     assert done.returncode == 1 and "read back 340 WIC0_2G5G_OFDM pa2ga0 10,-300,5000, got none" in done.stdout
-    assert "367" not in done.stdout.partition("FAIL")[2].partition("log")[0]
+    assert " 367 " not in done.stdout.partition("FAIL")[2].partition("log")[0]
