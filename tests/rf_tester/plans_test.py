@@ -69,7 +69,7 @@ def test_the_confidence_interval(lost, sent, low, high):
 @pytest.mark.parametrize("dialect", ["a", "b"])
 def test_each_fault_is_named_on_each_chip(dialect):
     chips = CHIPS if dialect == "a" else CHIPS[-1:]
-    units = [calibrate.Unit(chip, 7, defect) for chip in chips for defect in [None, *calibrate.DEFECTS]]
+    units = [calibrate.Unit(chip, 7, defect) for chip in chips for defect in [None, *simulation.DEFECTS]]
     results = calibrate.run(units, 2, 1, dialect)
     assert [(each.unit.chip, each.cause) for each in results] == [(unit.chip, unit.defect or "passed") for unit in units]
     for result in results:
@@ -79,7 +79,7 @@ def test_each_fault_is_named_on_each_chip(dialect):
 
 def test_a_wrong_verdict_is_reported(monkeypatch, capsys):
     monkeypatch.setattr(calibrate, "DEFECTIVE", 1)
-    monkeypatch.setattr(calibrate, "DEFECTS", {"bad crystal": {"rf.fault": "cold_joint"}, "deaf receiver": {"rf.crystal": "3"}})
+    monkeypatch.setattr(simulation, "DEFECTS", {"bad crystal": {"rf.fault": "cold_joint"}, "deaf receiver": {"rf.crystal": "3"}})
     monkeypatch.setattr(sys, "argv", ["calibrate", "--chip", "vq2040", "--units", "8", "--json"])
     assert calibrate.main() == 1
     (chip,) = json.loads(capsys.readouterr().out)["chips"]
