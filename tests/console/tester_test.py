@@ -12,7 +12,7 @@ import jsonschema
 import pytest
 
 from support.console import STATION, station
-from support.rf_tester import PROFILES, Phone, RunningTester
+from support.rf_tester import PROFILES, Phone, RunningTester, answering_server, unused_address
 from support.tree import CHIPS, ROOT
 
 SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/reference/session.schema.json").read_text()))
@@ -183,32 +183,13 @@ def test_misuse_and_refusals_are_explained(shared, line, text):
     assert lines[-3]["type"] == "error"
 
 
-def server(answer):
-    """Accepts clients and answers each line with the same, or not at all."""
-    listening = socket.create_server(("127.0.0.1", 0))
-
-    def serve():
-        client, _ = listening.accept()
-        with client, listening:
-            while client.recv(1000):
-                client.sendall(answer)
-
-    threading.Thread(target=serve, daemon=True).start()
-    return "127.0.0.1:%d" % listening.getsockname()[1]
-
-
-def unused_address():
-    with socket.create_server(("127.0.0.1", 0)) as listening:
-        return "127.0.0.1:%d" % listening.getsockname()[1]
-
-
 CONNECTIONS = [
     (unused_address, "no test set can be reached there (Connection refused)"),
     (lambda: "127.0.0.1", "give HOST:PORT"),
     (lambda: "127.0.0.1:70000", "give HOST:PORT"),
-    (lambda: server(b""), "no answer to *IDN? within 2 s"),
-    (lambda: server(b"MAKER,MODEL,1,2\n"), "'MAKER,MODEL,1,2' is not what "),
-    (lambda: server(b'-200,"in use by 10.0.0.1:5"\n'), "serves another client: -200,\"in use by 10.0.0.1:5\""),
+    (lambda: answering_server(b""), "no answer to *IDN? within 2 s"),
+    (lambda: answering_server(b"MAKER,MODEL,1,2\n"), "'MAKER,MODEL,1,2' is not what "),
+    (lambda: answering_server(b'-200,"in use by 10.0.0.1:5"\n'), "serves another client: -200,\"in use by 10.0.0.1:5\""),
 ]
 
 

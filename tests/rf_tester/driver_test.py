@@ -1,14 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 """The Python driver: the same plan with each dialect, and failures that name their cause."""
 
-import socket
-import threading
-
 import pytest
 
 from orva import instrument_profile, tester
 
-from support.rf_tester import PROFILES, Lines, Phone, RunningTester
+from support.rf_tester import PROFILES, Lines, Phone, RunningTester, answering_server, unused_address
 
 DIALECTS = ["a", "b"]
 CABLE = {2412: 1.2, 2472: 1.3, 5180: 2.1, 5825: 2.4}
@@ -120,34 +117,15 @@ def test_what_is_no_number_is_refused_before_it_is_sent(driver):
     assert driver.errors() == []
 
 
-def silent_server(answer):
-    """A server that accepts one client and answers each line with the same, or not at all."""
-    listening = socket.create_server(("127.0.0.1", 0))
-
-    def serve():
-        client, _ = listening.accept()
-        with client, listening:
-            while client.recv(1000):
-                client.sendall(answer)
-
-    threading.Thread(target=serve, daemon=True).start()
-    return "127.0.0.1:%d" % listening.getsockname()[1]
-
-
-def unused_address():
-    with socket.create_server(("127.0.0.1", 0)) as listening:
-        return "127.0.0.1:%d" % listening.getsockname()[1]
-
-
 # Who is at the address, the error and its text.
 CONNECTIONS = [
     (unused_address, "Unreachable", "Connection refused"),
     (lambda: "127.0.0.1", "Unreachable", "give HOST:PORT or a VISA resource"),
     (lambda: 5025, "Unreachable", "5025: give HOST:PORT or a VISA resource as a text"),
     (lambda: "host.invalid:5025", "Unreachable", "host.invalid:5025"),
-    (lambda: silent_server(b""), "NoAnswer", r"no answer to \*IDN\? within 0.3 s"),
-    (lambda: silent_server(b"MAKER,MODEL,1,2\n"), "WrongInstrument", "'MAKER,MODEL,1,2' is not what .*orva-[ab].toml is for"),
-    (lambda: silent_server(b'-200,"in use by 10.0.0.1:5"\n'), "InUse", "serves another client.*10.0.0.1:5"),
+    (lambda: answering_server(b""), "NoAnswer", r"no answer to \*IDN\? within 0.3 s"),
+    (lambda: answering_server(b"MAKER,MODEL,1,2\n"), "WrongInstrument", "'MAKER,MODEL,1,2' is not what .*orva-[ab].toml is for"),
+    (lambda: answering_server(b'-200,"in use by 10.0.0.1:5"\n'), "InUse", "serves another client.*10.0.0.1:5"),
 ]
 
 

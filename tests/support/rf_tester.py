@@ -5,6 +5,7 @@ import json
 import os
 import socket
 import subprocess
+import threading
 
 from support.tree import ROOT
 
@@ -93,3 +94,22 @@ class Phone(Lines):
     def receive(self, mhz=2442):
         """Stops transmitting and returns the bursts that came since the last message."""
         return self.exchange({"emission": None, "receiving": {"mhz": mhz, "bandwidth_mhz": 20}})["bursts"]
+
+
+def answering_server(answer):
+    """The address of a server that accepts one client and answers each line with the same, or not at all."""
+    listening = socket.create_server(("127.0.0.1", 0))
+
+    def serve():
+        client, _ = listening.accept()
+        with client, listening:
+            while client.recv(1000):
+                client.sendall(answer)
+
+    threading.Thread(target=serve, daemon=True).start()
+    return "127.0.0.1:%d" % listening.getsockname()[1]
+
+
+def unused_address():
+    with socket.create_server(("127.0.0.1", 0)) as listening:
+        return "127.0.0.1:%d" % listening.getsockname()[1]
