@@ -5,7 +5,7 @@
 
 # The console's build dependencies.
 console_packages=(tcl-dev tcl8.6-dev libsqlite3-dev libedit-dev libtinyxml2-dev libtomlplusplus-dev libfmt-dev
-  nlohmann-json3-dev)
+  nlohmann-json3-dev nettle-dev)
 
 # Gives apt package lists of its own, so that the machine's architectures and lists stay unchanged.
 apt_options=()
@@ -20,7 +20,7 @@ prepare_apt() {
 
 # Packages that this machine needs to build and to boot the phone.
 native_packages() {
-  echo cmake ninja-build pkg-config g++ make bc cpio libelf1 python3 m4 checkpolicy
+  echo cmake ninja-build pkg-config g++ libasio-dev make bc cpio libelf1 python3 m4 checkpolicy
   case $arch in
   arm64) echo qemu-system-arm g++-aarch64-linux-gnu libc6-dev-arm64-cross ;;
   amd64) echo qemu-system-x86 ;;
