@@ -12,18 +12,13 @@ import jsonschema
 import pytest
 
 from support.console import STATION, station
-from support.rf_tester import PROFILES, Phone, RunningTester, answering_server, unused_address
+from support.rf_tester import DIALECTS, Phone, RunningTester, answering_server, profile, unused_address
 from support.tree import CHIPS, ROOT
 
 SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/reference/session.schema.json").read_text()))
-DIALECTS = ["a", "b"]
 CABLE = "2412 1.2 2472 1.3 5180 2.1 5825 2.4"
 CABLE_OPTION = "3=2412:1.2,2472:1.3,5180:2.1,5825:2.4"
 LIMITS = ROOT / "rf_tester/limits.csv"
-
-
-def profile(dialect):
-    return PROFILES / f"orva-{dialect}.toml"
 
 
 @pytest.fixture(params=DIALECTS)

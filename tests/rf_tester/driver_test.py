@@ -5,15 +5,10 @@ import pytest
 
 from orva import instrument_profile, tester
 
-from support.rf_tester import PROFILES, Lines, Phone, RunningTester, answering_server, unused_address
+from support.rf_tester import DIALECTS, Lines, Phone, RunningTester, answering_server, profile, unused_address
 
-DIALECTS = ["a", "b"]
 CABLE = {2412: 1.2, 2472: 1.3, 5180: 2.1, 5825: 2.4}
 CABLE_OPTION = "3=" + ",".join(f"{mhz}:{db}" for mhz, db in CABLE.items())
-
-
-def profile(dialect):
-    return PROFILES / f"orva-{dialect}.toml"
 
 
 @pytest.fixture(params=DIALECTS)

@@ -11,7 +11,12 @@ from support.tree import ROOT
 
 TESTER = os.environ["ORVA_RF_TESTER"]
 PROFILES = ROOT / "rf_tester" / "profiles"
+DIALECTS = ["a", "b"]
 ENDING_S = 10
+
+
+def profile(dialect):
+    return PROFILES / f"orva-{dialect}.toml"
 
 
 class RunningTester:
