@@ -6,8 +6,10 @@
 
 #include <array>
 #include <asio/write.hpp>
+#include <cerrno>
 #include <chrono>
 #include <fmt/format.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace rf_tester {
@@ -37,6 +39,8 @@ public:
   void wake() {
     if (waiting_) timer_.cancel();
   }
+  bool left_while_waiting();
+  void drop();
 
 private:
   void next_message();
@@ -88,8 +92,22 @@ void scpi_session::wait() {
   timer_.expires_at(set_.deadline());
   timer_.async_wait([self = shared_from_this()](asio::error_code) {
     self->waiting_ = false;
-    self->go_on();
+    if (self->client_.is_open()) self->go_on();
   });
+}
+
+/** Whether the client ended the connection, or only its sending, before the measurement that it asked for. */
+bool scpi_session::left_while_waiting() {
+  char octet = 0;
+  const auto count = waiting_ ? recv(client_.native_handle(), &octet, 1, MSG_PEEK | MSG_DONTWAIT) : 1;
+  return count == 0 || (count < 0 && errno != EAGAIN);
+}
+
+void scpi_session::drop() {
+  set_.abort_measurement();
+  asio::error_code ignored;
+  client_.close(ignored);
+  wake();
 }
 
 void scpi_session::answer(const std::string &text) {
@@ -120,10 +138,13 @@ void scpi_server::take(tcp::socket client) {
 }
 
 void scpi_server::serve(tcp::socket client) {
-  if (auto session = session_.lock())
-    return turn_away(std::move(client),
-                     fmt::format("{},\"{};in use by {}\"\n", int{scpi::execution_error},
-                                 scpi::error_text(scpi::execution_error), session->peer()));
+  if (auto before = session_.lock()) {
+    if (!before->left_while_waiting())
+      return turn_away(std::move(client),
+                       fmt::format("{},\"{};in use by {}\"\n", int{scpi::execution_error},
+                                   scpi::error_text(scpi::execution_error), before->peer()));
+    before->drop();
+  }
   auto session = std::make_shared<scpi_session>(std::move(client), set_, spoken_);
   session_ = session;
   session->read();

@@ -58,6 +58,13 @@ def test_what_was_asked_before_the_end_of_sending_is_answered(tester):
         assert client.file.read() == "0\nTIM\n"
 
 
+def test_a_client_that_left_while_it_waited_gives_way(tester):
+    with client_when_free(tester) as client:
+        client.send("TRIG:TIM 30;:INIT;*OPC?")
+    with client_when_free(tester) as client:  # in less than the 30 s
+        assert client.ask("TRIG:TIM 50MS;:INIT;*OPC?;:MEAS:STAT?") == "1;TIM", "the wait of the client before is over"
+
+
 def a_megabyte_without_newline(address):
     with connect(address) as client:
         client.sendall(b"A" * 2**20)
