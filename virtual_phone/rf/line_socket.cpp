@@ -21,6 +21,8 @@ namespace {
 constexpr size_t longest_line = 1 << 20;
 /// Descriptors below belong to the programs: recordings show their numbers.
 constexpr int first_descriptor = 100;
+/// A signal that comes just before the wait does not end it, so the wait is cut into slices.
+constexpr int slice_ms = 100;
 
 int64_t now_ms() {
   timespec time{};
@@ -33,11 +35,11 @@ std::string wait_for(int descriptor, short what, const deadline &until) {
   for (;;) {
     pollfd waiting{.fd = descriptor, .events = what, .revents = 0};
     int left = until.left_ms();
-    int ready = poll(&waiting, 1, left);
+    int ready = poll(&waiting, 1, std::min(left, slice_ms));
     if (ready > 0) return "";
-    if (ready == 0 || left == 0) return until.missed();
-    if (errno != EINTR) return strerror(errno);
+    if (ready < 0 && errno != EINTR) return strerror(errno);
     if (until.is_stopped()) return "interrupted";
+    if (left == 0) return until.missed();
   }
 }
 

@@ -16,7 +16,7 @@ namespace phone::rf {
 /// When waiting ends.
 class deadline {
 public:
-  /// stopped: ends the waiting early once it returns true; asked after a signal.
+  /// stopped: ends the waiting early once it returns true; asked several times a second.
   explicit deadline(int64_t milliseconds, bool (*stopped)() = nullptr);
   int left_ms() const;
   bool is_stopped() const { return stopped_ && stopped_(); }
