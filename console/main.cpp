@@ -139,9 +139,9 @@ exit_status run_sessions(const command_line &line) {
   if (std::ranges::count(line.words, "-") > 1)
     throw usage_error{"run: - is given twice, but there is one standard input: give it once."};
   for (size_t i = 1; i < line.words.size(); ++i) interpreter::check_file(line.words[i]);
+  interrupt_guard guard(true);  // first: an output that was begun is finished
   auto to = make_reporters(line);
   std::vector<session_summary> all;
-  interrupt_guard guard(true);
   attempts each;
   // A signal between two sessions breaks the one after it, so that the reports say that sessions are missing.
   auto goes_on = [&] { return !each.failed() && !(interrupted && !all.empty() && all.back().broken); };
@@ -174,9 +174,9 @@ exit_status run_call(const command_line &line) {
   if (!line.expect.empty()) words.emplace_back("->");
   for (auto &word : split(line.expect, ' '))
     if (!word.empty()) words.push_back(word);
+  interrupt_guard guard(true);
   auto to = make_reporters(line);
   std::vector<session_summary> all;
-  interrupt_guard guard(true);
   for (auto &with : chips_to_test(line)) {
     session s(with, "", to);
     s.is_single_call();
@@ -240,7 +240,7 @@ exit_status run_interactive(const command_line &line) {
   each.make([&] {
     run_prompt(s, [&](auto &path, auto &words) { return run_from_prompt(line, s, to, path, words); });
   });
-  bool ended = interrupted && interrupted != SIGINT;
+  bool ended = interrupted;
   if (ended && !(s.is_open() && s.so_far().broken))
     each.make([&] {
       s.open();

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -257,11 +258,11 @@ int run_on_host(const std::string &command, std::string &output) {
   }
   close(ends[1]);
   char part[4096];
-  for (ssize_t got; (got = read(ends[0], part, sizeof(part))) > 0;)
-    output.append(part, static_cast<size_t>(got));
+  for (ssize_t got; (got = read(ends[0], part, sizeof(part))) > 0 || (got < 0 && errno == EINTR);)
+    if (got > 0) output.append(part, static_cast<size_t>(got));
   close(ends[0]);
-  int status = 0;
-  if (child < 0 || waitpid(child, &status, 0) != child) return not_found;
+  int status = not_found << 8;
+  while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {}
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 

@@ -22,6 +22,7 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <tcl.h>
 
 namespace console {
 namespace {
@@ -161,7 +162,10 @@ std::string run_wait(script_context &, words_t words) {
   auto [stop, error] = std::from_chars(words[0].data(), end, seconds);
   if (error != std::errc{} || stop != end || !(seconds >= 0 && seconds <= 86400))
     throw usage_error{fmt::format("wait: \"{}\" is no time: give seconds, 0 to 86400.", words[0])};
-  phone_link::wait_us(static_cast<int64_t>(seconds * 1e6));
+  // A signal that comes just before a wait does not end it, so a long one consists of several.
+  constexpr int64_t piece_us = 900'000;
+  for (auto left = static_cast<int64_t>(seconds * 1e6); left > 0 && !Tcl_AsyncReady(); left -= piece_us)
+    phone_link::wait_us(std::min(left, piece_us));
   return "";
 }
 

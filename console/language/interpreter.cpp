@@ -188,6 +188,8 @@ struct interpreter::async_stop {
   Tcl_AsyncHandler handler;
   static inline Tcl_AsyncHandler current;
   static inline volatile std::sig_atomic_t running;
+  /** A signal came while nothing ran: what runs next is not begun. */
+  static inline volatile std::sig_atomic_t early;
   static inline bool stopped;
 
   Tcl_AsyncHandler outer = current;  // of the prompt that runs a session
@@ -204,10 +206,36 @@ struct interpreter::async_stop {
     end_script(tcl);
     return TCL_ERROR;
   }
+
+  /** While it exists, a signal ends the script that runs. */
+  struct heard {
+    std::sig_atomic_t before = running;
+    heard() { running = 1; }
+    ~heard() { running = before; }
+    heard(const heard &) = delete;
+    heard &operator=(const heard &) = delete;
+  };
+
+  /** Runs a script, unless a signal came before it. */
+  template <class F> static int watch(F script) {
+    heard here;
+    if (!early) return script();
+    early = 0;
+    stopped = true;
+    return TCL_ERROR;
+  }
 };
 
 void interpreter::interrupt() {
-  if (async_stop::running) Tcl_AsyncMark(async_stop::current);
+  if (async_stop::running)
+    Tcl_AsyncMark(async_stop::current);
+  else
+    async_stop::early = 1;
+}
+
+void interpreter::forget_interruption() {
+  async_stop::early = 0;
+  if (Tcl_AsyncReady()) Tcl_AsyncInvoke(nullptr, TCL_OK);  // one that came as the last script ended
 }
 
 interpreter::interpreter(session &s)
@@ -252,10 +280,8 @@ std::string interpreter::result_of_ended() {
 }
 
 std::string interpreter::eval(const std::string &command) {
-  auto was_running = async_stop::running;
-  async_stop::running = 1;
-  int status = Tcl_EvalEx(tcl, command.data(), static_cast<int>(command.size()), TCL_EVAL_GLOBAL);
-  async_stop::running = was_running;
+  int status = async_stop::watch(
+      [&] { return Tcl_EvalEx(tcl, command.data(), static_cast<int>(command.size()), TCL_EVAL_GLOBAL); });
   auto text = result_of_ended();
   if (status == TCL_ERROR) throw usage_error{text};
   return text;
@@ -321,10 +347,7 @@ int interpreter::eval_file(const std::string &path) {
   script = path;
   auto *name = Tcl_NewStringObj(readable(path).c_str(), -1);
   Tcl_IncrRefCount(name);
-  auto was_running = async_stop::running;
-  async_stop::running = 1;
-  int status = Tcl_FSEvalFileEx(tcl, name, "utf-8");
-  async_stop::running = was_running;
+  int status = async_stop::watch([&] { return Tcl_FSEvalFileEx(tcl, name, "utf-8"); });
   Tcl_DecrRefCount(name);
   return status;
 }
@@ -369,9 +392,11 @@ std::string interpreter::run(const std::string &path, const std::vector<std::str
 }
 
 void interpreter::tear_down() {
+  async_stop::heard here;  // a signal keeps no body from beginning
   while (!teardowns.empty() && !tcl_is_broken) {
     auto body = std::move(teardowns.back());
     teardowns.pop_back();
+    forget_interruption();  // the session has been told
     try {
       eval(body);
     } catch (const usage_error &e) { running.fail("teardown: " + e.message, {}); }

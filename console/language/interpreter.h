@@ -36,8 +36,10 @@ public:
   void tear_down();
   /** Has an error ended a sourced file since the last question? */
   bool take_half_sourced();
-  /** Ends the command that runs. Safe to call from a signal handler. */
+  /** Ends the script that runs, or keeps the next one from beginning. Safe to call from a signal handler. */
   static void interrupt();
+  /** The next script runs, whatever came before. */
+  static void forget_interruption();
   /** At the program's start. Texts, files' names and the terminal are UTF-8, whatever the locale. */
   static void initialize(const char *program);
   /** At the program's end. */

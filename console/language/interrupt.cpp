@@ -20,6 +20,11 @@ sigset_t interrupting_signals() {
   return all;
 }
 
+void forget_interruption() {
+  interrupted = 0;
+  interpreter::forget_interruption();
+}
+
 std::string interruption_name() { return fmt::format("SIG{}", sigabbrev_np(interrupted)); }
 
 interrupt_guard::interrupt_guard(bool once) {

@@ -11,6 +11,8 @@ namespace console {
 /** The signal's number once one arrived. */
 extern volatile std::sig_atomic_t interrupted;
 
+/** After a signal that has done what it was to do: the next script runs. */
+void forget_interruption();
 /** The signals that a guard catches, for sigprocmask. */
 sigset_t interrupting_signals();
 /** "SIGTERM" */

@@ -38,7 +38,7 @@ std::vector<std::pair<std::string, std::string>> keys();
 
 void use_real_clock(bool real);
 int64_t now_us();
-/** Waits on the phone's clock; a signal ends it early. */
+/** Waits on the phone's clock, for less than a second; a signal ends it early. */
 void wait_us(int64_t microseconds);
 
 /** The contacts since they were last cleared, in order. */

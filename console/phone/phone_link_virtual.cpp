@@ -36,8 +36,13 @@ std::string read_all(int from) {
 /** The child's end: its status says whether the whole text was written. */
 [[noreturn]] void send_and_exit(int to, const std::string &text) {
   size_t sent = 0;
-  for (ssize_t n = 0; sent < text.size() && (n = write(to, text.data() + sent, text.size() - sent)) > 0;)
-    sent += static_cast<size_t>(n);
+  for (ssize_t n = 0; sent < text.size();) {
+    n = write(to, text.data() + sent, text.size() - sent);
+    if (n > 0)
+      sent += static_cast<size_t>(n);
+    else if (errno != EINTR)
+      break;
+  }
   _exit(sent < text.size());
 }
 
@@ -80,11 +85,7 @@ std::vector<std::pair<std::string, std::string>> keys() {
 void use_real_clock(bool real) { phone_set_clock(real ? PHONE_CLOCK_REAL : PHONE_CLOCK_VIRTUAL); }
 int64_t now_us() { return phone_now_us(); }
 
-void wait_us(int64_t microseconds) {
-  constexpr int64_t piece = 900'000;
-  for (auto left = microseconds; left > 0; left -= piece)
-    if (usleep(static_cast<useconds_t>(left < piece ? left : piece)) != 0) return;
-}
+void wait_us(int64_t microseconds) { usleep(static_cast<useconds_t>(microseconds)); }
 
 std::vector<const contact *> contacts() {
   std::vector<const contact *> all;
@@ -155,8 +156,8 @@ std::optional<std::string> on_a_copy(const std::function<std::string()> &act) {
   auto text = child > 0 ? read_all(ends[0]) : "";
   close(ends[0]);
   int status = -1;
-  bool ended = child > 0 && waitpid(child, &status, 0) == child && status == 0;
-  return ended ? std::optional(text) : std::nullopt;
+  while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {}
+  return status == 0 ? std::optional(text) : std::nullopt;
 }
 
 unsigned chip() { return get_orva_connectivity_subchip(); }

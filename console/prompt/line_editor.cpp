@@ -2,33 +2,19 @@
 #include "console/prompt/line_editor.h"
 
 #include "console/language/interrupt.h"
+#include "console/prompt/input.h"
 #include "console/text/text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cwchar>
 #include <fmt/format.h>
-#include <poll.h>
 #include <unistd.h>
 
 namespace console {
 namespace {
 
 constexpr int most_lines_kept = 1000;
-
-/** Waits for a byte or a signal. Signals are unblocked during ppoll only, so that none is missed. */
-int read_byte(int from) {
-  sigset_t none;
-  sigemptyset(&none);
-  pollfd keyboard = {.fd = from, .events = POLLIN, .revents = 0};
-  unsigned char byte;
-  while (!interrupted) {
-    if (ppoll(&keyboard, 1, nullptr, &none) > 0) return read(from, &byte, 1) == 1 ? byte : EOF;
-    if (errno != EINTR) return EOF;
-  }
-  return EOF;
-}
 
 /** Reads a character of one or more bytes. Returns 1, or 0 at the end of the input and after a signal. */
 int read_character(EditLine *, wchar_t *character) {
@@ -109,18 +95,20 @@ line_editor &line_editor::of(EditLine *editor) {
   return *static_cast<line_editor *>(me);
 }
 
-std::optional<std::string> line_editor::edit(const std::string &prompt) {
-  shown_prompt = prompt;
-  complained_about.clear();
-  sigset_t signals = interrupting_signals(), before;
-  sigprocmask(SIG_BLOCK, &signals, &before);
-  if (interrupted == SIGINT) interrupted = 0;
-  int size = 0;
+const char *line_editor::edit_line(int &size) {
+  interruption_blocked here;
+  if (interrupted == SIGINT) forget_interruption();
   el_resize(editor.get());
   el_set(editor.get(), EL_PREP_TERM,
          1);  // before the prompt: keys typed at once would be edited by the kernel
-  const char *typed = el_gets(editor.get(), &size);
-  sigprocmask(SIG_SETMASK, &before, nullptr);
+  return el_gets(editor.get(), &size);
+}
+
+std::optional<std::string> line_editor::edit(const std::string &prompt) {
+  shown_prompt = prompt;
+  complained_about.clear();
+  int size = 0;
+  const char *typed = edit_line(size);
   if (!typed || size <= 0 || interrupted) return std::nullopt;
   std::string line(typed, static_cast<size_t>(size));
   if (line.ends_with('\n')) line.pop_back();

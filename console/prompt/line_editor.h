@@ -35,6 +35,8 @@ private:
   unsigned char complain_once(const std::string &text);
   void list(const completion &found);
   void bind_keys();
+  /** The line with its end; null at the end of the input or after a signal. */
+  const char *edit_line(int &size);
 
   FILE *out;
   std::string history_file, shown_prompt, complained_about;

@@ -4,17 +4,15 @@
 #include "console/language/completion.h"
 #include "console/language/interpreter.h"
 #include "console/language/interrupt.h"
+#include "console/prompt/input.h"
 #include "console/prompt/line_editor.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fmt/format.h>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <unistd.h>
@@ -53,13 +51,7 @@ public:
   bool is_terminal() const { return editor != nullptr; }
 
   std::optional<std::string> next(const std::string &prompt) {
-    std::string line;
-    if (!editor) {
-      if (std::getline(std::cin, line)) return line;
-      if (ferror(stdin) && !interrupted)
-        throw usage_error{fmt::format("The standard input cannot be read: {}.", strerror(errno))};
-      return std::nullopt;
-    }
+    if (!editor) return read_line(STDIN_FILENO);
     auto typed = editor->edit(prompt);
     if (!typed && interrupted) return fmt::print("\n"), "";
     return typed;

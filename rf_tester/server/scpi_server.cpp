@@ -6,10 +6,9 @@
 
 #include <array>
 #include <asio/write.hpp>
-#include <cerrno>
 #include <chrono>
 #include <fmt/format.h>
-#include <sys/socket.h>
+#include <poll.h>
 #include <utility>
 
 namespace rf_tester {
@@ -98,9 +97,9 @@ void scpi_session::wait() {
 
 /** Whether the client ended the connection, or only its sending, before the measurement that it asked for. */
 bool scpi_session::left_while_waiting() {
-  char octet = 0;
-  const auto count = waiting_ ? recv(client_.native_handle(), &octet, 1, MSG_PEEK | MSG_DONTWAIT) : 1;
-  return count == 0 || (count < 0 && errno != EAGAIN);
+  // Octets that it sent before may still be unread.
+  pollfd client = {.fd = client_.native_handle(), .events = POLLRDHUP, .revents = 0};
+  return waiting_ && poll(&client, 1, 0) > 0;
 }
 
 void scpi_session::drop() {

@@ -10,7 +10,7 @@ from xml.etree import ElementTree
 
 import pytest
 
-from support.console import STATION, station
+from support.console import STATION, STATION_PHONE, early_signal, started, station
 from support.page_sample import page_events
 
 TRANSMIT = """wifi_start_testmode -> 1
@@ -19,24 +19,20 @@ wifi_set_band 0
 wifi_set_rate 6500
 wifi_set_channel 2412
 wifi_start_tx -> 1
-wait 30
+wait 3000
 wifi_set_power 166
 """
 
 
 def stopped_with(number, script, *options):
-    """The run's exit status and JSON lines, after a signal during the script's wait."""
-    running = subprocess.Popen([STATION, "--json", "--clock", "real", *map(str, options), "run", script],
-                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-    lines = []
-    for line in running.stdout:
-        lines.append(json.loads(line))
-        if lines[-1].get("function") == "wifi_start_tx":
-            time.sleep(0.3)
-            running.send_signal(number)
-            break
-    rest, _ = running.communicate(timeout=30)
-    return running.returncode, lines + [json.loads(line) for line in rest.splitlines()]
+    """The run's exit status and JSON lines, after a signal as the script's wait begins, or during it."""
+    with started("--json", "--clock", "real", *options, "run", script) as running:
+        lines = []
+        for line in running.stdout:
+            lines.append(json.loads(line))
+            if lines[-1].get("function") == "wifi_start_tx":
+                running.send_signal(number)
+    return running.returncode, lines
 
 
 def called(lines):
@@ -57,18 +53,25 @@ def test_a_signal_ends_transmission_and_completes_the_reports(tmp_path, number):
     assert sorted(path.name for path in tmp_path.iterdir()) == sorted(p.name for p in (script, junit, page, trace))
 
 
+@pytest.mark.parametrize("program", [STATION, STATION_PHONE], ids=["virtual", "real"])
+def test_a_signal_just_before_a_wait_ends_it(tmp_path, program):
+    (tmp_path / "session.tcl").write_text("wait 3000\n")
+    clock = ["--clock", "real"] if program == STATION else []
+    done = station("--json", *clock, "run", "session.tcl", program=program, **early_signal(tmp_path, signal.SIGTERM))
+    assert done.returncode == 2 and '"verdict":"BROKEN"' in done.stdout, done.stderr
+
+
 @pytest.mark.parametrize("delay", [0, 0.002, 0.005, 0.011, 0.02])
 def test_a_signal_between_two_sessions_breaks_the_run(tmp_path, delay):
     """Most of the time of a run of short sessions passes between them."""
     script, junit, page = tmp_path / "short.tcl", tmp_path / "unit.xml", tmp_path / "unit.html"
     script.write_text("wifi_set_power 155 -> 1\n")
-    running = subprocess.Popen([STATION, "--json", "--junit", junit, "--report", page, "run", *[script] * 2000],
-                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-    lines = [json.loads(running.stdout.readline()) for _ in range(20)]
-    time.sleep(delay)
-    running.send_signal(signal.SIGINT)
-    lines += [json.loads(line) for line in running.stdout]
-    errors = running.communicate(timeout=60)[1]
+    with started("--json", "--junit", junit, "--report", page, "run", *[script] * 2000) as running:
+        lines = [json.loads(running.stdout.readline()) for _ in range(20)]
+        time.sleep(delay)
+        running.send_signal(signal.SIGINT)
+        lines += [json.loads(line) for line in running.stdout]
+        errors = running.stderr.read()
     ends = [line["verdict"] for line in lines if line["type"] == "end"]
     assert running.returncode == 2 and errors == ""
     assert ends[-1] == "BROKEN" and set(ends[:-1]) == {"PASS"} and 1 < len(ends) < 2000
@@ -78,14 +81,14 @@ def test_a_signal_between_two_sessions_breaks_the_run(tmp_path, delay):
     assert [event["type"] for event in page_events(page)].count("begin") == len(ends)
 
 
-def test_a_signal_at_the_prompt_breaks_its_reports(tmp_path):
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
+def test_a_signal_at_the_prompt_breaks_its_reports(tmp_path, number):
     junit = tmp_path / "unit.xml"
-    with subprocess.Popen([STATION, "--json", "--junit", junit], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                          text=True) as running:
+    with started("--json", "--junit", junit) as running:
         running.stdin.write("wifi_set_power 155 -> 1\n")
         running.stdin.flush()
         assert any('"type":"call"' in line for line in running.stdout)
-        running.send_signal(signal.SIGTERM)
+        running.send_signal(number)
         lines = [json.loads(line) for line in running.stdout]
     assert running.returncode == 2 and lines[-1]["verdict"] == "BROKEN"
     assert ElementTree.parse(junit).find("testsuite").get("errors") == "1"
@@ -107,7 +110,7 @@ def test_the_phone_may_be_left_as_it_is(tmp_path):
 
 def test_a_script_cannot_swallow_a_signal(tmp_path):
     script = tmp_path / "session.tcl"
-    script.write_text(TRANSMIT.replace("wait 30", "while 1 { catch { wait 1 }; catch { error no } }"))
+    script.write_text(TRANSMIT.replace("wait 3000", "while 1 { catch { wait 1 }; catch { error no } }"))
     status, lines = stopped_with(signal.SIGTERM, script)
     assert status == 2 and called(lines)[-1] == "wifi_stop_testmode"
 

@@ -6,11 +6,10 @@ import re
 import resource
 import shutil
 import signal
-import subprocess
 
 import pytest
 
-from support.console import STATION, STATION_PHONE, station
+from support.console import STATION, STATION_PHONE, started, station
 
 SESSION = "wifi_set_power 155 -> 1\n"
 ITEMS = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
@@ -167,26 +166,21 @@ def test_a_restore_onto_a_full_disk_fails(folder, unit):
 
 @pytest.mark.parametrize("option", ["--report", "--junit", "--trace"])
 def test_the_next_run_removes_what_a_killed_one_left(folder, option):
-    (folder / "long.tcl").write_text("wifi_set_power 1 -> 1\nwait 60\n")
-
-    def begun():
-        running = subprocess.Popen([STATION, "--clock", "real", option, folder / "out", "run", folder / "long.tcl"], stdout=subprocess.PIPE, text=True)
-        while "wifi_set_power" not in running.stdout.readline():
-            pass
-        return running, f"out.part-{running.pid}"
-
-    (killed, left), (alive, kept) = begun(), begun()
-    killed.kill()
-    killed.wait()
-    killed.stdout.close()
-    others = ["out.part-", "out.part-x", "out2.part-1", f"out.part-{killed.pid}.txt"]
-    for name in others:
-        (folder / name).write_text("mine")
-    assert left in files(folder)
-    assert station(option, folder / "out", "run", folder / "mine.tcl").returncode == 0
-    assert {name for name in files(folder) if "part" in name} == {kept, *others}
-    alive.terminate()
-    alive.communicate(timeout=20)
+    (folder / "long.tcl").write_text("wifi_set_power 1 -> 1\nwait 3000\n")
+    arguments = ["--clock", "real", option, folder / "out", "run", folder / "long.tcl"]
+    with started(*arguments) as killed, started(*arguments) as alive:
+        for console in (killed, alive):
+            assert any("wifi_set_power" in line for line in console.stdout)
+        killed.kill()
+        killed.wait()
+        left, kept = (f"out.part-{console.pid}" for console in (killed, alive))
+        others = ["out.part-", "out.part-x", "out2.part-1", f"out.part-{killed.pid}.txt"]
+        for name in others:
+            (folder / name).write_text("mine")
+        assert left in files(folder)
+        assert station(option, folder / "out", "run", folder / "mine.tcl").returncode == 0
+        assert {name for name in files(folder) if "part" in name} == {kept, *others}
+        alive.terminate()
 
 
 @pytest.mark.parametrize("text, options", [

@@ -5,7 +5,6 @@ import json
 import os
 import re
 import signal
-import subprocess
 import time
 
 import pytest
@@ -13,12 +12,11 @@ import pytest
 from orva_records.collect import collect
 from orva_records.queries import Filter, yields
 from orva_records.store import Store
-from support.console import STATION, station
+from support.console import started, station
 from support.terminal import Terminal
 from support.tree import CHIPS, PHONES, ROOT
 
 STAND_IN = ROOT / "tests" / "support" / "console_stand_in.py"
-PATIENCE_S = 60
 
 
 class Line:
@@ -37,8 +35,7 @@ class Line:
         return self.folder / "plan.toml"
 
     def start(self, plan, **options):
-        return subprocess.Popen([STATION, "line", plan], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                text=True, env=self.environment(), **options)
+        return started("line", plan, env=self.environment(), **options)
 
     def environment(self):
         return {**os.environ, "STAND_IN_LOG": str(self.journal)}
@@ -81,7 +78,7 @@ def outcomes(printed):
     ("deaf-1", "BROKEN", "the run took longer than 2 s", 2),
 ])
 def test_each_way_a_console_can_end_has_its_verdict_and_a_teardown(line, unit, verdict, reason, status):
-    limits = 'teardown = "off.tcl"\ntime_limit_s = 2\ngrace_s = 2' if unit in ("hang-1", "deaf-1") else 'teardown = "off.tcl"'
+    limits = 'teardown = "off.tcl"\ntime_limit_s = 2\ngrace_s = 12' if unit in ("hang-1", "deaf-1") else 'teardown = "off.tcl"'
     done = line.run(line.plan(head=limits), unit)
     (found,) = outcomes(done.stdout)
     assert found[:2] == (unit, verdict) and re.fullmatch(reason, found[2]), done.stdout
@@ -135,14 +132,14 @@ def test_a_scan_that_is_refused_is_no_pass(line, scans, message):
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_a_signal_ends_every_console_in_good_order(line, number):
-    running = line.start(line.plan())
-    running.stdin.write("hang-1\nhang-2\npass-3\n")
-    running.stdin.flush()
-    seen = []
-    while len(list((line.folder / "spool").glob("*.part"))) < 2 or not any("slot 2" in text for text in seen):
-        seen.append(running.stdout.readline()) if len(seen) < 2 else None
-    running.send_signal(number)
-    printed, _ = running.communicate(timeout=PATIENCE_S)
+    with line.start(line.plan()) as running:
+        running.stdin.write("hang-1\nhang-2\npass-3\n")
+        running.stdin.flush()
+        while len(list((line.folder / "spool").glob("*.part"))) < 2:
+            assert running.poll() is None
+            time.sleep(0.02)
+        running.send_signal(number)
+        printed = running.stdout.read()
     assert sorted(outcomes(printed)) == [("hang-1", "BROKEN", number.name), ("hang-2", "BROKEN", number.name)]
     assert f"pass-3 is not tested: {number.name}" in printed
     assert running.returncode == 2
@@ -193,16 +190,16 @@ def test_verdicts_of_eight_slots_at_once_are_those_of_single_runs(line):
 def test_no_phone_transmits_after_the_line_was_ended(line):
     script = line.folder / "transmit.tcl"
     script.write_text("wifi_start_testmode -> 1\nwifi_set_mode 4\nwifi_set_band 0\nwifi_set_rate 6500\nwifi_set_channel 2412\n"
-                      'if {[has driver mimo_chain]} { wifi_setmimo_channel 1 }\nwifi_start_tx -> 1\nstep "On air"\nwait 60\n')
+                      'if {[has driver mimo_chain]} { wifi_setmimo_channel 1 }\nwifi_start_tx -> 1\nstep "On air"\nwait 3000\n')
     plan = real_plan(line, [script], 'reports = "pages"\noptions = ["--clock", "real", "--trace", "%run.trace"]')
-    running = line.start(plan, cwd=line.folder)
-    running.stdin.write("R1\nR2\n")
-    running.stdin.flush()
-    while sum("On air" in path.read_text() for path in (line.folder / "spool").glob("*.part")) < 2:
-        assert running.poll() is None
-        time.sleep(0.05)
-    running.send_signal(signal.SIGTERM)
-    printed, _ = running.communicate(timeout=PATIENCE_S)
+    with line.start(plan, cwd=line.folder) as running:
+        running.stdin.write("R1\nR2\n")
+        running.stdin.flush()
+        while sum("On air" in path.read_text() for path in (line.folder / "spool").glob("*.part")) < 2:
+            assert running.poll() is None
+            time.sleep(0.05)
+        running.send_signal(signal.SIGTERM)
+        printed = running.stdout.read()
     assert [verdict for _, verdict, _ in outcomes(printed)] == ["BROKEN"] * 2 and running.returncode == 2
     traces = [path.read_text() for path in line.folder.glob("*.trace")]
     assert len(traces) == 2 and all("wifi_stop_tx" in text and "wifi_stop_testmode" in text for text in traces)

@@ -138,7 +138,7 @@ def test_the_site_has_every_public_function_and_no_warning(tmp_path):
 ])
 def test_a_changed_console_is_noticed(tmp_path, change, message):
     changed = tmp_path / "console"
-    changed.write_text(f'#!/bin/sh\n{STATION} "$@" | {change}\n')
+    changed.write_text(f'#!/bin/sh\n"{STATION}" "$@" | {change}\n')
     changed.chmod(0o755)
     done = run([ROOT / "script/console-reference", "--check", "--console", changed])
     assert done.returncode == 1

@@ -73,7 +73,7 @@ def run(page, script):
 
 def until(page, condition):
     """Waits: following a link within the page takes the browser a moment."""
-    WebDriverWait(page, 10).until(lambda page: run(page, f"return {condition}"))
+    WebDriverWait(page, 120).until(lambda page: run(page, f"return {condition}"))
 
 
 def texts(page, selector):

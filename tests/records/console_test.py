@@ -4,7 +4,6 @@ import json
 import os
 import resource
 import signal
-import subprocess
 import time
 
 import jsonschema
@@ -13,7 +12,7 @@ import pytest
 from orva_records.convert import convert
 from orva_records.reader import read
 from orva_records.record import Header
-from support.console import STATION, station
+from support.console import started, station
 from support.tree import CHIPS, ROOT
 
 SCHEMA = jsonschema.Draft202012Validator(json.loads((ROOT / "docs/reference/record.schema.json").read_text()))
@@ -86,15 +85,13 @@ def test_what_a_format_cannot_hold_does_not_lose_the_record(tmp_path, spool, val
 def test_a_killed_console_leaves_a_broken_run(tmp_path, spool, command):
     (tmp_path / "plan.tcl").write_text("limits one 1 1\nwhile 1 { wifi_set_power 155 -> 1 }\n")
     options = [*IDENTITY, "--clock", "real", "--record", str(spool / "%run.jsonl")]
-    process = subprocess.Popen([STATION, *options, "run", tmp_path / "plan.tcl"], stdout=subprocess.DEVNULL)
-    until = time.monotonic() + 60
-    while not any(path.stat().st_size > 2000 for path in spool.iterdir()):
-        assert time.monotonic() < until, "no row came"
-        time.sleep(0.02)
     database = f"sqlite:///{tmp_path}/store.sqlite"
-    assert "1 still running" in command("collect", spool, "--database", database).out
-    process.kill()
-    process.wait(timeout=60)
+    with started("--quiet", *options, "run", tmp_path / "plan.tcl") as process:
+        while not any(path.stat().st_size > 2000 for path in spool.iterdir()):
+            assert process.poll() is None, "no row came"
+            time.sleep(0.02)
+        assert "1 still running" in command("collect", spool, "--database", database).out
+        process.kill()
     assert "1 stored, 0 known already, 0 still running, 1 of killed runs" in command("collect", spool, "--database", database).out
     (row,) = json.loads(command("unit", IDENTITY[1], "--json", "--database", database).out)
     assert row["verdict"] == "BROKEN"

@@ -42,6 +42,12 @@ def status_of(child):
     return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
 
 
+def wait_until(reached, child):
+    """Until the child has come that far, or ended."""
+    while not reached() and not os.waitid(os.P_PID, child, os.WEXITED | os.WNOHANG | os.WNOWAIT):
+        time.sleep(0.001)
+
+
 def stored(url):
     """Run ids with their verdicts; the measurements of each are all there."""
     with Store(url).reading() as connection:
@@ -79,8 +85,10 @@ def test_a_writer_killed_many_times_loses_no_run(spool, tmp_path):
     database, dice, journal = f"sqlite:///{tmp_path}/store.sqlite", random.Random(7), tmp_path / "journal"
     told = os.open(journal, os.O_CREAT | os.O_WRONLY | os.O_APPEND)
     for kills in range(60):
+        goal = journal.stat().st_size + dice.choice([0, 1, 100, 200])
         child = in_child(lambda: write_for_ever(spool, told))
-        time.sleep(dice.uniform(0.002, 0.05))
+        wait_until(lambda: journal.stat().st_size >= goal, child)
+        time.sleep(dice.uniform(0, 0.01))
         if kills % 10 == 0:
             collect(spool, Store(database))  # while it writes
         os.kill(child, signal.SIGKILL)
@@ -104,9 +112,10 @@ def test_a_collector_killed_many_times_stores_each_run_once(spool, database):
     names, dice = spooled(spool), random.Random(3)
     collect_in_child = lambda: collect(spool, Store(database), batch=2)  # noqa: E731
     killed = 0
-    for _ in range(30):
-        child = in_child(collect_in_child)
-        time.sleep(dice.uniform(0.02, 0.15))
+    while left := len(spooled(spool)):
+        child, goal = in_child(collect_in_child), left - dice.randint(0, 20)
+        wait_until(lambda: len(spooled(spool)) <= max(goal, 0), child)
+        time.sleep(dice.uniform(0, 0.02))
         os.kill(child, signal.SIGKILL)
         killed += status_of(child) == -signal.SIGKILL
     assert killed > 3
@@ -136,7 +145,6 @@ def test_a_database_killed_in_a_batch_keeps_the_spool_and_the_next_call_catches_
         calls.append(1)
         if len(calls) == 3:
             server.kill()
-            time.sleep(0.3)
 
     monkeypatch.setattr(collecting, "_insert", insert_and_kill)
     try:

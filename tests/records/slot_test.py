@@ -50,14 +50,14 @@ def test_output_status_and_record_agree(tmp_path, description, status, verdict, 
     assert sum(line["type"] == "measurement" for line in record) == lines[-3]["total"]
 
 
-def test_a_signal_breaks_the_run_and_its_record(tmp_path):
-    with RunningTester("--cable-loss", LOSS) as tester:
-        running = slot(tmp_path, tester, "")
-        while '"progress"' not in running.stdout.readline():
-            assert running.poll() is None
+@pytest.mark.parametrize("after", ["begin", "step", "progress"])
+def test_a_signal_breaks_the_run_and_its_record(tmp_path, after):
+    with RunningTester("--cable-loss", LOSS) as tester, slot(tmp_path, tester, "") as running:
+        assert any(f'"{after}"' in line for line in running.stdout)
         running.send_signal(signal.SIGTERM)
-        status, lines = ended(running)
-    assert (status, lines[-1]["verdict"]) == (2, "BROKEN")
+        *_, last = running.stdout
+        complaint = running.stderr.read()
+    assert (running.returncode, complaint, json.loads(last)["verdict"]) == (2, "", "BROKEN")
     assert record_in(tmp_path)[-1]["reason"] == "SIGTERM"
 
 

@@ -11,7 +11,7 @@ except ImportError:
     webdriver = None
 
 CHROMIUM, DRIVER = shutil.which("chromium"), shutil.which("chromedriver")
-FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-component-update",
+FLAGS = ["--headless", "--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-component-update",
          "--disable-background-networking", "--disable-sync"]
 INSTALLED = bool(webdriver and CHROMIUM and DRIVER)
 

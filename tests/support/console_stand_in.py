@@ -87,8 +87,10 @@ def main():
         say("end", verdict="BROKEN" if bad else "NO VERDICT", failures=[])
         say("summary", verdict="BROKEN" if bad else "NO VERDICT")
         sys.exit(STATUS["BROKEN" if bad else "NO VERDICT"])
+    signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGTERM])  # the record is seen before its unit can end it
     unit = Unit(given)
     signal.signal(signal.SIGTERM, lambda *_: unit.end("BROKEN"))
+    signal.pthread_sigmask(signal.SIG_UNBLOCK, [signal.SIGTERM])
     unit.run()
 
 

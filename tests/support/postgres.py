@@ -13,6 +13,17 @@ from pathlib import Path
 PROGRAMS = max(map(Path, glob.glob("/usr/lib/postgresql/*/bin")), default=None)
 
 
+ENDING_S = 60
+
+
+def _runs(pid):
+    """Not if it has ended and nobody has waited for it."""
+    try:
+        return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0] not in ("Z", "X")
+    except (FileNotFoundError, ProcessLookupError):
+        return False
+
+
 class Postgres:
     """Runs within a with block. It refuses to run as root, so root lends it another user."""
 
@@ -38,17 +49,20 @@ class Postgres:
         return subprocess.run(command, check=check, stdout=subprocess.DEVNULL, stderr=subprocess.STDOUT, cwd=self.folder, timeout=120)
 
     def start(self):
-        options = f"--options=-c listen_addresses='' -k {self.folder}"
-        for tries in range(50):  # after kill() the server's other processes need a moment to end
-            done = self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", options, check=tries == 49)
-            if done.returncode == 0:
-                return
-            time.sleep(0.2)
+        self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", f"--options=-c listen_addresses='' -k '{self.folder}'")
 
     def kill(self):
-        """Ends the server as a crash does. Its other processes notice and end by themselves."""
+        """Ends the server as a crash does, and waits until its other processes have noticed and ended by themselves."""
         pid = int((self.folder / "data" / "postmaster.pid").read_text().split()[0])
+        processes = [pid, *map(int, Path(f"/proc/{pid}/task/{pid}/children").read_text().split())]
         os.kill(pid, signal.SIGKILL)
+        until = time.monotonic() + ENDING_S
+        while any(map(_runs, processes)):
+            assert time.monotonic() < until, "PostgreSQL goes on without its first process"
+            time.sleep(0.02)
+        # Until its parent has waited for it, a process that has ended counts as the server that holds these.
+        for lock in (self.folder / "data" / "postmaster.pid", *self.folder.glob(".s.PGSQL.*.lock")):
+            lock.unlink()
 
     def new_database(self, name):
         """Creates a database and returns its URL."""

@@ -12,7 +12,7 @@ from support.tree import ROOT
 TESTER = os.environ["ORVA_RF_TESTER"]
 PROFILES = ROOT / "rf_tester" / "profiles"
 DIALECTS = ["a", "b"]
-ENDING_S = 10
+ENDING_S = 60
 
 
 def profile(dialect):
@@ -25,7 +25,10 @@ class RunningTester:
     def __init__(self, *arguments):
         self.process = subprocess.Popen([TESTER, "--port", "0", "--cable-port", "0", *map(str, arguments)],
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-        self.address, self.cable_address = (self.process.stdout.readline().split(",")[0].split()[-1] for _ in range(2))
+        try:
+            self.address, self.cable_address = (self.process.stdout.readline().split(",")[0].split()[-1] for _ in range(2))
+        except IndexError:
+            raise AssertionError(f"the test set did not start: {self.process.communicate()[1]}") from None
 
     def memory_kib(self):
         with open(f"/proc/{self.process.pid}/status") as status:
@@ -47,7 +50,7 @@ class RunningTester:
 
 def connect(address):
     host, port = address.rsplit(":", 1)
-    return socket.create_connection((host, int(port)), timeout=20)
+    return socket.create_connection((host, int(port)), timeout=60)
 
 
 class Lines:
@@ -115,6 +118,11 @@ def answering_server(answer):
     return "127.0.0.1:%d" % listening.getsockname()[1]
 
 
+_reserved = []
+
+
 def unused_address():
-    with socket.create_server(("127.0.0.1", 0)) as listening:
-        return "127.0.0.1:%d" % listening.getsockname()[1]
+    """An address where nobody listens, nor will: the port stays taken."""
+    _reserved.append(socket.socket())
+    _reserved[-1].bind(("127.0.0.1", 0))
+    return "127.0.0.1:%d" % _reserved[-1].getsockname()[1]

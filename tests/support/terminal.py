@@ -10,13 +10,14 @@ import time
 
 from support.console import STATION
 
-PATIENCE = 20  # seconds
+PATIENCE = 60  # seconds
 
 
 class Terminal:
     """The console, or a shell, on a terminal."""
 
     def __init__(self, home, *arguments, columns=80, program=STATION, term="xterm", environment=None):
+        self.ended = False
         self.pid, self.fd = pty.fork()
         if self.pid == 0:
             os.chdir(home)
@@ -25,6 +26,13 @@ class Terminal:
             os.environ.update(environment or {})
             termios.tcsetwinsize(1, (24, columns))
             os.execvp(program, [program, *map(str, arguments)])
+
+    def __del__(self):
+        """A program that was not waited for ends as one does whose terminal is closed."""
+        os.close(self.fd)
+        if not self.ended:
+            os.kill(self.pid, signal.SIGKILL)
+            os.waitpid(self.pid, 0)
 
     def rest(self):
         """The rest of its output, and its exit status."""
@@ -39,6 +47,7 @@ class Terminal:
                 os.kill(self.pid, signal.SIGKILL)
         except OSError:  # the program has ended
             pass
+        self.ended = True
         return seen.decode(errors="replace"), os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
 
     def type(self, text, until):

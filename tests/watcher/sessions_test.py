@@ -20,12 +20,16 @@ FIXED_COUNT = 'driver.answer = "10:D1070000"\n'  # received packets depend on ti
 
 
 def phone(*arguments, description):
-    """Runs the console for real phones."""
+    """Runs the console for real phones, in the description's folder."""
+    # LD_PRELOAD would take a path with a blank for two. A link to the folder: the library looks for another one beside itself.
+    link = description.with_name("virtual_phone")
+    if not link.exists():
+        link.symlink_to(VIRTUAL_PHONE.parent)
     # A sanitizer's runtime complains of a library before it; here that is wanted.
     checks = f"{os.environ.get('ASAN_OPTIONS', '')}:verify_asan_link_order=0"
-    environment = {**os.environ, "ORVA_PHONE": str(description), "LD_PRELOAD": str(VIRTUAL_PHONE), "ASAN_OPTIONS": checks}
+    environment = {**os.environ, "ORVA_PHONE": str(description), "LD_PRELOAD": f"./{link.name}/{VIRTUAL_PHONE.name}", "ASAN_OPTIONS": checks}
     return subprocess.run([STATION_PHONE, *map(str, arguments)], capture_output=True, text=True, timeout=120,
-                          env=environment, check=False)
+                          env=environment, cwd=description.parent, check=False)
 
 
 def without_times(value):

@@ -17,7 +17,8 @@ import math
 import signal
 import sys
 from pathlib import Path
-from typing import Iterator, NoReturn, Sequence
+from types import FrameType
+from typing import Iterator, Optional, Sequence
 
 from orva import Bench, PhoneDied, PhoneError, files, limits
 from orva.plans import coverage, diagnosis, simulation
@@ -40,8 +41,26 @@ def say(kind: str, **members: object) -> None:
     print(json.dumps({"type": kind, **members}), flush=True)
 
 
-def _end(number: int, _: object) -> NoReturn:
-    raise Ended(signal.Signals(number).name)
+class Interruption:
+    """The signal that is to end the run.
+
+    It is heard between two measurements: an exception from the handler would cut a row of the record, or an exchange with
+    the phone. A second signal of the kind ends the program.
+    """
+
+    def __init__(self) -> None:
+        self._name = ""
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            signal.signal(number, self._hear)
+
+    def _hear(self, number: int, _: Optional[FrameType]) -> None:
+        self._name = signal.Signals(number).name
+        signal.signal(number, signal.SIG_DFL)
+
+    def check(self) -> None:
+        """Raises Ended if a signal came."""
+        if self._name:
+            raise Ended(self._name)
 
 
 @contextlib.contextmanager
@@ -71,7 +90,7 @@ def recorded(record: RecordWriter, found: Measurement) -> None:
     record.measure(found.quantity, value, unit=unit, low=low, high=high, condition=found.condition)
 
 
-def verify(station: Station, record: RecordWriter) -> list[Measurement]:
+def verify(station: Station, record: RecordWriter, interruption: Interruption) -> list[Measurement]:
     """Measures everything and returns it."""
     record.step("Verification")
     say("step", title="Verification")
@@ -81,6 +100,7 @@ def verify(station: Station, record: RecordWriter) -> list[Measurement]:
         recorded(record, each)
         found.append(each)
         say("progress", done=len(found), total=total, text=each.quantity)
+        interruption.check()
     return found
 
 
@@ -93,12 +113,13 @@ def explain(record: RecordWriter, found: Sequence[Measurement]) -> list[dict[str
     return [{"what": f"{cause.name}: {cause.found}", "where": "verification"}]
 
 
-def test(given: argparse.Namespace, parameters: dict[str, str], record: RecordWriter) -> str:
+def test(given: argparse.Namespace, parameters: dict[str, str], record: RecordWriter, interruption: Interruption) -> str:
     """Tests the unit and ends its record. Returns the verdict."""
     failures: list[dict[str, str]] = []
     try:
+        interruption.check()
         with station_of(given, parameters) as station:
-            failures = explain(record, verify(station, record))
+            failures = explain(record, verify(station, record, interruption))
         verdict = record.verdict
         record.finish()
     except (Ended, OSError, PhoneDied, PhoneError, PlanError, TesterError, limits.LimitsError) as error:
@@ -143,14 +164,13 @@ def main() -> int:
     """Tests the unit that the command line names."""
     given = _parsed()
     parameters = parameters_of(given.parameters)
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, _end)
+    interruption = Interruption()
     header = Header(given.serial, given.station, given.plan or "verify", given.plan_version, given.chip, given.slot, given.operator,
                     attempt=given.attempt)
     try:
         say("begin", version=1, session="verify", chip=given.chip, clock="virtual")
         with RecordWriter(Path(given.record).parent, header) as record:
-            verdict = test(given, parameters, record)
+            verdict = test(given, parameters, record, interruption)
     except RecordsError as error:
         sys.exit(f"orva.plans.slot: {error}")
     say("summary", sessions=1, verdict=verdict, passed=verdict == "PASS")
