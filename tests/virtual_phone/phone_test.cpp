@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <net/if.h>
 #include <optional>
@@ -649,6 +650,8 @@ TEST_F(Phone, CallsThatDoNotConcernItGoToLibc) {
   EXPECT_EQ(close(-1), -1);
   EXPECT_EQ(waitpid(getpid(), nullptr, 0), -1);
   for (int type : {SOCK_STREAM, SOCK_RAW}) close(socket(AF_INET, type, 0));
+  EXPECT_EQ(execl("/no/such/program", "program", "-c", "true", nullptr), -1);
+  EXPECT_EQ(errno, ENOENT);
   EXPECT_EQ(phone_event_count(), 0U);
   EXPECT_EQ(phone_left_open(), 0U);
   close(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
@@ -836,22 +839,74 @@ TEST_F(PhoneWithEveryPlace, EveryListedPlaceTakesAFault) {
   EXPECT_TRUE(places.count("nv_lose:NUMBER") && places.count("sscanf_s"));
 }
 
-TEST_F(Phone, APlannedZeroIsThePlacesDefault) {
-  char item[104] = "lost", read_back[104];
-  phone_fault("nv_lose:340", 1, 1, 0);
-  EXPECT_EQ(kevoOperaNVWR(0, 340, "WINVRAM", 104, item), 0);
-  EXPECT_EQ(phone_nv_get(340, "WINVRAM", read_back), 0);
-  EXPECT_EQ(read_back[0], 0) << "reported as done, not stored";
-  for (const char *place : {"kevoOperaNVWR", "nv_read:340"}) {
-    phone_fault(place, 1, 1, 0);
-    EXPECT_EQ(kevoOperaNVWR(1, 340, "WINVRAM", 104, item), -1) << place;
+TEST_F(Phone, AFailureGivesThePlannedValueAndFor0ThePlacesDefault) {
+  const char *const node = "/sys/vq20x0_debug/bfgx_test";
+  char text[104] = "text";
+  const auto error_if = [](bool failed) { return failed ? errno : 0; };
+  const auto open_udp = [] { return socket(AF_INET, SOCK_DGRAM, 0); };
+  const auto nv = [&](uint32_t access) { return kevoOperaNVWR(access, 340, "A", 104, text); };
+  const auto end_of_child = [&] {
+    pid_t child = fork();
+    if (child == 0) _exit(0);
+    int error = error_if(waitpid(child, nullptr, 0) < 0);
+    if (error == EINTR) waitpid(child, nullptr, 0);
+    return error;
+  };
+  const auto end_of_reading = [&] {
+    FILE *stream = popen("netcfg", "r");
+    int error = error_if(fread(text, 1, 1, stream) == 0);
+    pclose(stream);
+    return error;
+  };
+  const auto end_of_writing = [&] {
+    int descriptor = open(node, O_WRONLY);
+    int error = error_if(write(descriptor, "4", 1) < 0);
+    close(descriptor);
+    return error;
+  };
+  const auto exec_error = [&] {
+    shell("true");
+    return phone_event(1)->error;
+  };
+  const struct {
+    const char *place;
+    int usual;
+    std::function<int()> failure;
+  } cases[] = {
+      {"socket", EMFILE, [&] { return error_if(open_udp() < 0); }},
+      {"ioctl", EIO, [&] { return -give(11); }},
+      {"ioctl:11", EIO, [&] { return -give(11); }},
+      {"close", EIO, [&] { return error_if(close(open_udp()) < 0); }},
+      {"fork", EAGAIN, [&] { return error_if(fork() < 0); }},
+      {"execl", ENOENT, exec_error},
+      {"waitpid", EINTR, end_of_child},
+      {"popen", EMFILE, [&] { return error_if(!popen("true", "r")); }},
+      {"fread", EIO, end_of_reading},
+      {"pclose", ECHILD, [&] { return error_if(pclose(popen("true", "r")) < 0); }},
+      {"open", EACCES, [&] { return error_if(open(node, O_WRONLY) < 0); }},
+      {"write", EIO, end_of_writing},
+      {"memcpy_s", EINVAL, [&] { return memcpy_s(text, 8, "a", 1); }},
+      {"memset_s", EINVAL, [&] { return memset_s(text, 8, 0, 1); }},
+      {"strncpy_s", EINVAL, [&] { return strncpy_s(text, 8, "a", 1); }},
+      {"snprintf_s", -1, [&] { return snprintf_s(text, 8, 7, "a"); }},
+      {"sprintf_s", -1, [&] { return sprintf_s(text, 8, "a"); }},
+      {"sscanf_s", -1, [&] { return sscanf_s("a", "%7s", text); }},
+      {"kevoOperaNVWR", -1, [&] { return nv(ORVA_NV_WRITE); }},
+      {"shell:true", 1, [&] { return shell("true"); }},
+      {"nv_read:340", -1, [&] { return nv(ORVA_NV_READ); }},
+      {"nv_write:340", -1, [&] { return nv(ORVA_NV_WRITE); }},
+  };
+  for (auto &c : cases) {
+    for (int value : {0, ENOSPC}) {
+      phone_events_clear();
+      phone_fault(c.place, 1, 1, value);
+      EXPECT_EQ(c.failure(), value ? value : c.usual) << c.place;
+    }
   }
-  phone_fault("shell:true", 1, 1, 0);
-  EXPECT_EQ(shell("true"), 1);
-  phone_fault("fork", 1, 1, 0);
-  errno = 0;
-  EXPECT_EQ(fork(), -1);
-  EXPECT_EQ(errno, EAGAIN);
+  phone_fault("nv_lose:340", 1, 1, 0);
+  EXPECT_EQ(nv(ORVA_NV_WRITE), 0);
+  EXPECT_EQ(phone_nv_get(340, "A", text), 0);
+  EXPECT_EQ(text[0], 0) << "reported as done, not stored";
 }
 
 TEST(PhoneTrace, EveryKindHasAWordOfItsOwn) {
@@ -1059,6 +1114,8 @@ TEST_F(Phone, ABadDescriptionIsNamedAndLeavesThePhoneAlone) {
       {"[[fault]]\nplace = \"iotcl\"\n", ":1: fault.place: 'iotcl' is no place"},
       {"[[fault]]\nplace = \"ioctl\"\nnth = 0\n", ":3: fault.nth: must be a whole number, at least 1"},
       {"chip = \n", ":1: "},
+      {"[[nv]]\nnumber = 1\nname = \"A\"\ntext = \"a\"\n[[fault]]\nplace = \"fork\"\n[zigbee]\nup = 1\n",
+       ":8: zigbee.up: no such key"},
   };
   scratch_file file;
   for (auto &c : cases) {
@@ -1068,6 +1125,9 @@ TEST_F(Phone, ABadDescriptionIsNamedAndLeavesThePhoneAlone) {
     EXPECT_EQ(std::string(error).find(file.path + c.complaint), 0u) << error;
   }
   EXPECT_EQ(get("chip"), "vq2050");
+  EXPECT_EQ(phone_faults_unfired(), 0U);
+  uint32_t number = 0;
+  EXPECT_EQ(phone_nv_at(0, &number, nullptr, 0, nullptr), 0);
   EXPECT_EQ(phone_load("/no/such/file", nullptr, 0), -1);
 }
 
