@@ -1171,6 +1171,8 @@ TEST_F(Phone, TheBrokenPhonesDifferFromTheGoodOneWhereTheySay) {
 }
 
 TEST_F(Phone, AKeyTakesTheValuesOfItsFormAndNoOthers) {
+  const std::string begin(63, 'x'), long_text = begin + "\u00fc" + std::string(9000, 'x'),
+                                    shortened = "'" + begin + "...' is not at most";
   const struct {
     const char *key, *value, *kept, *expects;  // kept: null where the value is refused with what is expected
   } cases[] = {
@@ -1189,6 +1191,7 @@ TEST_F(Phone, AKeyTakesTheValuesOfItsFormAndNoOthers) {
       {"check.pin", "0x12", "18", ""},
       {"ap.ssid", "12345678901234567890123456789012", "12345678901234567890123456789012", ""},
       {"ap.ssid", "123456789012345678901234567890123", nullptr, "at most 32 characters"},
+      {"identity.dbb", long_text.c_str(), nullptr, shortened.c_str()},
       {"identity.mac", "02:4F:52:56:41:0a", "02:4f:52:56:41:0a", ""},
       {"identity.mac", "02:4F:52:56:41", nullptr, "an address like 02:00:5E:10:20:30"},
       {"driver.refuse", "11,20*3", "11,20*3", ""},
