@@ -901,6 +901,7 @@ TEST_F(Phone, AFailureGivesThePlannedValueAndFor0ThePlacesDefault) {
     for (int value : {0, ENOSPC}) {
       phone_events_clear();
       phone_fault(c.place, 1, 1, value);
+      EXPECT_EQ(phone_uses(c.place), 0U) << c.place;
       EXPECT_EQ(c.failure(), value ? value : c.usual) << c.place;
     }
   }
@@ -1043,6 +1044,17 @@ TEST_F(Phone, BoundsAreChecked) {
   int a = 0, b = 0;
   EXPECT_EQ(sscanf_s("-5,7", "%d,%d", &a, &b), 2);
   EXPECT_EQ(a * b, -35);
+  EXPECT_EQ(strncpy_s(text, 8, "abc", 8), 0);
+  EXPECT_EQ(memset_s(text, 2, 'x', 2), 0);
+  EXPECT_STREQ(text, "xxc");
+  EXPECT_EQ(memcpy_s(text, 0, "a", 1) | memset_s(text, 0, 0, 1) | strncpy_s(text, 0, "a", 1), EINVAL);
+  EXPECT_EQ(memcpy_s(nullptr, 8, "a", 1) | memset_s(nullptr, 8, 0, 1) | strncpy_s(nullptr, 8, "a", 1),
+            EINVAL);
+  EXPECT_EQ(snprintf_s(text, 0, 4, "a") | sprintf_s(nullptr, 8, "a") | sscanf_s(nullptr, "%d", &a), -1);
+  EXPECT_STREQ(text, "xxc") << "no room to write to";
+  EXPECT_EQ(strncpy_s(text, 8, nullptr, 3), EINVAL);
+  EXPECT_EQ(memcpy_s(text, 8, nullptr, 3), EINVAL);
+  EXPECT_STREQ(text, "");
 }
 
 TEST_F(Phone, BoundsCheckedFunctionsFailAsPlanned) {
@@ -1114,6 +1126,12 @@ TEST_F(Phone, ABadDescriptionIsNamedAndLeavesThePhoneAlone) {
       {"[identity]\nmac = \"02:4F\"\n", ":2: identity.mac: '02:4F' is not an address like"},
       {"[[fault]]\nplace = \"iotcl\"\n", ":1: fault.place: 'iotcl' is no place"},
       {"[[fault]]\nplace = \"ioctl\"\nnth = 0\n", ":3: fault.nth: must be a whole number, at least 1"},
+      {"[[fault]]\nplace = \"ioctl\"\ntimes = -1\n", ":3: fault.times: must be a whole number, at least 0"},
+      {"[[fault]]\nvalue = 2147483648\n", ":2: fault.value: must be a whole number, at least -2147483648"},
+      {"[[fault]]\ncount = 2\n", ":2: fault.count: no such key; place, nth, times or value"},
+      {"[[fault]]\nnth = 2\n", ":1: fault: place is missing"},
+      {"[[fault]]\nplace = [1]\n", ":2: fault.place: must be a text like \"ioctl:11\""},
+      {"fault = [3]\n", ":1: fault: must be written as [[fault]] with place, nth, times and value"},
       {"chip = \n", ":1: "},
       {"[[nv]]\nnumber = 1\nname = \"A\"\ntext = \"a\"\n[[fault]]\nplace = \"fork\"\n[zigbee]\nup = 1\n",
        ":8: zigbee.up: no such key"},
