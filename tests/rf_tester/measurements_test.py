@@ -227,6 +227,21 @@ def test_an_emission_with_a_bad_chain_changes_nothing(bench, field, value):
     assert client.ask("MEAS:POW?") == "15.000"
 
 
+@pytest.mark.parametrize("line, error", [
+    ("CONF:LINK (1)", '-171,"Invalid expression;a list is written (@1)"'),
+    ("CONF:LINK (@1,2)", '-171,"Invalid expression;name one port, as in (@1)"'),
+    ("CONF:LINK (@9)", '-222,"Data out of range;port 9: 1 to 8"'), ("CONF:LINK (@0)", '-222,"Data out of range;port 0: 1 to 8"'),
+    ("SOUR:GPRF:STAT MAYBE", '-224,"Illegal parameter value;state MAYBE: ON or OFF"'),
+    ("SOUR:GPRF:STAT 1V", '-138,"Suffix not allowed;V"'), ("SOUR:GPRF:STAT ON", '-221,"Settings conflict;no waveform is loaded"'),
+    ("SOUR:GPRF:STAT 0.5", '-221,"Settings conflict;no waveform is loaded"'), ("SOUR:GPRF:STAT 0.4;STAT OFF", '0,"No error"'),
+    ("CONF:WLAN:CHAN G4,1,BW20", '-224,"Illegal parameter value;band G4: G2|G5|G6"'),
+])
+def test_parameters_that_only_dialect_b_has(bench, line, error):
+    _, client = bench("--dialect", "b", setup="*CLS")
+    client.send(line)
+    assert client.ask("SYST:ERR?") == error
+
+
 ENDS = [("mhz", 1, 8000), ("bandwidth_mhz", 1, 320), ("frequency_error_ppm", -1000000, 1000000), ("leakage_dbc", -200, 200),
         ("mask_margin_db", -200, 200), ("power_dbm", -200, 200), ("evm_db", -200, 200), ("chain", 0, 7)]
 
