@@ -184,7 +184,7 @@ def test_the_terminal_shows_every_slot_and_what_is_typed(line):
     terminal = Terminal(line.folder, "line", line.plan(), environment=line.environment())
     seen = terminal.type("1 hang-1\r", r"hang-1 +\d+ s  Transmit 1/2")
     assert "2    free\r\n" in seen
-    terminal.type("9x\x7f\x7fpass-ä", r"scan> pass-ä")
+    terminal.type("junk\x159x\x7f\x08pass-ä", r"scan> pass-ä")
     terminal.type("\x7f-2\r", r"slot 2  pass--2  PASS")
     terminal.type("7 x\r", r"refused: .*no slot 7")
     terminal.type("\x03", r"SIGINT: the line ends")
