@@ -150,8 +150,17 @@ std::string nearest_key(const std::string &name) {
   return best;
 }
 
+/// A long value is cut, between characters, so that a caller's buffer has room for what would be right.
+std::string shortened(const std::string &value) {
+  constexpr size_t most = 64;
+  if (value.size() <= most) return value;
+  size_t end = most;
+  while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0) == 0x80) end--;
+  return value.substr(0, end) + "...";
+}
+
 std::string wrong(const std::string &key, const std::string &value, const std::string &right) {
-  return key + ": '" + value + "' is not " + right;
+  return key + ": '" + shortened(value) + "' is not " + right;
 }
 
 /// Keys that make another phone of it, which is as if it had just been switched on.

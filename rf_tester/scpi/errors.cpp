@@ -18,7 +18,6 @@ constexpr known_error known_errors[] = {
     {invalid_character, "Invalid character"},
     {syntax_error, "Syntax error"},
     {invalid_separator, "Invalid separator"},
-    {data_type_error, "Data type error"},
     {parameter_not_allowed, "Parameter not allowed"},
     {missing_parameter, "Missing parameter"},
     {mnemonic_too_long, "Program mnemonic too long"},

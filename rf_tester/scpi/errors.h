@@ -15,7 +15,6 @@ enum error_number : int {
   invalid_character = -101,
   syntax_error = -102,
   invalid_separator = -103,
-  data_type_error = -104,
   parameter_not_allowed = -108,
   missing_parameter = -109,
   mnemonic_too_long = -112,

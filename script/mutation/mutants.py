@@ -2,6 +2,7 @@
 """The mutants of the sources: which there are, which a seed chooses, and which cannot be noticed."""
 import collections
 import random
+import re
 import sys
 import tomllib
 
@@ -44,6 +45,14 @@ def mutants_of(file, choose):
             yield Mutant(file, i + 1, kind, before, after)
 
 
+def changes_code(mutant):
+    """Whether more than a comment in the line differs."""
+    if mutant.file.endswith(".py"):
+        return True
+    before, after = (re.sub(r'("(?:[^"\\]|\\.)*")|/\*.*?\*/', r"\1", text) for text in (mutant.before, mutant.after))
+    return before != after
+
+
 def sample(parts, seed):
     """All mutants in the order in which they are tried. Parts and kinds take turns, so that a small sample has all.
 
@@ -57,7 +66,9 @@ def sample(parts, seed):
         random.Random(f"{seed} {name}").shuffle(group)
     turns = [groups[name] for name in sorted(groups)]
     random.Random(seed).shuffle(turns)
-    return [group[i] for i in range(max(map(len, turns))) for group in turns if i < len(group)]
+    drawn = [group[i] for i in range(max(map(len, turns))) for group in turns if i < len(group)]
+    # Left out here, not before, so that the choice among the others stays as it is.
+    return [mutant for mutant in drawn if changes_code(mutant)]
 
 
 def applied(mutant, text):

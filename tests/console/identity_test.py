@@ -75,6 +75,12 @@ def test_what_no_record_can_hold_is_refused(run, tmp_path, option, wrong):
     assert "station.toml:1" in run("--station-file", "station.toml", "run", "plan.tcl", status=2).stderr
 
 
+def test_every_session_has_a_run_id_of_its_own(run):
+    """Many, because a digit that is missing only in a few is wrong too."""
+    runs = [begin["identity"]["run"] for begin in begins(run("--serial", "R1", "--json", "run", *["plan.tcl"] * 100))]
+    assert len(set(runs)) == 100 and all(re.fullmatch(r"[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}", i) for i in runs)
+
+
 def test_options_win_over_the_station_file(run, tmp_path):
     (tmp_path / "station.toml").write_text('station = "line-9"\nslot = "1"\nplan-version = "3"\n')
     (begin,) = begins(run("--slot", "2", "--station-file", "station.toml", "--json", "wifi_set_power", "155"))

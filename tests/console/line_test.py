@@ -130,6 +130,29 @@ def test_a_scan_that_is_refused_is_no_pass(line, scans, message):
     assert done.returncode == 2
 
 
+def test_a_console_gets_all_that_the_plan_gives(line):
+    keys = """chip = "vq2070"\nphone = "%station.toml"\nunit = "%serial"\nnv = "%slot.nv"\noptions = ["--strict", "--brief"]
+operator = "Ann"\nname = "board"\nreports = "pages"\nparameters = { power = 120, band = "5G" }\nteardown = "off.tcl"\n"""
+    done = line.run(line.plan("[slot.parameters]\nband = \"2G\"\n", slots=("7",), head=keys), "words-1")
+    assert [verdict for _, verdict, _ in outcomes(done.stdout)] == ["PASS"], done.stdout
+    folder = str(line.folder)
+    phone = ["--json", "--chip", "vq2070", "--phone", f"{folder}/line-3.toml", "--unit", "words-1", "--nv", f"{folder}/7.nv",
+             "--strict", "--brief"]
+    identity = ["--serial", "words-1", "--station", "line-3", "--slot", "7", "--operator", "Ann", "--plan", "board", "--plan-version", "7",
+                "--attempt", "1"]
+    files = ["--record", f"{folder}/spool/%run.jsonl", "--report", f"{folder}/pages/%run.html"]
+    runs = [json.loads(text) for text in line.done() if text.startswith("[")]
+    assert runs == [[*phone, *identity, *files, "run", f"{folder}/rf.tcl", "--", "band=2G", "power=120"], [*phone, "run", f"{folder}/off.tcl"]]
+
+
+@pytest.mark.parametrize("key, least, most", [("attempts", 1, 100), ("stop_after", 0, 1000), ("time_limit_s", 1, 86400), ("grace_s", 1, 86400)])
+def test_the_numbers_of_a_plan_have_ends(line, key, least, most):
+    for number in (least - 1, least, most, most + 1):
+        done = line.run(line.plan(head=f"{key} = {number}"))
+        complaint = "" if least <= number <= most else f"{key}: give a whole number from {least} to {most}.\n"
+        assert done.stderr.endswith(complaint) and bool(done.stderr) == bool(complaint), number
+
+
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_a_signal_ends_every_console_in_good_order(line, number):
     with line.start(line.plan()) as running:
@@ -158,7 +181,7 @@ def test_the_terminal_shows_every_slot_and_what_is_typed(line):
     terminal = Terminal(line.folder, "line", line.plan(), environment=line.environment())
     seen = terminal.type("1 hang-1\r", r"hang-1 +\d+ s  Transmit 1/2")
     assert "2    free\r\n" in seen
-    terminal.type("9x\x7f\x7fpass-ä", r"scan> pass-ä")
+    terminal.type("junk\x159x\x7f\x08pass-ä", r"scan> pass-ä")
     terminal.type("\x7f-2\r", r"slot 2  pass--2  PASS")
     terminal.type("7 x\r", r"refused: .*no slot 7")
     terminal.type("\x03", r"SIGINT: the line ends")

@@ -10,7 +10,7 @@ import subprocess
 import pytest
 
 from support.console import STATION, STATION_PHONE, station
-from support.tree import ROOT
+from support.tree import CHIPS, ROOT
 
 STORED = "340 WIC0_2G5G_OFDM pa2ga0=10,-300,5000;pa5ga0=8,-260,5100;\n367 WITXCCK pa2gccka0=11,-310,5050;\n"
 CORRECT = ["wifi_nvram_calibrate_set", "0", "0", "0", "0", "0", "2442", "60"]
@@ -145,6 +145,14 @@ def test_a_service_that_loses_a_write_is_noticed(tmp_path):
     assert asked.returncode == 2 and "the phone's NV" in asked.stderr
     unseen = station("preview", *CORRECT, program=STATION_PHONE, env=environment)
     assert unseen.returncode == 2 and "nv backup" in unseen.stderr
+
+
+def test_a_real_phone_lists_every_item_that_the_library_touches(tmp_path):
+    books = [path.read_text() for chip in CHIPS for path in (ROOT / "tests" / "golden" / chip).glob("*.txt")]
+    touched = sorted(set(re.findall(r"nv (?:read|write) (\d+ \w+) ", "\n".join(books))))
+    (tmp_path / "all.txt").write_text("".join(f"{item} AB\n" for item in touched))
+    done = station("--yes", program=STATION_PHONE, stdin=f"nv load {tmp_path}/all.txt\nnv list\n")
+    assert done.stdout.splitlines()[1:] == [f"{item} AB" for item in touched] != []
 
 
 @pytest.mark.parametrize("command", ["nv", "phone", "seen", "expect"])

@@ -6,12 +6,14 @@ Each argument has a value of its own, so that two of them cannot be exchanged un
 import dataclasses
 import itertools
 import json
+import re
 
 import pytest
 
 from orva import CHIPS, Bench, EventKind
 
 from support.console import station
+from support.tree import ROOT
 
 pytest_plugins = ["orva.pytest_plugin"]
 
@@ -132,6 +134,11 @@ def recorded(path):
 
 def trimmed(commands):
     return [(c.magic.to_bytes(4, "little") + c.id.to_bytes(4, "little") + c.sent).rstrip(b"\0").hex().upper() for c in commands]
+
+
+def test_every_public_function_is_called():
+    public = re.findall(r"^ +((?:wifi|conn)_\w+);", (ROOT / "api" / "exports.map.txt").read_text(), re.M)
+    assert public and set(public) <= {name for name, *_ in STEPS}
 
 
 @pytest.mark.parametrize("chip", CHIPS)

@@ -75,7 +75,7 @@ def test_readings_err_within_the_stated_uncertainty_and_the_same_with_the_same_s
     assert all(abs(r - true) <= bound + 0.1 for r in readings)
     assert max(readings) - min(readings) > 0.05 * bound, "the readings scatter"
     assert series("--seed", 5)[1] == readings
-    assert series("--seed", 6)[1] != readings
+    assert all(series("--seed", seed)[1] != readings for seed in (6, 5 + 2**32))
     wide = series("--seed", 5, "--uncertainty", f"{name}={10 * bound}")[1]
     assert max(wide) - min(wide) > 5 * (max(readings) - min(readings))
     client.send("AVER:COUN 1000")
@@ -157,6 +157,13 @@ def test_a_level_that_the_output_cannot_give_is_refused(bench):
     assert phone.receive() == []
 
 
+@pytest.mark.parametrize("level, loss, is_given", [(-120, -10, True), (-119.9, -10.2, False), (10, 5, True), (9.9, 5.2, False)])
+def test_the_output_has_ends(bench, level, loss, is_given):
+    phone, client = bench()
+    client.send(f'SOUR:WAV "ht20_mcs7";POW {level};:SENS:CORR:PORT3 2442MHZ,{loss};:SOUR:BURS:STAR')
+    assert client.ask("SYST:ERR?").startswith('0,"No error"' if is_given else "-221,") and bool(phone.receive()) is is_given
+
+
 def test_every_waveform_of_the_catalog_can_be_loaded_in_both_dialects(bench):
     for dialect, query, load in (("a", "SOUR:WAV:CAT?", "SOUR:WAV"), ("b", "SOUR:GPRF:ARB:FILE:CAT?", "SOUR:GPRF:ARB:FILE")):
         _, client = bench("--dialect", dialect, setup="*CLS")
@@ -182,6 +189,11 @@ def test_a_channel_that_a_band_has_not_is_refused(bench):
     _, client = bench("--dialect", "b", setup="CONF:WLAN:CHAN G5,36,BW40")
     assert client.ask("CONF:WLAN:CHAN G2,15,BW20;CHAN?") == "G5,36,BW40"
     assert client.ask("SYST:ERR?") == '-222,"Data out of range;channel 15: G2 has 1 to 13"'
+    for band, least, most in (("G2", 1, 13), ("G5", 30, 180), ("G6", 1, 233)):
+        for number in {max(least - 1, 1), least, most, min(most + 1, 233)}:
+            taken = client.ask(f"CONF:WLAN:CHAN {band},{number},BW20;CHAN?") == f"{band},{number},BW20"
+            assert taken is (least <= number <= most), (band, number)
+            assert client.ask("SYST:ERR?").startswith("0" if taken else f'-222,"Data out of range;channel {number}: {band} has {least} to')
 
 
 REFUSED_LINES = [
@@ -215,6 +227,37 @@ def test_an_emission_with_a_bad_chain_changes_nothing(bench, field, value):
     assert client.ask("MEAS:POW?") == "15.000"
 
 
+@pytest.mark.parametrize("line, error", [
+    ("CONF:LINK (1)", '-171,"Invalid expression;a list is written (@1)"'),
+    ("CONF:LINK (@1,2)", '-171,"Invalid expression;name one port, as in (@1)"'),
+    ("CONF:LINK (@9)", '-222,"Data out of range;port 9: 1 to 8"'), ("CONF:LINK (@0)", '-222,"Data out of range;port 0: 1 to 8"'),
+    ("SOUR:GPRF:STAT MAYBE", '-224,"Illegal parameter value;state MAYBE: ON or OFF"'),
+    ("SOUR:GPRF:STAT 1V", '-138,"Suffix not allowed;V"'), ("SOUR:GPRF:STAT ON", '-221,"Settings conflict;no waveform is loaded"'),
+    ("SOUR:GPRF:STAT 0.5", '-221,"Settings conflict;no waveform is loaded"'), ("SOUR:GPRF:STAT 0.4;STAT OFF", '0,"No error"'),
+    ("CONF:WLAN:CHAN G4,1,BW20", '-224,"Illegal parameter value;band G4: G2|G5|G6"'),
+])
+def test_parameters_that_only_dialect_b_has(bench, line, error):
+    _, client = bench("--dialect", "b", setup="*CLS")
+    client.send(line)
+    assert client.ask("SYST:ERR?") == error
+
+
+ENDS = [("mhz", 1, 8000), ("bandwidth_mhz", 1, 320), ("frequency_error_ppm", -1000000, 1000000), ("leakage_dbc", -200, 200),
+        ("mask_margin_db", -200, 200), ("power_dbm", -200, 200), ("evm_db", -200, 200), ("chain", 0, 7)]
+
+
+@pytest.mark.parametrize("field, least, most", ENDS)
+def test_the_numbers_of_an_emission_have_ends(bench, field, least, most):
+    phone, _ = bench()
+    chain = {"chain": 0, "power_dbm": 3, "evm_db": -30}
+    for number in (least - 1, least, most, most + 1):
+        changed = {"chains": [{**chain, field: number}]} if field in chain else {field: number}
+        taken = {"bursts": []} if least <= number <= most else {"error": f"{field} is due from {least} to {most}"}
+        assert phone.emit(3, **changed) == taken
+        if "mhz" in field:
+            assert phone.exchange({"emission": None, "receiving": {"mhz": 2442, "bandwidth_mhz": 20, field: number}}) == taken
+
+
 def chains(*numbers):
     return [{"chain": number, "power_dbm": 3, "evm_db": -30} for number in numbers]
 
@@ -240,6 +283,7 @@ def test_plugs(bench):
     assert other.plug(3) == {"error": "port 3 is taken by unit"}
     for port in (0, 9, -1, 2.5):
         assert other.plug(port) == {"error": f"there is no port {port}: give 1 to 8"}
+    assert other.plug(4, "x" * 65) == {"error": "name is due as a text of at most 64 octets"}
     assert other.plug(4, "other") == {"ok": True}
     assert client.ask("DIAG:CABL3?;CABL4?;CABL5?") == '"unit";"other";""'
     other.emit(10)

@@ -45,6 +45,7 @@ def pages():
         "less_text.txt": [[how, "--chip", "vq2050", "run", "everything.tcl", "broken.tcl"] for how in ("--brief", "--quiet")],
         "outputs.txt": [[*ALL_OUTPUTS, "--chip", "vq2070", "run", "everything.tcl", "broken.tcl"],
                         ["replay", "unit.trace"], ["diff", "unit.trace", "unit.trace"]],
+        "keys.txt": [["--chip", "vq2050", "run", "keys.tcl"]],
         "generated.txt": [["generate", what] for what in ("bash", "zsh", "man")],
         "single.txt": [
             ["--phone", "unit.toml", "wifi_test_weld"], ["--log", "wifi_set_power", "155"],

@@ -80,6 +80,8 @@ class Unit:
 
 
 def main():
+    if any(word.startswith("words-") for word in sys.argv):
+        log(json.dumps(sys.argv[1:]))
     given, sessions = options(sys.argv[1:])
     if "--serial" not in given:
         log(f"teardown {given.get('--chip')} {sessions[0]}")

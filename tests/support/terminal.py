@@ -13,6 +13,15 @@ from support.console import STATION
 PATIENCE = 60  # seconds
 
 
+def settings_of_a_new_terminal():
+    ends = os.openpty()
+    try:
+        return termios.tcgetattr(ends[0])
+    finally:
+        for end in ends:
+            os.close(end)
+
+
 class Terminal:
     """The console, or a shell, on a terminal."""
 
@@ -35,7 +44,7 @@ class Terminal:
             os.waitpid(self.pid, 0)
 
     def rest(self):
-        """The rest of its output, and its exit status."""
+        """The rest of its output, and its exit status. A program that ends by itself leaves the terminal as it was."""
         seen, end = b"", time.monotonic() + PATIENCE
         try:
             while time.monotonic() < end:
@@ -48,7 +57,9 @@ class Terminal:
         except OSError:  # the program has ended
             pass
         self.ended = True
-        return seen.decode(errors="replace"), os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
+        status = os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
+        assert status < 0 or termios.tcgetattr(self.fd) == settings_of_a_new_terminal(), "it leaves the terminal changed"
+        return seen.decode(errors="replace"), status
 
     def type(self, text, until):
         os.write(self.fd, text if isinstance(text, bytes) else text.encode())

@@ -217,6 +217,55 @@ TEST_F(Cable, PacketsAreLostAtTheSensitivity) {
   tester_.plan_bursts(
       R"({"mhz":2442,"bandwidth_mhz":20,"format":"ht","rate":"mcs7","level_dbm":-72,"packets":10000})");
   EXPECT_NEAR(ask("packet_count"), 9000, 150) << "10 %, by numbers drawn for each packet";
+  const struct {
+    const char *level, *packets;
+    uint32_t counted;
+  } cases[] = {{"-67", "10000", 10000},      // one in a million is lost, none of these
+               {"-72", "1000001", 900000}};  // from here on the expected share is counted
+  for (auto &c : cases) {
+    ask("receive", 1);
+    tester_.plan_bursts(
+        std::string(R"({"mhz":2442,"bandwidth_mhz":20,"format":"ht","rate":"mcs7","level_dbm":)") + c.level +
+        ",\"packets\":" + c.packets + "}");
+    EXPECT_EQ(ask("packet_count"), c.counted) << c.level;
+  }
+}
+
+TEST_F(Cable, TakesBurstsWithNumbersInTheirRanges) {
+  const struct {
+    const char *name;
+    std::vector<const char *> taken, refused;
+  } cases[] = {{"mhz", {"1", "100000"}, {"0.999", "100000.5", "\"2442\"", "null"}},
+               {"bandwidth_mhz", {"1", "1000"}, {"0.999", "1000.5"}},
+               {"level_dbm", {"-1000", "100"}, {"-1000.5", "100.5"}},
+               {"packets", {"0", "4294967295"}, {"-1", "4294967296", "0.5"}}};
+  const auto is_taken = [this](const std::string &name, const char *value) {
+    std::string burst =
+        R"({"mhz":2442,"bandwidth_mhz":20,"level_dbm":-50,"packets":1,"format":"ht","rate":"mcs7"})";
+    size_t begin = burst.find("\"" + name + "\":") + name.size() + 3;
+    burst.replace(begin, burst.find(',', begin) - begin, value);
+    set("cable", tester_.address());
+    phone_events_clear();
+    tester_.plan_bursts(burst);
+    ask("packet_count");
+    return log().empty();
+  };
+  for (auto &c : cases) {
+    for (auto *value : c.taken) EXPECT_TRUE(is_taken(c.name, value)) << c.name << " " << value << log();
+    for (auto *value : c.refused) EXPECT_FALSE(is_taken(c.name, value)) << c.name << " " << value;
+  }
+}
+
+TEST_F(Cable, TakesTenThousandBurstsAndNoMore) {
+  for (size_t count : {10000u, 10001u}) {
+    std::string bursts;
+    for (size_t i = 0; i < count; i++) bursts += (i ? "," : "") + packets_of_mcs7 + "1}";
+    set("cable", tester_.address());
+    tune();
+    ask("receive", 1);
+    tester_.plan_bursts(bursts);
+    EXPECT_EQ(ask("packet_count"), count == 10000 ? 10000u : 0u);
+  }
 }
 
 TEST_F(Cable, ATestSetThatDoesNotPlugIsNamed) {
@@ -237,6 +286,7 @@ TEST_F(Cable, ATestSetThatDoesNotPlugIsNamed) {
     EXPECT_EQ(get("cable"), "");
   }
   EXPECT_NE(refusal("cable", "127.0.0.1:1/2").find("127.0.0.1:1/2"), std::string::npos);
+  EXPECT_EQ(refusal("cable", "[::1]:1/999").find("Name or service"), std::string::npos);
   EXPECT_NE(refusal("cable", "no-such-host.invalid:1/2").find("no-such-host.invalid:1/2"), std::string::npos);
   ask("receive", 1);
   EXPECT_EQ(phone_now_us(), 0) << "waiting for a test set takes none of the phone's time";
@@ -262,6 +312,7 @@ TEST_F(Cable, ATestSetThatFailsEndsTheCableWithAWarning) {
       {"{\"error\":\"powered down\"}", "powered down"},
       {"nonsense", "no JSON object"},
       {"{}", "without bursts"},
+      {std::string((1 << 20) + 1, '['), "an answer without an end"},
       {"{\"bursts\":[" + good + ",7]}", "a burst that cannot be read: 7"},
       {"{\"bursts\":[" + packets_of_mcs7 + "-1}]}", "cannot be read"},
       {"{\"bursts\":[" + packets_of_mcs7 + "4294967296}]}", "cannot be read"},

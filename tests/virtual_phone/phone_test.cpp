@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <net/if.h>
 #include <optional>
@@ -258,14 +259,15 @@ TEST_P(Chip, CountsPacketsWhileItReceives) {
     EXPECT_EQ(issue(record), 0);
     return record.value();
   };
-  usleep(1000000);
+  sleep(4294);  // what follows passes 32 bits of microseconds
   EXPECT_EQ(packets(), 0u);
   ASSERT_EQ(give(8, 1), 0);
   for (int i = 0; i < 1000; i++) {
     usleep(1500);
-    give(11);
+    if (i % 2) give(11);
+    EXPECT_EQ(get("state.packets"), std::to_string(300 * 15 * (i + 1) / 10000));
   }
-  EXPECT_EQ(packets(), 450u) << "nothing lost to rounding between commands";
+  EXPECT_EQ(packets(), 450u) << "nothing lost to rounding between commands and looks at the state";
   ASSERT_EQ(give(8, 0), 0);
   sleep(5);
   EXPECT_EQ(packets(), 450u);
@@ -649,6 +651,8 @@ TEST_F(Phone, CallsThatDoNotConcernItGoToLibc) {
   EXPECT_EQ(close(-1), -1);
   EXPECT_EQ(waitpid(getpid(), nullptr, 0), -1);
   for (int type : {SOCK_STREAM, SOCK_RAW}) close(socket(AF_INET, type, 0));
+  EXPECT_EQ(execl("/no/such/program", "program", "-c", "true", nullptr), -1);
+  EXPECT_EQ(errno, ENOENT);
   EXPECT_EQ(phone_event_count(), 0U);
   EXPECT_EQ(phone_left_open(), 0U);
   close(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
@@ -836,22 +840,75 @@ TEST_F(PhoneWithEveryPlace, EveryListedPlaceTakesAFault) {
   EXPECT_TRUE(places.count("nv_lose:NUMBER") && places.count("sscanf_s"));
 }
 
-TEST_F(Phone, APlannedZeroIsThePlacesDefault) {
-  char item[104] = "lost", read_back[104];
-  phone_fault("nv_lose:340", 1, 1, 0);
-  EXPECT_EQ(kevoOperaNVWR(0, 340, "WINVRAM", 104, item), 0);
-  EXPECT_EQ(phone_nv_get(340, "WINVRAM", read_back), 0);
-  EXPECT_EQ(read_back[0], 0) << "reported as done, not stored";
-  for (const char *place : {"kevoOperaNVWR", "nv_read:340"}) {
-    phone_fault(place, 1, 1, 0);
-    EXPECT_EQ(kevoOperaNVWR(1, 340, "WINVRAM", 104, item), -1) << place;
+TEST_F(Phone, AFailureGivesThePlannedValueAndFor0ThePlacesDefault) {
+  const char *const node = "/sys/vq20x0_debug/bfgx_test";
+  char text[104] = "text";
+  const auto error_if = [](bool failed) { return failed ? errno : 0; };
+  const auto open_udp = [] { return socket(AF_INET, SOCK_DGRAM, 0); };
+  const auto nv = [&](uint32_t access) { return kevoOperaNVWR(access, 340, "A", 104, text); };
+  const auto end_of_child = [&] {
+    pid_t child = fork();
+    if (child == 0) _exit(0);
+    int error = error_if(waitpid(child, nullptr, 0) < 0);
+    if (error == EINTR) waitpid(child, nullptr, 0);
+    return error;
+  };
+  const auto end_of_reading = [&] {
+    FILE *stream = popen("netcfg", "r");
+    int error = error_if(fread(text, 1, 1, stream) == 0);
+    pclose(stream);
+    return error;
+  };
+  const auto end_of_writing = [&] {
+    int descriptor = open(node, O_WRONLY);
+    int error = error_if(write(descriptor, "4", 1) < 0);
+    close(descriptor);
+    return error;
+  };
+  const auto exec_error = [&] {
+    shell("true");
+    return phone_event(1)->error;
+  };
+  const struct {
+    const char *place;
+    int usual;
+    std::function<int()> failure;
+  } cases[] = {
+      {"socket", EMFILE, [&] { return error_if(open_udp() < 0); }},
+      {"ioctl", EIO, [&] { return -give(11); }},
+      {"ioctl:11", EIO, [&] { return -give(11); }},
+      {"close", EIO, [&] { return error_if(close(open_udp()) < 0); }},
+      {"fork", EAGAIN, [&] { return error_if(fork() < 0); }},
+      {"execl", ENOENT, exec_error},
+      {"waitpid", EINTR, end_of_child},
+      {"popen", EMFILE, [&] { return error_if(!popen("true", "r")); }},
+      {"fread", EIO, end_of_reading},
+      {"pclose", ECHILD, [&] { return error_if(pclose(popen("true", "r")) < 0); }},
+      {"open", EACCES, [&] { return error_if(open(node, O_WRONLY) < 0); }},
+      {"write", EIO, end_of_writing},
+      {"memcpy_s", EINVAL, [&] { return memcpy_s(text, 8, "a", 1); }},
+      {"memset_s", EINVAL, [&] { return memset_s(text, 8, 0, 1); }},
+      {"strncpy_s", EINVAL, [&] { return strncpy_s(text, 8, "a", 1); }},
+      {"snprintf_s", -1, [&] { return snprintf_s(text, 8, 7, "a"); }},
+      {"sprintf_s", -1, [&] { return sprintf_s(text, 8, "a"); }},
+      {"sscanf_s", -1, [&] { return sscanf_s("a", "%7s", text); }},
+      {"kevoOperaNVWR", -1, [&] { return nv(ORVA_NV_WRITE); }},
+      {"shell:true", 1, [&] { return shell("true"); }},
+      {"nv_read:340", -1, [&] { return nv(ORVA_NV_READ); }},
+      {"nv_write:340", -1, [&] { return nv(ORVA_NV_WRITE); }},
+  };
+  for (auto &c : cases) {
+    for (int value : {0, ENOSPC}) {
+      phone_events_clear();
+      phone_fault(c.place, 1, 1, value);
+      EXPECT_EQ(phone_uses(c.place), 0U) << c.place;
+      EXPECT_EQ(c.failure(), value ? value : c.usual) << c.place;
+    }
   }
-  phone_fault("shell:true", 1, 1, 0);
-  EXPECT_EQ(shell("true"), 1);
-  phone_fault("fork", 1, 1, 0);
-  errno = 0;
-  EXPECT_EQ(fork(), -1);
-  EXPECT_EQ(errno, EAGAIN);
+  phone_fault("nv_lose:340", 1, 1, 0);
+  EXPECT_EQ(nv(ORVA_NV_WRITE), 0);
+  EXPECT_EQ(phone_nv_get(340, "A", text), 0);
+  EXPECT_EQ(text[0], 0) << "reported as done, not stored";
 }
 
 TEST(PhoneTrace, EveryKindHasAWordOfItsOwn) {
@@ -987,6 +1044,17 @@ TEST_F(Phone, BoundsAreChecked) {
   int a = 0, b = 0;
   EXPECT_EQ(sscanf_s("-5,7", "%d,%d", &a, &b), 2);
   EXPECT_EQ(a * b, -35);
+  EXPECT_EQ(strncpy_s(text, 8, "abc", 8), 0);
+  EXPECT_EQ(memset_s(text, 2, 'x', 2), 0);
+  EXPECT_STREQ(text, "xxc");
+  EXPECT_EQ(memcpy_s(text, 0, "a", 1) | memset_s(text, 0, 0, 1) | strncpy_s(text, 0, "a", 1), EINVAL);
+  EXPECT_EQ(memcpy_s(nullptr, 8, "a", 1) | memset_s(nullptr, 8, 0, 1) | strncpy_s(nullptr, 8, "a", 1),
+            EINVAL);
+  EXPECT_EQ(snprintf_s(text, 0, 4, "a") | sprintf_s(nullptr, 8, "a") | sscanf_s(nullptr, "%d", &a), -1);
+  EXPECT_STREQ(text, "xxc") << "no room to write to";
+  EXPECT_EQ(strncpy_s(text, 8, nullptr, 3), EINVAL);
+  EXPECT_EQ(memcpy_s(text, 8, nullptr, 3), EINVAL);
+  EXPECT_STREQ(text, "");
 }
 
 TEST_F(Phone, BoundsCheckedFunctionsFailAsPlanned) {
@@ -1058,7 +1126,15 @@ TEST_F(Phone, ABadDescriptionIsNamedAndLeavesThePhoneAlone) {
       {"[identity]\nmac = \"02:4F\"\n", ":2: identity.mac: '02:4F' is not an address like"},
       {"[[fault]]\nplace = \"iotcl\"\n", ":1: fault.place: 'iotcl' is no place"},
       {"[[fault]]\nplace = \"ioctl\"\nnth = 0\n", ":3: fault.nth: must be a whole number, at least 1"},
+      {"[[fault]]\nplace = \"ioctl\"\ntimes = -1\n", ":3: fault.times: must be a whole number, at least 0"},
+      {"[[fault]]\nvalue = 2147483648\n", ":2: fault.value: must be a whole number, at least -2147483648"},
+      {"[[fault]]\ncount = 2\n", ":2: fault.count: no such key; place, nth, times or value"},
+      {"[[fault]]\nnth = 2\n", ":1: fault: place is missing"},
+      {"[[fault]]\nplace = [1]\n", ":2: fault.place: must be a text like \"ioctl:11\""},
+      {"fault = [3]\n", ":1: fault: must be written as [[fault]] with place, nth, times and value"},
       {"chip = \n", ":1: "},
+      {"[[nv]]\nnumber = 1\nname = \"A\"\ntext = \"a\"\n[[fault]]\nplace = \"fork\"\n[zigbee]\nup = 1\n",
+       ":8: zigbee.up: no such key"},
   };
   scratch_file file;
   for (auto &c : cases) {
@@ -1068,6 +1144,9 @@ TEST_F(Phone, ABadDescriptionIsNamedAndLeavesThePhoneAlone) {
     EXPECT_EQ(std::string(error).find(file.path + c.complaint), 0u) << error;
   }
   EXPECT_EQ(get("chip"), "vq2050");
+  EXPECT_EQ(phone_faults_unfired(), 0U);
+  uint32_t number = 0;
+  EXPECT_EQ(phone_nv_at(0, &number, nullptr, 0, nullptr), 0);
   EXPECT_EQ(phone_load("/no/such/file", nullptr, 0), -1);
 }
 
@@ -1111,6 +1190,8 @@ TEST_F(Phone, TheBrokenPhonesDifferFromTheGoodOneWhereTheySay) {
 }
 
 TEST_F(Phone, AKeyTakesTheValuesOfItsFormAndNoOthers) {
+  const std::string begin(63, 'x'), long_text = begin + "\u00fc" + std::string(9000, 'x'),
+                                    shortened = "'" + begin + "...' is not at most";
   const struct {
     const char *key, *value, *kept, *expects;  // kept: null where the value is refused with what is expected
   } cases[] = {
@@ -1129,6 +1210,7 @@ TEST_F(Phone, AKeyTakesTheValuesOfItsFormAndNoOthers) {
       {"check.pin", "0x12", "18", ""},
       {"ap.ssid", "12345678901234567890123456789012", "12345678901234567890123456789012", ""},
       {"ap.ssid", "123456789012345678901234567890123", nullptr, "at most 32 characters"},
+      {"identity.dbb", long_text.c_str(), nullptr, shortened.c_str()},
       {"identity.mac", "02:4F:52:56:41:0a", "02:4f:52:56:41:0a", ""},
       {"identity.mac", "02:4F:52:56:41", nullptr, "an address like 02:00:5E:10:20:30"},
       {"driver.refuse", "11,20*3", "11,20*3", ""},

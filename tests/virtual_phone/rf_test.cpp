@@ -116,6 +116,8 @@ TEST_F(Rf, BadValuesAreRefusedWithWhatWouldBeRight) {
                {"cable", "localhost:5026", "HOST:PORT/N"},
                {"cable", "localhost:0/1", "HOST:PORT/N"},
                {"cable", "localhost:5026/0", "HOST:PORT/N"},
+               {"cable", "localhost:5026/1000", "HOST:PORT/N"},
+               {"cable", "localhost:65536/1", "HOST:PORT/N"},
                {"cable", ":5026/1", "HOST:PORT/N"}};
   for (auto &c : cases) {
     std::string before = get(c.key), message = refusal(c.key, c.value);

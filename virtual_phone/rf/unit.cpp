@@ -39,7 +39,7 @@ struct row {
       OFFSET("mf2g40a" n, channels_2g, "channels 1 to 13"), OFFSET("dpn160c" n, 2, "5250 and 5570 MHz")
 
 // clang-format off
-const row rows[] = {
+constexpr row rows[] = {
     CHAIN("0"), CHAIN("1"),
     {"rf.error.block", 8, 0, 0, 600, -6000, 6000, "dB", "power error of each mode of the calibration block"},
     {"rf.detector_slope", 2, 0, 0, 400, -10000, 10000, "%", "slope error of each chain's power detector"},
@@ -56,6 +56,11 @@ const row rows[] = {
 };
 // clang-format on
 static_assert(std::size(rows) == quantities, "a row per quantity");
+
+constexpr bool has_second(const row &row) { return row.count == 2; }
+static_assert(std::all_of(std::begin(rows), std::end(rows),
+                          [](auto &row) { return has_second(row) || row.typical_of_second == 0; }),
+              "a second typical value without a second value");
 
 constexpr struct {
   const char *name;
@@ -75,7 +80,7 @@ constexpr unsigned reference_channel = 6;
 bool is_reference(const row &row, unsigned i) { return row.count == channels_2g && i == reference_channel; }
 
 milli typical(const row &row, unsigned i) {
-  return row.count == 2 && i == 1 ? row.typical_of_second : row.typical;
+  return has_second(row) && i == 1 ? row.typical_of_second : row.typical;
 }
 
 milli drawn(const row &row, unsigned i, random_stream &stream) {
