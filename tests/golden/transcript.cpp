@@ -578,8 +578,8 @@ void write_receive(book &book) {
   book.call(after("in test mode, nothing set", [](const bench &bench) { bench.call("wifi_start_testmode"); }),
             "wifi_start_rx", no_text, no_text);
   book.heading("address filter");
-  for (const char *mac : {"0a1B2c3D4e5F", "0A1B2C3D4E5F6789", "0a1B2c3D4e5", "0a1B2c3D4e5G", "",
-                          "@`/:gG123456", "00:11:22:33:44"}) {
+  for (const char *mac : {"0a1B2c3D4e5F", "0A1B2C3D4E5F6789", "01020304050F", "0a1B2c3D4e5", "0a1B2c3D4e5G",
+                          "", "@`/:gG123456", "00:11:22:33:44"}) {
     book.call({"in test mode", test_mode}, own{"wifi_set_hw_mac_addr"}, mac);
   }
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_hw_mac_addr"}, no_text);
@@ -711,6 +711,7 @@ void write_chip_check(book &book) {
   book.try_faults(fresh, "conn_test_get_chipcheck_result", nullptr, nullptr, nullptr);
   book.call(fresh, "conn_test_chipcheck", output{1}, output{1}, output{1});
   book.call(fresh, "conn_test_chipcheck", output{1}, output{1}, nullptr);
+  book.call(fresh, "conn_test_chipcheck", nullptr, output{1}, output{1});
   book.call(fresh, "conn_test_get_chipcheck_result", output{1}, nullptr, output{4});
   for (const char *code : {"1", "7", "4294967295"}) {
     book.call(keyed("check.chip", code), "conn_test_chipcheck", nullptr, nullptr, nullptr);
@@ -899,8 +900,9 @@ void write_calibration_sets(book &book) {
             "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, "2147483647");
   book.heading("stored texts out of order");
   for (const char *text :
-       {"pa2ga0=1,2;", "pa2ga0=;", "pa2ga0;", "pa2ga0", "pa2ga0=1,2,3", "xpa2ga0=1,2,3;", ";;pa2ga0=4,5,6;;",
-        "pa2ga0=1,2,3;pa2ga0=4,5,6;", "pa2g=1,2,3;", "pa2ga0=1,2,3,4,5;", "pa2ga0=99999999999,2,3;",
+       {";", "x", "pa2ga0=1,2;", "pa2ga0=;", "pa2ga0;", "pa2ga0", "pa2ga0=1,2,3", "xpa2ga0=1,2,3;",
+        ";;pa2ga0=4,5,6;;", "pa2ga0=1,2,3;pa2ga0=4,5,6;", "pa2g=1,2,3;", "pa2ga0=1,2,3,4,5;",
+        "pa2ga0=99999999999,2,3;",
         "pa5ga0=1,2,3,4,5,6,7,8,9,10,11,12;pa2ga0=10000,20000,30000;pa5glowa0=123456789012345678"
         "901234567890123456789012"}) {
     book.call(stored(340, "WIC0_2G5G_OFDM", text), "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, "12");
@@ -983,8 +985,8 @@ std::string entry(void *function, arguments &, uint32_t number, const char *name
                   uint32_t mode, uint32_t size) {
   static constexpr uint32_t values[] = {1, 4294967295, 3};
   const orva_nvbuf_request request = {number, name, ORVA_NV_ITEM_SIZE, param, 3, values};
-  std::vector<char> out(size + 1, '?');  // the routine starts with an empty text, whatever is there
-  out[size] = '\0';
+  std::vector<char> out(size + 2, '?');  // the routine starts with an empty text, whatever is there
+  out[size + 1] = '\0';
   reinterpret_cast<void (*)(char *, uint32_t, const orva_nvbuf_request *, uint32_t)>(function)(
       out.data(), size, &request, mode);
   return std::string("\"") + out.data() + "\"";
@@ -1025,6 +1027,14 @@ void write_items(book &book) {
         },
         false);
   }
+  for (const uint32_t size : {1U, 0U}) {
+    book.call_as(
+        {"an absent item, a buffer of " + std::to_string(size) + " bytes"}, own{"get_nvbuf_by_name"},
+        [=](void *function, arguments &store) {
+          return entry(function, store, 367, "WITXCCK", "pa2gccka0", ORVA_NVBUF_READ, size);
+        },
+        false);
+  }
   book.heading("parameter texts");
   for (const uint32_t size : {104U, 20U, 8U, 7U, 1U}) {
     book.call_as(
@@ -1049,6 +1059,10 @@ void write_items(book &book) {
                            uint32_t{367}, "WITXCCK");
   book.call<int32_t>(full, own{"read_wifi_nvram_param_from_nv"}, output{20}, uint32_t{20}, uint32_t{367},
                      "WITXCCK");
+  for (const char *name : {"A_NAME_OF_THIRTY-ONE_CHARACTERS", "A_NAME_OF_THIRTY-TWO_CHARACTERS_", no_text}) {
+    book.call<int32_t>(fresh, own{"read_wifi_nvram_param_from_nv"}, output{4}, uint32_t{4}, uint32_t{367},
+                       name);
+  }
 }
 
 void write_calibration(book &book) {
@@ -1091,7 +1105,7 @@ void write_utilities(book &book) {
   book.call({"connected", nothing,
              [](const bench &) {
                bench::set("ap.ssid", "factory net");
-               bench::set("ap.bssid", "02:aa:bb:cc:dd:ee");
+               bench::set("ap.bssid", "02:03:04:0a:0b:0c");
                bench::set("ap.rssi", "-61");
              }},
             "wifi_conn_info", output{33}, output{6}, output{1});
