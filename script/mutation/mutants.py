@@ -57,7 +57,9 @@ def sample(parts, seed):
         random.Random(f"{seed} {name}").shuffle(group)
     turns = [groups[name] for name in sorted(groups)]
     random.Random(seed).shuffle(turns)
-    return [group[i] for i in range(max(map(len, turns))) for group in turns if i < len(group)]
+    found = [group[i] for i in range(max(map(len, turns))) for group in turns if i < len(group)]
+    # Left out only here, so that the choice of the others does not depend on it.
+    return [m for m in found if m.kind != "field dropped" or not c_family.restates_defaults(m.before)]
 
 
 def applied(mutant, text):
