@@ -19,6 +19,8 @@ namespace {
 using enum before;
 const char *const no_text = nullptr;
 const scene fresh = {""};
+/// 0x12345678: each byte differs, so that a value cut to fewer bits shows.
+constexpr int32_t wide = 305419896;
 
 /// The phone's driver answers a command with these bytes.
 scene answering(uint32_t command, const std::vector<uint8_t> &bytes, before needs = nothing) {
@@ -212,10 +214,11 @@ void write_driver_and_shell(book &book) {
 
 void query_all(book &book, const bench &bench) {
   for (int32_t item = 0; item <= 15; item++) book.line<int32_t>(bench, "wifi_query_setting", item);
+  book.line<int32_t>(bench, "wifi_query_setting", 257);
 }
 
 void write_settings(book &book) {
-  const int32_t extremes[] = {-2147483647 - 1, -100, -99, -98, -1, 0, 1, 2, 3, 255, 256, 2147483647};
+  const int32_t extremes[] = {-2147483647 - 1, -100, -99, -98, -1, 0, 1, 2, 3, 255, 256, 257, 2147483647};
 
   book.heading("settings of a library just loaded");
   query_all(book, bench(book.chip()));
@@ -292,7 +295,7 @@ void write_settings(book &book) {
   {
     const bench bench(book.chip());
     for (const int32_t value : extremes) book.line(bench, "wifi_setmimo_channel", value);
-    for (const char *subchip : {"0", "1", "2", "3", "7"}) {
+    for (const char *subchip : {"0", "1", "2", "3", "7", "257"}) {
       bench::set("subchip", subchip);
       book.text(std::string("the platform reports sub-chip ") + subchip);
       for (const int32_t chain : {1, 3}) book.line(bench, own{"wifi_setmimo_channel"}, chain);
@@ -347,7 +350,7 @@ void write_channels(book &book) {
   book.heading("mode by frequency");
   {
     const bench bench(book.chip());
-    for (const uint32_t mode : {0, 4, 6, 7, 8, 9, 12, 14}) {
+    for (const uint32_t mode : {0, 4, 6, 7, 8, 9, 12, 14, 263, wide}) {
       for (const int32_t mhz : {-1, 0, 2412, 2476, 2483, 2484, 5180})
         book.line(bench, own{"wifi_ioctl_set_mode"}, mode, mhz);
     }
@@ -356,12 +359,13 @@ void write_channels(book &book) {
   book.heading("bandwidth");
   {
     const bench bench(book.chip());
-    for (const uint32_t band : {0U, 1U, 2U, 3U, 4U, 7U, 0xFFFFFFFFU}) {
+    for (const uint32_t band : {0U, 1U, 2U, 3U, 4U, 7U, 258U, 0xFFFFFFFFU}) {
       book.line(bench, own{"wifi_ioctl_set_band"}, band);
     }
   }
   book.heading("MIMO chain");
   book.try_faults(fresh, own{"wifi_ioctl_setmimo_channel"}, uint32_t{2});
+  book.call(fresh, own{"wifi_ioctl_setmimo_channel"}, uint32_t{wide});
   book.heading("channel");
   book.try_faults({"in test mode", test_mode}, own{"wifi_ioctl_set_channel"}, uint32_t{2412});
   for (const int32_t band : {0, 1, 2, 3, -1, 4}) {
@@ -467,14 +471,13 @@ void write_test_mode(book &book) {
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_dyn_interval"});
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_selfcali_interval"});
   book.try_faults(fresh, own{"wifi_set_pm_switch"}, uint32_t{0});
-  book.call(fresh, own{"wifi_set_pm_switch"}, uint32_t{1});
+  for (const uint32_t value : {1, wide}) book.call(fresh, own{"wifi_set_pm_switch"}, value);
   book.try_faults(fresh, "wifi_set_powermode", 1, 0);
-  for (const int32_t mode : {1, 0, 2, -1}) {
-    book.call(fresh, "wifi_set_powermode", mode, 0);
-    book.call(fresh, "wifi_set_powermode", mode, 3);
+  for (const int32_t mode : {1, 0, 2, -1, 257}) {
+    for (const int32_t value : {0, wide}) book.call(fresh, "wifi_set_powermode", mode, value);
   }
   book.try_faults(fresh, "wifi_pt_power_test", 1);
-  for (const int32_t mode : {0, 2, -1}) book.call(fresh, "wifi_pt_power_test", mode);
+  for (const int32_t mode : {0, 2, 256, -1}) book.call(fresh, "wifi_pt_power_test", mode);
 }
 
 void set_rf(const bench &bench, int32_t mode, int32_t band, int32_t mhz, int32_t rate, int32_t power) {
@@ -535,7 +538,7 @@ void write_transmit(book &book) {
                 test_mode),
             "wifi_start_tx");
   book.heading("rates");
-  for (const int32_t rate : {0, 1, 65, 99, 100, 550, 1100, 5400, 6500, 12150, 12151, 86670, -1, -100}) {
+  for (const int32_t rate : {0, 1, 65, 99, 100, 550, 1100, 5400, 6500, 12150, 12151, 86670, wide, -1, -100}) {
     book.call(after(
                   "rate " + std::to_string(rate),
                   [=](const bench &bench) { bench.call("wifi_set_rate", rate); }, test_mode),
@@ -607,7 +610,7 @@ void write_receive(book &book) {
 
 void write_ru_test(book &book) {
   book.heading("arming");
-  for (const int32_t en_set : {0, 1, 2, 3, -1}) book.call(fresh, "wifi_ru_set", en_set, "0a5");
+  for (const int32_t en_set : {0, 1, 2, 3, 257, -1}) book.call(fresh, "wifi_ru_set", en_set, "0a5");
   for (const char *aid : {"123", "FfF", "12", "1234", "xyz", ""}) book.call(fresh, "wifi_ru_set", 1, aid);
   book.call(fresh, "wifi_ru_set", 2, no_text);
   book.heading("the setting");
@@ -863,6 +866,9 @@ void write_calibration_sets(book &book) {
               "wifi_nvram_calibrate_set", 0, 0, 4, 0, 1, 2442, "4.9");
     book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 3, 0, 0, 2442, no_text);
     book.call(calibrated_scene, "wifi_nvram_calibrate_set", 1, 1, 4, 0, 0, 2412, "0.5");
+    book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 259, 0, 0, 2412, "0.5");
+    book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 4, 256, 0, 2412, "0.5");
+    book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 4, 0, 257, 2412, "0.5");
     book.call({"NV empty"}, "wifi_nvram_calibrate_set", 0, 0, 4, 0, 0, 2412, "0.5");
     return;
   }
@@ -874,7 +880,14 @@ void write_calibration_sets(book &book) {
   book.try_faults(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 1, 0, 5180, "12");
   book.call(empty, "wifi_nvram_calibrate_set", 0, 1, 0, 1, 3, 5250, "3");
   book.call(empty, "wifi_nvram_calibrate_set", 1, 0, 0, 0, 0, 2442, "12");
-  book.call(empty, "wifi_nvram_calibrate_set", 0, 2, 0, 0, 0, 2442, "12");
+  for (const int32_t chain : {2, 256}) {
+    book.call(empty, "wifi_nvram_calibrate_set", 0, chain, 0, 0, 0, 2442, "12");
+  }
+  book.call(empty, "wifi_nvram_calibrate_set", 256, 0, 0, 0, 0, 2442, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 258, 0, 0, 2442, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 257, 0, 5250, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 0, 257, 2442, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 65536 + 2442, "12");
   for (const auto &[mode, bandwidth] : {std::pair{2, 0}, std::pair{0, 1}}) {
     for (const int32_t freq : {2412, 2442}) {
       for (const int32_t chain : {0, 1}) {
@@ -962,7 +975,7 @@ void write_reading_and_cleaning(book &book) {
   }
   book.heading("cleaning");
   for (const int32_t scope : {1, 2, 3, 4, 5}) book.try_faults(full, "wifi_nvram_calibrate_clean", scope);
-  for (const int32_t scope : {0, 6, -1}) book.call(full, "wifi_nvram_calibrate_clean", scope);
+  for (const int32_t scope : {0, 6, 257, -1}) book.call(full, "wifi_nvram_calibrate_clean", scope);
   book.call(full, "wifi_nvram_calibrate_clean_new", words{{1, 1, 1, 1}});
   for (uint32_t one = 0; one < 4; one++) {
     words flags = {{0, 0, 0, 0}};
@@ -974,10 +987,10 @@ void write_reading_and_cleaning(book &book) {
   book.call(full, own{"clean_all_nvparam"});
   for (const char *step :
        {"clean_nvparam_2G_C0", "clean_nvparam_2G_C1", "clean_nvparam_5G_C0", "clean_nvparam_5G_C1"}) {
-    for (const uint32_t enable : {1U, 0U}) book.call(full, own{step}, enable);
+    for (const uint32_t enable : {1U, 256U, 0U}) book.call(full, own{step}, enable);
   }
   for (const char *step : {"clean_nvparam_by_rfcore", "clean_nvparam_by_rffreq"}) {
-    for (const uint32_t which : {0U, 1U, 2U}) book.call(full, own{step}, which);
+    for (const uint32_t which : {0U, 1U, 2U, 256U}) book.call(full, own{step}, which);
   }
 }
 
@@ -1122,9 +1135,9 @@ void write_utilities(book &book) {
   book.call(fresh, "wifi_set_tas_ant_mode", 65537);
   book.try_faults(fresh, own{"wifi_set_pcie_sdio_mode"}, uint32_t{1});
   book.call(fresh, own{"wifi_set_pcie_sdio_mode"}, uint32_t{65537});
-  for (const int32_t flag : {1, 0, 2, -1}) book.call(fresh, "wifi_selcal_disable_set", flag);
+  for (const int32_t flag : {1, 0, 2, 257, -1}) book.call(fresh, "wifi_selcal_disable_set", flag);
   book.try_faults(fresh, "wifi_test_broadcast_loop", 1);
-  book.call(fresh, "wifi_test_broadcast_loop", 0);
+  for (const int32_t value : {0, wide}) book.call(fresh, "wifi_test_broadcast_loop", value);
 }
 
 // ---- All -----------------------------------------------------------------------------------------------
