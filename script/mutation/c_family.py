@@ -90,6 +90,11 @@ def conditions(line, plain):
             yield "inverted", replaced(line, match, f" ? {second} : {first}")
 
 
+def restates_defaults(line):
+    """Whether a line only gives members the values that they have without it."""
+    return re.fullmatch(r"\s*(\.\w+ = (false|0|nullptr),\s*)+", line) is not None
+
+
 def fields(line, plain):
     """A member of a braced list left out, or always the same."""
     if re.match(r'\s*\{"[^{}]*\},$', plain) or re.match(r"\s*\.\w+ = [^{}]*,$", plain):

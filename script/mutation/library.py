@@ -1,14 +1,17 @@
 # SPDX-License-Identifier: Apache-2.0
 """Tries mutants of the library: one object is compiled, the library and the tests of internals are linked."""
 import collections
+import contextlib
 import json
 import os
 import pathlib
 import re
 import shlex
 import shutil
+import signal
 import subprocess
 import sys
+import tempfile
 import time
 
 from lib import ROOT, labelled_tests
@@ -106,11 +109,19 @@ class Worker:
         return str(ROOT / mutant.file) in self.compile
 
     def run(self, words, timeout):
-        try:
-            return subprocess.run([str(word) for word in words], capture_output=True, cwd=BUILD, timeout=timeout,
-                                  env=self.environment, check=False)
-        except subprocess.TimeoutExpired:
-            return subprocess.CompletedProcess(words, -1, b"")
+        with tempfile.TemporaryFile() as output:
+            process = subprocess.Popen([str(word) for word in words], stdout=output, stderr=subprocess.DEVNULL, cwd=BUILD,
+                                       env=self.environment, start_new_session=True)
+            try:
+                status = process.wait(timeout)
+            except subprocess.TimeoutExpired:
+                status = -1
+            # A mutant behind fork() makes each child go on as another test program.
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+            output.seek(0)
+            return subprocess.CompletedProcess(words, status, output.read())
 
     def builds(self, words):
         return self.run(words, SECONDS_TO_BUILD).returncode == 0

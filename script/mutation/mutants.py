@@ -46,9 +46,11 @@ def mutants_of(file, choose):
 
 
 def changes_code(mutant):
-    """Whether more than a comment in the line differs."""
+    """Whether more than a comment, or an initializer that restates the default, differs."""
     if mutant.file.endswith(".py"):
         return True
+    if mutant.kind == "field dropped" and c_family.restates_defaults(mutant.before):
+        return False
     before, after = (re.sub(r'("(?:[^"\\]|\\.)*")|/\*.*?\*/', r"\1", text) for text in (mutant.before, mutant.after))
     return before != after
 

@@ -19,6 +19,8 @@ namespace {
 using enum before;
 const char *const no_text = nullptr;
 const scene fresh = {""};
+/// 0x12345678: each byte differs, so that a value cut to fewer bits shows.
+constexpr int32_t wide = 305419896;
 
 /// The phone's driver answers a command with these bytes.
 scene answering(uint32_t command, const std::vector<uint8_t> &bytes, before needs = nothing) {
@@ -212,10 +214,11 @@ void write_driver_and_shell(book &book) {
 
 void query_all(book &book, const bench &bench) {
   for (int32_t item = 0; item <= 15; item++) book.line<int32_t>(bench, "wifi_query_setting", item);
+  book.line<int32_t>(bench, "wifi_query_setting", 257);
 }
 
 void write_settings(book &book) {
-  const int32_t extremes[] = {-2147483647 - 1, -100, -99, -98, -1, 0, 1, 2, 3, 255, 256, 2147483647};
+  const int32_t extremes[] = {-2147483647 - 1, -100, -99, -98, -1, 0, 1, 2, 3, 255, 256, 257, 2147483647};
 
   book.heading("settings of a library just loaded");
   query_all(book, bench(book.chip()));
@@ -292,7 +295,7 @@ void write_settings(book &book) {
   {
     const bench bench(book.chip());
     for (const int32_t value : extremes) book.line(bench, "wifi_setmimo_channel", value);
-    for (const char *subchip : {"0", "1", "2", "3", "7"}) {
+    for (const char *subchip : {"0", "1", "2", "3", "7", "257"}) {
       bench::set("subchip", subchip);
       book.text(std::string("the platform reports sub-chip ") + subchip);
       for (const int32_t chain : {1, 3}) book.line(bench, own{"wifi_setmimo_channel"}, chain);
@@ -347,7 +350,7 @@ void write_channels(book &book) {
   book.heading("mode by frequency");
   {
     const bench bench(book.chip());
-    for (const uint32_t mode : {0, 4, 6, 7, 8, 9, 12, 14}) {
+    for (const uint32_t mode : {0, 4, 6, 7, 8, 9, 12, 14, 263, wide}) {
       for (const int32_t mhz : {-1, 0, 2412, 2476, 2483, 2484, 5180})
         book.line(bench, own{"wifi_ioctl_set_mode"}, mode, mhz);
     }
@@ -356,12 +359,13 @@ void write_channels(book &book) {
   book.heading("bandwidth");
   {
     const bench bench(book.chip());
-    for (const uint32_t band : {0U, 1U, 2U, 3U, 4U, 7U, 0xFFFFFFFFU}) {
+    for (const uint32_t band : {0U, 1U, 2U, 3U, 4U, 7U, 258U, 0xFFFFFFFFU}) {
       book.line(bench, own{"wifi_ioctl_set_band"}, band);
     }
   }
   book.heading("MIMO chain");
   book.try_faults(fresh, own{"wifi_ioctl_setmimo_channel"}, uint32_t{2});
+  book.call(fresh, own{"wifi_ioctl_setmimo_channel"}, uint32_t{wide});
   book.heading("channel");
   book.try_faults({"in test mode", test_mode}, own{"wifi_ioctl_set_channel"}, uint32_t{2412});
   for (const int32_t band : {0, 1, 2, 3, -1, 4}) {
@@ -467,14 +471,13 @@ void write_test_mode(book &book) {
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_dyn_interval"});
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_selfcali_interval"});
   book.try_faults(fresh, own{"wifi_set_pm_switch"}, uint32_t{0});
-  book.call(fresh, own{"wifi_set_pm_switch"}, uint32_t{1});
+  for (const uint32_t value : {1, wide}) book.call(fresh, own{"wifi_set_pm_switch"}, value);
   book.try_faults(fresh, "wifi_set_powermode", 1, 0);
-  for (const int32_t mode : {1, 0, 2, -1}) {
-    book.call(fresh, "wifi_set_powermode", mode, 0);
-    book.call(fresh, "wifi_set_powermode", mode, 3);
+  for (const int32_t mode : {1, 0, 2, -1, 257}) {
+    for (const int32_t value : {0, wide}) book.call(fresh, "wifi_set_powermode", mode, value);
   }
   book.try_faults(fresh, "wifi_pt_power_test", 1);
-  for (const int32_t mode : {0, 2, -1}) book.call(fresh, "wifi_pt_power_test", mode);
+  for (const int32_t mode : {0, 2, 256, -1}) book.call(fresh, "wifi_pt_power_test", mode);
 }
 
 void set_rf(const bench &bench, int32_t mode, int32_t band, int32_t mhz, int32_t rate, int32_t power) {
@@ -535,7 +538,7 @@ void write_transmit(book &book) {
                 test_mode),
             "wifi_start_tx");
   book.heading("rates");
-  for (const int32_t rate : {0, 1, 65, 99, 100, 550, 1100, 5400, 6500, 12150, 12151, 86670, -1, -100}) {
+  for (const int32_t rate : {0, 1, 65, 99, 100, 550, 1100, 5400, 6500, 12150, 12151, 86670, wide, -1, -100}) {
     book.call(after(
                   "rate " + std::to_string(rate),
                   [=](const bench &bench) { bench.call("wifi_set_rate", rate); }, test_mode),
@@ -578,8 +581,8 @@ void write_receive(book &book) {
   book.call(after("in test mode, nothing set", [](const bench &bench) { bench.call("wifi_start_testmode"); }),
             "wifi_start_rx", no_text, no_text);
   book.heading("address filter");
-  for (const char *mac : {"0a1B2c3D4e5F", "0A1B2C3D4E5F6789", "0a1B2c3D4e5", "0a1B2c3D4e5G", "",
-                          "@`/:gG123456", "00:11:22:33:44"}) {
+  for (const char *mac : {"0a1B2c3D4e5F", "0A1B2C3D4E5F6789", "01020304050F", "0a1B2c3D4e5", "0a1B2c3D4e5G",
+                          "", "@`/:gG123456", "00:11:22:33:44"}) {
     book.call({"in test mode", test_mode}, own{"wifi_set_hw_mac_addr"}, mac);
   }
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_hw_mac_addr"}, no_text);
@@ -607,7 +610,7 @@ void write_receive(book &book) {
 
 void write_ru_test(book &book) {
   book.heading("arming");
-  for (const int32_t en_set : {0, 1, 2, 3, -1}) book.call(fresh, "wifi_ru_set", en_set, "0a5");
+  for (const int32_t en_set : {0, 1, 2, 3, 257, -1}) book.call(fresh, "wifi_ru_set", en_set, "0a5");
   for (const char *aid : {"123", "FfF", "12", "1234", "xyz", ""}) book.call(fresh, "wifi_ru_set", 1, aid);
   book.call(fresh, "wifi_ru_set", 2, no_text);
   book.heading("the setting");
@@ -711,6 +714,7 @@ void write_chip_check(book &book) {
   book.try_faults(fresh, "conn_test_get_chipcheck_result", nullptr, nullptr, nullptr);
   book.call(fresh, "conn_test_chipcheck", output{1}, output{1}, output{1});
   book.call(fresh, "conn_test_chipcheck", output{1}, output{1}, nullptr);
+  book.call(fresh, "conn_test_chipcheck", nullptr, output{1}, output{1});
   book.call(fresh, "conn_test_get_chipcheck_result", output{1}, nullptr, output{4});
   for (const char *code : {"1", "7", "4294967295"}) {
     book.call(keyed("check.chip", code), "conn_test_chipcheck", nullptr, nullptr, nullptr);
@@ -862,6 +866,9 @@ void write_calibration_sets(book &book) {
               "wifi_nvram_calibrate_set", 0, 0, 4, 0, 1, 2442, "4.9");
     book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 3, 0, 0, 2442, no_text);
     book.call(calibrated_scene, "wifi_nvram_calibrate_set", 1, 1, 4, 0, 0, 2412, "0.5");
+    book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 259, 0, 0, 2412, "0.5");
+    book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 4, 256, 0, 2412, "0.5");
+    book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 4, 0, 257, 2412, "0.5");
     book.call({"NV empty"}, "wifi_nvram_calibrate_set", 0, 0, 4, 0, 0, 2412, "0.5");
     return;
   }
@@ -873,7 +880,14 @@ void write_calibration_sets(book &book) {
   book.try_faults(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 1, 0, 5180, "12");
   book.call(empty, "wifi_nvram_calibrate_set", 0, 1, 0, 1, 3, 5250, "3");
   book.call(empty, "wifi_nvram_calibrate_set", 1, 0, 0, 0, 0, 2442, "12");
-  book.call(empty, "wifi_nvram_calibrate_set", 0, 2, 0, 0, 0, 2442, "12");
+  for (const int32_t chain : {2, 256}) {
+    book.call(empty, "wifi_nvram_calibrate_set", 0, chain, 0, 0, 0, 2442, "12");
+  }
+  book.call(empty, "wifi_nvram_calibrate_set", 256, 0, 0, 0, 0, 2442, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 258, 0, 0, 2442, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 257, 0, 5250, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 0, 257, 2442, "12");
+  book.call(empty, "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 65536 + 2442, "12");
   for (const auto &[mode, bandwidth] : {std::pair{2, 0}, std::pair{0, 1}}) {
     for (const int32_t freq : {2412, 2442}) {
       for (const int32_t chain : {0, 1}) {
@@ -899,8 +913,9 @@ void write_calibration_sets(book &book) {
             "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, "2147483647");
   book.heading("stored texts out of order");
   for (const char *text :
-       {"pa2ga0=1,2;", "pa2ga0=;", "pa2ga0;", "pa2ga0", "pa2ga0=1,2,3", "xpa2ga0=1,2,3;", ";;pa2ga0=4,5,6;;",
-        "pa2ga0=1,2,3;pa2ga0=4,5,6;", "pa2g=1,2,3;", "pa2ga0=1,2,3,4,5;", "pa2ga0=99999999999,2,3;",
+       {";", "x", "pa2ga0=1,2;", "pa2ga0=;", "pa2ga0;", "pa2ga0", "pa2ga0=1,2,3", "xpa2ga0=1,2,3;",
+        ";;pa2ga0=4,5,6;;", "pa2ga0=1,2,3;pa2ga0=4,5,6;", "pa2g=1,2,3;", "pa2ga0=1,2,3,4,5;",
+        "pa2ga0=99999999999,2,3;",
         "pa5ga0=1,2,3,4,5,6,7,8,9,10,11,12;pa2ga0=10000,20000,30000;pa5glowa0=123456789012345678"
         "901234567890123456789012"}) {
     book.call(stored(340, "WIC0_2G5G_OFDM", text), "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442, "12");
@@ -960,7 +975,7 @@ void write_reading_and_cleaning(book &book) {
   }
   book.heading("cleaning");
   for (const int32_t scope : {1, 2, 3, 4, 5}) book.try_faults(full, "wifi_nvram_calibrate_clean", scope);
-  for (const int32_t scope : {0, 6, -1}) book.call(full, "wifi_nvram_calibrate_clean", scope);
+  for (const int32_t scope : {0, 6, 257, -1}) book.call(full, "wifi_nvram_calibrate_clean", scope);
   book.call(full, "wifi_nvram_calibrate_clean_new", words{{1, 1, 1, 1}});
   for (uint32_t one = 0; one < 4; one++) {
     words flags = {{0, 0, 0, 0}};
@@ -972,10 +987,10 @@ void write_reading_and_cleaning(book &book) {
   book.call(full, own{"clean_all_nvparam"});
   for (const char *step :
        {"clean_nvparam_2G_C0", "clean_nvparam_2G_C1", "clean_nvparam_5G_C0", "clean_nvparam_5G_C1"}) {
-    for (const uint32_t enable : {1U, 0U}) book.call(full, own{step}, enable);
+    for (const uint32_t enable : {1U, 256U, 0U}) book.call(full, own{step}, enable);
   }
   for (const char *step : {"clean_nvparam_by_rfcore", "clean_nvparam_by_rffreq"}) {
-    for (const uint32_t which : {0U, 1U, 2U}) book.call(full, own{step}, which);
+    for (const uint32_t which : {0U, 1U, 2U, 256U}) book.call(full, own{step}, which);
   }
 }
 
@@ -983,8 +998,8 @@ std::string entry(void *function, arguments &, uint32_t number, const char *name
                   uint32_t mode, uint32_t size) {
   static constexpr uint32_t values[] = {1, 4294967295, 3};
   const orva_nvbuf_request request = {number, name, ORVA_NV_ITEM_SIZE, param, 3, values};
-  std::vector<char> out(size + 1, '?');  // the routine starts with an empty text, whatever is there
-  out[size] = '\0';
+  std::vector<char> out(size + 2, '?');  // the routine starts with an empty text, whatever is there
+  out[size + 1] = '\0';
   reinterpret_cast<void (*)(char *, uint32_t, const orva_nvbuf_request *, uint32_t)>(function)(
       out.data(), size, &request, mode);
   return std::string("\"") + out.data() + "\"";
@@ -1025,6 +1040,14 @@ void write_items(book &book) {
         },
         false);
   }
+  for (const uint32_t size : {1U, 0U}) {
+    book.call_as(
+        {"an absent item, a buffer of " + std::to_string(size) + " bytes"}, own{"get_nvbuf_by_name"},
+        [=](void *function, arguments &store) {
+          return entry(function, store, 367, "WITXCCK", "pa2gccka0", ORVA_NVBUF_READ, size);
+        },
+        false);
+  }
   book.heading("parameter texts");
   for (const uint32_t size : {104U, 20U, 8U, 7U, 1U}) {
     book.call_as(
@@ -1049,6 +1072,10 @@ void write_items(book &book) {
                            uint32_t{367}, "WITXCCK");
   book.call<int32_t>(full, own{"read_wifi_nvram_param_from_nv"}, output{20}, uint32_t{20}, uint32_t{367},
                      "WITXCCK");
+  for (const char *name : {"A_NAME_OF_THIRTY-ONE_CHARACTERS", "A_NAME_OF_THIRTY-TWO_CHARACTERS_", no_text}) {
+    book.call<int32_t>(fresh, own{"read_wifi_nvram_param_from_nv"}, output{4}, uint32_t{4}, uint32_t{367},
+                       name);
+  }
 }
 
 void write_calibration(book &book) {
@@ -1091,7 +1118,7 @@ void write_utilities(book &book) {
   book.call({"connected", nothing,
              [](const bench &) {
                bench::set("ap.ssid", "factory net");
-               bench::set("ap.bssid", "02:aa:bb:cc:dd:ee");
+               bench::set("ap.bssid", "02:03:04:0a:0b:0c");
                bench::set("ap.rssi", "-61");
              }},
             "wifi_conn_info", output{33}, output{6}, output{1});
@@ -1108,9 +1135,9 @@ void write_utilities(book &book) {
   book.call(fresh, "wifi_set_tas_ant_mode", 65537);
   book.try_faults(fresh, own{"wifi_set_pcie_sdio_mode"}, uint32_t{1});
   book.call(fresh, own{"wifi_set_pcie_sdio_mode"}, uint32_t{65537});
-  for (const int32_t flag : {1, 0, 2, -1}) book.call(fresh, "wifi_selcal_disable_set", flag);
+  for (const int32_t flag : {1, 0, 2, 257, -1}) book.call(fresh, "wifi_selcal_disable_set", flag);
   book.try_faults(fresh, "wifi_test_broadcast_loop", 1);
-  book.call(fresh, "wifi_test_broadcast_loop", 0);
+  for (const int32_t value : {0, wide}) book.call(fresh, "wifi_test_broadcast_loop", value);
 }
 
 // ---- All -----------------------------------------------------------------------------------------------

@@ -128,7 +128,7 @@ TEST_P(Dispatch, EachWrapperPassesArgumentsAndResultOn) {
 }
 
 TEST_P(Dispatch, AnUnknownChipHasNoOperation) {
-  for (const uint32_t index : {uint32_t{ORVA_SUBCHIPS}, 255U, 0xFFFFFFFFU}) {
+  for (const uint32_t index : {uint32_t{ORVA_SUBCHIPS}, 255U, 256U, 0xFFFFFFFFU}) {
     set("subchip", std::to_string(index));
     forget();
     for (uint32_t id = 0; id < 256; id++) EXPECT_EQ(get(id), nullptr);

@@ -2,8 +2,12 @@
 // Inner functions with arguments that no table of today leads to.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
+#include <vector>
 
+#include "common/caldata.h"
 #include "common/driver_param.h"
 #include "tests/support/contacts.h"
 #include "tests/support/profiles.h"
@@ -38,6 +42,47 @@ TEST(Internals, AParameterThatTheDriverDoesNotNumberIsNotAsked) {
     EXPECT_TRUE(logged.find("_wifi_querry_nvram_parameter_from_driver:invalid param_num\"") != logged.npos)
         << logged;
   }
+}
+
+/// The vq2040a searches rows 1 to 11 of its list only.
+TEST(Internals, TheSearchForAParametersNumberHasItsLimits) {
+  const auto number = [](const char *param) {
+    const orva::cal_row row = {0, 0, 0, 0, param, {777, "SOME_ITEM"}};
+    return orva::vq2040a.calibration->param_number(orva::vq2040a, row);
+  };
+  fit(orva::vq2040a);
+  EXPECT_EQ(number("null"), 6) << "not row 0";
+  EXPECT_EQ(number("pa2gccka0"), 1);
+  EXPECT_EQ(number("pa5glowa0_band1"), 10);
+  EXPECT_EQ(number("ppa2gcwa0"), -1) << "row 12";
+}
+
+/// The result has room for eight rows.
+TEST(Internals, ALookupOfManyRowsKeepsWhatFits) {
+  const std::vector<orva::cal_row> nine(9, {0, 0, 0, 0, "pa2ga0", {340, "SOME_ITEM"}});
+  orva::cal_row rows[9];
+  std::copy(nine.begin(), nine.end(), rows);
+  orva::calibration crowded = *orva::vq2050.calibration;
+  crowded.power = rows;
+  orva::chip chip = orva::vq2050;
+  chip.calibration = &crowded;
+  fit(chip);
+  const orva_cal_lookup found = orva::find_rows(chip, {0, 0, 0, 0, orva::REFERENCE_CHANNEL_MHZ});
+  EXPECT_EQ(found.count, 8);
+  for (uint8_t i = 0; i < 8; i++) EXPECT_EQ(found.map_id[i], i);
+}
+
+/// What lies behind a full block is not part of it.
+TEST(Internals, ABlockIsPrintedToItsEnd) {
+  struct {
+    orva::caldata block;
+    char after[8];
+  } memory;
+  memset(&memory, 'A', sizeof memory);
+  fit(orva::vq2040);
+  orva::print_data(orva::vq2040, memory.block);
+  const std::vector<std::string> logged = support::contacts("vq2040");
+  EXPECT_EQ(std::count(logged.begin(), logged.end(), "log 3 \"0x41414141\""), 104 / 4);
 }
 
 /// Beside a vq2050 the oldest chip stores a chain as well.

@@ -163,17 +163,30 @@ TEST_P(Rf, SettingsKeepTheirWidthUntilTheStart) {
   EXPECT_EQ(query(3), 70000);
 }
 
-/// Only twelve digits are read: the page after them is unreadable.
-TEST_P(Rf, NothingIsReadPastTheTwelveDigitsOfAnAddress) {
-  const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-  char *pages = static_cast<char *>(
-      mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-  ASSERT_NE(static_cast<void *>(pages), MAP_FAILED);
-  ASSERT_EQ(mprotect(pages + page, page, PROT_NONE), 0);
-  char *digits = pages + page - 12;
-  memcpy(digits, "0a1b2c3d4e5f", 12);
-  EXPECT_EQ(back_end<uint32_t(const char *)>("wifi_set_hw_mac_addr")(digits), 1U);
-  munmap(pages, 2 * page);
+/// A text without a terminator in front of an unreadable page.
+class page_end {
+public:
+  explicit page_end(const std::string &text) {
+    EXPECT_NE(static_cast<void *>(pages_), MAP_FAILED);
+    EXPECT_EQ(mprotect(pages_ + page_, page_, PROT_NONE), 0);
+    at_ = static_cast<char *>(memcpy(pages_ + page_ - text.size(), text.data(), text.size()));
+  }
+  ~page_end() { munmap(pages_, 2 * page_); }
+  page_end(const page_end &) = delete;
+  page_end &operator=(const page_end &) = delete;
+  const char *text() const { return at_; }
+
+private:
+  size_t page_ = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  char *pages_ = static_cast<char *>(
+      mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  const char *at_ = nullptr;
+};
+
+TEST_P(Rf, NothingIsReadPastTheDigitsOfAnAddressOrAssociation) {
+  const page_end address("0a1b2c3d4e5f"), association("1a3");
+  EXPECT_EQ(back_end<uint32_t(const char *)>("wifi_set_hw_mac_addr")(address.text()), 1U);
+  if (has("wifi_ru_set")) { EXPECT_EQ(PUBLIC(wifi_ru_set)(1, association.text()), 1U); }
 }
 
 // ---- State after a start or stop -----------------------------------------------------------------------
@@ -230,6 +243,16 @@ INSTANTIATE_TEST_SUITE_P(Chips, NodePowerTest, CHIPS_WITHOUT_COMMAND("power_test
 TEST_P(NodePowerTest, IgnoresWhatTheNodeTook) {
   fail("write");
   EXPECT_EQ(PUBLIC(wifi_pt_power_test)(1), 1U);
+}
+
+/// In a process without standard input the node is descriptor 0.
+TEST_P(NodePowerTest, TakesDescriptor0ForTheNode) {
+  const int input = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  EXPECT_EQ(PUBLIC(wifi_pt_power_test)(1), 1U);
+  dup2(input, STDIN_FILENO);
+  close(input);
+  EXPECT_TRUE(happened("write \"4\"")) << transcript();
 }
 
 class ResourceUnit : public ChipTest {

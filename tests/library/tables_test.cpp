@@ -32,6 +32,8 @@ struct table_case {
   const chip *profile;
   std::set<uint32_t> values;                   // commands that the value sender accepts
   std::vector<std::pair<int, int>> mode_rows;  // driver mode, AT mode
+  int unknown_command;                         // line number
+  std::vector<orva::driver_param> numbers;     // of the driver's parameters
 };
 
 const std::vector<std::pair<int, int>> older_modes = {{0, 1}, {1, 2}, {2, 6}, {3, 0}, {4, 3}, {5, 6},
@@ -40,14 +42,34 @@ const std::vector<std::pair<int, int>> newest_modes = {{0, 1},  {1, 2},  {2, 7},
                                                        {5, 7},  {6, 5},  {7, 4}, {8, 7}, {9, 7},
                                                        {10, 7}, {12, 6}, {14, 7}};
 const std::set<uint32_t> newer_values = {0, 1, 2, 3, 4, 5, 8, 11, 21, 27, 32, 34, 35, 37};
+const std::vector<driver_param> newer_numbers = {
+    {"pa2gccka0", 0}, {"pa2ga0", 1},   {"pa2g40a0", 2}, {"pa5ga0", 3},    {"pa2gccka1", 4},
+    {"pa2ga1", 5},    {"pa2g40a1", 6}, {"pa5ga1", 7},   {"pa5glowa0", 8}, {"pa5glowa1", 9}};
+const std::vector<driver_param> own_numbers = {{"null", 0},       {"pa2gccka0", 1}, {"pa2ga0", 2},
+                                               {"pa2g40a0", 3},   {"pa5ga0", 4},    {"null", 6},
+                                               {"null", 7},       {"null", 8},      {"pa5ga0_band1", 8},
+                                               {"pa2gcwa0", 9},   {"pa5glowa0", 5}, {"pa5glowa0_band1", 10},
+                                               {"ppa2gcwa0", 11}, {"null", 12}};
 const table_case cases[] = {
-    {&vq2040, {0, 1, 2, 3, 4, 5, 8, 11, 21, 25, 26}, older_modes},
-    {&vq2050, newer_values, older_modes},
-    {&vq2040a, {0, 1, 2, 3, 4, 5, 8, 10, 11, 12, 20, 25, 30, 32}, older_modes},
-    {&vq2070, newer_values, newest_modes},
+    {&vq2040, {0, 1, 2, 3, 4, 5, 8, 11, 21, 25, 26}, older_modes, 282, {}},
+    {&vq2050, newer_values, older_modes, 521, newer_numbers},
+    {&vq2040a, {0, 1, 2, 3, 4, 5, 8, 10, 11, 12, 20, 25, 30, 32}, older_modes, 385, own_numbers},
+    {&vq2070, newer_values, newest_modes, 633, newer_numbers},
 };
 
 std::ostream &operator<<(std::ostream &out, const table_case &one) { return out << one.profile->name; }
+
+std::vector<int32_t> numbers_of(const test_state &s) {
+  return {s.status, s.mode,    s.mode_driver, s.channel_mhz, s.freq, s.rate,     s.bandwidth,
+          s.power,  s.antenna, s.chain,       s.tx,          s.rx,   s.mem_time, s.chipcheck_result};
+}
+
+/// Taken before any test changes it.
+const std::vector<std::vector<int32_t>> states_at_load = [] {
+  std::vector<std::vector<int32_t>> all;
+  for (const chip *each : profiles) all.push_back(numbers_of(each->state));
+  return all;
+}();
 
 bool is_text(const char *text) { return text != nullptr && *text != '\0'; }
 
@@ -108,6 +130,13 @@ TEST_P(Tables, WhatAChipHasNotIsAbsentEverywhere) {
   EXPECT_TRUE(!p.testmode.sets_dyn_interval || p.command.dyn_interval != NO_COMMAND);
 }
 
+/// Also what no exported function shows.
+TEST_P(Tables, StateAtLoad) {
+  const int32_t mem_time = &profile() == &vq2040 ? 255 : 10;
+  EXPECT_EQ(states_at_load[index()],
+            (std::vector<int32_t>{0, 0, 0, 0, 0, 0, -1, POWER_NOT_SET, -1, 0, 0, 0, mem_time, 0}));
+}
+
 // ---- The value sender's set -------------------------------------------------------------------------
 
 TEST_P(Tables, ValueCommandRows) {
@@ -144,7 +173,7 @@ TEST_P(Tables, OnlyListedCommandsReachTheDriver) {
     if (accepted) continue;
     EXPECT_EQ(kinds, (std::vector{PHONE_SOCKET, PHONE_LOG, PHONE_CLOSE, PHONE_SLEEP})) << id;
     EXPECT_EQ(logged, std::string("wl_config_test:") + profile().name + "_wl_config_enabled_set[" +
-                          std::to_string(profile().line.unknown_command) + "]:unknow ioctl cmd[" +
+                          std::to_string(GetParam().unknown_command) + "]:unknow ioctl cmd[" +
                           std::to_string(id) + "] for enabled set \n");
   }
 }
@@ -239,15 +268,15 @@ TEST_P(Tables, Catalogue) {
     ASSERT_TRUE(is_text(item.name));
     EXPECT_TRUE(names.insert(item.name).second) << item.name << " names two items";
   }
-  std::map<std::string, uint32_t> numbers;
-  for (const driver_param &row : c.driver_params) {
-    ASSERT_TRUE(is_text(row.name));
-    EXPECT_LE(row.number, 12U) << row.name;
-    if (strcmp(row.name, "null") == 0) continue;
-    EXPECT_TRUE(numbers.emplace(row.name, row.number).second) << row.name << " has two numbers";
-  }
+  const std::vector<driver_param> &numbers = GetParam().numbers;
+  EXPECT_TRUE(std::equal(c.driver_params.begin(), c.driver_params.end(), numbers.begin(), numbers.end(),
+                         [](const driver_param &one, const driver_param &other) {
+                           return strcmp(one.name, other.name) == 0 && one.number == other.number;
+                         }));
   for (const cal_row &row : c.power) {
-    EXPECT_TRUE(row.bandwidth == 3 || numbers.contains(row.param)) << row.param << " cannot be asked for";
+    const auto asked_for = [&](const driver_param &listed) { return strcmp(listed.name, row.param) == 0; };
+    EXPECT_TRUE(row.bandwidth == 3 || std::any_of(numbers.begin(), numbers.end(), asked_for))
+        << row.param << " cannot be asked for";
   }
   EXPECT_NE(c.param_number, nullptr);
   expect_message(c.answer_copy_failure);
