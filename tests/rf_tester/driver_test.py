@@ -1,11 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 """The Python driver: the same plan with each dialect, and failures that name their cause."""
 
+import contextlib
+
 import pytest
 
 from orva import instrument_profile, tester
 
-from support.rf_tester import DIALECTS, Lines, Phone, RunningTester, answering_server, profile, unused_address
+from support.rf_tester import DIALECTS, Lines, Phone, RunningTester, answering_server, profile, scripted_server, unused_address
 
 CABLE = {2412: 1.2, 2472: 1.3, 5180: 2.1, 5825: 2.4}
 CABLE_OPTION = "3=" + ",".join(f"{mhz}:{db}" for mhz, db in CABLE.items())
@@ -187,6 +189,124 @@ def test_a_path_loss_that_is_wrong_shows_in_the_power(turned, losses, text, dial
                 driver.set_path_loss(losses)
             with pytest.raises(tester.ImplausiblePower, match=text):
                 driver.measure(wanted_dbm=15)
+
+
+GOOD = {"*OPC?": "1", "SYST:ERR?": '0,"No error"', "FETC:STAT?": "OK", "FETC:POW?": "12.5", "FETC:EVM?": "-30", "FETC:FERR?": "1.5",
+        "FETC:MASK?": "4", "SOUR:BURS:SENT?": "20", "FETC:WLAN:MOD?": "0,12.5,10,2442,-4", "SOUR:GPRF:STAT?": "RDY,20"}
+
+
+@contextlib.contextmanager
+def instrument(dialect, **changed):
+    """A driver with an instrument that gives these answers, and the lines that it got. _ stands for : in a query's name."""
+    answers = GOOD | {"*IDN?": f"ORVA,RF-TESTER-{dialect.upper()},1,2"}
+    answers |= {query.replace("_", ":") + "?": answer for query, answer in changed.items()}
+    got = []
+
+    def answer_to(line):
+        given = answers.get(line)
+        return None if given is None else f"{given}\n".encode() if given else b""
+
+    with tester.Tester(scripted_server(answer_to, got), profile(dialect), timeout_s=5) as driver:
+        got.clear()
+        yield driver, got
+
+
+# Each action, and what the instrument gets for it in each dialect.
+ACTIONS = [
+    (lambda d: d.select_port(3), ["ROUT:PORT 3"], ["CONF:LINK (@3)"]),
+    (lambda d: d.set_path_loss({2472: 1.5, 2412: 2.0}), ["SENS:CORR:PORT3:LOSS 2412MHZ,2DB,2472MHZ,1.5DB"],
+     ["CONF:LINK:GAIN (@3),2412,-2,2472,-1.5"]),
+    (lambda d: d.channel(2442), ["SENS:FREQ 2442MHZ", "SENS:BAND 20MHZ", "SOUR:FREQ 2442MHZ"], ["CONF:WLAN:CHAN G2,7,BW20"]),
+    (lambda d: d.channel(2472.0, 40), ["SENS:FREQ 2472MHZ", "SENS:BAND 40MHZ", "SOUR:FREQ 2472MHZ"], ["CONF:WLAN:CHAN G2,13,BW40"]),
+    (lambda d: d.channel(5955, 80), ["SENS:FREQ 5955MHZ", "SENS:BAND 80MHZ", "SOUR:FREQ 5955MHZ"], ["CONF:WLAN:CHAN G6,1,BW80"]),
+    (lambda d: d.expect_power(-7.5), ["SENS:POW:EXP -7.5DBM"], ["CONF:WLAN:RLEV -7.5"]),
+    (lambda d: d.trigger_timeout(0.25), ["TRIG:TIM 250MS"], ["CONF:WLAN:TOUT 250"]),
+    (lambda d: d.average(12), ["SENS:AVER:COUN 12"], ["CONF:WLAN:SCO 12"]),
+    (lambda d: d.load_waveform("vht", "mcs9"), ['SOUR:WAV "vht20_mcs9"'], ['SOUR:GPRF:ARB:FILE "VHT_MCS9_BW20.WV"']),
+    (lambda d: d.load_waveform("ht", "mcs7", 40), ['SOUR:WAV "ht40_mcs7"'], ['SOUR:GPRF:ARB:FILE "HT_MCS7_BW40.WV"']),
+    (lambda d: d.generator_level(-62.0), ["SOUR:POW -62DBM"], ["SOUR:GPRF:LEV -62"]),
+    (lambda d: d.send(20), ["SOUR:BURS:COUN 20", "SOUR:BURS:STAR", "*OPC?", "SOUR:BURS:SENT?"],
+     ["SOUR:GPRF:ARB:CYCL 20", "SOUR:GPRF:STAT ON", "*OPC?", "SOUR:GPRF:STAT?"]),
+    (lambda d: d.measure(), ["INIT", "*OPC?", "FETC:STAT?", "FETC:POW?", "FETC:EVM?", "FETC:FERR?", "FETC:MASK?"],
+     ["INIT:WLAN", "*OPC?", "FETC:WLAN:MOD?"]),
+    (lambda d: d.reset(), ["*RST", "*CLS"], ["*RST", "*CLS"]),
+]
+
+
+def test_each_action_is_written_in_the_dialect(dialect):
+    with instrument(dialect) as (driver, got):
+        for act, *expected in ACTIONS:
+            act(driver)
+            assert [line for line in got if line != "SYST:ERR?"] == expected[DIALECTS.index(dialect)]
+            got.clear()
+        with pytest.raises(tester.TesterError, match="the path loss belongs to a port: call select_port first"):
+            driver.set_path_loss({2442: 1})
+        driver.channel(2442)
+        reading = driver.measure()
+    evm, drift = (-30, 1.5) if dialect == "a" else (-20, 1)
+    assert vars(reading) == pytest.approx({"power_dbm": 12.5, "evm_db": evm, "frequency_error_ppm": drift, "mask_margin_db": 4})
+
+
+# An answer that is not as it should be: the dialect, what is done, the error and its text.
+ANSWERS = [
+    ("a", {"SYST_ERR": "0"}, None, "NoAnswer", r"SYST:ERR\? answered '0', which is no error"),
+    ("a", {"FETC_STAT": "WHAT"}, "measure", "NoAnswer", "'WHAT' is no outcome that .*orva-a.toml lists"),
+    ("a", {"FETC_STAT": "TIM"}, "measure", "NothingReceived", "^the port: no burst at 0 MHz"),
+    ("a", {"FETC_POW": "9.91e37"}, "measure", "NoAnswer", r"the measurement succeeded, but FETC:POW\? gave no power"),
+    ("a", {"FETC_FERR": "low"}, "measure", "NoAnswer", r"FETC:FERR\? answered 'low' for the frequency error"),
+    ("b", {"FETC_WLAN_MOD": "0,12.5,10"}, "measure", "NoAnswer", r"FETC:WLAN:MOD\? answered '0,12.5,10', which has no field 3"),
+    ("a", {"SOUR_BURS_SENT": "9.9e37"}, "send", "NoAnswer", "does not say how many packets it sent"),
+    ("b", {"SOUR_GPRF_STAT": "BUSY,1"}, "send", "NoAnswer", r"STAT\? answered 'BUSY,1', which does not match \^RDY,"),
+    ("a", {"SOUR_BURS_SENT": ""}, "send", "NoAnswer", r"the connection failed at SOUR:BURS:SENT\?: "),
+]
+
+
+@pytest.mark.parametrize("spoken, changed, act, error, text", ANSWERS, ids=range(len(ANSWERS)))
+def test_an_answer_that_is_wrong_is_named(spoken, changed, act, error, text):
+    with pytest.raises(getattr(tester, error), match=text), instrument(spoken, **changed) as (driver, _):
+        driver.measure() if act == "measure" else driver.send(20)
+
+
+def test_a_value_may_be_missing_and_an_error_queue_endless():
+    with instrument("a", FETC_EVM="9.9E37", FETC_FERR="-9.91e37", FETC_MASK="9.8e37") as (driver, _):
+        assert list(vars(driver.measure()).values()) == [12.5, None, None, 9.8e37]
+    with instrument("a", SYST_ERR='-222,"Data out of range"') as (driver, got):
+        assert driver.errors() == ["-222 Data out of range"] * tester.MOST_ERRORS == ["-222 Data out of range"] * len(got)
+
+
+# Path losses, measured and wanted power, and the cause that is named.
+CAUSES = [
+    ({2412: 1.5, 2442: 4.0, 2472: 5.0}, 5.0, 15, "port 3: 5.0 dBm where 15.0 dBm were wanted at 2450 MHz, -10.0 dB: check .* path loss of 4 dB"),
+    ({2412: 1.5, 2442: 4.0}, 7.9, 15, "-7.1 dB: twice the path loss of 4 dB, so its sign is likely wrong"),
+    ({2442: 4.0}, 8.1, 15, "-6.9 dB: check the cable"),
+    ({2442: 1.0}, 11.0, 15, "path loss of 1 dB, and the phone's power setting"),
+    ({}, 11.9, 15, "-3.1 dB: no path loss is entered for this port"),
+    ({}, 18.5, 15, r"\+3.5 dB: check the cable, the path loss of 0 dB"),
+]
+
+
+@pytest.mark.parametrize("losses, power, wanted, text", CAUSES, ids=range(len(CAUSES)))
+def test_the_cause_of_an_implausible_power(losses, power, wanted, text):
+    with instrument("a", FETC_POW=power) as (driver, _):
+        driver.select_port(4)
+        driver.set_path_loss({2442: 20})
+        driver.select_port(3)
+        if losses:
+            driver.set_path_loss(losses)
+        driver.channel(2450)
+        with pytest.raises(tester.ImplausiblePower, match=text):
+            driver.measure(wanted_dbm=wanted)
+        assert driver.measure(power + 3).power_dbm == driver.measure(wanted, within_db=10).power_dbm == power
+
+
+# A value's unit and scale, the text of an answer, the carrier in MHz, and the value in the driver's unit.
+UNITS = [("W", 1, "0.02", 0, 13.0103), ("percent", 1, "2", 0, -33.9794), ("Hz", 1, "-4884", 2442, -2), ("dB", -1, " 3.5", 0, -3.5),
+         ("Hz", 1000, "5.18", 5180, 1), ("packets", 1, "1e3", 0, 1000)]
+
+
+@pytest.mark.parametrize("unit, scale, text, mhz, number", UNITS)
+def test_values_come_in_the_drivers_units(unit, scale, text, mhz, number):
+    assert instrument_profile.Value(instrument_profile.Answer("V?"), unit, scale).number(text, mhz) == pytest.approx(number, abs=1e-4)
 
 
 # A change of a good profile, and what is said about it.
