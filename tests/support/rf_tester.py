@@ -104,21 +104,22 @@ class Phone(Lines):
 
 def scripted_server(answer_to, got=None):
     """The address of a server for one client. answer_to gives the answer to a line; None is none, b"" cuts the connection.
-    The lines go into the list got."""
+    The lines go into the list got, and None when the client has left."""
     listening = socket.create_server(("127.0.0.1", 0))
 
     def serve():
         client, _ = listening.accept()
         with client, listening, client.makefile("rb") as lines:
             for line in lines:
-                if got is not None:
-                    got.append(line.decode().rstrip("\n"))
-                answer = answer_to(line.decode().rstrip("\n"))
+                got.append(line.decode().rstrip("\n"))
+                answer = answer_to(got[-1])
                 if answer == b"":  # with a reset: PyVISA-py takes an orderly end for silence
                     client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
                     return
                 client.sendall(answer or b"")
+            got.append(None)
 
+    got = [] if got is None else got
     threading.Thread(target=serve, daemon=True).start()
     return "127.0.0.1:%d" % listening.getsockname()[1]
 
