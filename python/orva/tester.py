@@ -172,12 +172,10 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
         # acknowledged, which takes 40 ms.
         try:
             return str(self._device.query(self.profile.termination.join([*after, text]))).strip()
-        except pyvisa.VisaIOError as error:
-            if error.error_code == StatusCode.error_timeout:
+        except (pyvisa.VisaIOError, OSError) as error:
+            if getattr(error, "error_code", None) == StatusCode.error_timeout:
                 seconds = self._device.timeout / 1000
                 raise NoAnswer(f"{self.address}: no answer to {text} within {seconds:g} s") from None
-            raise lost(f"{self.address}: the connection failed at {text}: {error}") from None
-        except OSError as error:
             raise lost(f"{self.address}: the connection failed at {text}: {error}") from None
 
     def _part(self, wanted: Answer, asked: dict[str, str]) -> str:
@@ -348,8 +346,7 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
 
     def close(self) -> None:
         """Frees the test set for others."""
-        self._device.close()
-        self._manager.close()
+        self._manager.close()  # and the device
 
     def __exit__(self, *_: object) -> None:
         self.close()

@@ -4,6 +4,7 @@
 import json
 import os
 import socket
+import struct
 import subprocess
 import threading
 
@@ -104,18 +105,31 @@ class Phone(Lines):
         return self.exchange({"emission": None, "receiving": {"mhz": mhz, "bandwidth_mhz": 20}})["bursts"]
 
 
-def answering_server(answer):
-    """The address of a server that accepts one client and answers each line with the same, or not at all."""
+def scripted_server(answer_to, got=None):
+    """The address of a server for one client. answer_to gives the answer to a line; None is none, b"" cuts the connection.
+    The lines go into the list got, and None when the client has left."""
     listening = socket.create_server(("127.0.0.1", 0))
 
     def serve():
         client, _ = listening.accept()
-        with client, listening:
-            while client.recv(1000):
-                client.sendall(answer)
+        with client, listening, client.makefile("rb") as lines:
+            for line in lines:
+                got.append(line.decode().rstrip("\n"))
+                answer = answer_to(got[-1])
+                if answer == b"":  # with a reset: PyVISA-py takes an orderly end for silence
+                    client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+                    return
+                client.sendall(answer or b"")
+            got.append(None)
 
+    got = [] if got is None else got
     threading.Thread(target=serve, daemon=True).start()
     return "127.0.0.1:%d" % listening.getsockname()[1]
+
+
+def answering_server(answer):
+    """The address of a server that answers each line with the same, or not at all."""
+    return scripted_server(lambda line: answer or None)
 
 
 _reserved = []
