@@ -172,6 +172,8 @@ _MEASUREMENT: dict[str, Check] = {
     "expected": text,
     "verdict": one_of("PASS", "FAIL", None),
 }
+#: Of a measurement, what differs from run to run.
+RESULT = ("value", "verdict")
 _END: dict[str, Check] = {
     "verdict": one_of(*VERDICTS),
     "reason": text,
@@ -195,6 +197,10 @@ LINES: dict[str, Check] = {
     "cause": _line("cause", _CAUSE),
     "end": _line("end", _END, "reason", "cut"),
 }
+
+
+#: The check of a measurement of whose line all the rest is known to be right.
+result = members({member: _MEASUREMENT[member] for member in RESULT})
 
 
 def line(value: object) -> str:
