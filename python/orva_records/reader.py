@@ -60,8 +60,8 @@ def _unique(pairs: list[tuple[str, Any]]) -> dict[str, Any]:
 
 
 _DECODER = json.JSONDecoder(parse_constant=_refuse, object_pairs_hook=_unique)
-#: The characteristics seen, by what their lines hold besides the result. They are few, and checking one takes most of the
-#: time that its line would.
+#: The characteristics seen, by what their lines hold besides value and verdict. They are few, and their check takes most
+#: of the time that a line's would.
 _seen: dict[str, Characteristic] = {}
 SEEN = 100_000
 
@@ -78,10 +78,10 @@ def _characteristic(line: dict[str, Any]) -> Characteristic:
 
 
 def _measurement(number: int, line: dict[str, Any]) -> Measurement:
-    # repr() tells 1 from 1.0 and True, which are equal as keys.
-    rest = repr([item for item in line.items() if item[0] not in rules.RESULT])
-    known = _seen.get(rest)
-    fault = rules.result({member: line[member] for member in rules.RESULT if member in line}) if known else rules.line(line)
+    without = {**line, "value": None, "verdict": None}
+    rest = repr(without)  # which tells 1 from 1.0 and True, unlike a key of the values
+    known = _seen.get(rest) if len(without) == len(line) else None
+    fault = rules.value(line["value"]) or rules.verdict(line["verdict"]) if known else rules.line(line)
     if fault:
         raise DamagedRecord(f"line {number}: expected {fault}")
     if fault := rules.contradiction(line):
