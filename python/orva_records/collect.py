@@ -8,7 +8,6 @@ stays in the folder for the next call. Nothing is deleted: a record found twice 
 from __future__ import annotations
 
 import hashlib
-import json
 import os
 from dataclasses import dataclass, field
 from datetime import datetime
@@ -19,11 +18,11 @@ import sqlalchemy as sa
 from sqlalchemy.dialects import postgresql, sqlite
 
 from orva_records import RecordsError
-from orva_records.reader import DamagedRecord, Record, read
+from orva_records.reader import Characteristic, DamagedRecord, Measurement, Record, read
 from orva_records.record import PART, SUFFIX, derived, now, recover
 from orva_records.rules import DURATIONS
 from orva_records.statistics import Moments
-from orva_records.store import Store, characteristics, daily, damaged, events, measurements, runs
+from orva_records.store import Store, add_rows, characteristics, daily, damaged, events, measurements, runs
 
 COLLECTED = "collected"
 DAMAGED = "damaged"
@@ -55,7 +54,8 @@ def collect(folder: Path, store: Store, batch: int = BATCH) -> Tally:
         raise RecordsError(f"{folder}: expected a folder of records")
     store.migrate()
     _recover(folder, tally)
-    paths = sorted(path for path in _files(folder) if path.name.endswith(SUFFIX))
+    # The runs of a day together: they share their rows of the daily moments.
+    paths = sorted((path for path in _files(folder) if path.name.endswith(SUFFIX)), key=_written)
     for begin in range(0, len(paths), batch):
         _collect_batch(folder, paths[begin : begin + batch], store, tally)
     return tally
@@ -64,6 +64,13 @@ def collect(folder: Path, store: Store, batch: int = BATCH) -> Tally:
 def _files(folder: Path) -> list[Path]:
     with os.scandir(folder) as entries:
         return [folder / entry.name for entry in entries if entry.is_file(follow_symlinks=False)]
+
+
+def _written(path: Path) -> tuple[int, Path]:
+    try:
+        return path.stat().st_mtime_ns, path
+    except FileNotFoundError:  # another collector moved it
+        return 0, path
 
 
 def _recover(folder: Path, tally: Tally) -> None:
@@ -151,18 +158,10 @@ def _found(
 def _insert(connection: sa.engine.Connection, records: Sequence[Record]) -> None:
     first = (connection.scalar(sa.select(sa.func.max(runs.c.id))) or 0) + 1
     numbered = list(enumerate(records, start=first))  # the writer is alone, so the ids are its own
-    keyed = [[_key(line) for _, line in record.measurements] for record in records]
-    lines = {key: line for keys, record in zip(keyed, records) for key, (_, line) in zip(keys, record.measurements)}
-    ids = _characteristics(connection, lines)
+    ids = _characteristics(connection, {each.what.key: each.what for record in records for each in record.measurements})
     connection.execute(runs.insert(), [_run_row(number, record) for number, record in numbered])
-    rows = [
-        _measurement_row(number, position, line, ids[key])
-        for keys, (number, record) in zip(keyed, numbered)
-        for key, (position, line) in zip(keys, record.measurements)
-    ]
-    if rows:
-        connection.execute(measurements.insert(), rows)
-        _add_daily(connection, rows, dict(numbered))
+    add_rows(connection, measurements, [_measurement_row(number, each, ids) for number, record in numbered for each in record.measurements])
+    _add_daily(connection, records, ids)
     texts = [_event_row(number, position, line) for number, record in numbered for position, line in record.events]
     if texts:
         connection.execute(events.insert(), texts)
@@ -171,13 +170,13 @@ def _insert(connection: sa.engine.Connection, records: Sequence[Record]) -> None
 Group = tuple[Any, ...]
 
 
-def _add_daily(connection: sa.engine.Connection, rows: Sequence[dict[str, Any]], records: dict[int, Record]) -> None:
+def _add_daily(connection: sa.engine.Connection, records: Sequence[Record], ids: dict[str, int]) -> None:
     values: dict[Group, list[float]] = {}
-    groups = {number: _group(record) for number, record in records.items()}
-    for row in rows:
-        if row["value"] is not None:
-            group = (row["characteristic_id"], *groups[row["run_id"]], row["held"] is False)
-            values.setdefault(group, []).append(row["value"])
+    for record in records:
+        group = _group(record)
+        for each in record.measurements:
+            if isinstance(each.value, (int, float)):
+                values.setdefault((ids[each.what.key], *group, each.verdict == "FAIL"), []).append(float(each.value))
     keys = daily.primary_key.columns.keys()
     new = [{**dict(zip(keys, group)), **vars(Moments.of(some))} for group, some in values.items()]
     if new:
@@ -225,16 +224,15 @@ def _run_row(number: int, record: Record) -> dict[str, Any]:
     }
 
 
-def _measurement_row(number: int, position: int, line: dict[str, Any], characteristic: int) -> dict[str, Any]:
-    value = line["value"]
-    return {
-        "run_id": number,
-        "position": position,
-        "characteristic_id": characteristic,
-        "value": None if isinstance(value, str) or value is None else float(value),
-        "text": value if isinstance(value, str) else None,
-        "held": None if line["verdict"] is None else line["verdict"] == "PASS",
-    }
+_HELD = {"PASS": True, "FAIL": False, None: None}
+
+
+def _measurement_row(number: int, found: Measurement, ids: dict[str, int]) -> tuple[Any, ...]:
+    """The values of the table's columns."""
+    value, text = found.value, None
+    if isinstance(value, str):
+        value, text = None, value
+    return number, found.position, ids[found.what.key], value if value is None else float(value), text, _HELD[found.verdict]
 
 
 def _event_row(number: int, position: int, line: dict[str, Any]) -> dict[str, Any]:
@@ -242,32 +240,15 @@ def _event_row(number: int, position: int, line: dict[str, Any]) -> dict[str, An
     return {"run_id": number, "position": position, "kind": line["type"], "text": text}
 
 
-def _key(line: dict[str, Any]) -> str:
-    """What tells one characteristic from another, as JSON."""
-    members = [line[member] for member in ("name", "condition", "unit", "low", "high")]
-    return json.dumps([*members, line.get("expected")], sort_keys=True, ensure_ascii=False)
-
-
-def _characteristics(connection: sa.engine.Connection, lines: dict[str, dict[str, Any]]) -> dict[str, int]:
-    """The ids of the characteristics that the lines have, by their key. New ones are stored."""
+def _characteristics(connection: sa.engine.Connection, wanted: dict[str, Characteristic]) -> dict[str, int]:
+    """The ids of the characteristics by their keys. New ones are stored."""
     columns = characteristics.c.key, characteristics.c.id
-    checksums = {hashlib.sha256(key.encode()).hexdigest(): key for key in lines}
-    ids = {checksums[key]: number for key, number in _found(connection, *columns, list(checksums)).items()}
-    new = [_characteristic_row(checksum, lines[key]) for checksum, key in checksums.items() if key not in ids]
+    ids = _found(connection, *columns, list(wanted))
+    new = [what._asdict() for key, what in wanted.items() if key not in ids]
     if new:
         connection.execute(characteristics.insert(), new)
-        stored = _found(connection, *columns, [row["key"] for row in new])
-        ids.update({checksums[key]: number for key, number in stored.items()})
+        ids.update(_found(connection, *columns, [row["key"] for row in new]))
     return ids
-
-
-def _characteristic_row(checksum: str, line: dict[str, Any]) -> dict[str, Any]:
-    return {
-        "key": checksum,
-        "condition": json.dumps(line["condition"], sort_keys=True, ensure_ascii=False),
-        "expected": line.get("expected"),
-        **{member: line[member] for member in ("name", "unit", "low", "high")},
-    }
 
 
 def _store_damages(connection: sa.engine.Connection, bad: Sequence[_Damage]) -> None:

@@ -267,13 +267,13 @@ OF_MEASUREMENT = ("name", "condition", "value", "text", "unit", "low", "high", "
 EXPORTED = (*OF_RUN, "run_verdict", *OF_MEASUREMENT)
 
 
-def export(connection: sa.engine.Connection, where: Filter) -> Iterator[Row]:
-    """Every measurement with its run, in order of time. A run without measurements has one row."""
+def export(connection: sa.engine.Connection, where: Filter) -> Iterator[tuple[Any, ...]]:
+    """Every measurement with its run, in order of time: the values of EXPORTED. A run without measurements has one row."""
     columns = [r[name] for name in OF_RUN] + [r.verdict.label("run_verdict")]
     columns += [c.name, c.condition, m.value, m.text, c.unit, c.low, c.high, c.expected]
     verdict = sa.case((m.held.is_(None), None), (m.held, "PASS"), else_="FAIL")
     source = runs.outerjoin(measurements).outerjoin(characteristics)
     query = sa.select(*columns, verdict.label("verdict")).select_from(source).where(*where.conditions())
     streamed = connection.execution_options(stream_results=True, max_row_buffer=5000)
-    for row in streamed.execute(query.order_by(r.started_s, r.id, m.position)).mappings():
-        yield dict(row)
+    for rows in streamed.execute(query.order_by(r.started_s, r.id, m.position)).partitions(5000):
+        yield from map(tuple, rows)

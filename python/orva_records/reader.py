@@ -6,7 +6,7 @@ from __future__ import annotations
 import hashlib
 import json
 from dataclasses import dataclass
-from typing import Any, NoReturn
+from typing import Any, NamedTuple, NoReturn, Optional
 
 from orva_records import RecordsError, rules
 from orva_records.record import verdict_of
@@ -16,12 +16,33 @@ class DamagedRecord(RecordsError):
     """A record that cannot be stored. The text says which line and why."""
 
 
+class Characteristic(NamedTuple):
+    """What is measured: a name under a condition, with its limits. key: a checksum, which tells it from any other."""
+
+    key: str
+    name: str
+    condition: str  # JSON with sorted members
+    unit: str
+    low: Optional[float]
+    high: Optional[float]
+    expected: Optional[str]
+
+
+class Measurement(NamedTuple):
+    """A measurement line, with its position."""
+
+    position: int
+    what: Characteristic
+    value: float | str | None
+    verdict: Optional[str]
+
+
 @dataclass(frozen=True)
 class Record:
     """A whole record. sha256: of the file. events: steps, notes and causes, with their positions."""
 
     header: dict[str, Any]
-    measurements: list[tuple[int, dict[str, Any]]]
+    measurements: list[Measurement]
     events: list[tuple[int, dict[str, Any]]]
     end: dict[str, Any]
     sha256: str
@@ -39,18 +60,53 @@ def _unique(pairs: list[tuple[str, Any]]) -> dict[str, Any]:
 
 
 _DECODER = json.JSONDecoder(parse_constant=_refuse, object_pairs_hook=_unique)
+#: The characteristics seen, by what their lines hold besides value and verdict. They are few, and their check takes most
+#: of the time that a line's would.
+_seen: dict[str, Characteristic] = {}
+SEEN = 100_000
 
 
-def _parsed(number: int, line: bytes) -> dict[str, Any]:
+def _sorted(value: Any) -> str:
+    return json.dumps(value, sort_keys=True, ensure_ascii=False)
+
+
+def _characteristic(line: dict[str, Any]) -> Characteristic:
+    name, condition, unit, low, high = (line[member] for member in ("name", "condition", "unit", "low", "high"))
+    expected = line.get("expected")
+    key = hashlib.sha256(_sorted([name, condition, unit, low, high, expected]).encode()).hexdigest()
+    return Characteristic(key, name, _sorted(condition), unit, low, high, expected)
+
+
+def _measurement(number: int, line: dict[str, Any]) -> Measurement:
+    without = {**line, "value": None, "verdict": None}
+    rest = repr(without)  # which tells 1 from 1.0 and True, unlike a key of the values
+    known = _seen.get(rest) if len(without) == len(line) else None
+    fault = rules.value(line["value"]) or rules.verdict(line["verdict"]) if known else rules.line(line)
+    if fault:
+        raise DamagedRecord(f"line {number}: expected {fault}")
+    if fault := rules.contradiction(line):
+        raise DamagedRecord(f"line {number}: {fault}")
+    if not known:
+        if len(_seen) >= SEEN:
+            _seen.clear()
+        known = _seen[rest] = _characteristic(line)
+    return Measurement(number, known, line["value"], line["verdict"])
+
+
+def _decoded(number: int, line: bytes) -> Any:
     try:
-        value = _DECODER.decode(line.decode())
+        return _DECODER.decode(line.decode())
     except (ValueError, RecursionError) as error:
         raise DamagedRecord(f"line {number}: not JSON: {error}") from error
-    if fault := rules.line(value):
+
+
+def _checked(number: int, line: Any) -> Optional[Measurement]:
+    """The measurement, if it is one."""
+    if isinstance(line, dict) and line.get("type") == "measurement":
+        return _measurement(number, line)
+    if fault := rules.line(line):
         raise DamagedRecord(f"line {number}: expected {fault}")
-    if value["type"] == "measurement" and (fault := rules.contradiction(value)):
-        raise DamagedRecord(f"line {number}: {fault}")
-    return dict(value)
+    return None
 
 
 def _check_order(lines: list[dict[str, Any]]) -> None:
@@ -81,11 +137,11 @@ def read(content: bytes) -> Record:
     if not content.endswith(b"\n"):
         raise DamagedRecord("the file is empty" if not content else "the last line is cut")
     raw = content[:-1].split(b"\n")
-    lines = [_parsed(number, line) for number, line in enumerate(raw, start=1)]
+    numbered = [(number, _decoded(number, line)) for number, line in enumerate(raw, start=1)]
+    measurements = [found for number, line in numbered if (found := _checked(number, line))]
+    lines = [line for _, line in numbered]
     _check_order(lines)
-    numbered = list(enumerate(lines, start=1))
-    measurements = [(number, line) for number, line in numbered if line["type"] == "measurement"]
     events = [(number, line) for number, line in numbered if line["type"] in ("step", "note", "cause")]
     before = content[: len(content) - len(raw[-1]) - 1]
-    _check_end(lines[-1], before, {line["verdict"] for _, line in measurements})
+    _check_end(lines[-1], before, {each.verdict for each in measurements})
     return Record(lines[0], measurements, events, lines[-1], hashlib.sha256(content).hexdigest())

@@ -64,7 +64,8 @@ def limit(value: object) -> str:
     return "" if value is None else number(value) and number(value) + ", or null"
 
 
-def _value(value: object) -> str:
+def value(value: object) -> str:
+    """What was measured."""
     if value is None or not number(value) or not text(value):
         return ""
     return "a finite number, a text or null"
@@ -87,8 +88,10 @@ def _whole(low: int, high: float) -> Check:
 def one_of(*allowed: object) -> Check:
     """A check for one of these values, and of the same type."""
 
+    types = {type(each) for each in allowed}
+
     def check(value: object) -> str:
-        right = any(value == each and type(value) is type(each) for each in allowed)
+        right = value in allowed and type(value) in types
         return "" if right else " or ".join("null" if each is None else str(each) for each in allowed)
 
     return check
@@ -148,6 +151,8 @@ def members(fields: Mapping[str, Check], optional: frozenset[str] = frozenset())
     return check
 
 
+#: The verdict of a measurement.
+verdict = one_of("PASS", "FAIL", None)
 _CAUSE = {"what": text, "found": text, "cause": text, "cure": text}
 _HEADER: dict[str, Check] = {
     "schema": one_of(SCHEMA),
@@ -165,12 +170,12 @@ _HEADER: dict[str, Check] = {
 _MEASUREMENT: dict[str, Check] = {
     "name": name,
     "condition": condition,
-    "value": _value,
+    "value": value,
     "unit": optional_name,
     "low": limit,
     "high": limit,
     "expected": text,
-    "verdict": one_of("PASS", "FAIL", None),
+    "verdict": verdict,
 }
 _END: dict[str, Check] = {
     "verdict": one_of(*VERDICTS),

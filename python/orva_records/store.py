@@ -3,9 +3,10 @@
 
 from __future__ import annotations
 
+import io
 from contextlib import contextmanager
 from pathlib import Path
-from typing import Any, Iterator
+from typing import Any, Iterator, Sequence
 
 import sqlalchemy as sa
 from alembic import command, config, script
@@ -185,8 +186,8 @@ class Store:
         try:
             with self._engine.connect() as connection:
                 yield connection
-        except sa.exc.DBAPIError as error:
-            reason = " ".join(str(error.orig).split())
+        except (sa.exc.DBAPIError, self._engine.dialect.dbapi.Error) as error:  # add_rows() raises the driver's own
+            reason = " ".join(str(getattr(error, "orig", error)).split())
             raise RecordsError(f"{self.shown}: {reason}") from error
 
     @contextmanager
@@ -214,6 +215,32 @@ class Store:
                 command.upgrade(settings, revision)
             except CommandError as error:
                 raise RecordsError(f"{self.shown}: a newer program made its schema: {error}") from error
+
+
+def add_rows(connection: sa.engine.Connection, table: sa.Table, rows: Sequence[tuple[Any, ...]]) -> None:
+    """Inserts many rows, each with a value for every column. Several times as quick as connection.execute().
+
+    The values are None, numbers, truth values and texts.
+    """
+    columns = table.columns.keys()
+    if connection.dialect.name == "sqlite":
+        names, places = ", ".join(columns), ", ".join("?" * len(columns))
+        if rows:
+            connection.exec_driver_sql(f"INSERT INTO {table.name} ({names}) VALUES ({places})", rows)
+        return
+    file = io.StringIO("".join("\t".join(map(_copied, row)) + "\n" for row in rows))
+    with connection.connection.cursor() as cursor:
+        cursor.copy_from(file, table.name, columns=columns)
+
+
+_ESCAPES = str.maketrans({"\\": r"\\", "\t": r"\t", "\n": r"\n", "\r": r"\r"})
+
+
+def _copied(value: Any) -> str:
+    """As PostgreSQL's COPY reads it."""
+    if value is None:
+        return r"\N"
+    return value.translate(_ESCAPES) if isinstance(value, str) else str(value)
 
 
 # A reader sees one state throughout; a writer sees what the one before it has stored.

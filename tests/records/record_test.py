@@ -46,8 +46,8 @@ def test_a_record_keeps_the_schema_and_reads_back(spool):
         SCHEMA.validate(line)
     record = read(path.read_bytes())
     assert record.header["serial"] == "R58" and record.header["started"][-6] in "+-"
-    assert [position for position, _ in record.measurements] == [3, 4, 5]
-    assert [line["verdict"] for _, line in record.measurements] == ["PASS", "PASS", None]
+    assert [each.position for each in record.measurements] == [3, 4, 5]
+    assert [each.verdict for each in record.measurements] == ["PASS", "PASS", None]
     assert record.end["verdict"] == "PASS" and record.end["lines"] == 7
     assert record.sha256 == hashlib.sha256(path.read_bytes()).hexdigest()
 
@@ -255,11 +255,12 @@ def test_a_session_becomes_a_record(tmp_path, spool, chip):
     path = session(tmp_path, text, "--chip", chip)
     (made,) = convert(path, spool, header())
     record = read(made.read_bytes())
-    rows = {(line["name"], json.dumps(line["condition"])): line for _, line in record.measurements}
+    rows = {(each.what.name, each.what.condition): each for each in record.measurements}
     rssi = rows["wifi_get_rx_rssi rssi", "{}"]
-    assert (rssi["value"], rssi["low"], rssi["high"], rssi["verdict"]) == (-52, -10, -5, "FAIL")
-    assert [line["expected"] for (name, _), line in rows.items() if name == "wifi_start_rx result"] == ["success"]
-    assert rows["a b", "{}"] | {"value": 7, "expected": "1,3..8", "verdict": "PASS"} == rows["a b", "{}"]
+    assert (rssi.value, rssi.what.low, rssi.what.high, rssi.verdict) == (-52, -10, -5, "FAIL")
+    assert [each.what.expected for (name, _), each in rows.items() if name == "wifi_start_rx result"] == ["success"]
+    listed = rows["a b", "{}"]
+    assert (listed.value, listed.what.expected, listed.verdict) == (7, "1,3..8", "PASS")
     assert ("wifi_set_power result", '{"power": 155}') in rows
     assert {line["type"] for _, line in record.events} == {"step", "note", "cause"}
     assert (record.end["verdict"], record.header["chip"]) == ("FAIL", chip)

@@ -14,14 +14,20 @@ PROGRAMS = max(map(Path, glob.glob("/usr/lib/postgresql/*/bin")), default=None)
 
 
 ENDING_S = 60
+ENDED = ["X", *["0"] * 50]
+
+
+def _stat(pid):
+    """The fields of /proc/PID/stat from the third on; those of a dead process if there is none."""
+    try:
+        return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
+    except (FileNotFoundError, ProcessLookupError):
+        return ENDED
 
 
 def _runs(pid):
     """Not if it has ended and nobody has waited for it."""
-    try:
-        return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0] not in ("Z", "X")
-    except (FileNotFoundError, ProcessLookupError):
-        return False
+    return _stat(pid)[0] not in ("Z", "X")
 
 
 class Postgres:
@@ -51,10 +57,18 @@ class Postgres:
     def start(self):
         self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", f"--options=-c listen_addresses='' -k '{self.folder}'")
 
+    @property
+    def _pid(self):
+        return int((self.folder / "data" / "postmaster.pid").read_text().split()[0])
+
+    @property
+    def _children(self):
+        return [int(pid) for pid in Path(f"/proc/{self._pid}/task/{self._pid}/children").read_text().split()]
+
     def kill(self):
         """Ends the server as a crash does, and waits until its other processes have noticed and ended by themselves."""
-        pid = int((self.folder / "data" / "postmaster.pid").read_text().split()[0])
-        processes = [pid, *map(int, Path(f"/proc/{pid}/task/{pid}/children").read_text().split())]
+        pid = self._pid
+        processes = [pid, *self._children]
         os.kill(pid, signal.SIGKILL)
         until = time.monotonic() + ENDING_S
         while any(map(_runs, processes)):
@@ -63,6 +77,12 @@ class Postgres:
         # Until its parent has waited for it, a process that has ended counts as the server that holds these.
         for lock in (self.folder / "data" / "postmaster.pid", *self.folder.glob(".s.PGSQL.*.lock")):
             lock.unlink()
+
+    def processor_seconds(self):
+        """Processor time of the server and all its processes, those that have ended included."""
+        # User and system time, of the process and of its children that have ended.
+        ticks = sum(sum(map(int, _stat(pid)[11:15])) for pid in (self._pid, *self._children))
+        return ticks / os.sysconf("SC_CLK_TCK")
 
     def new_database(self, name):
         """Creates a database and returns its URL."""
