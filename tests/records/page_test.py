@@ -1,8 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The page about a line, in a browser: its numbers, its plots, hostile texts, narrow and wide, light and dark."""
 import json
-import shutil
-import tempfile
 
 import pytest
 
@@ -11,16 +9,10 @@ from orva_records.collect import collect
 from orva_records.queries import Filter
 from orva_records.record import Header, RecordWriter
 from orva_records.store import Store
+from support.browser import INSTALLED, started
 from support.synthetic_line import DRIFTING, write_line
 from support.tree import CHIPS
 
-try:
-    from selenium import webdriver
-    from selenium.webdriver.chrome.service import Service
-except ImportError:
-    webdriver = None
-
-CHROMIUM, DRIVER = shutil.which("chromium"), shutil.which("chromedriver")
 HOSTILE = "</script><img src=x onerror=document.title='broken'>{{7*7}}'\"&<b>"
 # Whether each plot has something drawn that is not its background.
 DRAWN = """return [...document.querySelectorAll("canvas")].map(c =>
@@ -29,18 +21,10 @@ DRAWN = """return [...document.querySelectorAll("canvas")].map(c =>
 
 @pytest.fixture(scope="module")
 def browser():
-    if not (webdriver and CHROMIUM and DRIVER):
+    if not INSTALLED:
         pytest.exit("skipped: Chromium, its driver or python3-selenium is not installed", returncode=77)
-    profile = tempfile.mkdtemp()
-    options = webdriver.ChromeOptions()
-    options.binary_location = CHROMIUM
-    for flag in ["--headless", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-background-networking", f"--user-data-dir={profile}"]:
-        options.add_argument(flag)
-    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    driver = webdriver.Chrome(service=Service(DRIVER), options=options)
-    yield driver
-    driver.quit()
-    shutil.rmtree(profile, ignore_errors=True)
+    with started() as driver:
+        yield driver
 
 
 def show(browser, path, width=1280, scheme="light"):

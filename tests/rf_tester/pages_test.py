@@ -19,7 +19,7 @@ CHANGED = [
 @pytest.mark.parametrize("script, arguments, message", CHANGED)
 def test_a_changed_test_set_is_noticed(tmp_path, script, arguments, message):
     changed = tmp_path / "changed"
-    changed.write_text(f"#!/bin/sh\n{'' if '|' in arguments else 'exec '}"{TESTER}" {arguments}\n")
+    changed.write_text(f"#!/bin/sh\n{'' if '|' in arguments else 'exec '}'{TESTER}' {arguments}\n")
     changed.chmod(0o755)
     done = subprocess.run([sys.executable, ROOT / "script" / script, "--check", "--tester", changed],
                           capture_output=True, text=True, timeout=60)
