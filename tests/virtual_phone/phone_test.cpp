@@ -332,6 +332,11 @@ TEST(Decoding, OfACommandThatIsRefusedOrUnknown) {
   radio_decode(RADIO_CHIPS, 0, data, data, &decoded);
   EXPECT_EQ(decoded.form, nullptr) << "nobody knows this chip";
   EXPECT_EQ(radio_command_id(RADIO_VQ2040, "mimo_chain"), -1);
+  EXPECT_EQ(radio_chip_name(RADIO_CHIPS), nullptr);
+  EXPECT_EQ(radio_chip_magic(RADIO_CHIPS) + radio_chip_die_words(RADIO_CHIPS), 0u);
+  EXPECT_EQ(radio_chip_command(RADIO_CHIPS, 0), RADIO_CMD_NONE);
+  EXPECT_EQ(radio_chip_command(RADIO_VQ2050, RADIO_COMMANDS), RADIO_CMD_NONE);
+  EXPECT_EQ(radio_chip_parameter(RADIO_CHIPS, 0), RADIO_PARAMETERS);
 }
 
 TEST_F(Phone, TheOldestChipKeepsARawBlock) {
@@ -781,6 +786,25 @@ TEST_F(Phone, AFaultCanGiveDescriptorZeroAndAPositiveResult) {
   EXPECT_EQ(phone_event(0)->result, 0);
   fstat(0, &after);
   EXPECT_EQ(before.st_ino, after.st_ino) << "standard input is back";
+}
+
+TEST_F(Phone, AResetForgetsWhatWasLeftOpen) {
+  const int input = dup(0);
+  phone_fault("socket", 1, 1, -1000);
+  ASSERT_EQ(socket(AF_INET, SOCK_DGRAM, 0), 0);
+  int node = open("/sys/vq20x0_debug/bfgx_test", O_WRONLY);
+  FILE *stream = popen("netcfg", "r");
+  pid_t child = fork();
+  if (child == 0) _exit(0);
+  EXPECT_EQ(phone_left_open(), 4u);
+  phone_reset();
+  EXPECT_EQ(phone_left_open(), 0u);
+  EXPECT_EQ(close(node), 0);
+  fclose(stream);
+  while (waitpid(-1, nullptr, 0) > 0) {}
+  EXPECT_EQ(phone_event_count(), 0u) << "they are libc's now";
+  dup2(input, 0);
+  close(input);
 }
 
 TEST_F(Phone, AFailedCloseHasClosed) {
