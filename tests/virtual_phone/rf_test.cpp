@@ -221,7 +221,7 @@ TEST_F(Rf, ARateIsTheNearestOfItsFormat) {
   set("rf.crystal", "0");
   for (auto &table : rate_tables) {
     transmit({table.mode, table.bandwidth, 36, 0}, 12);
-    for (uint32_t code = 0; code <= 1300; code++) {
+    for (uint32_t code = 0; code <= 1300; code += code < 200 ? 1 : 11) {
       size_t nearest = 0;
       const auto away = [&](size_t i) { return std::abs(int(table.kbps[i] / 1000) - int(code)); };
       for (size_t i = 0; i < table.kbps.size(); i++)
