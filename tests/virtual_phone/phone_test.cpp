@@ -1008,7 +1008,9 @@ TEST_F(Phone, NvItemsAreKeyedByNumberAndName) {
     phone_fault("nv_write:367", 1, 1, 12);
     EXPECT_EQ(kevoOperaNVWR(0, 340, "WINVRAM", 104, item), 0);
     EXPECT_EQ(kevoOperaNVWR(0, 367, "WITXCCK", 104, item), 12);
+    EXPECT_EQ(phone_nv_at(2, &number, nullptr, 0, nullptr), 1);
     phone_nv_clear();
+    EXPECT_EQ(phone_nv_at(2, &number, nullptr, 0, nullptr), 0) << "a listing of before";
     EXPECT_EQ(phone_nv_at(0, &number, nullptr, 0, nullptr), 0);
   }
 }
