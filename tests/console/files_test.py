@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Files that the console writes: never over an input, never half, and backups that prove that they are whole."""
 
+import itertools
 import os
 import re
 import resource
@@ -73,9 +74,9 @@ def test_an_output_is_never_the_library_that_the_loader_finds(folder, program, a
 
 
 def test_two_outputs_are_two_files(folder, unit):
-    new = folder / "new"
-    for arguments in (["--report", new, "--junit", new, "wifi_set_power", 1],
-                      ["--trace", new, "--nv", folder / "." / "new", "wifi_set_power", 1],
+    pairs = itertools.combinations(["--report", "--junit", "--trace", "--nv"], 2)
+    for arguments in (*([one, folder / "new", other, folder / "." / "new", "wifi_set_power", 1] for one, other in pairs),
+                      ["--phone", folder / "items.txt", "--report", folder / "items.txt", "wifi_set_power", 1],
                       ["--nv", folder / "unit.nv", "nv", "save", folder / "unit.nv"]):
         before = files(folder)
         done = station(*arguments)

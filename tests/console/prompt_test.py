@@ -181,16 +181,27 @@ def test_run_and_source_at_the_prompt(folder):
                       ("two.tcl on vq2070", "1"), ("call on vq2070", "0")]
 
 
-@pytest.mark.parametrize("words", [[], ["nv", "list"], ["doctor"]], ids=str)
-def test_all_chips_are_refused_where_one_is_tested(words):
-    done = station("--brief", "--chip", "all", *words, stdin="wifi_set_power 155 -> 1\n")
-    assert (done.returncode, done.stdout) == (2, "") and "--chip all does nothing" in done.stderr and "one chip's name" in done.stderr
+WORDS = ["", "wifi_stop_tx", "run", "preview", "nv", "doctor", "line", "replay", "diff", "trace", "list", "help", "generate"]
+RUNS = {"", "wifi_stop_tx", "run"}
+# Options with what has a use for them, and how the console says that.
+USES = [
+    (["--expect", "1"], {"wifi_stop_tx"}, "--expect", "a single call; in a session it stands behind ->"),
+    (["--json"], RUNS | {"preview", "doctor", "line"}, "--json", "calls, sessions, the prompt and doctor"),
+    (["--write"], {"doctor"}, "--write", "doctor"),
+    *(([option, "out"], RUNS, option, "calls, sessions and the prompt") for option in ("--junit", "--report", "--trace")),
+    (["--record", "r.jsonl"], RUNS - {""}, "--record", "calls and sessions"),
+    (["--serial", "R1"], RUNS | {"line"}, "--serial and what else says who is tested", "calls, sessions and the prompt"),
+    (["--chip", "all"], RUNS - {""} | {"preview"}, "--chip all", "calls, run and preview; give --chip one chip's name"),
+]
 
 
-@pytest.mark.parametrize("word", ["list", "help", "nv", "replay", "diff", "trace", "generate"])
-def test_json_is_refused_where_text_is_all_there_is(word):
-    done = station("--json", word)
-    assert (done.returncode, done.stdout) == (2, "") and f"--json does nothing for {word}" in done.stderr
+@pytest.mark.parametrize("options, uses, name, what", USES, ids=lambda use: use[0] if isinstance(use, list) else "")
+def test_an_option_without_effect_is_refused(tmp_path, options, uses, name, what):
+    for word in WORDS:
+        done = station(*options, *([word] if word else []), cwd=tmp_path)
+        refusal = f"orva-station: {name} does nothing for {word or 'the prompt'}: it is for {what}.\n"
+        assert (done.stderr == refusal) is (word not in uses), (word, done.stderr)
+        assert word in uses or (done.returncode, done.stdout) == (2, "")
 
 
 @pytest.mark.parametrize("words", [["--nv", ""], ["--report", ""], ["--nv="], ["--junit"]], ids=str)

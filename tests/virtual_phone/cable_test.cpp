@@ -256,18 +256,6 @@ TEST_F(Cable, TakesBurstsWithNumbersInTheirRanges) {
   }
 }
 
-TEST_F(Cable, TakesTenThousandBurstsAndNoMore) {
-  for (size_t count : {10000u, 10001u}) {
-    std::string bursts;
-    for (size_t i = 0; i < count; i++) bursts += (i ? "," : "") + packets_of_mcs7 + "1}";
-    set("cable", tester_.address());
-    tune();
-    ask("receive", 1);
-    tester_.plan_bursts(bursts);
-    EXPECT_EQ(ask("packet_count"), count == 10000 ? 10000u : 0u);
-  }
-}
-
 TEST_F(Cable, ATestSetThatDoesNotPlugIsNamed) {
   const struct {
     const char *answer, *reason;

@@ -332,6 +332,11 @@ TEST(Decoding, OfACommandThatIsRefusedOrUnknown) {
   radio_decode(RADIO_CHIPS, 0, data, data, &decoded);
   EXPECT_EQ(decoded.form, nullptr) << "nobody knows this chip";
   EXPECT_EQ(radio_command_id(RADIO_VQ2040, "mimo_chain"), -1);
+  EXPECT_EQ(radio_chip_name(RADIO_CHIPS), nullptr);
+  EXPECT_EQ(radio_chip_magic(RADIO_CHIPS) + radio_chip_die_words(RADIO_CHIPS), 0u);
+  EXPECT_EQ(radio_chip_command(RADIO_CHIPS, 0), RADIO_CMD_NONE);
+  EXPECT_EQ(radio_chip_command(RADIO_VQ2050, RADIO_COMMANDS), RADIO_CMD_NONE);
+  EXPECT_EQ(radio_chip_parameter(RADIO_CHIPS, 0), RADIO_PARAMETERS);
 }
 
 TEST_F(Phone, TheOldestChipKeepsARawBlock) {
@@ -783,6 +788,23 @@ TEST_F(Phone, AFaultCanGiveDescriptorZeroAndAPositiveResult) {
   EXPECT_EQ(before.st_ino, after.st_ino) << "standard input is back";
 }
 
+TEST_F(Phone, AResetForgetsWhatWasLeftOpen) {
+  const int input = dup(0);
+  phone_fault("socket", 1, 1, -1000);
+  ASSERT_EQ(socket(AF_INET, SOCK_DGRAM, 0), 0);
+  int node = open("/sys/vq20x0_debug/bfgx_test", O_WRONLY);
+  pid_t child = fork();
+  if (child == 0) _exit(0);
+  EXPECT_EQ(phone_left_open(), 3u);
+  phone_reset();
+  EXPECT_EQ(phone_left_open(), 0u);
+  EXPECT_EQ(close(node), 0);
+  EXPECT_EQ(waitpid(child, nullptr, 0), child);
+  EXPECT_EQ(phone_event_count(), 0u) << "they are libc's now";
+  dup2(input, 0);
+  close(input);
+}
+
 TEST_F(Phone, AFailedCloseHasClosed) {
   phone_fault("close", 1, 1, 0);
   int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
@@ -986,7 +1008,9 @@ TEST_F(Phone, NvItemsAreKeyedByNumberAndName) {
     phone_fault("nv_write:367", 1, 1, 12);
     EXPECT_EQ(kevoOperaNVWR(0, 340, "WINVRAM", 104, item), 0);
     EXPECT_EQ(kevoOperaNVWR(0, 367, "WITXCCK", 104, item), 12);
+    EXPECT_EQ(phone_nv_at(2, &number, nullptr, 0, nullptr), 1);
     phone_nv_clear();
+    EXPECT_EQ(phone_nv_at(2, &number, nullptr, 0, nullptr), 0) << "a listing of before";
     EXPECT_EQ(phone_nv_at(0, &number, nullptr, 0, nullptr), 0);
   }
 }

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -179,6 +180,60 @@ TEST_F(Rf, TheDriversNumbersGiveChannelFormatAndRate) {
   EXPECT_EQ(get("state.emission"), "null");
 }
 
+/// Rates of the standard in kb/s, of one stream with the long guard interval, and of HE with 0.8 us.
+struct rate_table {
+  uint32_t mode, bandwidth;
+  const char *format;
+  std::vector<uint32_t> kbps;
+};
+const std::vector<uint32_t> carriers_108 = {13500,  27000,  40500,  54000,  81000,
+                                            108000, 121500, 135000, 162000, 180000};
+const rate_table rate_tables[] = {
+    {1, 0, "dsss", {1000, 2000, 5500, 11000}},
+    {4, 0, "ofdm", {6000, 9000, 12000, 18000, 24000, 36000, 48000, 54000}},
+    {7, 0, "ht", {6500, 13000, 19500, 26000, 39000, 52000, 58500, 65000}},
+    {10, 1, "ht", {carriers_108.begin(), carriers_108.begin() + 8}},
+    {11, 1, "vht", carriers_108},
+    {6, 3, "vht", {29250, 58500, 87750, 117000, 175500, 234000, 263250, 292500, 351000, 390000}},
+    {8, 7, "vht", {58500, 117000, 175500, 234000, 351000, 468000, 526500, 585000, 702000, 780000}},
+    {12, 0, "he", {8603, 17206, 25809, 34412, 51618, 68824, 77426, 86029, 103235, 114706, 129044, 143382}},
+    {13,
+     1,
+     "he",
+     {17206, 34412, 51618, 68824, 103235, 137647, 154853, 172059, 206471, 229412, 258088, 286765}},
+    {12,
+     3,
+     "he",
+     {36029, 72059, 108088, 144118, 216176, 288235, 324265, 360294, 432353, 480392, 540441, 600490}},
+    {12,
+     7,
+     "he",
+     {72059, 144118, 216176, 288235, 432353, 576471, 648529, 720588, 864706, 960784, 1080882, 1200980}},
+};
+const char *const dsss_names[] = {"1", "2", "5.5", "11"};
+
+std::string rate_name(const rate_table &of, size_t i) {
+  if (of.mode == 1) return dsss_names[i];
+  return of.mode == 4 ? std::to_string(of.kbps[i] / 1000) : "mcs" + std::to_string(i);
+}
+
+TEST_F(Rf, ARateIsTheNearestOfItsFormat) {
+  set("rf.crystal", "0");
+  for (auto &table : rate_tables) {
+    transmit({table.mode, table.bandwidth, 36, 0}, 12);
+    for (uint32_t code = 0; code <= 1300; code += code < 200 ? 1 : 11) {
+      size_t nearest = 0;
+      const auto away = [&](size_t i) { return std::abs(int(table.kbps[i] / 1000) - int(code)); };
+      for (size_t i = 0; i < table.kbps.size(); i++)
+        if (away(i) < away(nearest)) nearest = i;
+      ask("rate", code);
+      const std::string expected =
+          std::string(R"("format":")") + table.format + R"(","rate":")" + rate_name(table, nearest) + "\"";
+      ASSERT_NE(get("state.emission").find(expected), std::string::npos) << code << get("state.emission");
+    }
+  }
+}
+
 TEST_F(Rf, TheExactUnitSendsWhatIsWantedUpToSaturation) {
   set("rf.crystal", "0");
   for (uint32_t channel : {7u, 36u, 100u, 132u, 165u}) {
@@ -280,6 +335,23 @@ TEST_F(Rf, PacketsAreLostBelowTheSensitivityOfTheRate) {
     EXPECT_GT(packets_at(c.sensitivity + 3), 9990u);
     EXPECT_GT(packets_at(-40), 9990u);
     EXPECT_LT(packets_at(20), 100u) << "overload";
+  }
+}
+
+TEST_F(Rf, EachRateHasTheSensitivityOfTheStandardInEachBandwidth) {
+  const std::vector<int> mcs = {-82, -79, -77, -74, -70, -66, -65, -64, -59, -57, -54, -52};
+  set("rf.crystal", "0");
+  set("radio.packet_rate", "10000");
+  for (auto &table : rate_tables) {
+    for (size_t i = 0; i < table.kbps.size(); i++) {
+      tune({table.mode, table.bandwidth, 36, table.kbps[i] / 1000}, 0);
+      int least = table.mode == 1   ? std::vector{-83, -80, -79, -76}[i]
+                  : table.mode == 4 ? std::vector{-82, -81, -79, -77, -74, -70, -66, -65}[i]
+                                    : mcs[i];
+      int wider = table.bandwidth == 7 ? 9 : table.bandwidth == 3 ? 6 : table.bandwidth == 1 ? 3 : 0;
+      EXPECT_NEAR(10000.0 - packets_at(least + wider - 7), table.mode == 1 ? 800 : 1000, 90)
+          << table.format << " " << i << " code " << table.bandwidth;
+    }
   }
 }
 
