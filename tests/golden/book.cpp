@@ -21,6 +21,9 @@ constexpr size_t NV_NAME_SIZE = 32;
 /// Whether the name of each NV access since the last clear was filled with zeros up to 32 bytes.
 std::vector<bool> names_filled;
 
+/// Whether something was closed since the last clear that was not open, such as a socket closed twice.
+bool closed_in_vain = false;
+
 }  // namespace
 
 /// Ahead of the phone's own function: a service may copy all 32 bytes of a name.
@@ -30,6 +33,14 @@ extern "C" int kevoOperaNVWR(uint32_t op, uint32_t number, const char *name, uin
   const char *const end = name + strnlen(name, NV_NAME_SIZE);
   names_filled.push_back(end < limit && std::all_of(end, limit, [](char c) { return c == 0; }));
   return phone(op, number, name, size, bytes);
+}
+
+/// Ahead of the phone's own function, which passes on what is not open without a contact.
+extern "C" int close(int descriptor) {
+  static auto *const phone = reinterpret_cast<decltype(&close)>(dlsym(RTLD_NEXT, "close"));
+  const int result = phone(descriptor);
+  if (result < 0 && errno == EBADF) closed_in_vain = true;
+  return result;
 }
 
 namespace golden {
@@ -74,7 +85,7 @@ constexpr kind kinds[] = {
     {"snprintf_s", "fails", 1, 0, false},
     {"sscanf_s", "fails", 1, 0, false},
     {"kevoOperaNVWR", "fails", 1, 0, false},
-    {"kevoOperaNVWR", "fail from here on", 0, 0, true},
+    {"kevoOperaNVWR", "answers 7 from here on", 0, 7, true},
 };
 
 std::string name_of(const std::string &place, unsigned nth, const char *what) {
@@ -137,9 +148,11 @@ void mark_names(lines &all) {
 lines run(const bench &bench, void *function, const prepared_call &call, arguments &store) {
   phone_events_clear();
   names_filled.clear();
+  closed_in_vain = false;
   const std::string result = call(function, store);
   lines all = contacts(bench.chip());
   mark_names(all);
+  if (closed_in_vain) all.push_back("closes what is not open");
   all.push_back("-> " + result);
   for (const std::string &line : store.outputs()) all.push_back(line);
   return all;

@@ -905,8 +905,6 @@ void write_calibration_sets(book &book) {
   }
   book.call(answering(query, std::vector<uint8_t>(104, '7')), "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0, 2442,
             "8");
-  book.call(failing("NV answers 7", {{"kevoOperaNVWR", 1, 0, 7}}), "wifi_nvram_calibrate_set", 0, 0, 0, 0, 0,
-            2412, "8");
   book.call(stored(340, "WIC0_2G5G_OFDM", "pa5ga0=1,2,3,4;"), "wifi_nvram_calibrate_set", 0, 0, 0, 1, 0, 5745,
             "8");
   book.call(stored(340, "WIC0_2G5G_OFDM", "pa2ga0=1,2,3;pa5ga0=" + std::string(83, '1') + ";"),

@@ -61,19 +61,6 @@ TEST_P(Driver, AFailedCloseIsReportedOnce) {
   EXPECT_EQ(phone_uses("close"), 1U) << "a close that failed has closed the descriptor";
 }
 
-/// A second close would hit whatever another thread opened in between; here it fails with EBADF.
-TEST_P(Driver, ADescriptorIsClosedOnceWhateverTheVerdict) {
-  for (const char *fem : {"0", "1", "65536"}) {
-    set("check.fem", fem);
-    errno = 0;
-    PUBLIC(wifi_hw_get)(nullptr);
-    EXPECT_EQ(errno, 0) << "FEM status " << fem;
-  }
-  fail("ioctl", 1, 2);
-  PUBLIC(wifi_hw_get)(nullptr);
-  EXPECT_EQ(errno, EIO);
-}
-
 /// 15 characters and the terminator are the request's room; a longer name is cut.
 TEST_P(Driver, AnInterfaceNameIsCutToTheRequestsRoom) {
   const auto ask = back_end<int32_t(uint32_t, const char *)>("wl_config_wifi_dbb_get");

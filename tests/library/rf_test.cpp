@@ -163,7 +163,7 @@ TEST_P(Rf, SettingsKeepTheirWidthUntilTheStart) {
   EXPECT_EQ(query(3), 70000);
 }
 
-/// A text without a terminator in front of an unreadable page.
+/// Characters in front of an unreadable page.
 class page_end {
 public:
   explicit page_end(const std::string &text) {
@@ -183,10 +183,15 @@ private:
   const char *at_ = nullptr;
 };
 
+/// Neither past the last digit nor past a terminator before it.
 TEST_P(Rf, NothingIsReadPastTheDigitsOfAnAddressOrAssociation) {
-  const page_end address("0a1b2c3d4e5f"), association("1a3");
-  EXPECT_EQ(back_end<uint32_t(const char *)>("wifi_set_hw_mac_addr")(address.text()), 1U);
-  if (has("wifi_ru_set")) { EXPECT_EQ(PUBLIC(wifi_ru_set)(1, association.text()), 1U); }
+  const page_end address("0a1b2c3d4e5f"), association("1a3"), terminated(std::string("0a", 3));
+  const auto set_address = back_end<uint32_t(const char *)>("wifi_set_hw_mac_addr");
+  EXPECT_EQ(set_address(address.text()), 1U);
+  EXPECT_EQ(set_address(terminated.text()), 0U);
+  if (!has("wifi_ru_set")) return;
+  EXPECT_EQ(PUBLIC(wifi_ru_set)(1, association.text()), 1U);
+  EXPECT_EQ(PUBLIC(wifi_ru_set)(1, terminated.text()), 1U);
 }
 
 // ---- State after a start or stop -----------------------------------------------------------------------
