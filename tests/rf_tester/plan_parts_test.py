@@ -146,8 +146,8 @@ def measured(quantity, value, high=1.0, chain=0, signal=HT40):
 
 def of_chains(power, rssi, chain=1):
     """A chain with these errors in the median, beside one that is good."""
-    return [measured("power_error", 0), measured("rssi_error", 0),
-            *(measured("power_error", value, chain=chain) for value in (power, power + 9, power - 1)), measured("rssi_error", rssi, chain=chain)]
+    return [*(measured("power_error", value, chain=chain) for value in (power, power + 9, power - 1)), measured("rssi_error", rssi, chain=chain),
+            measured("power_error", 0), measured("rssi_error", 0)]
 
 
 # What was measured, then the cause's name, what shows it and what to do.
@@ -167,7 +167,7 @@ CAUSES = [
      "check the receive path of the front-end module"),
     ([measured("evm", 9), measured("rssi_error", 9)], "wrong reported level", None, "check the receive path and the path loss"),
     ([measured("evm", 0), measured("frequency_error", 0.5), measured("power_error", 1.5)], "power error out of limits", None, "calibrate the unit again"),
-    (of_chains(-2.4, -9, chain=0), "wrong reported level", None, "check the receive path and the path loss"),
+    ([*of_chains(-2.4, -9), measured("rssi_error", 9)], "wrong reported level", None, "check the receive path and the path loss"),
 ]
 
 
