@@ -44,8 +44,6 @@ VALUES: Mapping[str, frozenset[str]] = {
 }
 OUTCOMES = ("good", "timeout", "over_range", "under_range", "no_sync")
 UNCERTAINTIES = ("power_db", "evm_db", "frequency_ppm", "mask_db")
-_TOP = {"name", "connection", "identify", "uncertainty", "actions", "path_loss", "bands", "done", "error", "outcome", "values"}
-_ANSWER_KEYS = {"ask", "field", "pattern"}
 
 
 class _Texts(string.Formatter):

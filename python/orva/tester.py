@@ -127,11 +127,10 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
         self.profile = profile if isinstance(profile, Profile) else instrument_profile.load(profile)
         self.address = address
         self._timeout_ms = self.profile.timeout_ms if timeout_s is None else int(_checked("timeout_s", timeout_s) * 1000)
-        self._trigger_ms = 0.0
         self._port: Optional[int] = None
         self._mhz = 0.0
         self._width_mhz = 0
-        self._losses: dict[int, Mapping[float, float]] = {}
+        self._losses: dict[Optional[int], Mapping[float, float]] = {}
         self._manager = self._visa(backend)
         self._device = self._open()
         try:
@@ -260,9 +259,9 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
 
     def trigger_timeout(self, seconds: float) -> None:
         """Sets how long a measurement waits for a burst."""
-        self._act("trigger_timeout", s=_checked("seconds", seconds), ms=seconds * 1000)
-        self._trigger_ms = seconds * 1000
-        self._device.timeout = self._timeout_ms + self._trigger_ms
+        milliseconds = _checked("seconds", seconds) * 1000
+        self._act("trigger_timeout", s=seconds, ms=milliseconds)
+        self._device.timeout = self._timeout_ms + milliseconds
 
     def average(self, count: int) -> None:
         """Sets the number of bursts that a measurement averages."""
@@ -315,7 +314,7 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
 
     def _loss(self) -> float:
         """The loss entered at the point next to the channel."""
-        points = self._losses.get(self._port or 0, {})
+        points = self._losses.get(self._port, {})
         return points[min(points, key=lambda mhz: abs(mhz - self._mhz))] if points else 0.0
 
     def _cause(self, power: float, wanted: float) -> str:

@@ -1,8 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The Python plan as the console of a slot, and the simulated line that uses it."""
+"""The Python plan as the console of a slot."""
 
 import json
-import re
 import signal
 import subprocess
 import sys
@@ -66,14 +65,3 @@ def test_a_test_set_that_is_away_is_the_reason(tmp_path):
         pass
     status, lines = ended(slot(tmp_path, tester, ""))
     assert status == 2 and tester.address in next(line["text"] for line in lines if line["type"] == "error")
-
-
-def test_a_simulated_line_finds_the_worn_cable_and_each_defect():
-    done = subprocess.run([ROOT / "script" / "line", "--units", "600", "--sample", "24", "--stations", "4", "--slots", "2", "--wear", "1.2",
-                           "--days", "5"], capture_output=True, text=True, timeout=900, check=False)
-    assert done.returncode in (0, 1) and done.stderr == "", done.stdout + done.stderr
-    runs, expected = re.search(r"^(\d+) of (\d+) runs are stored", done.stdout, re.M).groups()
-    assert runs == expected and int(runs) > 600
-    assert re.search(r"^Tested: 24 of 600 units", done.stdout) and "not tested: 576 units" in done.stdout
-    assert re.search(r"^Escapes: 0 of \d+ defective units passed$", done.stdout, re.M)
-    assert re.search(r"^line-4 drifts in .*power_error", done.stdout, re.M), done.stdout

@@ -295,7 +295,7 @@ def test_a_measurement_may_take_the_trigger_timeout_longer():
 
 # An answer that is not as it should be: the dialect, what is done, the error and its text.
 ANSWERS = [
-    ("a", {"SYST_ERR": "0"}, "measure", "NoAnswer", r"ADDRESS: SYST:ERR\? answered '0', which is no error"),
+    ("a", {"SYST_ERR": "ok"}, "measure", "NoAnswer", r"ADDRESS: SYST:ERR\? answered 'ok', which is no error"),
     ("a", {"FETC_STAT": "WHAT"}, "measure", "NoAnswer", "ADDRESS: 'WHAT' is no outcome that .*/orva-a.toml lists"),
     ("a", {"FETC_STAT": "TIM"}, "measure", "NothingReceived", "the port: no burst at 0 MHz .* cable is not connected to the port, .*"),
     ("a", {"FETC_STAT": "SYNC"}, "measure", "NotDemodulated", "the port: the burst at 0 MHz cannot be demodulated: it is wider than the 0 MHz "
@@ -358,23 +358,32 @@ UNITS = [("W", 1, "0.02", 0, 13.0103), ("percent", 1, "2", 0, -33.9794), ("Hz", 
 
 @pytest.mark.parametrize("unit, scale, text, mhz, number", UNITS)
 def test_values_come_in_the_drivers_units(unit, scale, text, mhz, number):
-    assert instrument_profile.Value(instrument_profile.Answer("V?"), unit, scale).number(text, mhz) == pytest.approx(number, abs=1e-4)
+    answer = instrument_profile.Answer("V?", pattern=re.compile(r"[^;]+$"))
+    assert instrument_profile.Value(answer, unit, scale).number(answer.part_of(f"0;{text}"), mhz) == pytest.approx(number, abs=1e-4)
 
 
 # A change of a good profile, and what is said about it.
 BAD_PROFILES = [
-    ('name = "ORVA', '= "ORVA', "orva.toml: "),
+    ('name = "ORVA', '= "ORVA', "Invalid statement .at line 3, column 1."),
     ('[done]\nask = "*OPC?"', "[done]", "done.ask: is missing"),
-    ('{mhz}MHZ,{db}DB', "{mhz}MHZ,{watts}", "path_loss.point: .* names watts; it may name db, hz, mhz"),
+    ('{mhz}MHZ,{db}DB', "{mhz}MHZ,{watts}", "path_loss.point: '.*' names watts; it may name db, hz, mhz"),
     ('reset = ["*RST", "*CLS"]\n', "", "actions.reset: is missing"),
     ('reset = ["*RST", "*CLS"]', 'reset = "*RST"', r"actions.reset: '\*RST' is no list"),
-    ('"ROUT:PORT {port}"', '"ROUT:PORT {port"', "actions.select_port: "),
-    ('"ROUT:PORT {port}"', '"ROUT:PORT {chain}"', "actions.select_port: .* names chain; it may name port"),
-    ("timeout_ms", "timeout", "connection.timeout: is no key of a profile"),
-    ("sign = 1", "sign = 2", "path_loss.sign: 2: give 1"),
+    ('reset = ["*RST", "*CLS"]', "reset = [1]", "actions.reset: 1 is no text"),
+    ('reset = ["*RST", "*CLS"]', 'reset = ["{b} {a}"]', "actions.reset: '{b} {a}' names a, b; it may name nothing"),
+    ('"ROUT:PORT {port}"', '"ROUT:PORT {port"', "actions.select_port: 'ROUT:PORT {port': expected '}' before end of string"),
+    ('"ROUT:PORT {port}"', '"ROUT:PORT {chain}"', "actions.select_port: 'ROUT:PORT {chain}' names chain; it may name port"),
+    ("timeout_ms = 5000", 'timeout_ms = "long"', "connection.timeout_ms: 'long' is no int"),
+    ("timeout_ms = 5000", "timeout_ms = true", "connection.timeout_ms: True is no int"),
+    ("evm_db = 0.3", 'evm_db = "0.3"', "uncertainty.evm_db: '0.3' is no float"),
+    ("sign = 1", "sign = 2", "path_loss.sign: 2: give 1 where a loss is positive, -1 where it is a gain"),
     ('unit = "ppm"', 'unit = "mHz"', "values.frequency_error.unit: 'mHz': give Hz or ppm"),
-    ("'^(-?\\d+),\"(.*)\"$'", "'('", "error.pattern: .* is no regular expression"),
-    ("'^(-?\\d+),\"(.*)\"$'", "'x'", "error.pattern: is due with two groups"),
+    ('unit = "ppm"', 'unit = "ppm"\nfield = -1', "values.frequency_error.field: give a field from 0, or a pattern, not both"),
+    ('unit = "ppm"', 'unit = "ppm"\nfield = 0\npattern = "x"', "values.frequency_error.field: give a field from 0, or a pattern, not both"),
+    ("'^(-?\\d+),\"(.*)\"$'", "'('", "error.pattern: '.' is no regular expression: missing .*"),
+    ("'^(-?\\d+),\"(.*)\"$'", "'x'", "error.pattern: is due with two groups, the number and the text of an error"),
+    ('[done]\nask = "*OPC?"', "[[bands]]\nname = 7\nzero_mhz = 1\nfrom_mhz = 2\nto_mhz = 3\n[done]", "bands.name: 7 is no str"),
+    ('name = "ORVA', 'bands = [1]\nname = "ORVA', "bands is due as a table"),
     ('good = ["OK"]\n', "", "outcome.good: is missing"),
 ]
 
@@ -385,8 +394,19 @@ def test_a_bad_profile_is_refused_with_its_key(tmp_path, good, bad, message):
     assert good in text
     path = tmp_path / "orva.toml"
     path.write_text(text.replace(good, bad))
-    with pytest.raises(instrument_profile.ProfileError, match=message):
+    with pytest.raises(instrument_profile.ProfileError, match=f"^{path}: {message}$"):
         instrument_profile.load(path)
+
+
+def test_a_key_that_no_profile_has_is_refused_in_each_table(tmp_path):
+    text, path = profile("b").read_text(), tmp_path / "orva.toml"
+    tables = re.findall(r"(?m)^\[+([\w.]+)\]+$", text)
+    assert len(tables) == 16
+    for table in ["", *tables]:
+        head = re.search(rf"(?m)^\[+{table}\]+$", text).end() if table else 0
+        path.write_text(f"{text[:head]}\nsurplus = 1\n{text[head:]}")
+        with pytest.raises(instrument_profile.ProfileError, match=rf"^{path}: {table + '.' if table else ''}surplus: is no key of a profile$"):
+            instrument_profile.load(path)
 
 
 def test_the_profiles_state_the_simulated_uncertainty(running, dialect):
