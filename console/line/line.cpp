@@ -176,11 +176,20 @@ private:
     event(fmt::format("slot {}  {}  {}  {:.1f} s{}{}", where.slot->name(), unit.serial, word_of(found.found),
                       where.slot->elapsed().count(), found.reason.empty() ? "" : "  ", found.reason),
           found.found);
-    bool passed = found.found == verdict::pass;
+    if (!found.teardown.empty()) count_failed_teardown(where, found.teardown);
+    bool passed = found.found == verdict::pass && found.teardown.empty();
     if (!passed && !ending && where.tries < plan.attempts) return test(where, unit.serial);
     where.missed = passed ? 0 : where.missed + 1;
     if (plan.stop_after && where.missed >= plan.stop_after) stop(where);
     serve_queue();
+  }
+
+  void count_failed_teardown(place_on_line &where, const std::string &why) {
+    auto serial = where.slot->unit().serial;
+    tally.count_failed_teardown(serial);
+    where.last.push_back(verdict::broken);
+    event(fmt::format("slot {}  {}  {}  {}", where.slot->name(), serial, word_of(verdict::broken), why),
+          verdict::broken);
   }
 
   void stop(place_on_line &where) {

@@ -20,6 +20,12 @@ void shift::count(const std::string &serial, verdict found) {
   tested.last = found;
 }
 
+void shift::count_failed_teardown(const std::string &serial) {
+  units[serial].latest = verdict::broken;
+  ++runs;
+  ++broken;
+}
+
 unsigned shift::runs_of(const std::string &serial) const {
   auto found = units.find(serial);
   return found == units.end() ? 0 : found->second.runs;

@@ -16,7 +16,9 @@ namespace console {
 class shift {
 public:
   void count(const std::string &serial, verdict found);
-  /** How often a unit ran in this shift. */
+  /** A teardown that failed is a BROKEN run of its own, as in the records. */
+  void count_failed_teardown(const std::string &serial);
+  /** How often a unit ran in this shift, teardowns apart. */
   unsigned runs_of(const std::string &serial) const;
   /** Something that was to be tested was not. */
   void add_untested() { ++untested; }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/line/slot.h"
 
+#include "console/run/identity.h"
+#include "console/text/usage_error.h"
+
 #include <csignal>
 #include <fmt/format.h>
 #include <iterator>
@@ -64,17 +67,20 @@ void line_slot::run_ended(const process_end &how) {
 void line_slot::tear_down() {
   state = phase::tearing_down;
   auto said = std::make_shared<unit_run>();
-  console_process = start_process(io, teardown_command(plan, with, tested),
-                                  {.line = [said](std::string_view text) { said->take(text); },
-                                   .ended = [this, said](const process_end &how) { torn_down(how, *said); }});
+  teardown now = {.started = time_with_zone(), .began = steady::now()};
+  console_process = start_process(
+      io, teardown_command(plan, with, tested),
+      {.line = [said](std::string_view text) { said->take(text); },
+       .ended = [this, said, now](const process_end &how) { torn_down(said->outcome(how), now); }});
   after(plan.grace, &line_slot::kill);
 }
 
-void line_slot::torn_down(const process_end &how, const unit_run &said) {
-  auto found = said.outcome(how);
+void line_slot::torn_down(const run_outcome &found, const teardown &of) {
   if (found.found == verdict::fail || found.found == verdict::broken) {
-    auto why = fmt::format("the teardown failed, so the phone may still transmit: {}", found.reason);
-    outcome = {verdict::broken, outcome.reason.empty() ? why : fmt::format("{}; {}", outcome.reason, why)};
+    outcome.teardown = fmt::format("the teardown failed, so the phone may still transmit: {}", found.reason);
+    try {
+      record_failed_teardown(plan, with, tested, run.chip(), of, outcome.teardown);
+    } catch (const usage_error &e) { outcome.teardown += fmt::format("; it has no record: {}", e.message); }
   }
   be_done();
 }

@@ -5,6 +5,7 @@
 
 #include "console/line/plan.h"
 #include "console/line/process.h"
+#include "console/line/teardown_record.h"
 #include "console/line/unit_run.h"
 
 #include <asio/io_context.hpp>
@@ -42,7 +43,7 @@ private:
   void take(std::string_view text);
   void run_ended(const process_end &how);
   void tear_down();
-  void torn_down(const process_end &how, const unit_run &said);
+  void torn_down(const run_outcome &found, const teardown &of);
   void be_done();
   /** Unless something else was awaited before. */
   void after(std::chrono::seconds time, void (line_slot::*act)());

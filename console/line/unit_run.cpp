@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/line/unit_run.h"
 
+#include "console/phone/chips.h"
 #include "console/run/verdict.h"
 #include "console/text/text.h"
 
@@ -35,6 +36,7 @@ bool unit_run::take(std::string_view line) try {
   if (type == "begin") {
     step = std::filesystem::path(said.at("session").get<std::string>()).stem().string();
     part.clear();
+    if (auto chip = said.value("chip", ""); chip_index(chip)) tested_chip = chip;
   } else if (type == "step") {
     step = said.at("title").get<std::string>();
     part.clear();

@@ -176,7 +176,8 @@ def trend(connection: sa.engine.Connection, where: Filter, name: str) -> list[Ro
 def compare(connection: sa.engine.Connection, where: Filter, name: str = "") -> list[Row]:
     """Stations against each other: each one's offset from the others and its drift, in units of the spread.
 
-    The worst first. The column finding says which exceed what chance explains. Values that failed are left out: a
+    The worst first. The column finding says which exceed what chance explains; "this or B drifts" where nobody can tell
+    which of two stations it is. Values that failed are left out: a
     defective unit, whose values are far off, says nothing of the station.
     """
     described = _described(connection, name)

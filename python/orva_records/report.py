@@ -81,7 +81,7 @@ def _drifts(connection: sa.engine.Connection, where: Filter, stations: list[Row]
     """The daily means by station of the characteristics in which a station stands out, each station and kind first."""
     told: set[tuple[str, ...]] = set()
     rows: list[Row] = []
-    for row in sorted(stations, key=lambda row: bool(row["finding"] != "drifts")):
+    for row in sorted(stations, key=lambda row: bool(not row["finding"].endswith("drifts"))):
         what = (row["station"], row["finding"], row["name"])
         if row["finding"] and what not in told and len(rows) < DRIFTS:
             told.add(what)

@@ -86,7 +86,20 @@ def drift_of(stations: Mapping[str, Mapping[str, Moments]]) -> dict[str, dict[st
         if offsets:
             count = sum(cell.count for cell in stations[station].values())
             found[station] = {"count": count, **_judged(offsets)}
+            if found[station]["finding"] and (others := _only_other(station, stations)):
+                found[station]["finding"] = f"this or {' or '.join(others)} {found[station]['finding']}"
     return found
+
+
+def _only_other(station: str, stations: Mapping[str, Mapping[str, Moments]]) -> list[str]:
+    """The stations with which this one was alone each day; none if there was a third. Of two, either may be the wrong one."""
+    found = set()
+    for day in stations[station]:
+        others = [name for name, days in stations.items() if name != station and day in days]
+        if len(others) > 1:
+            return []
+        found.update(others)
+    return sorted(found)
 
 
 def _offsets(station: str, stations: Mapping[str, Mapping[str, Moments]], spread: float) -> list[_Offset]:

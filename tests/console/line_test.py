@@ -10,7 +10,7 @@ import time
 import pytest
 
 from orva_records.collect import collect
-from orva_records.queries import Filter, yields
+from orva_records.queries import Filter, unit, yields
 from orva_records.store import Store
 from support.console import started, station
 from support.terminal import Terminal
@@ -46,14 +46,21 @@ class Line:
     def done(self):
         return self.journal.read_text().splitlines() if self.journal.exists() else []
 
-    def counts(self):
-        """Runs and BROKEN ones, as the database has them once the spool is collected."""
+    def asked(self, query, *arguments):
+        """What the database answers once the spool is collected."""
         database = f"sqlite:///{self.folder}/store.sqlite"
         tally = collect(self.folder / "spool", Store(database))
         assert not tally.problems and not tally.damaged
         with Store(database).reading() as connection:
-            (row,) = yields(connection, Filter())
+            return query(connection, *arguments)
+
+    def counts(self):
+        """Runs and BROKEN ones."""
+        (row,) = self.asked(yields, Filter())
         return row["runs"], row["broken"]
+
+    def history(self, serial):
+        return self.asked(unit, serial)
 
 
 @pytest.fixture
@@ -103,9 +110,24 @@ def test_a_slot_with_too_many_misses_in_a_row_takes_no_more(line):
     assert done.returncode == 2 and done.stdout.splitlines()[-1].endswith("4 runs, 1 BROKEN, 2 not tested")
 
 
-def test_a_teardown_that_fails_breaks_the_run(line):
-    done = line.run(line.plan(head='teardown = "bad_off.tcl"'), "pass-1")
-    assert outcomes(done.stdout)[0][1] == "BROKEN" and "the phone may still transmit" in done.stdout
+def test_a_teardown_that_fails_is_a_broken_run_of_its_own(line):
+    done = line.run(line.plan(head='teardown = "bad_off.tcl"\nattempts = 2'), "pass-1")
+    failed = "the teardown failed, so the phone may still transmit: "
+    assert [verdict for _, verdict, _ in outcomes(done.stdout)] == ["PASS", "PASS"]
+    assert done.stdout.count(f"slot 1  pass-1  BROKEN  {failed}") == 2
+    assert done.stdout.splitlines()[-1] == "1 unit: first-pass yield 100.0 %, final yield 100.0 %; 4 runs, 2 BROKEN"
+    assert done.returncode == 2 and line.counts() == (4, 2)
+    history = [(run["plan"], run["attempt"], run["verdict"]) for run in line.history("pass-1")]
+    assert history == [("rf.tcl", 1, "PASS"), ("bad_off.tcl", 1, "BROKEN"), ("rf.tcl", 2, "PASS"), ("bad_off.tcl", 2, "BROKEN")]
+    assert line.history("pass-1")[1]["causes"][0].startswith(failed)
+
+
+def test_a_failed_teardown_without_room_for_its_record_says_so(line):
+    """A spool that is away stands in for a full disk: the console is done with its record by then."""
+    plan = line.plan(head='teardown = "gone_off.tcl"')
+    (line.folder / "gone_off.tcl").write_text("")
+    done = line.run(plan, "pass-1")
+    assert re.search(r"BROKEN  the teardown failed, .*; it has no record: .*spool/\S+: No such file", done.stdout), done.stdout
     assert done.returncode == 2
 
 

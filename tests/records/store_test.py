@@ -19,6 +19,7 @@ from orva_records import queries
 from orva_records.collect import collect
 from orva_records.queries import Filter
 from orva_records.record import Header, RecordWriter
+from orva_records.statistics import Moments, drift_of
 from orva_records.store import Store, head, metadata
 from support.synthetic_line import DIFFERING, DRIFTING, write_line
 from support.tree import CHIPS, ROOT
@@ -146,6 +147,16 @@ def test_any_serial_number_comes_back_as_it_is(spool, database, command):
         (run,) = json.loads(command("unit", "--json", "--database", database, "--", serial).out)
         assert (run["slot"], run["operator"], run["failed"][0][: len(serial)]) == (serial, serial, serial)
     assert len(command("pareto", "--database", database).out.splitlines()) == 1 + len(SERIALS)
+
+
+@pytest.mark.parametrize("offsets, findings", [
+    ({"a": 0, "b": 3}, {"a": "this or b differs", "b": "this or a differs"}),
+    ({"a": 0, "b": 0, "c": 3}, {"a": "", "b": "", "c": "differs"}),
+])
+def test_of_two_stations_nobody_can_tell_which_one_is_wrong(offsets, findings):
+    days = ("2026-03-01", "2026-03-02")
+    cells = {station: {day: Moments.of([mean - 0.5, mean, mean + 0.5] * 40) for day in days} for station, mean in offsets.items()}
+    assert {station: row["finding"] for station, row in drift_of(cells).items()} == findings
 
 
 def test_the_same_folder_twice_and_a_record_twice(spool, database):

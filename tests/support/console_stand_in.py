@@ -85,7 +85,10 @@ def main():
     given, sessions = options(sys.argv[1:])
     if "--serial" not in given:
         log(f"teardown {given.get('--chip')} {sessions[0]}")
-        bad = "bad" in sessions[0]
+        bad = "bad" in sessions[0] or "gone" in sessions[0]
+        if "gone" in sessions[0]:
+            spool = Path(sessions[0]).parent / "spool"
+            spool.rename(spool.with_name("elsewhere"))
         say("end", verdict="BROKEN" if bad else "NO VERDICT", failures=[])
         say("summary", verdict="BROKEN" if bad else "NO VERDICT")
         sys.exit(STATUS["BROKEN" if bad else "NO VERDICT"])
