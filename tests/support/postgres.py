@@ -22,7 +22,10 @@ def _stat(pid):
 
 
 class Postgres:
-    """Runs within a with block. It refuses to run as root, so root lends it another user."""
+    """Runs within a with block. It refuses to run as root, so root lends it another user. options: of initdb."""
+
+    def __init__(self, *options):
+        self._options = options
 
     def __enter__(self):
         # Not below the test's folder: a socket's path is at most 107 characters.
@@ -33,7 +36,7 @@ class Postgres:
             group = pwd.getpwnam(user).pw_gid
             self._as_user = ["setpriv", f"--reuid={user}", f"--regid={group}", "--clear-groups"]
             shutil.chown(self.folder, user, group)
-        self._run("initdb", "--no-sync", "--auth=trust", "--username=orva", "--encoding=UTF8", "--locale=C.UTF-8")
+        self._run("initdb", "--no-sync", "--auth=trust", "--username=orva", "--encoding=UTF8", "--locale=C.UTF-8", *self._options)
         self.start()
         return self
 
@@ -41,37 +44,52 @@ class Postgres:
         self._run("pg_ctl", "stop", "--mode=immediate", "--silent", check=False)
         shutil.rmtree(self.folder)
 
-    def _run(self, program, *arguments, check=True):
-        command = [*self._as_user, PROGRAMS / program, f"--pgdata={self.folder / 'data'}", *arguments]
+    def _run(self, program, *arguments, check=True, through=()):
+        command = [*self._as_user, *through, PROGRAMS / program, f"--pgdata={self.folder / 'data'}", *arguments]
         return subprocess.run(command, check=check, stdout=subprocess.DEVNULL, stderr=subprocess.STDOUT, cwd=self.folder, timeout=120)
 
-    def start(self):
+    def start(self, *through):
+        """through: a program with its arguments that starts the server."""
         options = f"--options=-c listen_addresses='' -k {self.folder}"
         for tries in range(50):  # after kill() the server's other processes need a moment to end
-            done = self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", options, check=tries == 49)
+            done = self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", options, check=tries == 49, through=through)
             if done.returncode == 0:
                 return
             time.sleep(0.2)
 
     @property
-    def _pid(self):
+    def pid(self):
+        """Of the process that starts the others."""
         return int((self.folder / "data" / "postmaster.pid").read_text().split()[0])
+
+    def restart(self, *through):
+        self._run("pg_ctl", "stop", "--mode=fast", "--silent")
+        self.start(*through)
 
     def kill(self):
         """Ends the server as a crash does. Its other processes notice and end by themselves."""
-        os.kill(self._pid, signal.SIGKILL)
+        os.kill(self.pid, signal.SIGKILL)
 
     def processor_seconds(self):
         """Processor time of the server and all its processes, those that have ended included."""
-        children = Path(f"/proc/{self._pid}/task/{self._pid}/children").read_text().split()
+        children = Path(f"/proc/{self.pid}/task/{self.pid}/children").read_text().split()
         # User and system time, of the process and of its children that have ended.
-        ticks = sum(sum(map(int, _stat(pid)[11:15])) for pid in (self._pid, *children))
+        ticks = sum(sum(map(int, _stat(pid)[11:15])) for pid in (self.pid, *children))
         return ticks / os.sysconf("SC_CLK_TCK")
 
-    def new_database(self, name):
-        """Creates a database and returns its URL."""
-        subprocess.run([PROGRAMS / "createdb", f"--host={self.folder}", "--username=orva", name], check=True, timeout=60)
+    def new_database(self, name, tablespace=None):
+        """Creates a database and returns its URL. tablespace: an empty folder for its tables; the data folder if None."""
+        where = []
+        if tablespace:
+            shutil.chown(tablespace, self.folder.owner(), self.folder.group())
+            self._client("psql", "--command", f"CREATE TABLESPACE \"{name}\" LOCATION '{tablespace}'", "postgres")
+            where = [f"--tablespace={name}"]
+        self._client("createdb", *where, name)
         return self.url(name)
+
+    def _client(self, program, *arguments):
+        command = [PROGRAMS / program, f"--host={self.folder}", "--username=orva", *arguments]
+        subprocess.run(command, check=True, timeout=60, stdout=subprocess.DEVNULL)
 
     def url(self, name):
         return f"postgresql://orva@/{name}?host={self.folder}"
