@@ -9,11 +9,18 @@ import sys
 
 import pytest
 
+from support.postgres import PROGRAMS
 from support.rf_tester import PROFILES, RunningTester
 from support.tree import ROOT
 
 LIMITS = ROOT / "rf_tester" / "factory-limits.csv"
 LOSS = "2412:1.2,2472:1.3,5180:2.1,5825:2.4"
+
+
+@pytest.fixture
+def database(request):
+    """What a plant has, if it is installed here; else the script's own."""
+    return [] if PROGRAMS is None else ["--database", request.getfixturevalue("server").new_database("shift")]
 
 
 def slot(folder, tester, description, **options):
@@ -68,9 +75,9 @@ def test_a_test_set_that_is_away_is_the_reason(tmp_path):
     assert status == 2 and tester.address in next(line["text"] for line in lines if line["type"] == "error")
 
 
-def test_a_simulated_line_finds_the_worn_cable_and_each_defect():
+def test_a_simulated_line_finds_the_worn_cable_and_each_defect(database):
     done = subprocess.run([ROOT / "script" / "line", "--units", "600", "--sample", "24", "--stations", "4", "--slots", "2", "--wear", "1.2",
-                           "--days", "5"], capture_output=True, text=True, timeout=900, check=False)
+                           "--days", "5", *database], capture_output=True, text=True, timeout=900, check=False)
     assert done.returncode in (0, 1) and done.stderr == "", done.stdout + done.stderr
     runs, expected = re.search(r"^(\d+) of (\d+) runs are stored", done.stdout, re.M).groups()
     assert runs == expected and int(runs) > 600
