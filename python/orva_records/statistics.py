@@ -85,9 +85,10 @@ def drift_of(stations: Mapping[str, Mapping[str, Moments]]) -> dict[str, dict[st
         offsets = _offsets(station, stations, spread)
         if offsets:
             count = sum(cell.count for cell in stations[station].values())
-            found[station] = {"count": count, **_judged(offsets)}
-            if found[station]["finding"] and (others := _only_other(station, stations)):
-                found[station]["finding"] = f"this or {' or '.join(others)} {found[station]['finding']}"
+            judged = _judged(offsets)
+            if judged["finding"] and (others := _only_other(station, stations)):
+                judged["finding"] = f"this or {' or '.join(others)} {judged['finding']}"
+            found[station] = {"count": count, **judged}
     return found
 
 

@@ -1,9 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 """Every finished run is stored exactly once, whatever dies, fills up or comes twice; none is lost, each broken one shows."""
+import contextlib
 import os
 import random
 import resource
 import signal
+import subprocess
 import time
 from pathlib import Path
 
@@ -14,10 +16,11 @@ from orva_records import RecordsError, collect as collecting
 from orva_records.collect import collect
 from orva_records.record import Header, RecordWriter, recover
 from orva_records.store import Store, measurements, runs
+from support.postgres import PROGRAMS, Postgres
 from support.synthetic_line import write_line
 from support.tree import CHIPS
 
-ROWS = 5
+ROWS, MANY = 5, 300
 
 
 def header(serial="R58"):
@@ -53,7 +56,7 @@ def stored(url):
     with Store(url).reading() as connection:
         found = connection.execute(sa.select(runs.c.run, runs.c.verdict)).all()
         counts = sa.select(sa.func.count()).select_from(measurements).group_by(measurements.c.run_id)
-        assert set(connection.scalars(counts)) <= {ROWS, 12} or not found
+        assert set(connection.scalars(counts)) <= {ROWS, 12, MANY} or not found
     assert len({run for run, _ in found}) == len(found)
     return dict(found)
 
@@ -172,6 +175,41 @@ def test_a_full_disk_keeps_the_spool(spool, tmp_path, room):
     assert status_of(in_child(collect_with_little_room)) == 2
     assert spooled(spool)
     everything_is_stored(spool, database, names)
+
+
+@contextlib.contextmanager
+def file_size_limit_on(server):
+    """A table cannot grow beyond the limit. Files of the write-ahead log are just as large."""
+    server.restart("prlimit", f"--fsize={2**20}:")
+    yield server.new_database("full"), server.restart
+
+
+@contextlib.contextmanager
+def small_file_system_under(server):
+    folder = server.folder / "small"
+    folder.mkdir()
+    if subprocess.run(["mount", "-t", "tmpfs", "-o", "size=10m", "tmpfs", folder], capture_output=True).returncode:
+        pytest.skip("no file system can be mounted here")
+    try:
+        yield server.new_database("full", folder), lambda: subprocess.run(["mount", "-o", "remount,size=100m", folder], check=True)
+    finally:
+        subprocess.run(["umount", "--lazy", folder], check=True)  # the server still has files in it
+
+
+@pytest.mark.parametrize("full_disk", [file_size_limit_on, small_file_system_under])
+def test_a_full_disk_of_the_server_keeps_the_spool(spool, command, full_disk):
+    if PROGRAMS is None:
+        pytest.skip("PostgreSQL is not installed")
+    write_line(spool, 90, rows=MANY)
+    names = spooled(spool)
+    with Postgres("--wal-segsize=1") as server, full_disk(server) as (database, make_room):
+        told = command("collect", spool, "--database", database, "--batch", 5, status=2)
+        assert "could not extend file" in told.err, told.err
+        assert 0 < len(spooled(spool)) < len(names)
+        assert set(stored(database)) == names - spooled(spool)
+        assert "could not extend file" in command("collect", spool, "--database", database, "--batch", 5, status=2).err
+        make_room()
+        everything_is_stored(spool, database, names)
 
 
 def test_what_is_stored_but_cannot_move_is_stored_once(spool, database, command):

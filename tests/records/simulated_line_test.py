@@ -4,12 +4,21 @@
 import re
 import subprocess
 
+import pytest
+
+from support.postgres import PROGRAMS
 from support.tree import ROOT
 
 
-def test_a_simulated_line_finds_the_worn_cable_and_each_defect():
+@pytest.fixture
+def database(request):
+    """What a plant has, if it is installed here; else the script's own."""
+    return [] if PROGRAMS is None else ["--database", request.getfixturevalue("server").new_database("shift")]
+
+
+def test_a_simulated_line_finds_the_worn_cable_and_each_defect(database):
     done = subprocess.run([ROOT / "script" / "line", "--units", "600", "--sample", "24", "--stations", "4", "--slots", "2", "--wear", "1.2",
-                           "--days", "5"], capture_output=True, text=True, timeout=900, check=False)
+                           "--days", "5", *database], capture_output=True, text=True, timeout=900, check=False)
     assert done.returncode in (0, 1) and done.stderr == "", done.stdout + done.stderr
     runs, expected = re.search(r"^(\d+) of (\d+) runs are stored", done.stdout, re.M).groups()
     assert runs == expected and int(runs) > 600

@@ -31,7 +31,10 @@ def _runs(pid):
 
 
 class Postgres:
-    """Runs within a with block. It refuses to run as root, so root lends it another user."""
+    """Runs within a with block. It refuses to run as root, so root lends it another user. options: of initdb."""
+
+    def __init__(self, *options):
+        self._options = options
 
     def __enter__(self):
         # Not below the test's folder: a socket's path is at most 107 characters.
@@ -42,7 +45,7 @@ class Postgres:
             group = pwd.getpwnam(user).pw_gid
             self._as_user = ["setpriv", f"--reuid={user}", f"--regid={group}", "--clear-groups"]
             shutil.chown(self.folder, user, group)
-        self._run("initdb", "--no-sync", "--auth=trust", "--username=orva", "--encoding=UTF8", "--locale=C.UTF-8")
+        self._run("initdb", "--no-sync", "--auth=trust", "--username=orva", "--encoding=UTF8", "--locale=C.UTF-8", *self._options)
         self.start()
         return self
 
@@ -50,24 +53,31 @@ class Postgres:
         self._run("pg_ctl", "stop", "--mode=immediate", "--silent", check=False)
         shutil.rmtree(self.folder)
 
-    def _run(self, program, *arguments, check=True):
-        command = [*self._as_user, PROGRAMS / program, f"--pgdata={self.folder / 'data'}", *arguments]
+    def _run(self, program, *arguments, check=True, through=()):
+        command = [*self._as_user, *through, PROGRAMS / program, f"--pgdata={self.folder / 'data'}", *arguments]
         return subprocess.run(command, check=check, stdout=subprocess.DEVNULL, stderr=subprocess.STDOUT, cwd=self.folder, timeout=120)
 
-    def start(self):
-        self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", f"--options=-c listen_addresses='' -k '{self.folder}'")
+    def start(self, *through):
+        """through: a program with its arguments that starts the server."""
+        options = f"--options=-c listen_addresses='' -k '{self.folder}'"
+        self._run("pg_ctl", "start", "--wait", f"--log={self.folder / 'log'}", options, through=through)
 
     @property
-    def _pid(self):
+    def pid(self):
+        """Of the process that starts the others."""
         return int((self.folder / "data" / "postmaster.pid").read_text().split()[0])
 
     @property
     def _children(self):
-        return [int(pid) for pid in Path(f"/proc/{self._pid}/task/{self._pid}/children").read_text().split()]
+        return [int(pid) for pid in Path(f"/proc/{self.pid}/task/{self.pid}/children").read_text().split()]
+
+    def restart(self, *through):
+        self._run("pg_ctl", "stop", "--mode=fast", "--silent")
+        self.start(*through)
 
     def kill(self):
         """Ends the server as a crash does, and waits until its other processes have noticed and ended by themselves."""
-        pid = self._pid
+        pid = self.pid
         processes = [pid, *self._children]
         os.kill(pid, signal.SIGKILL)
         until = time.monotonic() + ENDING_S
@@ -81,13 +91,22 @@ class Postgres:
     def processor_seconds(self):
         """Processor time of the server and all its processes, those that have ended included."""
         # User and system time, of the process and of its children that have ended.
-        ticks = sum(sum(map(int, _stat(pid)[11:15])) for pid in (self._pid, *self._children))
+        ticks = sum(sum(map(int, _stat(pid)[11:15])) for pid in (self.pid, *self._children))
         return ticks / os.sysconf("SC_CLK_TCK")
 
-    def new_database(self, name):
-        """Creates a database and returns its URL."""
-        subprocess.run([PROGRAMS / "createdb", f"--host={self.folder}", "--username=orva", name], check=True, timeout=60)
+    def new_database(self, name, tablespace=None):
+        """Creates a database and returns its URL. tablespace: an empty folder for its tables; the data folder if None."""
+        where = []
+        if tablespace:
+            shutil.chown(tablespace, self.folder.owner(), self.folder.group())
+            self._client("psql", "--command", f"CREATE TABLESPACE \"{name}\" LOCATION '{tablespace}'", "postgres")
+            where = [f"--tablespace={name}"]
+        self._client("createdb", *where, name)
         return self.url(name)
+
+    def _client(self, program, *arguments):
+        command = [PROGRAMS / program, f"--host={self.folder}", "--username=orva", *arguments]
+        subprocess.run(command, check=True, timeout=60, stdout=subprocess.DEVNULL)
 
     def url(self, name):
         return f"postgresql://orva@/{name}?host={self.folder}"
