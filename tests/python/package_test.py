@@ -217,6 +217,28 @@ def test_a_phone_that_dies_or_hangs_is_reported_with_the_call():
             slow.phone.wait(4)
 
 
+class Alarm(Exception):
+    """Raised by a signal."""
+
+
+def test_a_call_that_a_signal_interrupts_does_not_answer_the_next(capfd):
+    def ring(*_):
+        raise Alarm
+
+    before = signal.signal(signal.SIGALRM, ring)
+    try:
+        with Bench(chip="vq2070") as bench:
+            bench.phone.set_clock(1)
+            for then in (lambda: bench.phone.get("chip"), lambda: "vq2070"):  # the second closes the bench at once
+                with pytest.raises(Alarm):
+                    signal.setitimer(signal.ITIMER_REAL, 0.3)
+                    bench.phone.wait(1)
+                assert then() == "vq2070"
+    finally:
+        signal.signal(signal.SIGALRM, before)
+    assert capfd.readouterr().err == ""
+
+
 def test_missing_libraries_are_named(tmp_path, monkeypatch):
     with pytest.raises(OSError, match="nowhere.so"):
         Bench(library="/nowhere.so")
