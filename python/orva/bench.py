@@ -114,6 +114,7 @@ class Bench(contextlib.AbstractContextManager["Bench"]):
             "PYTHONPATH": ":".join(filter(None, [source, os.environ.get("PYTHONPATH", "")])),
         }
         self._pipe, theirs = Pipe()
+        self._due = 1  # answers; the first says that the process has started
         # Not over standard input: some tests want descriptor 0 for the library.
         command = [sys.executable, "-m", "orva._worker", str(theirs.fileno()), os.fspath(library)]
         self._process = subprocess.Popen(command, env=environment, pass_fds=[theirs.fileno()], stdin=subprocess.DEVNULL)
@@ -137,10 +138,14 @@ class Bench(contextlib.AbstractContextManager["Bench"]):
 
     def _receive(self, doing: str) -> Any:
         try:
-            if not self._pipe.poll(self._timeout):
-                self.close()
-                raise PhoneDied(f"no answer within {self._timeout} s while {doing}")
-            good, value = self._pipe.recv()
+            while True:
+                if not self._pipe.poll(self._timeout):
+                    self.close()
+                    raise PhoneDied(f"no answer within {self._timeout} s while {doing}")
+                good, value = self._pipe.recv()
+                self._due -= 1
+                if self._due == 0:  # earlier answers are those of calls that a signal interrupted
+                    break
         except (EOFError, ConnectionResetError):
             raise PhoneDied(f"the phone's process {self._ending()} while {doing}") from None
         if not good:
@@ -160,6 +165,7 @@ class Bench(contextlib.AbstractContextManager["Bench"]):
             raise PhoneDied("the bench is closed")
         try:
             self._pipe.send((target, name, arguments, keywords))
+            self._due += 1
         except BrokenPipeError:
             raise PhoneDied(f"the phone's process {self._ending()}") from None
         return self._receive(f"in {name}")
@@ -191,4 +197,7 @@ def serve(pipe: Connection, targets: dict[str, object]) -> None:
             answer: tuple[bool, Any] = (True, getattr(targets[target], name)(*arguments, **keywords))
         except Exception as error:  # told to whoever asked
             answer = (False, error)
-        pipe.send(answer)
+        try:
+            pipe.send(answer)
+        except BrokenPipeError:  # the bench closed during the call
+            return

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The Python module: it has the C interface, names what went wrong, and its fixtures catch empty tests."""
 
+import importlib.util
 import inspect
 import json
 import os
@@ -175,7 +176,14 @@ def test_calibration_through_nv(orva_library, orva_phone, tmp_path):
 @pytest.mark.parametrize(
     "call, expected",
     [
-        (lambda bench: bench.library.wifi_set_power(2**31), (ValueError, "power: 2147483648 is not in")),
+        (lambda bench: bench.library.wifi_set_power(2**31), (ValueError, r"power: 2147483648 is not in -2147483648\.\.2147483647$")),
+        (lambda bench: bench.library.wifi_set_power(-(2**31) - 1), (ValueError, "power: -2147483649 is not in")),
+        (lambda bench: bench.library.wifi_set_power(True), (TypeError, "power: True is no whole number")),
+        (lambda bench: bench.library.wifi_get_func(-1), (ValueError, r"op_id: -1 is not in 0\.\.4294967295$")),
+        (lambda bench: bench.library.wifi_get_func(2**32), (ValueError, "op_id: 4294967296 is not in")),
+        (lambda bench: bench.library.wifi_nvram_calibrate_get(65536), (ValueError, "size: 65536 is not in")),
+        (lambda bench: bench.library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 2**31, "1"), (ValueError, "freq: 2147483648 is not in")),
+        (lambda bench: bench.library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 0, "1\0"), (ValueError, r"delta_gain: '1\\x00' holds a NUL")),
         (lambda bench: bench.library.wifi_set_power(15.5), (TypeError, "power: 15.5 is no whole number")),
         (lambda bench: bench.library.wifi_nvram_calibrate_get(0), (ValueError, "size: 0 is not in 1..65535")),
         (lambda bench: bench.library.wifi_start_roam("02\0;reboot"), (ValueError, "target: .* NUL")),
@@ -217,6 +225,28 @@ def test_a_phone_that_dies_or_hangs_is_reported_with_the_call():
             slow.phone.wait(6)
 
 
+class Alarm(Exception):
+    """Raised by a signal."""
+
+
+def test_a_call_that_a_signal_interrupts_does_not_answer_the_next(capfd):
+    def ring(*_):
+        raise Alarm
+
+    before = signal.signal(signal.SIGALRM, ring)
+    try:
+        with Bench(chip="vq2070") as bench:
+            bench.phone.set_clock(1)
+            for then in (lambda: bench.phone.get("chip"), lambda: "vq2070"):  # the second closes the bench at once
+                with pytest.raises(Alarm):
+                    signal.setitimer(signal.ITIMER_REAL, 0.3)
+                    bench.phone.wait(1)
+                assert then() == "vq2070"
+    finally:
+        signal.signal(signal.SIGALRM, before)
+    assert capfd.readouterr().err == ""
+
+
 def test_missing_libraries_are_named(tmp_path, monkeypatch):
     with pytest.raises(OSError, match="nowhere.so"):
         Bench(library="/nowhere.so")
@@ -238,6 +268,40 @@ def test_libraries_are_looked_for_from_the_nearest_place_on(tmp_path, monkeypatc
     (tmp_path / "other.so").touch()
     monkeypatch.setattr(files, "folders", lambda: [build / "nowhere", tmp_path])
     assert files.find("other.so") == tmp_path / "other.so"
+
+
+def test_an_installed_package_finds_its_own_files_first(tmp_path):
+    """Installed as PREFIX/lib/python3/dist-packages/orva, with the library in PREFIX/lib."""
+    lib, program = tmp_path / "lib", tmp_path / "bin" / "orva-rf-tester"
+    module = lib / "python3" / "dist-packages" / "orva" / "files.py"
+    chips = module.parent / "data" / "chips" / "chips.txt"
+    for path in (module, chips, program, tmp_path / "own" / "orva-rf-tester", lib / files.LIBRARY):
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.touch()
+    module.write_text(Path(files.__file__).read_text())
+    spec = importlib.util.spec_from_file_location("installed_files", module)
+    installed = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(installed)
+    own = lib.parent / "own" / "orva-rf-tester"
+    with pytest.MonkeyPatch.context() as patch:
+        patch.delenv("ORVA_LIBRARY_PATH", raising=False)
+        patch.delenv("ORVA_RF_TESTER", raising=False)
+        patch.setenv("PATH", f":{own.parent}:")
+        assert installed.folders()[2:4] == [lib, lib / sysconfig.get_config_var("MULTIARCH")]
+        assert (installed.find(files.LIBRARY), installed.data_file("chips/chips.txt")) == (lib / files.LIBRARY, chips)
+        assert installed.rf_tester_folder() == lib / "python3" / "rf_tester"
+        assert installed.rf_tester() == program
+        program.unlink()
+        assert installed.rf_tester() == own
+        build = lib / "python3" / "build" / "release" / "rf_tester" / own.name
+        build.parent.mkdir(parents=True)
+        build.touch()
+        assert installed.rf_tester() == build
+        patch.setenv("ORVA_RF_TESTER", str(own))
+        assert installed.rf_tester() == own
+        own.unlink()
+        with pytest.raises(FileNotFoundError, match=f"^no orva-rf-tester: {own} is no file; name the program in ORVA_RF_TESTER$"):
+            installed.rf_tester()
 
 
 def test_a_folder_that_is_none_or_no_phone_is_named(orva_bench, tmp_path, monkeypatch):
