@@ -1,12 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 """Tries mutants of the library: one object is compiled, the library and the tests of internals are linked."""
 import collections
+import contextlib
 import json
 import os
 import pathlib
 import re
 import shlex
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -106,11 +108,16 @@ class Worker:
         return str(ROOT / mutant.file) in self.compile
 
     def run(self, words, timeout):
-        try:
-            return subprocess.run([str(word) for word in words], capture_output=True, cwd=BUILD, timeout=timeout,
-                                  env=self.environment, check=False)
-        except subprocess.TimeoutExpired:
-            return subprocess.CompletedProcess(words, -1, b"")
+        with subprocess.Popen([str(word) for word in words], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              stdin=subprocess.DEVNULL, cwd=BUILD, env=self.environment, start_new_session=True) as process:
+            try:
+                output = process.communicate(timeout=timeout)[0]
+            except subprocess.TimeoutExpired:
+                output = b""
+            finally:
+                with contextlib.suppress(ProcessLookupError):
+                    os.killpg(process.pid, signal.SIGKILL)  # a mutant may fork without end
+        return subprocess.CompletedProcess(words, process.returncode, output)
 
     def builds(self, words):
         return self.run(words, SECONDS_TO_BUILD).returncode == 0
