@@ -54,10 +54,11 @@ def test_a_signal_ends_transmission_and_completes_the_reports(tmp_path, number):
 
 
 @pytest.mark.parametrize("program", [STATION, STATION_PHONE], ids=["virtual", "real"])
-def test_a_signal_just_before_a_wait_ends_it(tmp_path, program):
-    (tmp_path / "session.tcl").write_text("wait 3000\n")
+@pytest.mark.parametrize("name, text", [("session.tcl", "wait 3000\n"), ("session.early", "while 1 {}\n")], ids=["wait", "session"])
+def test_a_signal_just_before_it_ends_a_wait_and_a_session(tmp_path, program, name, text):
+    (tmp_path / name).write_text(text)
     clock = ["--clock", "real"] if program == STATION else []
-    done = station("--json", *clock, "run", "session.tcl", program=program, **early_signal(tmp_path, signal.SIGTERM))
+    done = station("--json", *clock, "run", name, program=program, **early_signal(tmp_path, signal.SIGTERM))
     assert done.returncode == 2 and '"verdict":"BROKEN"' in done.stdout, done.stderr
 
 
