@@ -175,7 +175,7 @@ def test_what_a_crashed_console_left_comes_back(desk):
         assert any("wifi_power_set_range" in line for line in running.stdout)
         left = [file.name for file in (desk.folder / "data").glob("orva.*/*.part-*")]
         os.kill(int(left[0].split("-")[-1]), signal.SIGKILL)  # the sanitizers take SIGSEGV for themselves
-        message = running.communicate(timeout=30)[1]
+        message = running.communicate(timeout=120)[1]
     assert running.returncode == 10 and "status 137" in message, message
     brought = {file.name for file in (desk.results / "run-1").glob("*.part-*")}
     assert left and brought == set(left) and all(name in message for name in left) and f"to {desk.results}/run-1:" in message
@@ -188,7 +188,7 @@ def interrupted(desk, text, call):
                           env=desk.environment(), start_new_session=True) as running:
         assert any(call in line for line in running.stdout)
         os.killpg(running.pid, signal.SIGINT)
-        message = running.communicate(timeout=60)[1]
+        message = running.communicate(timeout=120)[1]
     assert running.returncode == 130 and desk.left_on_phone() == [], message
     return message.splitlines()[-1]
 

@@ -97,7 +97,7 @@ def test_a_signal_at_the_prompt_breaks_its_reports(tmp_path, number):
 
 def test_an_input_that_cannot_be_read_is_told(tmp_path):
     folder = os.open(tmp_path, os.O_RDONLY)
-    done = subprocess.run([STATION], stdin=folder, capture_output=True, text=True, timeout=60)
+    done = subprocess.run([STATION], stdin=folder, capture_output=True, text=True, timeout=120)
     os.close(folder)
     assert done.returncode == 2 and "standard input cannot be read: Is a directory" in done.stderr
 
@@ -167,7 +167,7 @@ def test_output_that_fails_ends_with_a_message(tmp_path, words, output):
     command = f'"$0" "$@" {redirected}' if output != "pipe" else \
         'mkfifo fifo; true <fifo & exec 3>fifo; wait; "$0" "$@" >&3'
     done = subprocess.run(["bash", "-c", command, STATION, *arguments], cwd=tmp_path, input="wifi_set_power 1\nlist\n",
-                          capture_output=True, text=True, timeout=60)
+                          capture_output=True, text=True, timeout=120)
     assert done.returncode == 2
     said = {"full": "No space left", "closed": "Bad file descriptor"}.get(output)
     assert said in done.stderr if said else done.stderr == ""

@@ -66,7 +66,7 @@ class Postgres:
 
     def new_database(self, name):
         """Creates a database and returns its URL."""
-        subprocess.run([PROGRAMS / "createdb", f"--host={self.folder}", "--username=orva", name], check=True, timeout=60)
+        subprocess.run([PROGRAMS / "createdb", f"--host={self.folder}", "--username=orva", name], check=True, timeout=120)
         return self.url(name)
 
     def url(self, name):
