@@ -170,12 +170,12 @@ def test_a_console_that_does_not_start_or_crashes(desk):
 
 
 def test_what_a_crashed_console_left_comes_back(desk):
-    with subprocess.Popen(desk.command(*desk.session(GOOD + "wait 30\n")), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+    with subprocess.Popen(desk.command(*desk.session(GOOD + "wait 300\n")), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                           env=desk.environment()) as running:
         assert any("wifi_power_set_range" in line for line in running.stdout)
         left = [file.name for file in (desk.folder / "data").glob("orva.*/*.part-*")]
         os.kill(int(left[0].split("-")[-1]), signal.SIGKILL)  # the sanitizers take SIGSEGV for themselves
-        message = running.communicate(timeout=30)[1]
+        message = running.communicate(timeout=120)[1]
     assert running.returncode == 10 and "status 137" in message, message
     brought = {file.name for file in (desk.results / "run-1").glob("*.part-*")}
     assert left and brought == set(left) and all(name in message for name in left) and f"to {desk.results}/run-1:" in message
@@ -188,13 +188,13 @@ def interrupted(desk, text, call):
                           env=desk.environment(), start_new_session=True) as running:
         assert any(call in line for line in running.stdout)
         os.killpg(running.pid, signal.SIGINT)
-        message = running.communicate(timeout=60)[1]
+        message = running.communicate(timeout=120)[1]
     assert running.returncode == 130 and desk.left_on_phone() == [], message
     return message.splitlines()[-1]
 
 
 def test_an_interrupted_session_ends_in_order_and_its_results_come_back(desk):
-    message = interrupted(desk, GOOD + "wait 30\n", "wifi_power_set_range")
+    message = interrupted(desk, GOOD + "wait 300\n", "wifi_power_set_range")
     assert "last calls leave test mode" in message and all(name in message for name in ("junit.xml", "report.html", "session.trace"))
     assert {file.name for file in (desk.results / "run-1").iterdir()} >= {"junit.xml", "report.html", "session.trace"}
     assert [record["verdict"] for record in desk.records()[-2:]] == ["BROKEN", "BROKEN"]
@@ -202,7 +202,7 @@ def test_an_interrupted_session_ends_in_order_and_its_results_come_back(desk):
 
 def test_an_interruption_that_the_phone_does_not_hear_brings_back_what_is_there(desk):
     desk.has(fail={"shell kill": "error: closed"})
-    message = interrupted(desk, GOOD + "wait 30\n", "wifi_power_set_range")
+    message = interrupted(desk, GOOD + "wait 300\n", "wifi_power_set_range")
     brought = [file.name for file in (desk.results / "run-1").glob("*.part-*")]
     os.kill(int(brought[0].split("-")[-1]), signal.SIGKILL)  # this phone's console runs on
     assert "transmitter may still be on" in message and brought and all(name in message for name in brought)

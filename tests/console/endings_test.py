@@ -54,10 +54,11 @@ def test_a_signal_ends_transmission_and_completes_the_reports(tmp_path, number):
 
 
 @pytest.mark.parametrize("program", [STATION, STATION_PHONE], ids=["virtual", "real"])
-def test_a_signal_just_before_a_wait_ends_it(tmp_path, program):
-    (tmp_path / "session.tcl").write_text("wait 3000\n")
+@pytest.mark.parametrize("name, text", [("session.tcl", "wait 3000\n"), ("session.early", "while 1 {}\n")], ids=["wait", "session"])
+def test_a_signal_just_before_it_ends_a_wait_and_a_session(tmp_path, program, name, text):
+    (tmp_path / name).write_text(text)
     clock = ["--clock", "real"] if program == STATION else []
-    done = station("--json", *clock, "run", "session.tcl", program=program, **early_signal(tmp_path, signal.SIGTERM))
+    done = station("--json", *clock, "run", name, program=program, **early_signal(tmp_path, signal.SIGTERM))
     assert done.returncode == 2 and '"verdict":"BROKEN"' in done.stdout, done.stderr
 
 
@@ -96,7 +97,7 @@ def test_a_signal_at_the_prompt_breaks_its_reports(tmp_path, number):
 
 def test_an_input_that_cannot_be_read_is_told(tmp_path):
     folder = os.open(tmp_path, os.O_RDONLY)
-    done = subprocess.run([STATION], stdin=folder, capture_output=True, text=True, timeout=60)
+    done = subprocess.run([STATION], stdin=folder, capture_output=True, text=True, timeout=120)
     os.close(folder)
     assert done.returncode == 2 and "standard input cannot be read: Is a directory" in done.stderr
 
@@ -166,7 +167,7 @@ def test_output_that_fails_ends_with_a_message(tmp_path, words, output):
     command = f'"$0" "$@" {redirected}' if output != "pipe" else \
         'mkfifo fifo; true <fifo & exec 3>fifo; wait; "$0" "$@" >&3'
     done = subprocess.run(["bash", "-c", command, STATION, *arguments], cwd=tmp_path, input="wifi_set_power 1\nlist\n",
-                          capture_output=True, text=True, timeout=60)
+                          capture_output=True, text=True, timeout=120)
     assert done.returncode == 2
     said = {"full": "No space left", "closed": "Bad file descriptor"}.get(output)
     assert said in done.stderr if said else done.stderr == ""

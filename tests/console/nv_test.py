@@ -181,7 +181,7 @@ def test_the_man_page_lists_all_and_pleases_its_readers(tmp_path):
     assert [name for name in listed if not re.search(rf"^\.B {name}\b", shown, re.M)] == []
     for reader in (["man", "--warnings", "-l"], ["mandoc", "-T", "lint"], ["groff", "-man", "-ww", "-z"]):
         if shutil.which(reader[0]):
-            done = subprocess.run([*reader, page], capture_output=True, text=True, timeout=20,
+            done = subprocess.run([*reader, page], capture_output=True, text=True, timeout=120,
                                   env={**os.environ, "LC_ALL": "C.UTF-8"})
             assert (done.returncode, done.stderr) == (0, "") and (reader[0] == "man" or done.stdout == "")
 

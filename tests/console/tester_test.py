@@ -250,7 +250,7 @@ class Instrument:
         return self
 
     def __exit__(self, *_):
-        self.thread.join(timeout=20)
+        self.thread.join(timeout=120)
         self.listening.close()
 
 

@@ -288,15 +288,21 @@ def test_a_sweep_is_grouped_and_drawn(show, tmp_path):
     assert len(texts(page, ".every .steps tbody tr.bad")) == 5
 
 
-def test_a_long_session_opens_quickly_and_prints_briefly(show, tmp_path):
+def processor_seconds(page):
+    """What the page's thread has used: unlike elapsed time it is the same on a busy machine."""
+    return {each["name"]: each["value"] for each in page.execute_cdp_cmd("Performance.getMetrics", {})["metrics"]}["TaskDuration"]
+
+
+def test_a_long_session_opens_quickly_and_prints_briefly(browser, show, tmp_path):
     script = """set list {}; for {set i 1} {$i <= 6000} {incr i} { lappend list $i }
 sweep [list round $list] { wifi_query_setting 1 -> 0; wifi_query_setting 2 -> [expr {$round % 1000 ? 0 : 7}] }
 for {set i 1} {$i <= 60000} {incr i} { note "line $i" }"""
     path, _ = write_report(tmp_path, script, chips="vq2050")
     assert path.stat().st_size < 5_000_000
+    browser.execute_cdp_cmd("Performance.enable", {"timeDomain": "threadTicks"})
     page = show(path)
+    assert 0 < processor_seconds(page) < 5  # 0.3 s as measured
     assert page.title.startswith("FAIL")
-    assert run(page, "return performance.getEntriesByType('navigation')[0].loadEventEnd") < 10_000  # 0.5 s on an idle machine
     assert run(page, "return document.getElementsByTagName('*').length") < 3000
     assert "6 ×" in texts(page, ".failures > li")[0]
     assert sheets(page) <= 12

@@ -255,7 +255,7 @@ def session(tmp_path, text, *arguments):
     script.write_text(text)
     command = [os.environ["ORVA_STATION"], *arguments, "--json", "run", script]
     with open(out, "w") as file:
-        subprocess.run(command, stdout=file, timeout=60)
+        subprocess.run(command, stdout=file, timeout=120)
     return out
 
 

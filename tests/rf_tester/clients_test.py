@@ -172,13 +172,13 @@ MISUSES = [
 
 @pytest.mark.parametrize("arguments, message", MISUSES)
 def test_misuse_is_named(arguments, message):
-    done = subprocess.run([TESTER, "--port", "0", *arguments], capture_output=True, text=True, timeout=20)
+    done = subprocess.run([TESTER, "--port", "0", *arguments], capture_output=True, text=True, timeout=120)
     assert (done.returncode, done.stdout) == (2, "")
     assert message in done.stderr and "orva-rf-tester --help" in done.stderr
 
 
 def test_a_taken_port_is_named(tester):
     port = tester.address.rsplit(":", 1)[1]
-    done = subprocess.run([TESTER, "--port", port], capture_output=True, text=True, timeout=20)
+    done = subprocess.run([TESTER, "--port", port], capture_output=True, text=True, timeout=120)
     assert done.returncode == 1
     assert done.stderr == f"orva-rf-tester: cannot listen on 127.0.0.1 {port} (--port): Address already in use\n"

@@ -22,6 +22,6 @@ def test_a_changed_test_set_is_noticed(tmp_path, script, arguments, message):
     changed.write_text(f"#!/bin/sh\n{'' if '|' in arguments else 'exec '}'{TESTER}' {arguments}\n")
     changed.chmod(0o755)
     done = subprocess.run([sys.executable, ROOT / "script" / script, "--check", "--tester", changed],
-                          capture_output=True, text=True, timeout=60)
+                          capture_output=True, text=True, timeout=120)
     assert done.returncode == 1
     assert message in done.stdout

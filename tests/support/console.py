@@ -34,7 +34,7 @@ def started(*arguments, program=STATION, **options):
 
 
 def early_signal(folder, number):
-    """Options for station(), in this folder: the signal comes just before the console's first long sleep."""
+    """Options for station(), in this folder: the signal comes where early_signal.c says."""
     (folder / "early_signal.so").symlink_to(os.environ["ORVA_EARLY_SIGNAL"])
     # A sanitizer's runtime complains of a library before it; here that is wanted. A path with a blank would be two.
     checks = f"{os.environ.get('ASAN_OPTIONS', '')}:verify_asan_link_order=0"

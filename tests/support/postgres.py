@@ -106,7 +106,7 @@ class Postgres:
 
     def _client(self, program, *arguments):
         command = [PROGRAMS / program, f"--host={self.folder}", "--username=orva", *arguments]
-        subprocess.run(command, check=True, timeout=60, stdout=subprocess.DEVNULL)
+        subprocess.run(command, check=True, timeout=120, stdout=subprocess.DEVNULL)
 
     def url(self, name):
         return f"postgresql://orva@/{name}?host={self.folder}"

@@ -51,7 +51,7 @@ class RunningTester:
 
 def connect(address):
     host, port = address.rsplit(":", 1)
-    return socket.create_connection((host, int(port)), timeout=60)
+    return socket.create_connection((host, int(port)), timeout=120)
 
 
 class Lines:
