@@ -21,8 +21,8 @@ constexpr size_t NV_NAME_SIZE = 32;
 /// Whether the name of each NV access since the last clear was filled with zeros up to 32 bytes.
 std::vector<bool> names_filled;
 
-/// Whether something was closed since the last clear that was not open, such as a socket closed twice.
-bool closed_in_vain = false;
+/// What went past the phone since the last clear and should not have.
+golden::lines oddities;
 
 }  // namespace
 
@@ -39,8 +39,15 @@ extern "C" int kevoOperaNVWR(uint32_t op, uint32_t number, const char *name, uin
 extern "C" int close(int descriptor) {
   static auto *const phone = reinterpret_cast<decltype(&close)>(dlsym(RTLD_NEXT, "close"));
   const int result = phone(descriptor);
-  if (result < 0 && errno == EBADF) closed_in_vain = true;
+  if (result < 0 && errno == EBADF) oddities.push_back("closes what is not open");
   return result;
+}
+
+/// The phone takes any protocol.
+extern "C" int socket(int domain, int type, int protocol) noexcept {
+  static auto *const phone = reinterpret_cast<decltype(&socket)>(dlsym(RTLD_NEXT, "socket"));
+  if (type != SOCK_DGRAM || protocol != 0) oddities.push_back("opens a socket of another kind");
+  return phone(domain, type, protocol);
 }
 
 namespace golden {
@@ -148,11 +155,11 @@ void mark_names(lines &all) {
 lines run(const bench &bench, void *function, const prepared_call &call, arguments &store) {
   phone_events_clear();
   names_filled.clear();
-  closed_in_vain = false;
+  oddities.clear();
   const std::string result = call(function, store);
   lines all = contacts(bench.chip());
   mark_names(all);
-  if (closed_in_vain) all.push_back("closes what is not open");
+  all.insert(all.end(), oddities.begin(), oddities.end());
   all.push_back("-> " + result);
   for (const std::string &line : store.outputs()) all.push_back(line);
   return all;

@@ -852,6 +852,8 @@ void write_calibration_sets(book &book) {
   book.heading("in full");
   if (block) {
     book.try_faults(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, 3, 0, 0, 2442, "1.5");
+    book.call(failing("the second NV access answers 7", {{"kevoOperaNVWR", 2, 1, 7}}, calibrated),
+              "wifi_nvram_calibrate_set", 0, 0, 3, 0, 0, 2442, "1.5");
     for (const int32_t mode : {1, 2, 4, 5}) {
       for (const int32_t bandwidth : {0, 1, 2}) {
         book.call(calibrated_scene, "wifi_nvram_calibrate_set", 0, 0, mode, 1, bandwidth, 5180, "-1.5");
@@ -1013,6 +1015,8 @@ void write_items(book &book) {
   book.call<void>(full, own{"write_nvpattern_to_nv"}, uint32_t{367}, "WITXCCK", uint32_t{104}, no_text);
   book.try_faults<void>(full, own{"write_nvpattern_to_nv"}, uint32_t{367}, "WITXCCK", uint32_t{104},
                         "pa2gccka0");
+  book.call<void>(failing("the third NV access answers 7", {{"kevoOperaNVWR", 3, 1, 7}}, calibrated),
+                  own{"write_nvpattern_to_nv"}, uint32_t{367}, "WITXCCK", uint32_t{104}, "pa2gccka0");
   for (const char *text : {"", "pa2gccka1", "pa2gccka0=1;pa2gccka1=2;pa2gccka1=3;x", "a=1;"}) {
     book.call<void>(stored(367, "WITXCCK", text), own{"write_nvpattern_to_nv"}, uint32_t{367}, "WITXCCK",
                     uint32_t{104}, "pa2gccka1");
