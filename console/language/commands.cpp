@@ -129,7 +129,7 @@ constexpr phone_row phone_rows[] = {
      [](script_context &, words_t words) {
        return require(phone_link::set(words[1], words[2])), std::string();
      }},
-    {{"get", "KEY"}, [](script_context &, words_t words) { return phone_link::get(words[1]); }},
+    {{"get", "KEY"}, [](script_context &, words_t words) { return value_of_phone(words[1]); }},
     {{"load", "FILE"},
      [](script_context &in, words_t words) {
        auto path = in.beside_script(words[1]);

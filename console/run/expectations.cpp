@@ -143,12 +143,16 @@ expectation expect_shell(const call_step &step, const std::vector<std::string> &
   return {"shell", fmt::format("{}", fmt::join(wants, "; ")), fmt::format("{}", fmt::join(ran, "; ")), held};
 }
 
-expectation expect_phone(const std::string &key, const std::string &limits) {
+std::string value_of_phone(const std::string &key) {
   std::vector<std::string> names;
   for (auto &[name, meaning] : phone_link::keys()) names.push_back(name);
   if (std::ranges::find(names, key) == names.end())
     throw usage_error{fmt::format("The phone has no key \"{}\".{}", key, did_you_mean(key, names))};
-  auto got = phone_link::get(key);
+  return phone_link::get(key);
+}
+
+expectation expect_phone(const std::string &key, const std::string &limits) {
+  auto got = value_of_phone(key);
   return {"phone " + key, limits, got, within(limits, got)};
 }
 

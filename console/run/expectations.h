@@ -35,7 +35,9 @@ expectation expect_shell(const call_step &step, const std::vector<std::string> &
 /** A log line that contains the text or matches the glob, or the absence of one. */
 expectation expect_log(const call_step &step, const std::string &pattern, bool present);
 
-/** A value of the virtual phone's description or state. */
+/** A value of the virtual phone's description or state. Throws usage_error for a key that it does not have.
+ */
+std::string value_of_phone(const std::string &key);
 expectation expect_phone(const std::string &key, const std::string &limits);
 
 }  // namespace console

@@ -87,6 +87,7 @@ def session(tmp_path):
         (["run", "x.tcl", "--", "power=1", "power=2"], ["power", "twice"]),
         (["run", "-", "-"], ["twice", "standard input"]),
         (["run", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
+        (["run", ROOT / "sessions" / "board_check.tcl", "/nowhere/rf.tcl"], ["/nowhere/rf.tcl", "cannot be read"]),
         (["run", "/"], ["cannot be read", "folder"]),
         (["run", "/dev/null"], ["no command"]),
         ([""], ["empty"]),

@@ -23,6 +23,22 @@ ALL_OUTPUTS = ["--json", "--junit", "unit.xml", "--report", "unit.html", "--trac
 WRITTEN = ("unit.xml", "unit.html", "unit.trace")
 UNIT = ["--chip", "vq2050", "--yes", "--nv", "unit.nv"]
 
+# Command lines that are refused.
+MISUSED = [line.split() for line in """
+--chip vq9 list; --chip 4 list; --clock slow list; --log=loud list; --wind list; --ch; --chip vq2050 --chip vq2050 list; --chip
+--attempt 0 wifi_stop_tx; --attempt x wifi_stop_tx; --serial from-upc --chip all wifi_stop_tx; --record r.txt wifi_stop_tx
+--record r.jsonl wifi_stop_tx; --record r.jsonl --serial R1 wifi_stop_tx; --station-file nowhere.toml wifi_stop_tx; --station-file . list
+--trace no/x.trace wifi_stop_tx; --trace no/%serial --serial R1 wifi_stop_tx; --trace %wind wifi_stop_tx; --trace %serial wifi_stop_tx
+--trace . wifi_stop_tx; --trace %run run keys.tcl keys.tcl; --trace %chip --chip all wifi_stop_tx; --phone nowhere.toml wifi_stop_tx
+--phone . wifi_stop_tx; --unit x wifi_stop_tx; --nv . wifi_stop_tx; --nv unit.txt wifi_stop_tx; --trace unit.txt nv load unit.txt
+wifi_set_power 1 --chip; wifi_set_power 1 --trace=x; wifi_set_powr 1; help wifi_set_powr; help 1 2; docter; keys.tcl; phone keys; run; run .
+run nowhere.tcl; run keys.tcl nowhere.tcl; run - -; run keys.tcl -- power; run keys.tcl -- a=1 a=2; run keys.tcl -- wind=1
+preview; preview wind; preview wifi_stop_tx -> 1; --json preview wifi_stop_tx; nv; nv wind; nv show; nv show many; nv load nowhere.txt; nv diff
+nv restore unit.txt; nv restore nowhere.txt; nv backup unit.txt; doctor wind; doctor -- wind=1; doctor -- port=0
+doctor -- address=127.0.0.1:1; replay; replay nowhere.trace; replay .; replay unit.txt; diff unit.txt; diff unit.txt keys.tcl; trace; trace wind
+trace to-phone unit.txt; list wind; generate; generate fish; line; line nowhere.toml; line .; line unit.toml; --json line unit.toml
+""".replace("\n", ";").split(";") if line.strip()]
+
 # What differs between two runs: this computer's time, its clock, process ids.
 VARYING = [
     (r'("own_us":)\d+', r"\g<1>0"), (r'("made":)"[^"]*"', r'\g<1>""'),
@@ -46,6 +62,7 @@ def pages():
         "outputs.txt": [[*ALL_OUTPUTS, "--chip", "vq2070", "run", "everything.tcl", "broken.tcl"],
                         ["replay", "unit.trace"], ["diff", "unit.trace", "unit.trace"]],
         "keys.txt": [["--chip", "vq2050", "run", "keys.tcl"]],
+        "refused.txt": [["--chip", "vq2050", "run", "refused.tcl"], *MISUSED],
         "generated.txt": [["generate", what] for what in ("bash", "zsh", "man")],
         "single.txt": [
             ["--phone", "unit.toml", "wifi_test_weld"], ["--log", "wifi_set_power", "155"],
