@@ -471,7 +471,7 @@ void write_test_mode(book &book) {
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_dyn_interval"});
   book.try_faults({"in test mode", test_mode}, own{"wifi_set_selfcali_interval"});
   book.try_faults(fresh, own{"wifi_set_pm_switch"}, uint32_t{0});
-  for (const uint32_t value : {1, wide}) book.call(fresh, own{"wifi_set_pm_switch"}, value);
+  for (const uint32_t value : {1U, uint32_t{wide}}) book.call(fresh, own{"wifi_set_pm_switch"}, value);
   book.try_faults(fresh, "wifi_set_powermode", 1, 0);
   for (const int32_t mode : {1, 0, 2, -1, 257}) {
     for (const int32_t value : {0, wide}) book.call(fresh, "wifi_set_powermode", mode, value);
