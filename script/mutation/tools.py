@@ -165,8 +165,7 @@ class Worker:
         clang = "clang-14" if mutant.file.endswith(".c") else "clang++-14"
         if not entry or not shutil.which(clang):
             return True
-        # A precompiled header is g++'s own.
-        words = shlex.split(re.sub(r" -Winvalid-pch -include \S*cmake_pch\.hxx", "", entry["command"]))
+        words = shlex.split(entry["command"])
         compiler = next(i for i, word in enumerate(words) if re.search(r"(\+\+|cc|gcc)$", word) and "ccache" not in word)
         options = [word for word in words[compiler + 1:] if word != "-Wno-restrict"]
         process, _ = self.run([clang, *options, "-fsyntax-only"], SECONDS_TO_BUILD, entry["directory"])
