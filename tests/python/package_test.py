@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The Python module: it has the C interface, names what went wrong, and its fixtures catch empty tests."""
 
-import importlib.util
 import inspect
 import json
 import os
@@ -11,6 +10,7 @@ import signal
 import subprocess
 import sys
 import sysconfig
+import types
 from pathlib import Path
 
 import pytest
@@ -279,9 +279,9 @@ def test_an_installed_package_finds_its_own_files_first(tmp_path):
         path.parent.mkdir(parents=True, exist_ok=True)
         path.touch()
     module.write_text(Path(files.__file__).read_text())
-    spec = importlib.util.spec_from_file_location("installed_files", module)
-    installed = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(installed)
+    installed = types.ModuleType("installed_files")
+    installed.__file__ = str(module)
+    exec(module.read_text(), vars(installed))
     own = lib.parent / "own" / "orva-rf-tester"
     with pytest.MonkeyPatch.context() as patch:
         patch.delenv("ORVA_LIBRARY_PATH", raising=False)
