@@ -57,7 +57,11 @@ wanted_command parse_command(std::string text, unsigned chip) {
     throw usage_error{fmt::format("expect driver: \"{}\" is no driver command of {}: give its id or name.{}",
                                   name, chip < chip_count ? chip_name(chip) : "this chip",
                                   did_you_mean(name, command_names(chip)))};
-  return {static_cast<uint32_t>(id), equals == text.npos ? "*" : text.substr(equals + 1), !refused};
+  if (equals == text.npos) return {static_cast<uint32_t>(id), "*", !refused};
+  auto limits = text.substr(equals + 1);
+  if (auto wrong = range_error(limits); !wrong.empty())
+    throw usage_error{fmt::format("expect driver: {}: {}.", name, wrong)};
+  return {static_cast<uint32_t>(id), limits, !refused};
 }
 
 /** The command by its id or by its name, as the expectation gave it. */

@@ -52,18 +52,29 @@ bool meets(const std::string &limit, const std::string &value) {
   return glob(limit, value);
 }
 
+std::string limit_error(const std::string &limit) {
+  if (limit == "*") return "";
+  auto r = parse_range(limit);
+  if (!r)
+    return fmt::format(
+        "\"{}\" is no limit: give a number, LOW..HIGH, LOW.., ..HIGH, a list with commas, or *", limit);
+  if (r->low > r->high)
+    return fmt::format("\"{}\" allows nothing: its low end is above its high end", limit);
+  return "";
+}
+
 }  // namespace
 
 std::string limits_error(const std::string &limits) {
-  for (auto &limit : split(limits, ',')) {
-    if (limit == "*") continue;
-    auto r = parse_range(limit);
-    if (!r)
-      return fmt::format(
-          "\"{}\" is no limit: give a number, LOW..HIGH, LOW.., ..HIGH, a list with commas, or *", limit);
-    if (r->low > r->high)
-      return fmt::format("\"{}\" allows nothing: its low end is above its high end", limit);
-  }
+  for (auto &limit : split(limits, ','))
+    if (auto wrong = limit_error(limit); !wrong.empty()) return wrong;
+  return "";
+}
+
+std::string range_error(const std::string &limits) {
+  for (auto &limit : split(limits, ','))
+    if (limit.find("..") != limit.npos)
+      if (auto wrong = limit_error(limit); !wrong.empty()) return wrong;
   return "";
 }
 

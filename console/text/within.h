@@ -14,6 +14,8 @@ std::optional<double> parse_value(const std::string &text);
 
 /** "" if these are valid limits for a number, else what is wrong with them. */
 std::string limits_error(const std::string &limits);
+/** The same for a number or a text: only what is written as a range must be one. */
+std::string range_error(const std::string &limits);
 
 /** True if the value, a number or a text, meets one of the limits. */
 bool within(const std::string &limits, const std::string &value);

@@ -15,7 +15,7 @@ refused {wifi_hw_get x} {wifi_nvram_calibrate_clean_new 1} {wifi_nvram_calibrate
 refused {wifi_set_power 1 -> 2..1} {wifi_set_power 1 -> 1 power 3} {wifi_set_power 1 ->}
 refused {wifi_get_rx_rssi -> 1 rssi} {wifi_get_rx_rssi -> 1 rssy 3} {wifi_get_rx_rssi -> 1 rssi a..b}
 refused {output rssy} {output} {seen} {seen wind} {log loud} {trace 1} {has} {has wind} {has driver wind} {has driver} {has chip 1}
-refused {expect} {expect wind x} {expect no} {expect no wind x} {expect driver {wind=1}} {expect phone radio.rsi 1}
+refused {expect} {expect wind x} {expect no} {expect no wind x} {expect driver {wind=1}} {expect driver {power=1..x}} {expect phone radio.rsi 1}
 refused {ignore} {ignore wind} {ignore wifi_set_power 1 -> 1} {limits} {limits a} {limits a 1 2..1} {limits a 1 b..c}
 refused {limits a 1 1..2 -unit} {limits a 1 1..2 -wind x} {limits a 1 1..2 -unit dB -unit dB} {limits a 1 1..2 -at mhz} {limits a 1 1..2 -at {{} 1}}
 refused {limits a 1 1..2 -at {mhz 1 mhz 2}} {sweep \{a {}} {sweep {a} {}}
