@@ -58,8 +58,7 @@ std::string limit_error(const std::string &limit) {
   if (!r)
     return fmt::format(
         "\"{}\" is no limit: give a number, LOW..HIGH, LOW.., ..HIGH, a list with commas, or *", limit);
-  if (r->low > r->high)
-    return fmt::format("\"{}\" allows nothing: its low end is above its high end", limit);
+  if (r->low > r->high) return fmt::format("\"{}\" allows nothing: its low end is above its high end", limit);
   return "";
 }
 
