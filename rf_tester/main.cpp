@@ -32,6 +32,10 @@ Server listen_on(const char *option, const options &with, asio::io_context &io, 
   }
 }
 
+void flush_output() {
+  if (fflush(stdout) != 0) throw std::runtime_error("the output cannot be written");
+}
+
 void serve(const options &with) {
   // Connections end with the context: what they refer to comes before it.
   test_set set(with.seed, with.errors, test_set::clock::now);
@@ -46,7 +50,7 @@ void serve(const options &with) {
   asio::signal_set signals(io, SIGINT, SIGTERM, SIGHUP);
   signals.async_wait([&](asio::error_code, int) { io.stop(); });
   fmt::print("SCPI on {}, dialect {}\ncables on {}\n", scpi.where(), spoken.name, cables.where());
-  fflush(stdout);
+  flush_output();  // now: without the ports nobody can use it
   io.run();
   changed = [] {};
 }
@@ -58,7 +62,7 @@ int run(int count, char **arguments) {
   } else {
     serve(with);
   }
-  if (fflush(stdout) != 0) throw std::runtime_error("the output cannot be written");
+  flush_output();
   return ended;
 }
 

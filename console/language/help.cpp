@@ -99,7 +99,8 @@ std::string help_about(const std::string &name, const std::vector<command_help> 
   for (auto &f : functions()) names.emplace_back(f.name);
   for (auto &c : commands) names.emplace_back(c.name);
   throw usage_error{
-      fmt::format("There is no function or command \"{}\".{}", name, did_you_mean(name, names))};
+      fmt::format("There is no function or command \"{}\".{} help without a name lists them all.", name,
+                  did_you_mean(name, names))};
 }
 
 }  // namespace console

@@ -108,6 +108,10 @@ size_t output_size(const argument &a) {
   }
 }
 
+bool is_decimal(const std::string &word) {
+  return parse_real(word) && word.find_first_not_of("+-.0123456789") == word.npos;
+}
+
 void check_count(const function &f, size_t words) {
   if (words < f.least_inputs())
     throw usage_error{
@@ -132,6 +136,9 @@ void prepared_call::take_input(const argument &a, const std::string &word, slot 
     break;
   case argument_kind::text:
     if (word == "null") break;
+    if (a.decimal && !is_decimal(word))
+      throw usage_error{fmt::format("{}: {} is \"{}\", which is no decimal number: give the {}.", called.name,
+                                    a.name, word, a.help)};
     s.pointer = add_buffer(a, std::max(word.size() + 1, least_text_room)).data();
     memcpy(s.pointer, word.data(), word.size());
     break;

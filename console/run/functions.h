@@ -42,6 +42,9 @@ struct argument {
   const char *range = "";
   /** The console rejects values outside this: it sizes a buffer by them. */
   const char *hard_range = "";
+  /** A text that is a decimal number. The console rejects any other: the library would take what it begins
+   * with, or 0. */
+  bool decimal = false;
   std::span<const known_value> known = {};
   /** The default; null for an argument that must be given. */
   const char *fallback = nullptr;

@@ -182,3 +182,10 @@ def test_a_taken_port_is_named(tester):
     done = subprocess.run([TESTER, "--port", port], capture_output=True, text=True, timeout=120)
     assert done.returncode == 1
     assert done.stderr == f"orva-rf-tester: cannot listen on 127.0.0.1 {port} (--port): Address already in use\n"
+
+
+def test_ports_that_nobody_learns_end_it():
+    with open("/dev/full", "w", encoding="utf-8") as full:
+        command = [TESTER, "--port", "0", "--cable-port", "0"]
+        done = subprocess.run(command, stdout=full, stderr=subprocess.PIPE, text=True, timeout=120, check=False)
+    assert (done.returncode, done.stderr) == (1, "orva-rf-tester: the output cannot be written\n")

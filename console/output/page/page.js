@@ -68,11 +68,12 @@ function sessionsSection() {
 
 function unitSection(session) {
   const phone = session.phone, keys = Object.entries(phone.keys);
-  const kind = phone.virtual ? "virtual phone" : "a phone that is there";
+  const unit = phone.keys.unit && phone.keys.unit !== "none" ? `, unit ${phone.keys.unit}` : "";
+  const kind = phone.virtual ? `virtual phone${unit}` : "a phone that is there";
   const chips = [...new Set([session.chip, session.end?.chip ?? session.chip])].join(", then ");
   return [definitions([...identityRows(session.data), ["Chip", chips], ["Die identifier", answersOf(session, "die_id") || "not read in this session"],
     ["Digital baseband", answersOf(session, "dbb_number")], ["UPC code", answersOf(session, "upc_code")],
-    ["Phone", phone.virtual && !phone.description ? `${kind}, as it comes` : phone.description ? `${kind}, ${phone.description}` : kind],
+    ["Phone", phone.virtual && !phone.description && !unit ? `${kind}, as it comes` : phone.description ? `${kind}, ${phone.description}` : kind],
     ["Clock", session.clock], ["NV store", phone.nv_file ?? ""], ["Library", phone.library ?? ""], ["Session", session.name]], {class: "unit"}),
     keys.length > 0 && el("details", {}, el("summary", {}, "How the virtual phone was set up at the start"),
       definitions(keys.map(([k, v]) => [k, v === "" ? "–" : v]), {class: "keys"}))];
