@@ -170,11 +170,13 @@ def test_a_refused_correction_is_named(bench, station):
         calibration.calibrate(station)
 
 
-def plan(name, *options, workers=0):
+def plan(name, *options, workers=0, path=ROOT):
+    """Runs a plan. path: where -p finds a plugin."""
     spread = ["-n", str(workers), "--dist", "loadgroup"] if workers else []
     command = [sys.executable, "-m", "pytest", "-p", "orva.plans.plugin", *spread, "--pyargs", f"orva.plans.{name}", *map(str, options)]
+    search = os.pathsep.join(filter(None, [os.environ.get("PYTHONPATH"), str(path)]))
     return subprocess.run(command, capture_output=True, text=True, timeout=300, cwd="/",
-                          env={**os.environ, "PYTEST_ADDOPTS": "-q -p no:cacheprovider"})
+                          env={**os.environ, "PYTHONPATH": search, "PYTEST_ADDOPTS": "-q -p no:cacheprovider"})
 
 
 def records(folder):
@@ -221,3 +223,26 @@ def test_a_plan_that_cannot_run_says_why(tmp_path, options, status, text, verdic
     assert done.returncode == status
     assert re.search(text, done.stdout + done.stderr), done.stdout + done.stderr
     assert {record.end["verdict"] for record in records(tmp_path)} <= {verdict, "BROKEN"}
+
+
+# What happens in the fifth of the selected tests of the typical unit, which is good, and the verdict and its reason.
+ENDINGS = [
+    ("raise KeyboardInterrupt", [], ("BROKEN", "4 of 16 tests ran")),
+    ("pytest.exit('lunch')", [], ("BROKEN", "4 of 16 tests ran")),
+    ("item.session.shouldstop = 'another worker failed'", [], ("BROKEN", "5 of 16 tests ran")),
+    ("pytest.skip('not today')", [], ("PASS", None)),
+    ("pass", ["--maxfail", 3, "--orva-key", "rf.fault=bad_crystal"], ("FAIL", None)),
+]
+
+
+@pytest.mark.parametrize("happens, options, ending", ENDINGS, ids=range(len(ENDINGS)))
+def test_a_unit_that_was_not_tested_to_the_end_does_not_pass(tmp_path, happens, options, ending):
+    (tmp_path / "ending.py").write_text(f"""
+import pytest
+def pytest_runtest_call(item):
+    if item is item.session.items[4]:
+        {happens}
+""")
+    done = plan("verify", "-p", "ending", "-k", "ht-mcs7", "--orva-chip", "vq2040", "--orva-records", tmp_path, *options, path=tmp_path)
+    (record,) = records(tmp_path)
+    assert (record.end["verdict"], record.end.get("reason")) == ending, done.stdout + done.stderr

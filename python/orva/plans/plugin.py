@@ -42,12 +42,13 @@ MOST_UNITS = 100_000
 
 @dataclass
 class Unit:
-    """A unit under test. seed: of a virtual phone's hardware; "none" for a typical one. broken: why it could not be
-    tested to the end."""
+    """A unit under test. seed: of a virtual phone's hardware; "none" for a typical one. done: tests that came to their
+    end. broken: why it could not be tested to the end."""
 
     serial: str
     seed: int | str
     measured: list[Measurement] = field(default_factory=list)
+    done: int = 0
     broken: str = ""
 
 
@@ -157,13 +158,21 @@ def pytest_configure(config: pytest.Config) -> None:
             raise _usage("key", text, "give KEY=VALUE, as in rf.fault=cold_joint")
 
 
+def _unit_of(item: Optional[pytest.Item]) -> Optional[Unit]:
+    unit = getattr(item, "callspec").params.get("unit") if hasattr(item, "callspec") else None
+    return unit if isinstance(unit, Unit) else None
+
+
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) -> Iterator[None]:
     """An error that is no judgement on the unit breaks its run. Errors that name their cause are shown without a trace."""
     outcome: Any = yield
     error = call.excinfo.value if call.excinfo else None
-    unit = getattr(item, "callspec").params.get("unit") if hasattr(item, "callspec") else None
-    if not isinstance(error, Exception) or isinstance(error, pytest.skip.Exception) or not isinstance(unit, Unit):
+    unit = _unit_of(item)
+    if unit is None:
+        return
+    unit.done += call.when == "call" or (call.when == "setup" and error is not None)
+    if not isinstance(error, Exception) or isinstance(error, pytest.skip.Exception):
         return
     unit.broken = unit.broken or f"{type(error).__name__}: {error}"
     if isinstance(error, _PLAIN):
@@ -267,8 +276,19 @@ def record(unit: Unit, request: pytest.FixtureRequest, pytestconfig: pytest.Conf
         yield writer
         if cause := diagnosis.cause(unit.measured):
             writer.cause("verification", cause.found, cause.name, cause.cure)
-        if unit.broken:
-            writer.broken(unit.broken)
+        if reason := unit.broken or _cut_short(unit, request.session, writer):
+            writer.broken(reason)
+
+
+def _cut_short(unit: Unit, session: pytest.Session, record: RecordWriter) -> str:
+    """Says so if not all of a unit's tests ran. An interruption of pytest makes no report that could.
+
+    With -x or --maxfail a unit ends with its own failure, which is a verdict.
+    """
+    due = sum(_unit_of(item) is unit for item in session.items)
+    if unit.done >= due or (session.shouldfail and record.verdict == "FAIL"):
+        return ""
+    return f"{unit.done} of {due} tests ran"
 
 
 @pytest.fixture(scope="session")
