@@ -213,6 +213,8 @@ BROKEN = [
     (["--orva-unit", "1,2", "--orva-serial", "X"], 4, "--orva-serial X: is for one unit", None),
     (["--orva-key", "rf.fault"], 4, "--orva-key rf.fault: give KEY=VALUE", None),
     (["--orva-path-loss", "1.5"], 4, "--orva-path-loss 1.5: give MHZ:DB", None),
+    (["-n", "2"], 4, "--dist load .*would split a unit between workers.*: give --dist loadgroup", None),
+    (["--tx", "2*popen", "--dist", "each"], 4, "--dist each .*: give --dist loadgroup", None),
     (["--orva-limits", "/none.csv"], 4, "/none.csv: no table of limits can be read", None),
 ]
 
@@ -231,6 +233,7 @@ ENDINGS = [
     ("pytest.exit('lunch')", [], ("BROKEN", "4 of 16 tests ran")),
     ("item.session.shouldstop = 'another worker failed'", [], ("BROKEN", "5 of 16 tests ran")),
     ("pytest.skip('not today')", [], ("PASS", None)),
+    ("pass", ["-n", "0", "--dist", "load"], ("PASS", None)),
     ("pass", ["--maxfail", 3, "--orva-key", "rf.fault=bad_crystal"], ("FAIL", None)),
 ]
 

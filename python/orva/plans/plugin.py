@@ -145,9 +145,18 @@ def _worker() -> int:
     return int(os.environ.get("PYTEST_XDIST_WORKER", "gw0").removeprefix("gw"))
 
 
+def _check_distribution(config: pytest.Config) -> None:
+    """Only loadgroup keeps a unit's tests together. A worker's own options say that it distributes nothing."""
+    dist = config.getoption("dist", "no")
+    if config.getoption("tx", None) and dist not in ("no", "loadgroup"):
+        raise pytest.UsageError(f"--dist {dist} (what -n alone means is load) would split a unit between workers, each with a record "
+                                f"of its own: give --dist loadgroup")
+
+
 def pytest_configure(config: pytest.Config) -> None:
     """Refuses wrong options before anything is tested."""
     config.addinivalue_line("filterwarnings", "ignore:'xdrlib' is deprecated:DeprecationWarning")  # PyVISA-py's
+    _check_distribution(config)
     _units(config)
     _port(config)
     _attempt(config)
