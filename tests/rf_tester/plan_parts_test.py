@@ -110,6 +110,23 @@ def test_the_order_of_verification_and_of_a_reload():
     assert bench.asked == [("wifi_stop_tx",), ("wifi_stop_testmode",), ("wifi_start_testmode",)]
 
 
+LEFT = [("wifi_start_testmode",), ("wifi_stop_tx",), ("wifi_stop_testmode",)]
+
+
+@pytest.mark.parametrize("answers, inside, error", [
+    ({"wifi_stop_tx": [False]}, None, r"wifi_stop_tx\(\) failed on the vq2050"),
+    ({"wifi_stop_testmode": [False]}, None, r"wifi_stop_testmode\(\) failed on the vq2050"),
+    ({}, ValueError("inside"), "inside"),
+    ({"wifi_stop_tx": [ConnectionError("stop")], "wifi_stop_testmode": [False]}, ValueError("inside"), "inside"),
+])
+def test_test_mode_is_left_whatever_happens(answers, inside, error):
+    on, bench = station(**answers)
+    with pytest.raises((PlanError, ValueError), match=f"^{error}"), on.test_mode():
+        if inside:
+            raise inside
+    assert bench.asked == LEFT
+
+
 @pytest.mark.parametrize("chip, stored, requests, copied", [
     ("vq2050", "", [(0, 1, 2, 0, 1, 2462, "-13.00"), (0, 1, 2, 0, 1, 2462, "5.00")], 0),
     ("vq2040", "0000", [(0, 1, 2, 0, 1, 2462, "1.300"), (0, 1, 2, 0, 1, 2462, "-0.500")], 1),

@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import math
 from collections.abc import Iterator
 from dataclasses import dataclass, field
@@ -86,9 +87,23 @@ class Station:
         self._do("wifi_start_testmode")
 
     def stop(self) -> None:
-        """Stops transmitting and leaves test mode."""
-        self._do("wifi_stop_tx")
-        self._do("wifi_stop_testmode")
+        """Stops transmitting and leaves test mode, also where the phone refuses to stop transmitting."""
+        try:
+            self._do("wifi_stop_tx")
+        finally:
+            self._do("wifi_stop_testmode")
+
+    @contextlib.contextmanager
+    def test_mode(self) -> Iterator[None]:
+        """Test mode for the block. It is left whatever happens there, and an error of the block is the one that counts."""
+        self.start()
+        try:
+            yield
+        except BaseException:
+            with contextlib.suppress(Exception):
+                self.stop()
+            raise
+        self.stop()
 
     def reload(self) -> None:
         """Makes the driver read NV."""
