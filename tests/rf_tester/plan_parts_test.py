@@ -11,7 +11,7 @@ from orva.limits import Limit, Limits, Signal
 from orva.plans import calibration, coverage, diagnosis
 from orva.plans.coverage import Reception, Target, Transmission
 from orva.plans.station import Measurement, PlanError, Station
-from orva.tester import OutOfRange, Reading
+from orva.tester import OverRange, Reading, UnderRange
 
 HT40, HT5 = Signal("ht", "mcs7", 2462, 40), Signal("ht", "mcs7", 5180, 20)
 #: Each quantity's limits, and the uncertainty that narrows them.
@@ -47,14 +47,15 @@ def station(chip="vq2050", limits=LIMITS, **answers):
 TUNED = [("wifi_set_mode", 4), ("wifi_set_band", 1), ("wifi_set_channel", 2462), ("wifi_set_rate", 13500)]
 
 
-@pytest.mark.parametrize("chip, power, chain", [("vq2050", 80, [("wifi_setmimo_channel", 2)]), ("vq2040", 800, [])])
-def test_a_transmission_is_set_and_measured_in_order(chip, power, chain):
-    on, bench = station(chip, measure=[OutOfRange("weak"), Reading(7, -30.5, 1, 3), Reading(9, None, -2, None)])
+@pytest.mark.parametrize("chip, power, chain, beyond, moved", [("vq2050", 80, [("wifi_setmimo_channel", 2)], UnderRange, -4),
+                                                               ("vq2040", 800, [], OverRange, 20)])
+def test_a_transmission_is_set_and_measured_in_order(chip, power, chain, beyond, moved):
+    on, bench = station(chip, measure=[beyond("range"), Reading(7, -30.5, 1, 3), Reading(9, None, -2, None)])
     sent = Transmission(HT40, 1, 8)
     assert on.power_error(sent) == -1
     begin = [*TUNED, *chain]
     assert bench.asked == [*begin, ("channel", 2462, 40), ("wifi_set_power", power), ("wifi_start_tx",), ("expect_power", 8), ("measure",),
-                           ("expect_power", -4), ("measure",)]
+                           ("expect_power", moved), ("measure",)]
     bench.asked.clear()
     measured = on.transmitter(sent)
     assert bench.asked == [*begin, ("wifi_set_power", power), ("wifi_start_tx",), ("expect_power", 8), ("measure",)]

@@ -13,7 +13,7 @@ from orva.library import Library
 from orva.limits import Limit, Limits, Signal
 from orva.plans import coverage
 from orva.plans.coverage import Chip, Reception, Transmission
-from orva.tester import OutOfRange, Reading, Tester
+from orva.tester import OverRange, Reading, Tester, UnderRange
 
 #: The uncertainty of the test set that counts for a quantity.
 UNCERTAINTIES = {"power_error": "power_db", "evm": "evm_db", "frequency_error": "frequency_ppm", "mask_margin": "mask_db",
@@ -21,8 +21,8 @@ UNCERTAINTIES = {"power_error": "power_db", "evm": "evm_db", "frequency_error": 
 PACKETS = 500
 #: A level at which a good phone loses nothing, and packets for a reported level.
 STRONG_DBM, STRONG_PACKETS = -50.0, 50
-#: By how much the analyzer's range is lowered for a phone that is weaker than its fault-free power by far.
-LOWERED_DB = 12
+#: By how much the analyzer's range is moved for a phone whose power is far from its fault-free one.
+MOVED_DB = 12
 #: Quantile of the normal distribution for 95 % confidence.
 _Z = 1.96
 
@@ -127,16 +127,18 @@ class Station:
             self._expected = dbm
 
     def read(self, sent: Transmission) -> Reading:
-        """Transmits and measures. A phone that is far too weak is measured in a lower range."""
+        """Transmits and measures. A phone that is far too weak or too strong is measured in another range."""
         self._tune(sent.signal, sent.chain)
         self._do("wifi_set_power", sent.dbm * self.chip.power_units)
         self._do("wifi_start_tx")
         self._expect(sent.dbm)
         try:
             return self.tester.measure()
-        except OutOfRange:
-            self._expect(sent.dbm - LOWERED_DB)
-            return self.tester.measure()
+        except UnderRange:
+            self._expect(sent.dbm - MOVED_DB)
+        except OverRange:
+            self._expect(sent.dbm + MOVED_DB)
+        return self.tester.measure()
 
     def power_error(self, sent: Transmission) -> float:
         """Measured less wanted power in dB."""
