@@ -10,7 +10,7 @@ from orva.library import CalibrationText, RxRssi
 from orva.limits import Limit, Limits, Signal
 from orva.plans import calibration, coverage, diagnosis
 from orva.plans.coverage import Reception, Target, Transmission
-from orva.plans.station import Measurement, PlanError, Station
+from orva.plans.station import Measurement, PlanError, Station, wilson
 from orva.tester import OverRange, Reading, UnderRange
 
 HT40, HT5 = Signal("ht", "mcs7", 2462, 40), Signal("ht", "mcs7", 5180, 20)
@@ -73,11 +73,21 @@ def test_a_reception_is_judged_with_its_whole_interval():
     (rate,) = on.receiver(Reception(HT40, 0))
     assert bench.asked == [*TUNED, ("wifi_setmimo_channel", 1), ("channel", 2462, 40), ("load_waveform", "ht", "mcs7", 40), ("generator_level", -64.3),
                            ("wifi_start_rx",), ("wifi_get_rx_pckg",), ("send", 500), ("wifi_get_rx_pckg",), ("wifi_stop_rx",)]
-    assert (rate.quantity, rate.value, rate.limit.high) == ("packet_error_rate", 8, pytest.approx(10 - 2.7107, abs=0.0001)) and not rate.held
+    assert (rate.quantity, rate.value, rate.limit.high) == ("packet_error_rate", 8, 7.2) and not rate.held
     assert rate.more == {"level_dbm": -64.3, "packets": 500}
-    assert [on.receiver(Reception(HT40, 0))[0].value for _ in range(2)] == [100, 0]
+    others = [on.receiver(Reception(HT40, 0))[0] for _ in range(2)]
+    assert [(each.value, each.limit.high, each.held) for each in others] == [(100, 7.2, False), (0, 7.2, True)]
     with pytest.raises(PlanError, match="^limits.csv: no sensitivity for ht mcs7$"):
         station(limits={})[0].receiver(Reception(HT40, 0))
+
+
+@pytest.mark.parametrize("high", [8.0, 10.0])
+@pytest.mark.parametrize("sent", [20, 300, 500, 1000])
+def test_every_count_of_lost_packets_is_judged_by_its_interval(high, sent):
+    found = [station(limits={**LIMITS, "packet_error_rate": (None, high)}, wifi_get_rx_pckg=[0, sent - lost], send=[sent])[0]
+             .receiver(Reception(HT40, 0))[0] for lost in range(sent + 1)]
+    assert [each.held for each in found] == [wilson(lost, sent)[1] <= high for lost in range(sent + 1)]
+    assert len({each.limit.high for each in found}) == 1
 
 
 @pytest.mark.parametrize("counts, message", [

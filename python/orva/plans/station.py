@@ -3,10 +3,11 @@
 
 from __future__ import annotations
 
+import bisect
 import contextlib
 import math
 from collections.abc import Iterator
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 from typing import Mapping, Optional
 
 from orva.library import Library
@@ -67,6 +68,11 @@ def wilson(lost: int, sent: int) -> tuple[float, float]:
     middle = rate + square / (2 * sent)
     half = _Z * math.sqrt(rate * (1 - rate) / sent + square / (4 * sent * sent))
     return 100 * (middle - half) / (1 + square / sent), 100 * (middle + half) / (1 + square / sent)
+
+
+def most_lost(high: float, sent: int) -> int:
+    """The greatest number of lost packets whose confidence interval stays within high percent; -1 if there is none."""
+    return bisect.bisect_right(range(sent + 1), high, key=lambda lost: wilson(lost, sent)[1]) - 1
 
 
 class Station:
@@ -179,7 +185,8 @@ class Station:
     def receiver(self, at: Reception) -> list[Measurement]:
         """The packet error rate at the standard's minimum sensitivity, less the uncertainty of the level.
 
-        It holds if the whole confidence interval does.
+        It holds if the whole confidence interval does. The limit is the greatest rate of which that is true: it depends on
+        the number of packets alone, so that all units are judged by the same one.
         """
         minimum = self.limits.find("sensitivity", at.signal)
         if minimum is None or minimum.high is None:
@@ -187,9 +194,11 @@ class Station:
         level = minimum.high - self.tester.profile.uncertainty["power_db"]
         sent, lost = self.send(at, level, PACKETS)
         self._do("wifi_stop_rx")
-        rate = 100 * lost / sent
-        guard = wilson(lost, sent)[1] - rate
-        return [self._judged("packet_error_rate", at, rate, guard, level_dbm=level, packets=sent)]
+        limit = self.limits.find("packet_error_rate", at.signal)
+        if limit is not None and limit.high is not None:
+            limit = replace(limit, high=100 * most_lost(limit.high, sent) / sent)
+        more = {"level_dbm": level, "packets": sent}
+        return [Measurement("packet_error_rate", at.signal, at.chain, 100 * lost / sent, limit, more)]
 
     def level(self, at: Reception) -> list[Measurement]:
         """The reported level less the true one."""
