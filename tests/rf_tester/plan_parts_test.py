@@ -212,3 +212,5 @@ def test_a_cause_follows_from_what_was_measured(found, name, shown, cure):
 
 def test_nothing_is_wrong_with_a_good_unit():
     assert diagnosis.cause([]) is None and diagnosis.cause([measured("evm", 0), measured("power_error", 0)]) is None
+    weak = [measured("power_error", -3, high=9), measured("rssi_error", 0)]
+    assert diagnosis.cause(weak) is None and diagnosis.board_fault(weak).name == "wrong front-end module"

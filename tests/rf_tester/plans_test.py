@@ -202,6 +202,16 @@ def test_a_rejected_unit_has_its_cause_in_the_record(tmp_path):
     assert [event["cause"] for _, event in record.events if event["type"] == "cause"] == ["open antenna"]
 
 
+def test_a_unit_with_a_fault_is_not_calibrated_though_it_holds_wide_limits(tmp_path):
+    done = plan("calibrate", "--orva-chip", "vq2040", "--orva-key", "rf.antenna_loss=3.5,3.5", "--orva-limits", TABLES / "limits.csv",
+                "--orva-records", tmp_path)
+    assert done.returncode == 1 and re.search("wrong front-end module: chain 0 transmits 3.. dB too little.*bill of materials", done.stdout)
+    (record,) = records(tmp_path)
+    assert record.end["verdict"] == "FAIL"
+    assert [event["cause"] for _, event in record.events if event["type"] == "cause"] == ["wrong front-end module"]
+    assert [each.what.name for each in record.measurements if each.verdict == "FAIL"] == ["board fault"]
+
+
 # Options, the status of pytest, what it prints and the verdict of the record.
 BROKEN = [
     (["--orva-tester", "127.0.0.1:1"], 1, "Unreachable|Connection refused", "BROKEN"),

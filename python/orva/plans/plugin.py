@@ -27,6 +27,7 @@ from orva.library import Library
 from orva.limits import LimitsError
 from orva.phone import PhoneError
 from orva.plans import coverage, diagnosis, simulation
+from orva.plans.diagnosis import Cause
 from orva.plans.station import Measurement, PlanError, Station
 from orva.tester import Tester, TesterError
 from orva_records import RecordsError, rules
@@ -42,12 +43,13 @@ MOST_UNITS = 100_000
 
 @dataclass
 class Unit:
-    """A unit under test. seed: of a virtual phone's hardware; "none" for a typical one. done: tests that came to their
-    end. broken: why it could not be tested to the end."""
+    """A unit under test. seed: of a virtual phone's hardware; "none" for a typical one. fault: what calibration cannot
+    cure. done: tests that came to their end. broken: why it could not be tested to the end."""
 
     serial: str
     seed: int | str
     measured: list[Measurement] = field(default_factory=list)
+    fault: Optional[Cause] = None
     done: int = 0
     broken: str = ""
 
@@ -283,7 +285,7 @@ def record(unit: Unit, request: pytest.FixtureRequest, pytestconfig: pytest.Conf
                     attempt=_attempt(pytestconfig), **about)
     with RecordWriter(folder, header) as writer:
         yield writer
-        if cause := diagnosis.cause(unit.measured):
+        if cause := unit.fault or diagnosis.cause(unit.measured):
             writer.cause("verification", cause.found, cause.name, cause.cure)
         if reason := unit.broken or _cut_short(unit, request.session, writer):
             writer.broken(reason)
@@ -318,8 +320,8 @@ def station(unit_library: Library, test_mode: None, running_tester: RunningTeste
         yield Station(unit_library, tester, chip, plan_limits)
 
 
-def judge(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement]) -> None:
-    """Records measurements and fails the test if one does not hold."""
+def _recorded(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement]) -> list[str]:
+    """Records measurements and returns those that do not hold."""
     unit.measured += measured
     for each in measured:
         low, high = (each.limit.low, each.limit.high) if each.limit else (None, None)
@@ -327,6 +329,19 @@ def judge(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement
             value = None if each.value != each.value else each.value
             unit_name = each.limit.unit if each.limit else limits.QUANTITIES[each.quantity]
             record.measure(each.quantity, value, unit=unit_name, low=low, high=high, condition=each.condition)
-    wrong = [str(each) for each in measured if not each.held]
-    if wrong:
+    return [str(each) for each in measured if not each.held]
+
+
+def judge(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement]) -> None:
+    """Records measurements and fails the test if one does not hold."""
+    if wrong := _recorded(unit, record, measured):
         pytest.fail("\n".join(wrong), pytrace=False)
+
+
+def reject(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement], fault: Cause) -> None:
+    """Records measurements and fails the test for a fault that they show, even if all of them hold."""
+    unit.fault = fault
+    wrong = _recorded(unit, record, measured)
+    if record is not None:
+        record.expect("board fault", fault.name, "none", False)
+    pytest.fail("\n".join([str(fault), *wrong]), pytrace=False)
