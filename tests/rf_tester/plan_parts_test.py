@@ -71,7 +71,7 @@ def test_a_transmission_is_set_and_measured_in_order(chip, power, chain, beyond,
 def test_a_reception_is_judged_with_its_whole_interval():
     on, bench = station(wifi_get_rx_pckg=[100, 560, 600, 600, 1000, 1500], send=[500, 500, 500])
     (rate,) = on.receiver(Reception(HT40, 0))
-    assert bench.asked == [*TUNED, ("wifi_setmimo_channel", 1), ("channel", 2462, 40), ("load_waveform", "ht", "mcs7", 40), ("generator_level", -64.3),
+    assert bench.asked == [("wifi_stop_tx",), *TUNED, ("wifi_setmimo_channel", 1), ("channel", 2462, 40), ("load_waveform", "ht", "mcs7", 40), ("generator_level", -64.3),
                            ("wifi_start_rx",), ("wifi_get_rx_pckg",), ("send", 500), ("wifi_get_rx_pckg",), ("wifi_stop_rx",)]
     assert (rate.quantity, rate.value, rate.limit.high) == ("packet_error_rate", 8, 7.2) and not rate.held
     assert rate.more == {"level_dbm": -64.3, "packets": 500}

@@ -259,3 +259,36 @@ def pytest_runtest_call(item):
     done = plan("verify", "-p", "ending", "-k", "ht-mcs7", "--orva-chip", "vq2040", "--orva-records", tmp_path, *options, path=tmp_path)
     (record,) = records(tmp_path)
     assert (record.end["verdict"], record.end.get("reason")) == ending, done.stdout + done.stderr
+
+
+# A phone that checks that it does not transmit, and that refuses to leave test mode if it is the first unit.
+STUBBORN = """
+import pytest
+class Phone:
+    def __init__(self, library, stuck):
+        self.library, self.stuck = library, stuck
+    def __getattr__(self, name):
+        return getattr(self.library, name)
+    def quiet(self):
+        if self.library.wifi_query_setting(9):
+            raise RuntimeError("the phone transmits")
+    def wifi_start_rx(self):
+        self.quiet()
+        return self.library.wifi_start_rx()
+    def wifi_stop_testmode(self):
+        self.quiet()
+        return self.library.wifi_stop_testmode() and not self.stuck
+@pytest.fixture(scope="session")
+def unit_library(unit, unit_library):
+    return Phone(unit_library, unit.seed == 1)
+"""
+
+
+def test_a_phone_is_quiet_when_it_receives_and_bears_its_own_refusal(tmp_path):
+    (tmp_path / "stubborn.py").write_text(STUBBORN)
+    done = plan("verify", "-p", "stubborn", "-k", "ofdm-54-2442", "--orva-chip", "vq2070", "--orva-unit", "1,2",
+                "--orva-records", tmp_path, path=tmp_path)
+    stuck, other = records(tmp_path)
+    assert (stuck.end["verdict"], other.end["verdict"] != "BROKEN") == ("BROKEN", True), done.stdout + done.stderr
+    assert stuck.end["reason"] == "PlanError: wifi_stop_testmode() failed on the vq2070: the phone's log gives the reason"
+    assert set(re.findall(r"^ERROR .*\[(unit-\d)", done.stdout, re.MULTILINE)) == {"unit-1"}

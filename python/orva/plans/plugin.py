@@ -28,7 +28,7 @@ from orva.limits import LimitsError
 from orva.phone import PhoneError
 from orva.plans import coverage, diagnosis, simulation
 from orva.plans.diagnosis import Cause
-from orva.plans.station import Measurement, PlanError, Station
+from orva.plans.station import Measurement, PlanError, Station, leave_test_mode
 from orva.tester import Tester, TesterError
 from orva_records import RecordsError, rules
 from orva_records.record import Header, RecordWriter
@@ -190,6 +190,17 @@ def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) ->
         outcome.get_result().longrepr = str(error)
 
 
+@pytest.hookimpl(trylast=True)  # type: ignore[misc]
+def pytest_runtest_teardown(item: pytest.Item, nextitem: Optional[pytest.Item]) -> None:
+    """Ends a unit with its last test. pytest itself ends it in the first test of the next unit, which would bear its errors."""
+    unit, following = _unit_of(item), _unit_of(nextitem)
+    if unit is None or following is None or following is unit:
+        return
+    request: Any = getattr(item, "_request")
+    if definition := request._fixture_defs.get("unit"):
+        definition.finish(request)
+
+
 def pytest_generate_tests(metafunc: pytest.Metafunc) -> None:
     chip = coverage.CHIPS[metafunc.config.getoption("orva_chip")]
     if "unit" in metafunc.fixturenames:
@@ -303,12 +314,16 @@ def _cut_short(unit: Unit, session: pytest.Session, record: RecordWriter) -> str
 
 
 @pytest.fixture(scope="session")
-def test_mode(unit_library: Library) -> Iterator[None]:
-    """Test mode for all tests of a unit. A plan's calibration leaves and enters it."""
+def test_mode(unit: Unit, record: Optional[RecordWriter], unit_library: Library, pytestconfig: pytest.Config) -> Iterator[None]:
+    """Test mode for all tests of a unit, left before its record ends. A plan's calibration leaves and enters it."""
     if not unit_library.wifi_start_testmode():
         raise PlanError("wifi_start_testmode failed: the phone's log gives the reason")
     yield
-    unit_library.wifi_stop_testmode()
+    try:
+        leave_test_mode(unit_library, coverage.CHIPS[pytestconfig.getoption("orva_chip")])
+    except Exception as error:
+        unit.broken = unit.broken or f"{type(error).__name__}: {error}"
+        raise
 
 
 @pytest.fixture

@@ -75,6 +75,20 @@ def most_lost(high: float, sent: int) -> int:
     return bisect.bisect_right(range(sent + 1), high, key=lambda lost: wilson(lost, sent)[1]) - 1
 
 
+def _call(library: Library, chip: Chip, function: str, *arguments: object) -> None:
+    if not getattr(library, function)(*arguments):
+        shown = ", ".join(map(str, arguments))
+        raise PlanError(f"{function}({shown}) failed on the {chip.name}: the phone's log gives the reason")
+
+
+def leave_test_mode(library: Library, chip: Chip) -> None:
+    """Stops transmitting and leaves test mode, also where the phone refuses to stop transmitting."""
+    try:
+        _call(library, chip, "wifi_stop_tx")
+    finally:
+        _call(library, chip, "wifi_stop_testmode")
+
+
 class Station:
     """One phone on one port. The tester has its port and path loss already."""
 
@@ -84,20 +98,15 @@ class Station:
         self._expected: Optional[float] = None
 
     def _do(self, function: str, *arguments: object) -> None:
-        if not getattr(self.library, function)(*arguments):
-            shown = ", ".join(map(str, arguments))
-            raise PlanError(f"{function}({shown}) failed on the {self.chip.name}: the phone's log gives the reason")
+        _call(self.library, self.chip, function, *arguments)
 
     def start(self) -> None:
         """Enters test mode; the driver reads its calibration anew."""
         self._do("wifi_start_testmode")
 
     def stop(self) -> None:
-        """Stops transmitting and leaves test mode, also where the phone refuses to stop transmitting."""
-        try:
-            self._do("wifi_stop_tx")
-        finally:
-            self._do("wifi_stop_testmode")
+        """Stops transmitting and leaves test mode."""
+        leave_test_mode(self.library, self.chip)
 
     @contextlib.contextmanager
     def test_mode(self) -> Iterator[None]:
@@ -164,7 +173,11 @@ class Station:
                 for quantity, value in values.items()]
 
     def send(self, at: Reception, level_dbm: float, packets: int) -> tuple[int, int]:
-        """Sends packets to the phone, which receives on; returns how many were sent and how many it lost."""
+        """Sends packets to the phone, which receives on; returns how many were sent and how many it lost.
+
+        The phone stops transmitting before.
+        """
+        self._do("wifi_stop_tx")
         self._tune(at.signal, at.chain)
         self.tester.load_waveform(at.signal.format, at.signal.rate, at.signal.bandwidth_mhz)
         self.tester.generator_level(level_dbm)
@@ -213,7 +226,6 @@ class Station:
         """Everything that verification measures. Test mode must be on."""
         for sent in coverage.transmissions(self.chip):
             yield from self.transmitter(sent)
-        self._do("wifi_stop_tx")
         for at in coverage.receptions(self.chip):
             yield from self.receiver(at)
         for at in coverage.levels(self.chip):
