@@ -152,7 +152,12 @@ def run_phase(phase: Phase, unit: Unit) -> Result:
 
 def run_plan(unit: Unit) -> list[Result]:
     """All phases, failed ones notwithstanding, so that the record of a bad unit is complete."""
-    return [run_phase(phase, unit) for phase in PLAN + TEARDOWN]
+    results = []
+    try:
+        results += [run_phase(phase, unit) for phase in PLAN]
+    finally:
+        results += [run_phase(phase, unit) for phase in TEARDOWN]
+    return results
 
 
 def passed(results: list[Result]) -> bool:

@@ -87,12 +87,33 @@ proc verify_transmission {chain format rate mode library_rate mhz width dbm} {
 
 # ---- Receiver ---------------------------------------------------------------------------------------------------
 
-# The share of lost packets in percent.
-proc packet_error_rate {format rate dbm packets} {
+# The upper end of the 95 % confidence interval (Wilson) of a packet error rate, in percent.
+proc upper_end {lost sent} {
+  set rate [expr {double($lost) / $sent}]
+  set square [expr {1.96 ** 2}]
+  set half [expr {1.96 * sqrt($rate * (1 - $rate) / $sent + $square / (4.0 * $sent ** 2))}]
+  return [expr {100 * ($rate + $square / (2.0 * $sent) + $half) / (1 + $square / $sent)}]
+}
+
+# The greatest rate whose whole interval is within ..high: the limit for a rate of so many packets.
+proc whole_interval {limit sent} {
+  set high [string trimleft $limit .]
+  set lost -1
+  while {$lost < $sent && [upper_end [expr {$lost + 1}] $sent] <= $high} { incr lost }
+  return ..[percent $lost $sent]
+}
+
+proc percent {part all} { format %.3f [expr {100.0 * $part / $all}] }
+
+# Sends packets and returns how many were sent and how many of them were lost.
+proc sent_and_lost {format rate mhz dbm packets} {
   set before [wifi_get_rx_pckg]
   set sent [tester generate -format $format -rate $rate -level $dbm -count $packets]
   set received [expr {[wifi_get_rx_pckg] - $before}]
-  return [format %.2f [expr {100.0 * ($sent - $received) / $sent}]]
+  if {$received < 0 || $received > $sent} {
+    error "the phone counted $received packets of $sent sent: something else transmits on $mhz MHz"
+  }
+  return [list $sent [expr {$sent - $received}]]
 }
 
 proc verify_reception {chain format rate mode library_rate mhz} {
@@ -101,10 +122,11 @@ proc verify_reception {chain format rate mode library_rate mhz} {
   tune $chain $mode $library_rate $mhz 20
   wifi_start_rx -> 1
   set dbm [string trimleft [limit_of sensitivity $format $rate $mhz 20] .]
-  limits packet_error_rate [packet_error_rate $format $rate $dbm $packets] \
-    [limit_of packet_error_rate $format $rate $mhz 20] -unit % -at [list {*}$at dbm $dbm packets $packets]
+  lassign [sent_and_lost $format $rate $mhz $dbm $packets] sent lost
+  limits packet_error_rate [percent $lost $sent] [whole_interval [limit_of packet_error_rate $format $rate $mhz 20] $sent] \
+    -unit % -at [list {*}$at dbm $dbm packets $sent]
   set dbm -50
-  packet_error_rate $format $rate $dbm 100
+  sent_and_lost $format $rate $mhz $dbm 100
   wifi_get_rx_rssi -> 1
   limits rssi_error [expr {[output rssi] - $dbm}] [limit_of rssi_error $format $rate $mhz 20] -unit dB \
     -at [list {*}$at dbm $dbm]

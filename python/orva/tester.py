@@ -68,6 +68,14 @@ class OutOfRange(TesterError):
     """The power is beyond what the analyzer was set up for."""
 
 
+class OverRange(OutOfRange):
+    """The power is over the analyzer's range."""
+
+
+class UnderRange(OutOfRange):
+    """The power is under the analyzer's range."""
+
+
 class NotDemodulated(TesterError):
     """A burst came, but the analyzer could not read it."""
 
@@ -308,9 +316,9 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
                 f"{port}: the burst at {self._mhz:g} MHz cannot be demodulated: it is wider than the {self._width_mhz} MHz "
                 f"that channel() set, or of a format that the test set does not know")
         if outcome == "over_range":
-            raise OutOfRange(f"{port}: the power is over the analyzer's range: raise the expected power")
+            raise OverRange(f"{port}: the power is over the analyzer's range: raise the expected power")
         if outcome == "under_range":
-            raise OutOfRange(f"{port}: the power is under the analyzer's range: lower the expected power, or a connector is loose")
+            raise UnderRange(f"{port}: the power is under the analyzer's range: lower the expected power, or a connector is loose")
 
     def _loss(self) -> float:
         """The loss entered at the point next to the channel."""

@@ -415,6 +415,22 @@ def test_a_fault_of_the_unit_is_found(shared, tmp_path, fault, shown):
     assert healthy, "not everything fails"
 
 
+# Sent as a profile tells it, in percent; sent is what a test set says of 1000 packets at the minimum sensitivity.
+COUNTS = [(1.0, "..8.100", None), (0.5, None, "the phone counted 1000 packets of 500 sent: something else transmits on 2442 MHz")]
+
+
+@pytest.mark.parametrize("scale, limit, error", COUNTS)
+def test_a_packet_error_rate_is_judged_with_its_whole_interval(shared, tmp_path, scale, limit, error):
+    own = tmp_path / "own.toml"
+    text = profile("a").read_text()
+    own.write_text(re.sub(r'(\[values.sent\]\n(?:.+\n)*)', rf"\1scale = {scale}\n", text))
+    status, lines, failed = run_session("verify.tcl", shared, "a", "vq2040a", profile=own)
+    rates = [line for line in measurements(lines) if line["what"] == "packet_error_rate"]
+    limits = {line["limits"] for line in rates if line["condition"]["format"] != "dsss"}
+    assert (status, limits) == ((0, {limit}) if limit else (2, set())), failed
+    assert [line["text"] for line in lines if line["type"] == "error" and error] == ([error] if error else [])
+
+
 def test_an_error_beyond_what_can_be_corrected_fails(shared, tmp_path):
     """The codes of the vq2040 end before such a loss in 40 MHz is made up for; the other modes are corrected."""
     (tmp_path / "unit.toml").write_text("rf.error.block = [-1, 1, -1, 1, -1, 1, -4, 0]\n")

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The Python module: it has the C interface, names what went wrong, and its fixtures catch empty tests."""
 
+import importlib.util
 import inspect
 import json
 import os
@@ -322,6 +323,23 @@ def test_the_libraries_may_be_in_a_folder_with_a_blank(tmp_path):
             (folder / beside.name).symlink_to(beside)
     with Bench(library=folder / files.LIBRARY, virtual_phone=folder / files.VIRTUAL_PHONE) as bench:
         assert bench.library.wifi_set_power(155)
+
+
+def test_the_plan_leaves_test_mode_after_any_error(monkeypatch):
+    spec = importlib.util.spec_from_file_location("factory_plan", PLAN)
+    module = importlib.util.module_from_spec(spec)
+    monkeypatch.setitem(sys.modules, spec.name, module)  # for its dataclasses
+    spec.loader.exec_module(module)
+
+    def fails(unit):
+        raise PhoneError("no such key")
+
+    monkeypatch.setattr(module, "PLAN", [module.start_test_mode, fails])
+    with Bench(chip="vq2050") as bench, pytest.raises(PhoneError, match="no such key"):
+        try:
+            module.run_plan(module.Unit("vq2050", bench.library, bench.phone.wait))
+        finally:
+            assert bench.library.wifi_query_setting(1) == 0
 
 
 def plan(*arguments):

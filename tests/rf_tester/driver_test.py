@@ -166,8 +166,8 @@ FAILURES = [
     (lambda d, p: p.receive(), "NothingReceived", "port 3: no burst at 2442 MHz before the trigger timeout: the phone does not transmit on "
      "this channel, its cable is not connected to port 3, or the expected power is far too high"),
     (lambda d, p: d.select_port(4), "NothingReceived", "port 4: no burst .* not connected to port 4, .*"),
-    (lambda d, p: d.expect_power(0), "OutOfRange", "port 3: the power is over the analyzer's range: raise the expected power"),
-    (lambda d, p: d.expect_power(40), "OutOfRange",
+    (lambda d, p: d.expect_power(0), "OverRange", "port 3: the power is over the analyzer's range: raise the expected power"),
+    (lambda d, p: d.expect_power(40), "UnderRange",
      "port 3: the power is under the analyzer's range: lower the expected power, or a connector is loose"),
     (lambda d, p: d.set_path_loss({2442: -1.5}), "TesterError",
      "port 3: a path loss of -1.5 dB at 2442 MHz: enter a loss as a positive number"),

@@ -10,8 +10,8 @@ from orva.library import CalibrationText, RxRssi
 from orva.limits import Limit, Limits, Signal
 from orva.plans import calibration, coverage, diagnosis
 from orva.plans.coverage import Reception, Target, Transmission
-from orva.plans.station import Measurement, PlanError, Station
-from orva.tester import OutOfRange, Reading
+from orva.plans.station import Measurement, PlanError, Station, wilson
+from orva.tester import OverRange, Reading, UnderRange
 
 HT40, HT5 = Signal("ht", "mcs7", 2462, 40), Signal("ht", "mcs7", 5180, 20)
 #: Each quantity's limits, and the uncertainty that narrows them.
@@ -47,14 +47,15 @@ def station(chip="vq2050", limits=LIMITS, **answers):
 TUNED = [("wifi_set_mode", 4), ("wifi_set_band", 1), ("wifi_set_channel", 2462), ("wifi_set_rate", 13500)]
 
 
-@pytest.mark.parametrize("chip, power, chain", [("vq2050", 80, [("wifi_setmimo_channel", 2)]), ("vq2040", 800, [])])
-def test_a_transmission_is_set_and_measured_in_order(chip, power, chain):
-    on, bench = station(chip, measure=[OutOfRange("weak"), Reading(7, -30.5, 1, 3), Reading(9, None, -2, None)])
+@pytest.mark.parametrize("chip, power, chain, beyond, moved", [("vq2050", 80, [("wifi_setmimo_channel", 2)], UnderRange, -4),
+                                                               ("vq2040", 800, [], OverRange, 20)])
+def test_a_transmission_is_set_and_measured_in_order(chip, power, chain, beyond, moved):
+    on, bench = station(chip, measure=[beyond("range"), Reading(7, -30.5, 1, 3), Reading(9, None, -2, None)])
     sent = Transmission(HT40, 1, 8)
     assert on.power_error(sent) == -1
     begin = [*TUNED, *chain]
     assert bench.asked == [*begin, ("channel", 2462, 40), ("wifi_set_power", power), ("wifi_start_tx",), ("expect_power", 8), ("measure",),
-                           ("expect_power", -4), ("measure",)]
+                           ("expect_power", moved), ("measure",)]
     bench.asked.clear()
     measured = on.transmitter(sent)
     assert bench.asked == [*begin, ("wifi_set_power", power), ("wifi_start_tx",), ("expect_power", 8), ("measure",)]
@@ -70,13 +71,23 @@ def test_a_transmission_is_set_and_measured_in_order(chip, power, chain):
 def test_a_reception_is_judged_with_its_whole_interval():
     on, bench = station(wifi_get_rx_pckg=[100, 560, 600, 600, 1000, 1500], send=[500, 500, 500])
     (rate,) = on.receiver(Reception(HT40, 0))
-    assert bench.asked == [*TUNED, ("wifi_setmimo_channel", 1), ("channel", 2462, 40), ("load_waveform", "ht", "mcs7", 40), ("generator_level", -64.3),
+    assert bench.asked == [("wifi_stop_tx",), *TUNED, ("wifi_setmimo_channel", 1), ("channel", 2462, 40), ("load_waveform", "ht", "mcs7", 40), ("generator_level", -64.3),
                            ("wifi_start_rx",), ("wifi_get_rx_pckg",), ("send", 500), ("wifi_get_rx_pckg",), ("wifi_stop_rx",)]
-    assert (rate.quantity, rate.value, rate.limit.high) == ("packet_error_rate", 8, pytest.approx(10 - 2.7107, abs=0.0001)) and not rate.held
+    assert (rate.quantity, rate.value, rate.limit.high) == ("packet_error_rate", 8, 7.2) and not rate.held
     assert rate.more == {"level_dbm": -64.3, "packets": 500}
-    assert [on.receiver(Reception(HT40, 0))[0].value for _ in range(2)] == [100, 0]
+    others = [on.receiver(Reception(HT40, 0))[0] for _ in range(2)]
+    assert [(each.value, each.limit.high, each.held) for each in others] == [(100, 7.2, False), (0, 7.2, True)]
     with pytest.raises(PlanError, match="^limits.csv: no sensitivity for ht mcs7$"):
         station(limits={})[0].receiver(Reception(HT40, 0))
+
+
+@pytest.mark.parametrize("high", [8.0, 10.0])
+@pytest.mark.parametrize("sent", [20, 300, 500, 1000])
+def test_every_count_of_lost_packets_is_judged_by_its_interval(high, sent):
+    found = [station(limits={**LIMITS, "packet_error_rate": (None, high)}, wifi_get_rx_pckg=[0, sent - lost], send=[sent])[0]
+             .receiver(Reception(HT40, 0))[0] for lost in range(sent + 1)]
+    assert [each.held for each in found] == [wilson(lost, sent)[1] <= high for lost in range(sent + 1)]
+    assert len({each.limit.high for each in found}) == 1
 
 
 @pytest.mark.parametrize("counts, message", [
@@ -108,6 +119,23 @@ def test_the_order_of_verification_and_of_a_reload():
     bench.asked.clear()
     on.reload()
     assert bench.asked == [("wifi_stop_tx",), ("wifi_stop_testmode",), ("wifi_start_testmode",)]
+
+
+LEFT = [("wifi_start_testmode",), ("wifi_stop_tx",), ("wifi_stop_testmode",)]
+
+
+@pytest.mark.parametrize("answers, inside, error", [
+    ({"wifi_stop_tx": [False]}, None, r"wifi_stop_tx\(\) failed on the vq2050"),
+    ({"wifi_stop_testmode": [False]}, None, r"wifi_stop_testmode\(\) failed on the vq2050"),
+    ({}, ValueError("inside"), "inside"),
+    ({"wifi_stop_tx": [ConnectionError("stop")], "wifi_stop_testmode": [False]}, ValueError("inside"), "inside"),
+])
+def test_test_mode_is_left_whatever_happens(answers, inside, error):
+    on, bench = station(**answers)
+    with pytest.raises((PlanError, ValueError), match=f"^{error}"), on.test_mode():
+        if inside:
+            raise inside
+    assert bench.asked == LEFT
 
 
 @pytest.mark.parametrize("chip, stored, requests, copied", [
@@ -184,3 +212,5 @@ def test_a_cause_follows_from_what_was_measured(found, name, shown, cure):
 
 def test_nothing_is_wrong_with_a_good_unit():
     assert diagnosis.cause([]) is None and diagnosis.cause([measured("evm", 0), measured("power_error", 0)]) is None
+    weak = [measured("power_error", -3, high=9), measured("rssi_error", 0)]
+    assert diagnosis.cause(weak) is None and diagnosis.board_fault(weak).name == "wrong front-end module"

@@ -170,11 +170,13 @@ def test_a_refused_correction_is_named(bench, station):
         calibration.calibrate(station)
 
 
-def plan(name, *options, workers=0):
+def plan(name, *options, workers=0, path=ROOT):
+    """Runs a plan. path: where -p finds a plugin."""
     spread = ["-n", str(workers), "--dist", "loadgroup"] if workers else []
     command = [sys.executable, "-m", "pytest", "-p", "orva.plans.plugin", *spread, "--pyargs", f"orva.plans.{name}", *map(str, options)]
+    search = os.pathsep.join(filter(None, [os.environ.get("PYTHONPATH"), str(path)]))
     return subprocess.run(command, capture_output=True, text=True, timeout=300, cwd="/",
-                          env={**os.environ, "PYTEST_ADDOPTS": "-q -p no:cacheprovider"})
+                          env={**os.environ, "PYTHONPATH": search, "PYTEST_ADDOPTS": "-q -p no:cacheprovider"})
 
 
 def records(folder):
@@ -200,6 +202,16 @@ def test_a_rejected_unit_has_its_cause_in_the_record(tmp_path):
     assert [event["cause"] for _, event in record.events if event["type"] == "cause"] == ["open antenna"]
 
 
+def test_a_unit_with_a_fault_is_not_calibrated_though_it_holds_wide_limits(tmp_path):
+    done = plan("calibrate", "--orva-chip", "vq2040", "--orva-key", "rf.antenna_loss=3.5,3.5", "--orva-limits", TABLES / "limits.csv",
+                "--orva-records", tmp_path)
+    assert done.returncode == 1 and re.search("wrong front-end module: chain 0 transmits 3.. dB too little.*bill of materials", done.stdout)
+    (record,) = records(tmp_path)
+    assert record.end["verdict"] == "FAIL"
+    assert [event["cause"] for _, event in record.events if event["type"] == "cause"] == ["wrong front-end module"]
+    assert [each.what.name for each in record.measurements if each.verdict == "FAIL"] == ["board fault"]
+
+
 # Options, the status of pytest, what it prints and the verdict of the record.
 BROKEN = [
     (["--orva-tester", "127.0.0.1:1"], 1, "Unreachable|Connection refused", "BROKEN"),
@@ -211,6 +223,8 @@ BROKEN = [
     (["--orva-unit", "1,2", "--orva-serial", "X"], 4, "--orva-serial X: is for one unit", None),
     (["--orva-key", "rf.fault"], 4, "--orva-key rf.fault: give KEY=VALUE", None),
     (["--orva-path-loss", "1.5"], 4, "--orva-path-loss 1.5: give MHZ:DB", None),
+    (["-n", "2"], 4, "--dist load .*would split a unit between workers.*: give --dist loadgroup", None),
+    (["--tx", "2*popen", "--dist", "each"], 4, "--dist each .*: give --dist loadgroup", None),
     (["--orva-limits", "/none.csv"], 4, "/none.csv: no table of limits can be read", None),
 ]
 
@@ -221,3 +235,60 @@ def test_a_plan_that_cannot_run_says_why(tmp_path, options, status, text, verdic
     assert done.returncode == status
     assert re.search(text, done.stdout + done.stderr), done.stdout + done.stderr
     assert {record.end["verdict"] for record in records(tmp_path)} <= {verdict, "BROKEN"}
+
+
+# What happens in the fifth of the selected tests of the typical unit, which is good, and the verdict and its reason.
+ENDINGS = [
+    ("raise KeyboardInterrupt", [], ("BROKEN", "4 of 16 tests ran")),
+    ("pytest.exit('lunch')", [], ("BROKEN", "4 of 16 tests ran")),
+    ("item.session.shouldstop = 'another worker failed'", [], ("BROKEN", "5 of 16 tests ran")),
+    ("pytest.skip('not today')", [], ("PASS", None)),
+    ("pass", ["-n", "0", "--dist", "load"], ("PASS", None)),
+    ("pass", ["--maxfail", 3, "--orva-key", "rf.fault=bad_crystal"], ("FAIL", None)),
+]
+
+
+@pytest.mark.parametrize("happens, options, ending", ENDINGS, ids=range(len(ENDINGS)))
+def test_a_unit_that_was_not_tested_to_the_end_does_not_pass(tmp_path, happens, options, ending):
+    (tmp_path / "ending.py").write_text(f"""
+import pytest
+def pytest_runtest_call(item):
+    if item is item.session.items[4]:
+        {happens}
+""")
+    done = plan("verify", "-p", "ending", "-k", "ht-mcs7", "--orva-chip", "vq2040", "--orva-records", tmp_path, *options, path=tmp_path)
+    (record,) = records(tmp_path)
+    assert (record.end["verdict"], record.end.get("reason")) == ending, done.stdout + done.stderr
+
+
+# A phone that checks that it does not transmit, and that refuses to leave test mode if it is the first unit.
+STUBBORN = """
+import pytest
+class Phone:
+    def __init__(self, library, stuck):
+        self.library, self.stuck = library, stuck
+    def __getattr__(self, name):
+        return getattr(self.library, name)
+    def quiet(self):
+        if self.library.wifi_query_setting(9):
+            raise RuntimeError("the phone transmits")
+    def wifi_start_rx(self):
+        self.quiet()
+        return self.library.wifi_start_rx()
+    def wifi_stop_testmode(self):
+        self.quiet()
+        return self.library.wifi_stop_testmode() and not self.stuck
+@pytest.fixture(scope="session")
+def unit_library(unit, unit_library):
+    return Phone(unit_library, unit.seed == 1)
+"""
+
+
+def test_a_phone_is_quiet_when_it_receives_and_bears_its_own_refusal(tmp_path):
+    (tmp_path / "stubborn.py").write_text(STUBBORN)
+    done = plan("verify", "-p", "stubborn", "-k", "ofdm-54-2442", "--orva-chip", "vq2070", "--orva-unit", "1,2",
+                "--orva-records", tmp_path, path=tmp_path)
+    stuck, other = records(tmp_path)
+    assert (stuck.end["verdict"], other.end["verdict"] != "BROKEN") == ("BROKEN", True), done.stdout + done.stderr
+    assert stuck.end["reason"] == "PlanError: wifi_stop_testmode() failed on the vq2070: the phone's log gives the reason"
+    assert set(re.findall(r"^ERROR .*\[(unit-\d)", done.stdout, re.MULTILINE)) == {"unit-1"}

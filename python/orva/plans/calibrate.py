@@ -9,7 +9,7 @@ from __future__ import annotations
 from typing import Optional
 
 from orva.plans import calibration, diagnosis
-from orva.plans.plugin import Unit, judge
+from orva.plans.plugin import Unit, reject
 from orva.plans.station import Station
 from orva_records.record import RecordWriter
 
@@ -17,8 +17,8 @@ from orva_records.record import RecordWriter
 def test_calibration(station: Station, unit: Unit, record: Optional[RecordWriter]) -> None:
     """Measures, corrects, and measures again."""
     before = list(station.verify())
-    if diagnosis.board_fault(before) is not None:
-        judge(unit, record, before)
+    if fault := diagnosis.board_fault(before):
+        reject(unit, record, before, fault)
     corrected = calibration.calibrate(station)
     if record is None:
         return

@@ -22,6 +22,9 @@ class Cause:
     found: str
     cure: str
 
+    def __str__(self) -> str:
+        return f"{self.name}: {self.found}; {self.cure}"
+
 
 def _failed(measurements: Sequence[Measurement], quantity: str) -> list[Measurement]:
     return [each for each in measurements if each.quantity == quantity and not each.held]
@@ -46,7 +49,10 @@ def _weak_chain(measurements: Sequence[Measurement], chain: int) -> Optional[Cau
 
 
 def board_fault(measurements: Sequence[Measurement]) -> Optional[Cause]:
-    """A fault that calibration cannot cure. Power and EVM of a good unit may be beyond their limits before it."""
+    """A fault that calibration cannot cure. Power and EVM of a good unit may be beyond their limits before it.
+
+    A loss counts even where it holds wide limits: calibration must not hide it.
+    """
     if wrong := _failed(measurements, "frequency_error"):
         return Cause("bad crystal", str(wrong[0]), "replace the crystal")
     for chain in sorted({each.chain for each in measurements}):
@@ -63,9 +69,9 @@ def board_fault(measurements: Sequence[Measurement]) -> Optional[Cause]:
 
 def cause(measurements: Sequence[Measurement]) -> Optional[Cause]:
     """Why a calibrated unit fails; None if everything holds."""
-    if fault := board_fault(measurements):
-        return fault
     failed = [each for each in measurements if not each.held]
     if not failed:
         return None
+    if fault := board_fault(measurements):
+        return fault
     return Cause(f"{failed[0].quantity.replace('_', ' ')} out of limits", str(failed[0]), "calibrate the unit again")

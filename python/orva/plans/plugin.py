@@ -27,7 +27,8 @@ from orva.library import Library
 from orva.limits import LimitsError
 from orva.phone import PhoneError
 from orva.plans import coverage, diagnosis, simulation
-from orva.plans.station import Measurement, PlanError, Station
+from orva.plans.diagnosis import Cause
+from orva.plans.station import Measurement, PlanError, Station, leave_test_mode
 from orva.tester import Tester, TesterError
 from orva_records import RecordsError, rules
 from orva_records.record import Header, RecordWriter
@@ -42,12 +43,14 @@ MOST_UNITS = 100_000
 
 @dataclass
 class Unit:
-    """A unit under test. seed: of a virtual phone's hardware; "none" for a typical one. broken: why it could not be
-    tested to the end."""
+    """A unit under test. seed: of a virtual phone's hardware; "none" for a typical one. fault: what calibration cannot
+    cure. done: tests that came to their end. broken: why it could not be tested to the end."""
 
     serial: str
     seed: int | str
     measured: list[Measurement] = field(default_factory=list)
+    fault: Optional[Cause] = None
+    done: int = 0
     broken: str = ""
 
 
@@ -144,9 +147,18 @@ def _worker() -> int:
     return int(os.environ.get("PYTEST_XDIST_WORKER", "gw0").removeprefix("gw"))
 
 
+def _check_distribution(config: pytest.Config) -> None:
+    """Only loadgroup keeps a unit's tests together. A worker's own options say that it distributes nothing."""
+    dist = config.getoption("dist", "no")
+    if config.getoption("tx", None) and dist not in ("no", "loadgroup"):
+        raise pytest.UsageError(f"--dist {dist} (what -n alone means is load) would split a unit between workers, each with a record "
+                                f"of its own: give --dist loadgroup")
+
+
 def pytest_configure(config: pytest.Config) -> None:
     """Refuses wrong options before anything is tested."""
     config.addinivalue_line("filterwarnings", "ignore:'xdrlib' is deprecated:DeprecationWarning")  # PyVISA-py's
+    _check_distribution(config)
     _units(config)
     _port(config)
     _attempt(config)
@@ -157,17 +169,36 @@ def pytest_configure(config: pytest.Config) -> None:
             raise _usage("key", text, "give KEY=VALUE, as in rf.fault=cold_joint")
 
 
+def _unit_of(item: Optional[pytest.Item]) -> Optional[Unit]:
+    unit = getattr(item, "callspec").params.get("unit") if hasattr(item, "callspec") else None
+    return unit if isinstance(unit, Unit) else None
+
+
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) -> Iterator[None]:
     """An error that is no judgement on the unit breaks its run. Errors that name their cause are shown without a trace."""
     outcome: Any = yield
     error = call.excinfo.value if call.excinfo else None
-    unit = getattr(item, "callspec").params.get("unit") if hasattr(item, "callspec") else None
-    if not isinstance(error, Exception) or isinstance(error, pytest.skip.Exception) or not isinstance(unit, Unit):
+    unit = _unit_of(item)
+    if unit is None:
+        return
+    unit.done += call.when == "call" or (call.when == "setup" and error is not None)
+    if not isinstance(error, Exception) or isinstance(error, pytest.skip.Exception):
         return
     unit.broken = unit.broken or f"{type(error).__name__}: {error}"
     if isinstance(error, _PLAIN):
         outcome.get_result().longrepr = str(error)
+
+
+@pytest.hookimpl(trylast=True)  # type: ignore[misc]
+def pytest_runtest_teardown(item: pytest.Item, nextitem: Optional[pytest.Item]) -> None:
+    """Ends a unit with its last test. pytest itself ends it in the first test of the next unit, which would bear its errors."""
+    unit, following = _unit_of(item), _unit_of(nextitem)
+    if unit is None or following is None or following is unit:
+        return
+    request: Any = getattr(item, "_request")
+    if definition := request._fixture_defs.get("unit"):
+        definition.finish(request)
 
 
 def pytest_generate_tests(metafunc: pytest.Metafunc) -> None:
@@ -265,19 +296,34 @@ def record(unit: Unit, request: pytest.FixtureRequest, pytestconfig: pytest.Conf
                     attempt=_attempt(pytestconfig), **about)
     with RecordWriter(folder, header) as writer:
         yield writer
-        if cause := diagnosis.cause(unit.measured):
+        if cause := unit.fault or diagnosis.cause(unit.measured):
             writer.cause("verification", cause.found, cause.name, cause.cure)
-        if unit.broken:
-            writer.broken(unit.broken)
+        if reason := unit.broken or _cut_short(unit, request.session, writer):
+            writer.broken(reason)
+
+
+def _cut_short(unit: Unit, session: pytest.Session, record: RecordWriter) -> str:
+    """Says so if not all of a unit's tests ran. An interruption of pytest makes no report that could.
+
+    With -x or --maxfail a unit ends with its own failure, which is a verdict.
+    """
+    due = sum(_unit_of(item) is unit for item in session.items)
+    if unit.done >= due or (session.shouldfail and record.verdict == "FAIL"):
+        return ""
+    return f"{unit.done} of {due} tests ran"
 
 
 @pytest.fixture(scope="session")
-def test_mode(unit_library: Library) -> Iterator[None]:
-    """Test mode for all tests of a unit. A plan's calibration leaves and enters it."""
+def test_mode(unit: Unit, record: Optional[RecordWriter], unit_library: Library, pytestconfig: pytest.Config) -> Iterator[None]:
+    """Test mode for all tests of a unit, left before its record ends. A plan's calibration leaves and enters it."""
     if not unit_library.wifi_start_testmode():
         raise PlanError("wifi_start_testmode failed: the phone's log gives the reason")
     yield
-    unit_library.wifi_stop_testmode()
+    try:
+        leave_test_mode(unit_library, coverage.CHIPS[pytestconfig.getoption("orva_chip")])
+    except Exception as error:
+        unit.broken = unit.broken or f"{type(error).__name__}: {error}"
+        raise
 
 
 @pytest.fixture
@@ -289,8 +335,8 @@ def station(unit_library: Library, test_mode: None, running_tester: RunningTeste
         yield Station(unit_library, tester, chip, plan_limits)
 
 
-def judge(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement]) -> None:
-    """Records measurements and fails the test if one does not hold."""
+def _recorded(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement]) -> list[str]:
+    """Records measurements and returns those that do not hold."""
     unit.measured += measured
     for each in measured:
         low, high = (each.limit.low, each.limit.high) if each.limit else (None, None)
@@ -298,6 +344,19 @@ def judge(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement
             value = None if each.value != each.value else each.value
             unit_name = each.limit.unit if each.limit else limits.QUANTITIES[each.quantity]
             record.measure(each.quantity, value, unit=unit_name, low=low, high=high, condition=each.condition)
-    wrong = [str(each) for each in measured if not each.held]
-    if wrong:
+    return [str(each) for each in measured if not each.held]
+
+
+def judge(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement]) -> None:
+    """Records measurements and fails the test if one does not hold."""
+    if wrong := _recorded(unit, record, measured):
         pytest.fail("\n".join(wrong), pytrace=False)
+
+
+def reject(unit: Unit, record: Optional[RecordWriter], measured: list[Measurement], fault: Cause) -> None:
+    """Records measurements and fails the test for a fault that they show, even if all of them hold."""
+    unit.fault = fault
+    wrong = _recorded(unit, record, measured)
+    if record is not None:
+        record.expect("board fault", fault.name, "none", False)
+    pytest.fail("\n".join([str(fault), *wrong]), pytrace=False)

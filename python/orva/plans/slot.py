@@ -75,11 +75,8 @@ def station_of(given: argparse.Namespace, parameters: dict[str, str]) -> Iterato
         tester.select_port(port)
         tester.set_path_loss(loss)
         station = Station(bench.library, tester, coverage.CHIPS[given.chip], table)
-        station.start()
-        try:
+        with station.test_mode():
             yield station
-        finally:
-            station.stop()
 
 
 def recorded(record: RecordWriter, found: Measurement) -> None:

@@ -3,16 +3,18 @@
 
 from __future__ import annotations
 
+import bisect
+import contextlib
 import math
 from collections.abc import Iterator
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 from typing import Mapping, Optional
 
 from orva.library import Library
 from orva.limits import Limit, Limits, Signal
 from orva.plans import coverage
 from orva.plans.coverage import Chip, Reception, Transmission
-from orva.tester import OutOfRange, Reading, Tester
+from orva.tester import OverRange, Reading, Tester, UnderRange
 
 #: The uncertainty of the test set that counts for a quantity.
 UNCERTAINTIES = {"power_error": "power_db", "evm": "evm_db", "frequency_error": "frequency_ppm", "mask_margin": "mask_db",
@@ -20,8 +22,8 @@ UNCERTAINTIES = {"power_error": "power_db", "evm": "evm_db", "frequency_error": 
 PACKETS = 500
 #: A level at which a good phone loses nothing, and packets for a reported level.
 STRONG_DBM, STRONG_PACKETS = -50.0, 50
-#: By how much the analyzer's range is lowered for a phone that is weaker than its fault-free power by far.
-LOWERED_DB = 12
+#: By how much the analyzer's range is moved for a phone whose power is far from its fault-free one.
+MOVED_DB = 12
 #: Quantile of the normal distribution for 95 % confidence.
 _Z = 1.96
 
@@ -68,6 +70,25 @@ def wilson(lost: int, sent: int) -> tuple[float, float]:
     return 100 * (middle - half) / (1 + square / sent), 100 * (middle + half) / (1 + square / sent)
 
 
+def most_lost(high: float, sent: int) -> int:
+    """The greatest number of lost packets whose confidence interval stays within high percent; -1 if there is none."""
+    return bisect.bisect_right(range(sent + 1), high, key=lambda lost: wilson(lost, sent)[1]) - 1
+
+
+def _call(library: Library, chip: Chip, function: str, *arguments: object) -> None:
+    if not getattr(library, function)(*arguments):
+        shown = ", ".join(map(str, arguments))
+        raise PlanError(f"{function}({shown}) failed on the {chip.name}: the phone's log gives the reason")
+
+
+def leave_test_mode(library: Library, chip: Chip) -> None:
+    """Stops transmitting and leaves test mode, also where the phone refuses to stop transmitting."""
+    try:
+        _call(library, chip, "wifi_stop_tx")
+    finally:
+        _call(library, chip, "wifi_stop_testmode")
+
+
 class Station:
     """One phone on one port. The tester has its port and path loss already."""
 
@@ -77,9 +98,7 @@ class Station:
         self._expected: Optional[float] = None
 
     def _do(self, function: str, *arguments: object) -> None:
-        if not getattr(self.library, function)(*arguments):
-            shown = ", ".join(map(str, arguments))
-            raise PlanError(f"{function}({shown}) failed on the {self.chip.name}: the phone's log gives the reason")
+        _call(self.library, self.chip, function, *arguments)
 
     def start(self) -> None:
         """Enters test mode; the driver reads its calibration anew."""
@@ -87,8 +106,19 @@ class Station:
 
     def stop(self) -> None:
         """Stops transmitting and leaves test mode."""
-        self._do("wifi_stop_tx")
-        self._do("wifi_stop_testmode")
+        leave_test_mode(self.library, self.chip)
+
+    @contextlib.contextmanager
+    def test_mode(self) -> Iterator[None]:
+        """Test mode for the block. It is left whatever happens there, and an error of the block is the one that counts."""
+        self.start()
+        try:
+            yield
+        except BaseException:
+            with contextlib.suppress(Exception):
+                self.stop()
+            raise
+        self.stop()
 
     def reload(self) -> None:
         """Makes the driver read NV."""
@@ -112,16 +142,18 @@ class Station:
             self._expected = dbm
 
     def read(self, sent: Transmission) -> Reading:
-        """Transmits and measures. A phone that is far too weak is measured in a lower range."""
+        """Transmits and measures. A phone that is far too weak or too strong is measured in another range."""
         self._tune(sent.signal, sent.chain)
         self._do("wifi_set_power", sent.dbm * self.chip.power_units)
         self._do("wifi_start_tx")
         self._expect(sent.dbm)
         try:
             return self.tester.measure()
-        except OutOfRange:
-            self._expect(sent.dbm - LOWERED_DB)
-            return self.tester.measure()
+        except UnderRange:
+            self._expect(sent.dbm - MOVED_DB)
+        except OverRange:
+            self._expect(sent.dbm + MOVED_DB)
+        return self.tester.measure()
 
     def power_error(self, sent: Transmission) -> float:
         """Measured less wanted power in dB."""
@@ -141,7 +173,11 @@ class Station:
                 for quantity, value in values.items()]
 
     def send(self, at: Reception, level_dbm: float, packets: int) -> tuple[int, int]:
-        """Sends packets to the phone, which receives on; returns how many were sent and how many it lost."""
+        """Sends packets to the phone, which receives on; returns how many were sent and how many it lost.
+
+        The phone stops transmitting before.
+        """
+        self._do("wifi_stop_tx")
         self._tune(at.signal, at.chain)
         self.tester.load_waveform(at.signal.format, at.signal.rate, at.signal.bandwidth_mhz)
         self.tester.generator_level(level_dbm)
@@ -162,7 +198,8 @@ class Station:
     def receiver(self, at: Reception) -> list[Measurement]:
         """The packet error rate at the standard's minimum sensitivity, less the uncertainty of the level.
 
-        It holds if the whole confidence interval does.
+        It holds if the whole confidence interval does. The limit is the greatest rate of which that is true: it depends on
+        the number of packets alone, so that all units are judged by the same one.
         """
         minimum = self.limits.find("sensitivity", at.signal)
         if minimum is None or minimum.high is None:
@@ -170,9 +207,11 @@ class Station:
         level = minimum.high - self.tester.profile.uncertainty["power_db"]
         sent, lost = self.send(at, level, PACKETS)
         self._do("wifi_stop_rx")
-        rate = 100 * lost / sent
-        guard = wilson(lost, sent)[1] - rate
-        return [self._judged("packet_error_rate", at, rate, guard, level_dbm=level, packets=sent)]
+        limit = self.limits.find("packet_error_rate", at.signal)
+        if limit is not None and limit.high is not None:
+            limit = replace(limit, high=100 * most_lost(limit.high, sent) / sent)
+        more = {"level_dbm": level, "packets": sent}
+        return [Measurement("packet_error_rate", at.signal, at.chain, 100 * lost / sent, limit, more)]
 
     def level(self, at: Reception) -> list[Measurement]:
         """The reported level less the true one."""
@@ -187,7 +226,6 @@ class Station:
         """Everything that verification measures. Test mode must be on."""
         for sent in coverage.transmissions(self.chip):
             yield from self.transmitter(sent)
-        self._do("wifi_stop_tx")
         for at in coverage.receptions(self.chip):
             yield from self.receiver(at)
         for at in coverage.levels(self.chip):
