@@ -196,8 +196,8 @@ def pytest_runtest_teardown(item: pytest.Item, nextitem: Optional[pytest.Item]) 
     unit, following = _unit_of(item), _unit_of(nextitem)
     if unit is None or following is None or following is unit:
         return
-    request: Any = getattr(item, "_request")
-    if definition := request._fixture_defs.get("unit"):
+    request: Any = getattr(item, "_request", None)  # not public; without it the unit ends as pytest ends it
+    if definition := getattr(request, "_fixture_defs", {}).get("unit"):
         definition.finish(request)
 
 
