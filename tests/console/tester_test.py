@@ -440,6 +440,13 @@ def test_an_error_beyond_what_can_be_corrected_fails(shared, tmp_path):
     assert len(measurements(lines)) == 8
 
 
+def test_calibration_without_a_cable_ends_soon(shared):
+    status, lines, failed = run_session("calibrate.tcl", shared, "a", "vq2070", port=4)
+    assert status == 1 and all("not connected to port 4" in line["got"] for line in failed)
+    assert [line["text"] for line in lines if line["type"] == "note"][1:] == [
+        f"no reading of chain {chain} at 2442 MHz: its other channels are not measured" for chain in (0, 1)]
+
+
 # ---- The doctor -------------------------------------------------------------------------------------------------
 
 
