@@ -28,11 +28,18 @@ class Line:
         for name in ("rf.tcl", "off.tcl", "bad_off.tcl"):
             (folder / name).write_text("")
 
-    def plan(self, more="", slots=("1", "2"), head='teardown = "off.tcl"'):
-        text = f'version = "7"\nstation = "line-3"\nsessions = ["rf.tcl"]\nspool = "spool"\nconsole = ["{STAND_IN}"]\n{head}\n'
+    def plan(self, more="", slots=("1", "2"), head='teardown = "off.tcl"', console=STAND_IN):
+        text = f'version = "7"\nstation = "line-3"\nsessions = ["rf.tcl"]\nspool = "spool"\nconsole = ["{console}"]\n{head}\n'
         text += "".join(f'[[slot]]\nname = "{name}"\n' for name in slots)
         (self.folder / "plan.toml").write_text(text + more)
         return self.folder / "plan.toml"
+
+    def script(self, text):
+        """A console that takes no time to start."""
+        path = self.folder / "console.sh"
+        path.write_text(f"#!/bin/sh\n{text}\n")
+        path.chmod(0o755)
+        return path
 
     def start(self, plan, **options):
         return started("line", plan, env=self.environment(), **options)
@@ -91,6 +98,18 @@ def test_each_way_a_console_can_end_has_its_verdict_and_a_teardown(line, unit, v
     assert found[:2] == (unit, verdict) and re.fullmatch(reason, found[2]), done.stdout
     assert (done.returncode, done.stderr) == (status, "")
     assert line.done()[-1].startswith("teardown")
+
+
+PASSES = """echo '{"type":"summary","verdict":"PASS"}'"""
+
+
+@pytest.mark.parametrize("does, verdict, reason", [
+    (PASSES, "PASS", ""),
+    ("echo the cause >&2\nexit 2", "BROKEN", "the console ended with status 2: the cause"),
+])
+def test_the_last_words_of_a_console_that_ends_at_once_are_heard(line, does, verdict, reason):
+    done = line.run(line.plan(head="", slots="123456", console=line.script(does)), *range(150))
+    assert [found[1:] for found in outcomes(done.stdout)] == [(verdict, reason)] * 150
 
 
 def test_a_unit_is_retried_until_it_passes_and_the_shift_counts_both_yields(line):
