@@ -17,6 +17,7 @@
 #include <deque>
 #include <filesystem>
 #include <fmt/format.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace console {
@@ -53,6 +54,7 @@ public:
     tick();
     io.run();
     view.event(tally.text());
+    if (view.error()) throw std::system_error(view.error(), std::generic_category());
     return status_of(worst());
   }
 
@@ -90,7 +92,7 @@ private:
 
   void event(const std::string &text, std::optional<verdict> found = std::nullopt) {
     view.event(text, found);
-    if (ferror(stdout)) end_all("the output cannot be written");
+    if (view.error()) end_all("the output cannot be written");
   }
 
   place_on_line &place_of(std::string_view name) {

@@ -230,6 +230,14 @@ def test_the_terminal_shows_every_slot_and_what_is_typed(line):
     assert "hang-1  BROKEN" in rest and status == 2
 
 
+def test_a_line_whose_terminal_is_gone_ends_every_console_in_good_order(line):
+    terminal = Terminal(line.folder, "line", line.plan(), environment=line.environment())
+    terminal.type("1 hang-1\r2 hang-2\rpass-3\r", r"(?s)hang-1 +\d+ s  Transmit 1/2.*hang-2 +\d+ s  Transmit 1/2.*1 waiting")
+    assert terminal.hang_up() == 2
+    assert sorted(text.split()[0] for text in line.done()) == ["BROKEN", "BROKEN", "teardown", "teardown"]
+    assert line.counts() == (2, 2)
+
+
 def real_plan(line, sessions, more, slots=("1", "2")):
     """A plan for the console itself, whose time is the virtual phone's unless more says otherwise."""
     text = f'version = "7"\nstation = "line-3"\nsessions = {json.dumps([str(path) for path in sessions])}\nspool = "spool"\n{more}\n'
