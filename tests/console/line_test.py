@@ -6,6 +6,7 @@ import os
 import re
 import signal
 import time
+from pathlib import Path
 
 import pytest
 
@@ -73,6 +74,10 @@ class Line:
 @pytest.fixture
 def line(tmp_path):
     return Line(tmp_path)
+
+
+def state_of(process):
+    return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0]
 
 
 def outcomes(printed):
@@ -192,6 +197,26 @@ def test_the_numbers_of_a_plan_have_ends(line, key, least, most):
         done = line.run(line.plan(head=f"{key} = {number}"))
         complaint = "" if least <= number <= most else f"{key}: give a whole number from {least} to {most}.\n"
         assert done.stderr.endswith(complaint) and bool(done.stderr) == bool(complaint), number
+
+
+def test_a_limit_that_a_run_reached_as_it_ended_is_not_the_next_runs(line):
+    """The line is stopped meanwhile, so that it learns of the end and of the limit at once."""
+    console, gate = line.folder / "pid", line.folder / "open"
+    script = line.script(f'echo $$ > "{console}.new"; mv "{console}.new" "{console}"\nwhile [ ! -e "{gate}" ]; do sleep 0.05; done\n{PASSES}')
+    with line.start(line.plan(slots=("1",), head="time_limit_s = 3", console=script)) as running:
+        running.stdin.write("first\nsecond\n")
+        running.stdin.flush()
+        while not console.exists():
+            assert running.poll() is None
+            time.sleep(0.02)
+        running.send_signal(signal.SIGSTOP)
+        limit = time.monotonic() + 3
+        gate.touch()
+        while state_of(int(console.read_text())) != "Z" or time.monotonic() < limit:
+            time.sleep(0.05)
+        running.send_signal(signal.SIGCONT)
+        printed = running.communicate()[0]
+    assert outcomes(printed) == [("first", "PASS", ""), ("second", "PASS", "")]
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
