@@ -49,7 +49,7 @@ public:
     scanner from(io, at_terminal && is_capable_terminal(STDOUT_FILENO),
                  {.line = [this](const std::string &text) { scanned(text); },
                   .typed = [this] { show(); },
-                  .end = [this] { close(); }});
+                  .end = [this](int error) { input_ended(error); }});
     input = &from;
     tick();
     io.run();
@@ -208,6 +208,14 @@ private:
       view.event(fmt::format("{} is not tested: {}", waiting.serial, why));
       return true;
     });
+  }
+
+  void input_ended(int error) {
+    if (error) {
+      lost_input = true;
+      event(fmt::format("the standard input cannot be read: {}", strerror(error)));
+    }
+    close();
   }
 
   /** No more input. */

@@ -5,6 +5,7 @@ import json
 import os
 import re
 import signal
+import subprocess
 import time
 from pathlib import Path
 
@@ -13,7 +14,7 @@ import pytest
 from orva_records.collect import collect
 from orva_records.queries import Filter, unit, yields
 from orva_records.store import Store
-from support.console import started, station
+from support.console import PATIENCE_S, STATION, started, station
 from support.terminal import Terminal
 from support.tree import CHIPS, PHONES, ROOT
 
@@ -153,6 +154,24 @@ def test_a_failed_teardown_without_room_for_its_record_says_so(line):
     done = line.run(plan, "pass-1")
     assert re.search(r"BROKEN  the teardown failed, .*; it has no record: .*spool/\S+: No such file", done.stdout), done.stdout
     assert done.returncode == 2
+
+
+def test_an_input_that_fails_is_not_the_end_of_the_shift(line):
+    """A folder, and the terminal of a bar code scanner that is pulled out while its unit is tested."""
+    plan = line.plan()
+    folder = os.open(line.folder, os.O_RDONLY)
+    done = subprocess.run([STATION, "line", plan], stdin=folder, capture_output=True, text=True, timeout=PATIENCE_S)
+    os.close(folder)
+    assert (done.returncode, done.stdout.splitlines()[0]) == (2, "the standard input cannot be read: Is a directory")
+    ours, theirs = os.openpty()
+    with subprocess.Popen([STATION, "line", plan], stdin=theirs, stdout=subprocess.PIPE, text=True, env=line.environment()) as running:
+        os.close(theirs)
+        os.write(ours, b"pass-1\n")
+        first = running.stdout.readline()
+        os.close(ours)
+        printed = first + running.communicate(timeout=PATIENCE_S)[0]
+    assert "the standard input cannot be read: Input/output error\n" in printed and running.returncode == 2
+    assert outcomes(printed) == [("pass-1", "PASS", "")] and line.done()[-1].startswith("teardown")
 
 
 def test_a_slow_slot_does_not_hold_the_others(line):
