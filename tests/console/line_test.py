@@ -357,6 +357,8 @@ SLOT = '[[slot]]\nname = "1"\n'
     (PLAN + SLOT + SLOT, r"plan.toml:7: slot.name: there are two slots 1; give each a name of its own."),
     (PLAN + '[[slot]]\nname = "a b"\n', r'plan.toml:5: slot: the name "a b" has a blank, .*'),
     (PLAN + 'nv = "x.nv"\n' + SLOT + SLOT.replace("1", "2"), r"plan.toml: slot 2: nv x.nv is another slot's too; .*"),
+    (PLAN + 'nv = "%chip.nv"\nchip = "vq2040"\n' + SLOT + SLOT.replace("1", "2"), r"plan.toml: slot 2: nv %chip.nv is another slot's too; .*"),
+    (PLAN + SLOT + 'nv = "%slot2.nv"\n' + SLOT.replace("1", "2") + 'nv = "./12.nv"\n', r"plan.toml: slot 2: nv ./12.nv is another .*"),
     (PLAN + 'phone = "%what.toml"\n' + SLOT, r"plan.toml: phone %what.toml: a % has no placeholder behind it: give .*"),
     (PLAN + 'nv = "%chip.nv"\n' + SLOT, r"plan.toml: nv %chip.nv: %chip has no value: give --chip."),
     (PLAN + "parameters = 5\n" + SLOT, r"plan.toml:5: parameters: give a table of names and values, .*"),
@@ -367,6 +369,14 @@ def test_a_plan_that_is_wrong_is_named_with_file_line_and_key(line, text, messag
     assert done.returncode == 2 and done.stdout == ""
     assert re.fullmatch(f"orva-station: {message}\n", done.stderr), done.stderr
     assert not (line.folder / "spool").exists()
+
+
+@pytest.mark.parametrize("stores", [("%chip.nv", "%chip.nv"), ("%slot.nv", "%slot.nv"), ("%serial.nv", "%serial.nv"), ("a" * 300, "b" * 300)])
+def test_slots_have_nv_stores_of_their_own(line, stores):
+    slots = "".join(f'[[slot]]\nname = "{chip}"\nchip = "{chip}"\nnv = "{store}"\n' for chip, store in zip(CHIPS, stores))
+    (line.folder / "plan.toml").write_text(PLAN + slots)
+    done = station("line", "plan.toml", cwd=line.folder)
+    assert (done.returncode, done.stderr) == (3, "")
 
 
 def test_words_and_options_that_a_line_does_not_take(line):
