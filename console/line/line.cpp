@@ -17,6 +17,7 @@
 #include <deque>
 #include <filesystem>
 #include <fmt/format.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace console {
@@ -48,11 +49,12 @@ public:
     scanner from(io, at_terminal && is_capable_terminal(STDOUT_FILENO),
                  {.line = [this](const std::string &text) { scanned(text); },
                   .typed = [this] { show(); },
-                  .end = [this] { close(); }});
+                  .end = [this](int error) { input_ended(error); }});
     input = &from;
     tick();
     io.run();
     view.event(tally.text());
+    if (view.error()) throw std::system_error(view.error(), std::generic_category());
     return status_of(worst());
   }
 
@@ -90,7 +92,7 @@ private:
 
   void event(const std::string &text, std::optional<verdict> found = std::nullopt) {
     view.event(text, found);
-    if (ferror(stdout)) end_all("the output cannot be written");
+    if (view.error()) end_all("the output cannot be written");
   }
 
   place_on_line &place_of(std::string_view name) {
@@ -206,6 +208,14 @@ private:
       view.event(fmt::format("{} is not tested: {}", waiting.serial, why));
       return true;
     });
+  }
+
+  void input_ended(int error) {
+    if (error) {
+      lost_input = true;
+      event(fmt::format("the standard input cannot be read: {}", strerror(error)));
+    }
+    close();
   }
 
   /** No more input. */

@@ -9,7 +9,7 @@
 namespace console {
 
 /** Takes serial numbers from standard input until its end or a signal. Throws usage_error for a plan that is
- * wrong. */
+ * wrong, and after the last teardown system_error for output that was lost. */
 exit_status run_line(const line_options &with);
 
 }  // namespace console

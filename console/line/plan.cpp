@@ -4,6 +4,7 @@
 #include "console/phone/chips.h"
 #include "console/run/file_name.h"
 #include "console/run/identity.h"
+#include "console/text/output_file.h"
 #include "console/text/text.h"
 #include "console/text/usage_error.h"
 
@@ -223,12 +224,14 @@ std::string filled(const line_plan &plan, const char *key, const std::string &pa
   return name_from_pattern(fmt::format("{}: {}", plan.file, key), pattern, who, slot.chip);
 }
 
-/** An NV store belongs to one phone: two slots on one would overwrite each other's calibration. */
+/** An NV store belongs to one phone: two slots on one would overwrite each other's calibration. A unit is in
+ * one slot only. */
 void check_stores(const line_plan &plan) {
   std::set<std::string> stores;
   for (auto &slot : plan.slots) {
-    bool own = slot.nv.find("%serial") != slot.nv.npos || slot.nv.find("%slot") != slot.nv.npos;
-    if (!slot.nv.empty() && !own && !stores.insert(fs::weakly_canonical(slot.nv).string()).second)
+    auto store_of = [&](const char *serial) { return filled(plan, "nv", slot.nv, slot, {.serial = serial}); };
+    if (slot.nv.empty() || store_of("1") != store_of("2")) continue;
+    if (!stores.insert(whole_path(store_of("1"))).second)
       throw usage_error{
           fmt::format("{}: slot {}: nv {} is another slot's too; give each slot its own, as with "
                       "nv = \"%slot.nv\".",
@@ -260,8 +263,8 @@ void check_complete(const line_plan &plan) {
         "{}: name: each of several sessions has a record of its own, and its file's name as the plan; "
         "leave name out, or give one session.",
         plan.file)};
-  check_stores(plan);
   check_patterns(plan);
+  check_stores(plan);
 }
 
 void read_keys(line_plan &plan, const toml::table &table) {

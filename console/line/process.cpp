@@ -93,12 +93,17 @@ public:
     pipe.non_blocking(true);
   }
 
-  /** Until the end; owner keeps this object. */
+  /**
+   * Until the end; owner keeps this object. Waits first and reads in the handler: with async_read_some, a
+   * piece could be out of the pipe, but not yet with the sink, when the program's end is seen.
+   */
   void read(const std::shared_ptr<void> &owner) {
-    pipe.async_read_some(asio::buffer(piece), [this, owner](asio::error_code error, size_t size) {
-      if (error) return;
-      to({piece.data(), size});
-      read(owner);
+    pipe.async_wait(descriptor::wait_read, [this, owner](asio::error_code failed) {
+      if (failed) return;
+      asio::error_code error;
+      auto size = pipe.read_some(asio::buffer(piece), error);
+      if (size) to({piece.data(), size});
+      if (!error || error == asio::error::would_block) read(owner);
     });
   }
 

@@ -13,7 +13,8 @@ constexpr char end_of_input = 4, backspace = 8, clear_line = 21, erase = 127;
 }
 
 scanner::scanner(asio::io_context &io, bool with_keys, listener listens)
-    : input(io, fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)), to(std::move(listens)), keys(with_keys) {
+    : input(io, fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)), to(std::move(listens)), keys(with_keys),
+      at_terminal(isatty(STDIN_FILENO)) {
   if (keys && tcgetattr(STDIN_FILENO, &before) == 0) {
     auto now = before;
     now.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
@@ -34,21 +35,31 @@ void scanner::stop() {
 /** Not with async_read_some: that makes the descriptor non-blocking for everybody who shares it. */
 void scanner::wait() {
   input.async_wait(asio::posix::stream_descriptor::wait_read, [this](asio::error_code error) {
+    if (stopped) return;
     // A regular file is always ready, and cannot be waited for.
-    if (!stopped && (!error || error == asio::error::operation_not_supported)) read();
+    if (error && error != asio::error::operation_not_supported) return finish(error.value());
+    read();
   });
 }
 
 void scanner::read() {
   char piece[4096];
   auto count = ::read(input.native_handle(), piece, sizeof piece);
-  if (count < 0 && errno == EINTR) return wait();
+  if (count < 0 && (errno == EINTR || errno == EAGAIN)) return wait();
+  int error = count < 0 ? errno : 0;
   for (ssize_t i = 0; i < count && !stopped; ++i) keys ? take_key(piece[i]) : take(piece[i]);
   if (stopped) return;
   if (count > 0) return wait();
-  if (!text.empty()) take('\n');
+  // A terminal that is gone reads as ended, and is no terminal any longer.
+  if (count == 0 && at_terminal && !isatty(input.native_handle())) error = errno;
+  finish(error);
+}
+
+/** What came before an error may be half a serial number. */
+void scanner::finish(int error) {
+  if (!error && !text.empty()) take('\n');
   stop();
-  to.end();
+  to.end(error);
 }
 
 void scanner::take(char c) {
@@ -64,10 +75,7 @@ void scanner::take(char c) {
 
 void scanner::take_key(char c) {
   auto follows = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80; };
-  if (c == key::end_of_input && text.empty()) {
-    stop();
-    return to.end();
-  }
+  if (c == key::end_of_input && text.empty()) return finish(0);
   if (c == key::backspace || c == key::erase) {
     while (!text.empty() && follows(text.back())) text.pop_back();
     if (!text.empty()) text.pop_back();

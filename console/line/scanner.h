@@ -16,8 +16,8 @@ class scanner {
 public:
   struct listener {
     std::function<void(const std::string &)> line;
-    std::function<void()> typed; /**< typed() has changed */
-    std::function<void()> end;
+    std::function<void()> typed;  /**< typed() has changed */
+    std::function<void(int)> end; /**< with the errno if the input failed, otherwise 0 */
   };
 
   /** With keys, the terminal hands over each key as it is typed and does not show it. */
@@ -33,12 +33,14 @@ public:
 private:
   void wait();
   void read();
+  void finish(int error);
   void take(char c);
   void take_key(char c);
 
   asio::posix::stream_descriptor input;
   listener to;
   bool keys, stopped = false;
+  const bool at_terminal;
   termios before = {};
   std::string text;
 };

@@ -50,8 +50,9 @@ void line_slot::kill() { console_process->signal(SIGKILL); }
 
 void line_slot::after(std::chrono::seconds time, void (line_slot::*act)()) {
   timer.expires_after(time);
-  timer.async_wait([this, act](asio::error_code error) {
-    if (!error) (this->*act)();
+  // Once queued, the handler cannot be cancelled: the process may end before its turn, and another begin.
+  timer.async_wait([this, act, of = console_process](asio::error_code error) {
+    if (!error && of == console_process) (this->*act)();
   });
 }
 

@@ -45,7 +45,7 @@ private:
   void tear_down();
   void torn_down(const run_outcome &found, const teardown &of);
   void be_done();
-  /** Unless something else was awaited before. */
+  /** Unless the process ended or something else was awaited before. */
   void after(std::chrono::seconds time, void (line_slot::*act)());
   void exceed_limit();
   void kill();

@@ -4,6 +4,8 @@
 #include "console/run/verdict.h"
 #include "console/text/text.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -53,8 +55,7 @@ std::vector<std::string> lines_of(const line_state &state) {
 void line_view::event(const std::string &text, std::optional<verdict> found) {
   erase();
   bool coloured = shows_slots && found;
-  fmt::print("{}{}{}\n", coloured ? colour_of(*found) : "", one_line(text), coloured ? plain : "");
-  fflush(stdout);
+  put(fmt::format("{}{}{}\n", coloured ? colour_of(*found) : "", one_line(text), coloured ? plain : ""));
 }
 
 void line_view::show(const line_state &state) {
@@ -62,16 +63,21 @@ void line_view::show(const line_state &state) {
   auto lines = lines_of(state);
   if (lines == shown) return;
   erase();
-  fmt::print("{}", fmt::join(lines, "\n"));
-  fflush(stdout);
+  put(fmt::format("{}", fmt::join(lines, "\n")));
   shown = lines;
 }
 
 void line_view::erase() {
   if (shown.empty()) return;
-  fmt::print("\r\033[{}A\033[J", shown.size() - 1);  // the last of them is always at least the second
-  fflush(stdout);
+  put(fmt::format("\r\033[{}A\033[J", shown.size() - 1));  // the last of them is always at least the second
   shown.clear();
+}
+
+/** Not with fmt::print, which throws once the terminal is gone: the slots would get no teardown. */
+void line_view::put(const std::string &text) {
+  errno = 0;
+  bool written = fputs(text.c_str(), stdout) >= 0 && fflush(stdout) == 0;
+  if (!written && !lost) lost = errno ? errno : EIO;
 }
 
 }  // namespace console

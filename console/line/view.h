@@ -35,11 +35,15 @@ public:
   void event(const std::string &text, std::optional<verdict> found = std::nullopt);
   /** Replaces the slots' state. */
   void show(const line_state &state);
+  /** The errno of the first output that was lost; 0 for none. */
+  int error() const { return lost; }
 
 private:
   void erase();
+  void put(const std::string &text);
 
   bool shows_slots;
+  int lost = 0;
   std::vector<std::string> shown; /**< below the events on the terminal */
 };
 

@@ -58,11 +58,7 @@ void remove_stale_parts(const std::string &target) {
 bool same_file(const std::string &one, const std::string &other) {
   std::error_code failed;
   if (fs::equivalent(one, other, failed)) return true;
-  auto path_of = [](const std::string &path) {
-    std::error_code ignored;
-    return fs::weakly_canonical(fs::absolute(path, ignored), ignored);
-  };
-  return path_of(one) == path_of(other);
+  return whole_path(one) == whole_path(other);
 }
 
 }  // namespace
@@ -146,6 +142,14 @@ void sync_folder_of(const std::string &path) {
 }
 
 void never_replace(const std::string &path) { new_files.insert(path); }
+
+std::string whole_path(const std::string &path) {
+  std::error_code failed;
+  auto absolute = fs::absolute(path, failed);
+  if (failed) return path;
+  auto real = fs::weakly_canonical(absolute, failed);
+  return failed ? absolute.lexically_normal().string() : real.string();
+}
 
 std::string numbered(const std::string &path, unsigned number) {
   if (number == 1) return path;

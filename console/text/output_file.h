@@ -55,6 +55,8 @@ void claim_files_of_run(const std::vector<used_file> &files);
  * file that a session wrote may be read again. */
 void claim_file(const used_file &file);
 
+/** Absolute and without links, to compare; as given for a path that the file system does not take. */
+std::string whole_path(const std::string &path);
 /** This output never takes the place of an older file: if its name is taken, it gets a number. */
 void never_replace(const std::string &path);
 /** Makes a new name in a folder last. */

@@ -84,6 +84,13 @@ def test_two_outputs_are_two_files(folder, unit):
     assert station("--report", "/dev/null", "--junit", "/dev/null", "wifi_set_power", 1).returncode == 0
 
 
+@pytest.mark.parametrize("option", ["--nv", "--report"])
+def test_names_that_are_too_long_are_not_the_same_file(folder, option):
+    others = ["--junit", folder / ("b" * 300)] if option == "--report" else []
+    done = station(option, folder / ("a" * 300), *others, "wifi_set_power", 1)
+    assert done.returncode == 2 and "File name too long" in done.stderr + done.stdout, done.stderr
+
+
 @pytest.mark.parametrize("option", ["--report", "--junit", "--trace"])
 def test_a_full_disk_leaves_the_old_output(folder, option):
     target = folder / "out"

@@ -5,14 +5,16 @@ import json
 import os
 import re
 import signal
+import subprocess
 import time
+from pathlib import Path
 
 import pytest
 
 from orva_records.collect import collect
 from orva_records.queries import Filter, unit, yields
 from orva_records.store import Store
-from support.console import started, station
+from support.console import PATIENCE_S, STATION, started, station
 from support.terminal import Terminal
 from support.tree import CHIPS, PHONES, ROOT
 
@@ -28,11 +30,18 @@ class Line:
         for name in ("rf.tcl", "off.tcl", "bad_off.tcl"):
             (folder / name).write_text("")
 
-    def plan(self, more="", slots=("1", "2"), head='teardown = "off.tcl"'):
-        text = f'version = "7"\nstation = "line-3"\nsessions = ["rf.tcl"]\nspool = "spool"\nconsole = ["{STAND_IN}"]\n{head}\n'
+    def plan(self, more="", slots=("1", "2"), head='teardown = "off.tcl"', console=STAND_IN):
+        text = f'version = "7"\nstation = "line-3"\nsessions = ["rf.tcl"]\nspool = "spool"\nconsole = ["{console}"]\n{head}\n'
         text += "".join(f'[[slot]]\nname = "{name}"\n' for name in slots)
         (self.folder / "plan.toml").write_text(text + more)
         return self.folder / "plan.toml"
+
+    def script(self, text):
+        """A console that takes no time to start."""
+        path = self.folder / "console.sh"
+        path.write_text(f"#!/bin/sh\n{text}\n")
+        path.chmod(0o755)
+        return path
 
     def start(self, plan, **options):
         return started("line", plan, env=self.environment(), **options)
@@ -68,6 +77,10 @@ def line(tmp_path):
     return Line(tmp_path)
 
 
+def state_of(process):
+    return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0]
+
+
 def outcomes(printed):
     """(unit, verdict, reason) of each run, in the order in which they ended."""
     return [(unit, verdict, reason.strip()) for unit, verdict, reason in
@@ -91,6 +104,18 @@ def test_each_way_a_console_can_end_has_its_verdict_and_a_teardown(line, unit, v
     assert found[:2] == (unit, verdict) and re.fullmatch(reason, found[2]), done.stdout
     assert (done.returncode, done.stderr) == (status, "")
     assert line.done()[-1].startswith("teardown")
+
+
+PASSES = """echo '{"type":"summary","verdict":"PASS"}'"""
+
+
+@pytest.mark.parametrize("does, verdict, reason", [
+    (PASSES, "PASS", ""),
+    ("echo the cause >&2\nexit 2", "BROKEN", "the console ended with status 2: the cause"),
+])
+def test_the_last_words_of_a_console_that_ends_at_once_are_heard(line, does, verdict, reason):
+    done = line.run(line.plan(head="", slots="123456", console=line.script(does)), *range(150))
+    assert [found[1:] for found in outcomes(done.stdout)] == [(verdict, reason)] * 150
 
 
 def test_a_unit_is_retried_until_it_passes_and_the_shift_counts_both_yields(line):
@@ -129,6 +154,24 @@ def test_a_failed_teardown_without_room_for_its_record_says_so(line):
     done = line.run(plan, "pass-1")
     assert re.search(r"BROKEN  the teardown failed, .*; it has no record: .*spool/\S+: No such file", done.stdout), done.stdout
     assert done.returncode == 2
+
+
+def test_an_input_that_fails_is_not_the_end_of_the_shift(line):
+    """A folder, and the terminal of a bar code scanner that is pulled out while its unit is tested."""
+    plan = line.plan()
+    folder = os.open(line.folder, os.O_RDONLY)
+    done = subprocess.run([STATION, "line", plan], stdin=folder, capture_output=True, text=True, timeout=PATIENCE_S)
+    os.close(folder)
+    assert (done.returncode, done.stdout.splitlines()[0]) == (2, "the standard input cannot be read: Is a directory")
+    ours, theirs = os.openpty()
+    with subprocess.Popen([STATION, "line", plan], stdin=theirs, stdout=subprocess.PIPE, text=True, env=line.environment()) as running:
+        os.close(theirs)
+        os.write(ours, b"pass-1\n")
+        first = running.stdout.readline()
+        os.close(ours)
+        printed = first + running.communicate(timeout=PATIENCE_S)[0]
+    assert "the standard input cannot be read: Input/output error\n" in printed and running.returncode == 2
+    assert outcomes(printed) == [("pass-1", "PASS", "")] and line.done()[-1].startswith("teardown")
 
 
 def test_a_slow_slot_does_not_hold_the_others(line):
@@ -175,6 +218,26 @@ def test_the_numbers_of_a_plan_have_ends(line, key, least, most):
         assert done.stderr.endswith(complaint) and bool(done.stderr) == bool(complaint), number
 
 
+def test_a_limit_that_a_run_reached_as_it_ended_is_not_the_next_runs(line):
+    """The line is stopped meanwhile, so that it learns of the end and of the limit at once."""
+    console, gate = line.folder / "pid", line.folder / "open"
+    script = line.script(f'echo $$ > "{console}.new"; mv "{console}.new" "{console}"\nwhile [ ! -e "{gate}" ]; do sleep 0.05; done\n{PASSES}')
+    with line.start(line.plan(slots=("1",), head="time_limit_s = 3", console=script)) as running:
+        running.stdin.write("first\nsecond\n")
+        running.stdin.flush()
+        while not console.exists():
+            assert running.poll() is None
+            time.sleep(0.02)
+        running.send_signal(signal.SIGSTOP)
+        limit = time.monotonic() + 3
+        gate.touch()
+        while state_of(int(console.read_text())) != "Z" or time.monotonic() < limit:
+            time.sleep(0.05)
+        running.send_signal(signal.SIGCONT)
+        printed = running.communicate()[0]
+    assert outcomes(printed) == [("first", "PASS", ""), ("second", "PASS", "")]
+
+
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_a_signal_ends_every_console_in_good_order(line, number):
     with line.start(line.plan()) as running:
@@ -209,6 +272,14 @@ def test_the_terminal_shows_every_slot_and_what_is_typed(line):
     terminal.type("\x03", r"SIGINT: the line ends")
     rest, status = terminal.rest()
     assert "hang-1  BROKEN" in rest and status == 2
+
+
+def test_a_line_whose_terminal_is_gone_ends_every_console_in_good_order(line):
+    terminal = Terminal(line.folder, "line", line.plan(), environment=line.environment())
+    terminal.type("1 hang-1\r2 hang-2\rpass-3\r", r"(?s)hang-1 +\d+ s  Transmit 1/2.*hang-2 +\d+ s  Transmit 1/2.*1 waiting")
+    assert terminal.hang_up() == 2
+    assert sorted(text.split()[0] for text in line.done()) == ["BROKEN", "BROKEN", "teardown", "teardown"]
+    assert line.counts() == (2, 2)
 
 
 def real_plan(line, sessions, more, slots=("1", "2")):
@@ -286,6 +357,8 @@ SLOT = '[[slot]]\nname = "1"\n'
     (PLAN + SLOT + SLOT, r"plan.toml:7: slot.name: there are two slots 1; give each a name of its own."),
     (PLAN + '[[slot]]\nname = "a b"\n', r'plan.toml:5: slot: the name "a b" has a blank, .*'),
     (PLAN + 'nv = "x.nv"\n' + SLOT + SLOT.replace("1", "2"), r"plan.toml: slot 2: nv x.nv is another slot's too; .*"),
+    (PLAN + 'nv = "%chip.nv"\nchip = "vq2040"\n' + SLOT + SLOT.replace("1", "2"), r"plan.toml: slot 2: nv %chip.nv is another slot's too; .*"),
+    (PLAN + SLOT + 'nv = "%slot2.nv"\n' + SLOT.replace("1", "2") + 'nv = "./12.nv"\n', r"plan.toml: slot 2: nv ./12.nv is another .*"),
     (PLAN + 'phone = "%what.toml"\n' + SLOT, r"plan.toml: phone %what.toml: a % has no placeholder behind it: give .*"),
     (PLAN + 'nv = "%chip.nv"\n' + SLOT, r"plan.toml: nv %chip.nv: %chip has no value: give --chip."),
     (PLAN + "parameters = 5\n" + SLOT, r"plan.toml:5: parameters: give a table of names and values, .*"),
@@ -296,6 +369,14 @@ def test_a_plan_that_is_wrong_is_named_with_file_line_and_key(line, text, messag
     assert done.returncode == 2 and done.stdout == ""
     assert re.fullmatch(f"orva-station: {message}\n", done.stderr), done.stderr
     assert not (line.folder / "spool").exists()
+
+
+@pytest.mark.parametrize("stores", [("%chip.nv", "%chip.nv"), ("%slot.nv", "%slot.nv"), ("%serial.nv", "%serial.nv"), ("a" * 300, "b" * 300)])
+def test_slots_have_nv_stores_of_their_own(line, stores):
+    slots = "".join(f'[[slot]]\nname = "{chip}"\nchip = "{chip}"\nnv = "{store}"\n' for chip, store in zip(CHIPS, stores))
+    (line.folder / "plan.toml").write_text(PLAN + slots)
+    done = station("line", "plan.toml", cwd=line.folder)
+    assert (done.returncode, done.stderr) == (3, "")
 
 
 def test_words_and_options_that_a_line_does_not_take(line):

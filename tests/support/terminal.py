@@ -43,6 +43,16 @@ class Terminal:
             os.kill(self.pid, signal.SIGKILL)
             os.waitpid(self.pid, 0)
 
+    def hang_up(self):
+        """Its terminal is gone, as when a window is closed. Returns the exit status."""
+        os.close(self.fd)
+        self.fd, end = os.open(os.devnull, os.O_RDWR), time.monotonic() + PATIENCE
+        while not (waited := os.waitpid(self.pid, os.WNOHANG))[0]:
+            assert time.monotonic() < end, "it goes on without its terminal"
+            time.sleep(0.05)
+        self.ended = True
+        return os.waitstatus_to_exitcode(waited[1])
+
     def rest(self):
         """The rest of its output, and its exit status. A program that ends by itself leaves the terminal as it was."""
         seen, end = b"", time.monotonic() + PATIENCE
