@@ -289,6 +289,11 @@ def test_the_verdict_is_the_consoles(tmp_path, spool, text, verdict, reason):
     assert end["verdict"] == verdict and (reason is None or reason in end["reason"])
 
 
+def test_a_line_of_a_session_ends_at_a_newline_alone(tmp_path, spool):
+    (made,) = convert(session(tmp_path, "note {a\u2028b\u0085c}\n"), spool, header())
+    assert [line["text"] for _, line in read(made.read_bytes()).events] == ["a\u2028b\u0085c"]
+
+
 def test_a_session_that_was_cut_is_broken_and_other_input_is_refused(tmp_path, spool):
     path = session(tmp_path, "wifi_set_power 155 -> 1\n")
     lines = path.read_text().splitlines(keepends=True)
