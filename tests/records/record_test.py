@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The file of a run: what the writer writes, what the reader and the schema refuse, what a converted session becomes."""
 import copy
+import errno
 import hashlib
 import json
 import os
@@ -230,6 +231,21 @@ def test_what_a_killed_writer_left_is_kept_as_broken(spool, cut):
         with pytest.raises(DamagedRecord, match="line 3: not JSON"):
             read(recover(record.part).read_bytes())
     assert not record.part.exists()
+
+
+@pytest.mark.parametrize("failing, verdict", [("fsync", "BROKEN"), ("link", "BROKEN"), ("unlink", "PASS")])
+def test_a_record_that_cannot_be_ended_has_one_end_line(spool, monkeypatch, failing, verdict):
+    def fail(*_):
+        monkeypatch.undo()
+        raise OSError(errno.EIO, "no disk")
+
+    with pytest.raises((OSError, RecordsError), match="no disk"), RecordWriter(spool, header()) as record:
+        record.measure("power", 1, low=0)
+        monkeypatch.setattr(os, failing, fail)
+        record.finish()
+    (path,) = spool.glob("*.jsonl")
+    assert read(path.read_bytes()).end["verdict"] == verdict
+    assert (recover(record.part), list(spool.iterdir())) == (path if failing == "unlink" else None, [path])
 
 
 def test_a_run_id_is_used_once(spool):
