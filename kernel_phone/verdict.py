@@ -28,7 +28,7 @@ UNHEARD = (1, 14, 19)
 
 def lines_of(report):
     """A report's lines, up to where it was cut off. Skips the output of shell commands in between."""
-    for line in filter(lambda text: text.startswith("{"), report.splitlines()):
+    for line in filter(lambda text: text.startswith("{"), report.split("\n")):  # splitlines() splits texts at U+2028, too
         try:
             yield json.loads(line)
         except json.JSONDecodeError:

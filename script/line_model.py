@@ -175,7 +175,8 @@ def plan_text(given, station, testers):
             "console": [sys.executable, "-m", "orva.plans.slot"]}
     text = "".join(f"{key} = {quoted(value)}\n" for key, value in head.items())
     for number, tester in enumerate(testers, start=1):
-        values = {"address": tester.address, "cable": tester.cables, "profile": str(ROOT / "rf_tester" / "profiles" / "orva-a.toml")}
+        values = {"address": tester.address, "cable": tester.cables, "profile": str(ROOT / "rf_tester" / "profiles" / "orva-a.toml"),
+                  "loss": simulation.points_of(simulation.CABLE_DB)}
         inner = ", ".join(f"{key} = {quoted(value)}" for key, value in values.items())
         text += f'[[slot]]\nname = "{number}"\nparameters = {{ {inner} }}\n'
     return text

@@ -215,9 +215,10 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
         return found
 
     def reset(self) -> None:
-        """Brings the test set to its defaults. Path losses are entered anew after it."""
+        """Brings the test set to its defaults. Port, path losses and channel are set anew after it."""
         self._losses.clear()
         self._port = None
+        self._mhz, self._width_mhz = 0.0, 0
         self._act("reset")
 
     def select_port(self, port: int) -> None:
@@ -281,6 +282,8 @@ class Tester(contextlib.AbstractContextManager["Tester"]):
         wanted_dbm: what the phone was set to. A power further than within_db from it raises ImplausiblePower, whose
         message names the likely cause.
         """
+        if not self._mhz:
+            raise TesterError("a measurement belongs to a channel: call channel first")
         self._act("measure_burst")
         self._ask(self.profile.done.ask)
         asked: dict[str, str] = {}

@@ -54,7 +54,8 @@ def sessions_of(path: Path) -> list[list[dict[str, Any]]]:
 
 def _lines(path: Path) -> list[str]:
     try:
-        return path.read_text(encoding="utf-8").splitlines()
+        with path.open(encoding="utf-8") as file:
+            return list(file)  # not splitlines(), which also splits at U+2028 and others that JSON leaves bare
     except OSError as error:
         raise RecordsError(f"{path}: {error.strerror}") from error
     except UnicodeDecodeError as error:

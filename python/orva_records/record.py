@@ -116,15 +116,26 @@ def _end_line(before: _Sum, verdict: str, duration: Mapping[str, float], **more:
     )
 
 
-def publish(part: Path) -> Path:
-    """Renames a whole .part file. Both the file and its name are on the disk afterwards."""
+def _link(part: Path) -> Path:
+    """Gives a whole .part file the name of a record, too."""
     whole = part.with_name(part.name.removesuffix(PART) + SUFFIX)
     try:
         os.link(part, whole)  # unlike a rename it never overwrites a record
     except FileExistsError as error:
         raise RecordsError(f"{whole}: there is another record of this run; a run id is used once") from error
+    return whole
+
+
+def _unlink(part: Path) -> None:
+    """Takes the .part name away. The file's name is on the disk afterwards."""
     os.unlink(part)
     _sync_folder(part.parent)
+
+
+def publish(part: Path) -> Path:
+    """Renames a whole .part file, whose content is on the disk. Its name is there, too, afterwards."""
+    whole = _link(part)
+    _unlink(part)
     return whole
 
 
@@ -159,6 +170,7 @@ class RecordWriter:
             handle = os.open(self.part.parent, os.O_TMPFILE | os.O_RDWR, 0o644)
             fcntl.flock(handle, fcntl.LOCK_EX)
             self._write(handle, header)
+            os.fsync(handle)  # or a loss of power may leave the name with an empty file
             # With a folder's handle, even of no use, os.link follows the link.
             os.link(f"/proc/self/fd/{handle}", self.part, src_dir_fd=handle, follow_symlinks=True)
             return handle
@@ -168,15 +180,22 @@ class RecordWriter:
             raise RecordsError(f"{self.part}: no record can be begun: {error}") from error
 
     def _write(self, handle: int, line: bytes) -> None:
-        good, rest = self._sum.size, line
+        self._append(handle, line)
+        self._sum.add(line)
+
+    def _append(self, handle: int, line: bytes) -> None:
+        rest = line
         try:
             while rest:
                 rest = rest[os.write(handle, rest) :]
         except OSError as error:
-            os.ftruncate(handle, good)
-            os.lseek(handle, good, os.SEEK_SET)
+            self._take_back(handle)
             raise RecordsError(f"{self.part}: {error.strerror}; the rows before are kept") from error
-        self._sum.add(line)
+
+    def _take_back(self, handle: int) -> None:
+        """Cuts off what was written after the rows that are summed up."""
+        os.ftruncate(handle, self._sum.size)
+        os.lseek(handle, self._sum.size, os.SEEK_SET)
 
     def _add(self, line: Mapping[str, object]) -> None:
         if self._file < 0:
@@ -288,10 +307,17 @@ class RecordWriter:
         line = _end_line(self._sum, verdict, self._duration, **more)
         if self._file < 0:
             raise RecordsError(f"{self.part}: the record has ended already")
-        self._write(self._file, line)
-        os.fsync(self._file)
-        path = publish(self.part)
-        self._close()
+        self._append(self._file, line)
+        try:
+            os.fsync(self._file)
+            path = _link(self.part)
+        except (OSError, RecordsError) as error:
+            self._take_back(self._file)  # broken() may still end it
+            raise RecordsError(f"{self.part}: the record cannot be ended: {error}; the rows before are kept") from error
+        try:
+            _unlink(self.part)
+        finally:
+            self._close()  # it is a record now: nothing may follow its end line
         return path
 
     def __enter__(self) -> RecordWriter:
@@ -311,8 +337,8 @@ class RecordWriter:
 def recover(part: Path) -> Optional[Path]:
     """Ends the record of a killed run as BROKEN and returns its path; None if its writer runs or another one did it.
 
-    What stands behind the last whole line moves to the end line's member "cut". Raises RecordsError if the disk is full;
-    the file then stays as it is.
+    What stands behind the last whole line moves to the end line's member "cut". A file without a whole line is renamed
+    and otherwise left as it is. Raises RecordsError if the disk is full; the file then stays as it is.
     """
     try:
         handle = os.open(part, os.O_RDWR)
@@ -336,6 +362,8 @@ def _end_killed(handle: int, part: Path) -> None:
     whole = content[: content.rfind(b"\n") + 1]
     if _is_end(whole[:-1].rpartition(b"\n")[2]):
         return  # killed before publish() was through
+    if not whole:
+        return  # a loss of power took the header; the reader refuses such a record and says why
     cut = content[len(whole) :].decode(errors="backslashreplace").replace("\0", "\\x00")[: rules.TEXT_LENGTH]
     duration = {"total_s": _seconds_to(os.fstat(handle).st_mtime, whole)}
     line = _end_line(_Sum(whole), "BROKEN", duration, reason=KILLED, cut=cut)

@@ -62,6 +62,11 @@ def test_a_cause_is_printed_in_the_order_of_its_script(script, printed, unprinte
 RECORD = "02080000" + "0C000000"
 
 
+def test_a_line_of_a_report_ends_at_a_newline_alone():
+    report = '{"text":"a\u2028{b\u0085c"}\nof the shell\n{"text":"d"}\n{"text":'
+    assert [line["text"] for line in verdict.lines_of(report)] == ["a\u2028{b\u0085c", "d"]
+
+
 @pytest.mark.parametrize("heard, ran, exit_status, problem", [
     (RECORD, "exec 0 ifconfig wlan0 up", 0, ""),
     (RECORD.replace("0C", "0D"), "exec 0 ifconfig wlan0 up", 0, "driver command 1: "),

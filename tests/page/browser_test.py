@@ -247,6 +247,14 @@ note {a solder joint is bad}
 """
 
 
+def test_equal_errors_are_one_failure(show, tmp_path):
+    page = show(write_report(tmp_path, "teardown {error {no answer}}\n" * 2)[0])
+    unfold(page, ".failures .each")
+    assert texts(page, ".failures > li > p:first-of-type") == ["2 × The session stopped: teardown: no answer"]
+    links = run(page, "return all('.failures .each a').map(a => document.querySelector(a.hash).textContent)")
+    assert len(links) == 2 and all("no answer" in text for text in links)
+
+
 def test_the_finding_stands_first(show, tmp_path):
     page = show(write_report(tmp_path, BROKEN_BOARD)[0])
     assert run(page, "return document.querySelector('#failures h2').nextElementSibling.textContent") == "a solder joint is bad"

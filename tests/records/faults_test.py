@@ -80,6 +80,7 @@ def write_for_ever(spool, told):
         os.write(told, b"begun " + run + b"\n")
         for value in range(ROWS):
             record.measure("power", value, low=0)
+            time.sleep(0.001)  # next to a disk the rows take no time, and no kill would fall between them
         record.finish()
         os.write(told, b"ended " + run + b"\n")
 
@@ -88,7 +89,7 @@ def test_a_writer_killed_many_times_loses_no_run(spool, tmp_path):
     database, dice, journal = f"sqlite:///{tmp_path}/store.sqlite", random.Random(7), tmp_path / "journal"
     told = os.open(journal, os.O_CREAT | os.O_WRONLY | os.O_APPEND)
     for kills in range(60):
-        goal = journal.stat().st_size + dice.choice([0, 1, 100, 200])
+        goal = journal.stat().st_size + dice.choice([0, 1, 100, 400])
         child = in_child(lambda: write_for_ever(spool, told))
         wait_until(lambda: journal.stat().st_size >= goal, child)
         time.sleep(dice.uniform(0, 0.01))
@@ -221,6 +222,19 @@ def test_what_is_stored_but_cannot_move_is_stored_once(spool, database, command)
     assert spooled(spool) == set(stored(database)) == names
     (spool / "collected").unlink()
     everything_is_stored(spool, database, names)
+
+
+@pytest.mark.parametrize("content, reason", [(b"", "the file is empty"), (b'{"type":"beg', "the last line is cut"), (b"\0\0", "the last line is cut")])
+def test_a_part_without_a_header_is_set_aside_and_keeps_nothing_back(spool, database, command, content, reason):
+    write_line(spool, 3, rows=12)
+    names = spooled(spool)
+    (spool / "0.jsonl.part").write_bytes(content)
+    (spool / "z.jsonl.part").write_bytes(content)
+    command("collect", spool, "--database", database, status=1)
+    assert set(stored(database)) == names and [path for path in spool.iterdir() if path.is_file()] == []
+    assert {path.name: path.read_bytes() for path in (spool / "damaged").iterdir()} == {"0.jsonl": content, "z.jsonl": content}
+    listed = command("damaged", "--database", database).out
+    assert listed.count(reason) == 2 and "0.jsonl" in listed and "z.jsonl" in listed
 
 
 def test_a_writer_on_a_full_disk_keeps_its_rows(spool):

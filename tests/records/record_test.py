@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The file of a run: what the writer writes, what the reader and the schema refuse, what a converted session becomes."""
 import copy
+import errno
 import hashlib
 import json
 import os
@@ -232,6 +233,21 @@ def test_what_a_killed_writer_left_is_kept_as_broken(spool, cut):
     assert not record.part.exists()
 
 
+@pytest.mark.parametrize("failing, verdict", [("fsync", "BROKEN"), ("link", "BROKEN"), ("unlink", "PASS")])
+def test_a_record_that_cannot_be_ended_has_one_end_line(spool, monkeypatch, failing, verdict):
+    def fail(*_):
+        monkeypatch.undo()
+        raise OSError(errno.EIO, "no disk")
+
+    with pytest.raises((OSError, RecordsError), match="no disk"), RecordWriter(spool, header()) as record:
+        record.measure("power", 1, low=0)
+        monkeypatch.setattr(os, failing, fail)
+        record.finish()
+    (path,) = spool.glob("*.jsonl")
+    assert read(path.read_bytes()).end["verdict"] == verdict
+    assert (recover(record.part), list(spool.iterdir())) == (path if failing == "unlink" else None, [path])
+
+
 def test_a_run_id_is_used_once(spool):
     first = RecordWriter(spool, header())
     with pytest.raises(RecordsError, match="no record can be begun"):
@@ -287,6 +303,11 @@ def test_the_verdict_is_the_consoles(tmp_path, spool, text, verdict, reason):
     (made,) = convert(session(tmp_path, text), spool, header())
     end = read(made.read_bytes()).end
     assert end["verdict"] == verdict and (reason is None or reason in end["reason"])
+
+
+def test_a_line_of_a_session_ends_at_a_newline_alone(tmp_path, spool):
+    (made,) = convert(session(tmp_path, "note {a\u2028b\u0085c}\n"), spool, header())
+    assert [line["text"] for _, line in read(made.read_bytes()).events] == ["a\u2028b\u0085c"]
 
 
 def test_a_session_that_was_cut_is_broken_and_other_input_is_refused(tmp_path, spool):

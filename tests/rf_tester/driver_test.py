@@ -266,6 +266,8 @@ def test_each_action_is_written_in_the_dialect(dialect):
             got.clear()
         with pytest.raises(tester.TesterError, match="the path loss belongs to a port: call select_port first"):
             driver.set_path_loss({2442: 1})
+        with pytest.raises(tester.TesterError, match="a measurement belongs to a channel: call channel first"):
+            driver.measure()
         driver.channel(2442)
         reading = driver.measure()
     evm, drift = (-30, 1.5) if dialect == "a" else (-20, 1)
@@ -288,6 +290,7 @@ def test_frequencies_and_times_in_base_units():
 def test_a_measurement_may_take_the_trigger_timeout_longer():
     with instrument("a", **{"*OPC": None}) as (driver, _):
         driver._timeout_ms = 100
+        driver.channel(2442)
         driver.trigger_timeout(0.25)
         with pytest.raises(tester.NoAnswer, match=r": no answer to \*OPC\? within 0.35 s"):
             driver.measure()
@@ -297,8 +300,8 @@ def test_a_measurement_may_take_the_trigger_timeout_longer():
 ANSWERS = [
     ("a", {"SYST_ERR": "ok"}, "measure", "NoAnswer", r"ADDRESS: SYST:ERR\? answered 'ok', which is no error"),
     ("a", {"FETC_STAT": "WHAT"}, "measure", "NoAnswer", "ADDRESS: 'WHAT' is no outcome that .*/orva-a.toml lists"),
-    ("a", {"FETC_STAT": "TIM"}, "measure", "NothingReceived", "the port: no burst at 0 MHz .* cable is not connected to the port, .*"),
-    ("a", {"FETC_STAT": "SYNC"}, "measure", "NotDemodulated", "the port: the burst at 0 MHz cannot be demodulated: it is wider than the 0 MHz "
+    ("a", {"FETC_STAT": "TIM"}, "measure", "NothingReceived", "the port: no burst at 2442 MHz .* cable is not connected to the port, .*"),
+    ("a", {"FETC_STAT": "SYNC"}, "measure", "NotDemodulated", "the port: the burst at 2442 MHz cannot be demodulated: it is wider than the 20 MHz "
      r"that channel\(\) set, or of a format that the test set does not know"),
     ("a", {"FETC_POW": "9.91e37"}, "measure", "NoAnswer", r"ADDRESS: the measurement succeeded, but FETC:POW\? gave no power"),
     ("a", {"FETC_FERR": "low"}, "measure", "NoAnswer", r"ADDRESS: FETC:FERR\? answered 'low' for the frequency error"),
@@ -312,11 +315,13 @@ ANSWERS = [
 @pytest.mark.parametrize("spoken, changed, act, error, text", ANSWERS, ids=range(len(ANSWERS)))
 def test_an_answer_that_is_wrong_is_named(spoken, changed, act, error, text):
     with raised(error, text), instrument(spoken, **changed) as (driver, _):
+        driver.channel(2442)
         driver.measure() if act == "measure" else driver.send(20)
 
 
 def test_a_value_may_be_missing_and_an_error_queue_endless():
     with instrument("a", FETC_EVM="9.9E37", FETC_FERR="-9.91e37", FETC_MASK="9.8e37") as (driver, _):
+        driver.channel(2442)
         assert list(vars(driver.measure()).values()) == [12.5, None, None, 9.8e37]
     with instrument("a", SYST_ERR='-222,"Data out of range"') as (driver, got):
         assert driver.errors() == ["-222 Data out of range"] * tester.MOST_ERRORS == ["-222 Data out of range"] * len(got)
@@ -347,6 +352,7 @@ def test_the_cause_of_an_implausible_power(losses, power, wanted, text):
         assert driver.measure(power + 3).power_dbm == driver.measure(wanted, within_db=10).power_dbm == power
         driver.reset()
         driver.select_port(3)
+        driver.channel(2450)
         with pytest.raises(tester.ImplausiblePower, match="-4.0 dB: no path loss is entered"):
             driver.measure(power + 4)
 

@@ -86,7 +86,7 @@ function whereText(session, group) {
   if (group.length === 1) return line;
   return [line, fold({class: "each"}, `Each of the ${group.length}`, false, () =>
     new LongList(el("ol"), group, f => el("li", {}, stepLink(f.item, f.item.point || lineOf(f.item) || f.item.id), " ",
-      el("code", {class: "bad"}, f.expectation.got))).nodes)];
+      f.expectation && el("code", {class: "bad"}, f.expectation.got))).nodes)];
 }
 
 function failureCard(session, group, before) {

@@ -96,7 +96,7 @@ def _losses(text: Optional[str]) -> dict[float, float]:
     if text is None:
         return dict(simulation.CABLE_DB)
     try:
-        return {float(mhz): float(db) for mhz, _, db in (point.partition(":") for point in text.split(","))}
+        return simulation.losses_of(text)
     except ValueError:
         raise _usage("path-loss", text, "give MHZ:DB for each point, separated by commas") from None
 

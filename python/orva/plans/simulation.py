@@ -31,6 +31,11 @@ def points_of(losses: Mapping[float, float]) -> str:
     return ",".join(f"{mhz:g}:{db:g}" for mhz, db in losses.items())
 
 
+def losses_of(text: str) -> dict[float, float]:
+    """The losses of such a text. Raises ValueError for one that is wrong."""
+    return {float(mhz): float(db) for mhz, _, db in (point.partition(":") for point in text.split(","))}
+
+
 class SimulatedTester(contextlib.AbstractContextManager["SimulatedTester"]):
     """orva-rf-tester on free ports, until the block ends.
 

@@ -5,7 +5,10 @@ In a line's plan, with the plant's own limits as the session:
 
     console = ["python3", "-m", "orva.plans.slot"]
     sessions = ["factory-limits.csv"]
-    parameters = { address = "127.0.0.1:5025", profile = "orva-a.toml", cable = "127.0.0.1:5026" }
+    parameters = { address = "127.0.0.1:5025", profile = "orva-a.toml", loss = "2442:1.2,5500:2.1", cable = "127.0.0.1:5026" }
+
+loss is that of the path from the phone to the test set, as MHZ:DB,...; "2442:0" is a path without loss. It has no default:
+with a loss that is too high, units that are too weak would pass.
 """
 
 from __future__ import annotations
@@ -18,9 +21,10 @@ import signal
 import sys
 from pathlib import Path
 from types import FrameType
-from typing import Iterator, Optional, Sequence
+from typing import Iterator, Mapping, NoReturn, Optional, Sequence
 
 from orva import Bench, PhoneDied, PhoneError, files, limits
+from orva.instrument_profile import ProfileError
 from orva.plans import coverage, diagnosis, simulation
 from orva.plans.station import Measurement, PlanError, Station
 from orva.tester import Tester, TesterError
@@ -29,7 +33,9 @@ from orva_records.record import Header, RecordWriter
 
 STATUSES = {"PASS": 0, "FAIL": 1, "BROKEN": 2, "NO VERDICT": 3}
 #: Parameters with their defaults; None for those that must be given. cable plugs a virtual phone in.
-PARAMETERS = {"address": None, "profile": None, "cable": "", "port": "1"}
+PARAMETERS = {"address": None, "profile": None, "loss": None, "cable": "", "port": "1"}
+#: Why a run could not come to its end.
+FAULTS = (OSError, PhoneDied, PhoneError, PlanError, ProfileError, RecordsError, TesterError, limits.LimitsError)
 
 
 class Ended(Exception):
@@ -67,8 +73,8 @@ class Interruption:
 def station_of(given: argparse.Namespace, parameters: dict[str, str]) -> Iterator[Station]:
     """The phone in test mode on the port of its test set. Leaves test mode whatever happens."""
     table = limits.load(files.rf_tester_folder() / "limits.csv", own=given.session)
-    port, loss = int(parameters["port"]), simulation.CABLE_DB
-    with Bench(given.chip, given.phone) as bench, Tester(parameters["address"], Path(parameters["profile"])) as tester:
+    port, loss = int(parameters["port"]), simulation.losses_of(parameters["loss"])
+    with Bench(given.chip, given.phone or None) as bench, Tester(parameters["address"], Path(parameters["profile"])) as tester:
         if parameters["cable"]:
             bench.phone.set("cable", f"{parameters['cable']}/{port}")
         tester.reset()
@@ -119,7 +125,7 @@ def test(given: argparse.Namespace, parameters: dict[str, str], record: RecordWr
             failures = explain(record, verify(station, record, interruption))
         verdict = record.verdict
         record.finish()
-    except (Ended, OSError, PhoneDied, PhoneError, PlanError, TesterError, limits.LimitsError) as error:
+    except (Ended, *FAULTS) as error:
         verdict = "BROKEN"
         say("error", text=str(error))
         record.broken(str(error))
@@ -127,14 +133,32 @@ def test(given: argparse.Namespace, parameters: dict[str, str], record: RecordWr
     return verdict
 
 
+def refuse(text: str) -> NoReturn:
+    """Ends the program as BROKEN."""
+    print(f"orva.plans.slot: {text}", file=sys.stderr)
+    sys.exit(STATUSES["BROKEN"])
+
+
+def wrong_in(unknown: Sequence[str], values: Mapping[str, Optional[str]]) -> str:
+    """What is wrong with the parameters, or ""."""
+    missing = [name for name, value in values.items() if value is None]
+    if unknown or missing:
+        return f"{', '.join(unknown or missing)} {'is unknown' if unknown else 'is missing'}"
+    if not str(values["port"]).isdecimal():
+        return f"port {values['port']} is no number"
+    try:
+        simulation.losses_of(str(values["loss"]))
+    except ValueError:
+        return f"loss {values['loss']} is not MHZ:DB for each point, separated by commas"
+    return ""
+
+
 def parameters_of(words: Sequence[str]) -> dict[str, str]:
     """NAME=VALUE as given, with the defaults of the others. Ends the program if one is wrong or missing."""
     given = dict(word.partition("=")[::2] for word in words)
     values = {name: given.pop(name, default) for name, default in PARAMETERS.items()}
-    missing = [name for name, value in values.items() if value is None]
-    if given or missing or not str(values["port"]).isdecimal():
-        wrong = f"{', '.join(given or missing)} {'is unknown' if given else 'is missing'}" if given or missing else "port is no number"
-        sys.exit(f"orva.plans.slot: parameters: {wrong}; give address, profile, and if wanted cable and port")
+    if wrong := wrong_in(list(given), values):
+        refuse(f"parameters: {wrong}; give address, profile and loss, and if wanted cable and port")
     return {name: str(value) for name, value in values.items()}
 
 
@@ -168,8 +192,8 @@ def main() -> int:
         say("begin", version=1, session="verify", chip=given.chip, clock="virtual")
         with RecordWriter(Path(given.record).parent, header) as record:
             verdict = test(given, parameters, record, interruption)
-    except RecordsError as error:
-        sys.exit(f"orva.plans.slot: {error}")
+    except (OSError, RecordsError) as error:
+        refuse(str(error))
     say("summary", sessions=1, verdict=verdict, passed=verdict == "PASS")
     return STATUSES[verdict]
 
