@@ -50,6 +50,11 @@ std::string item_line(const phone_link::nv_item &item) {
   return fmt::format("{} {} {}\n", item.number, item.name, nv_text(item.bytes));
 }
 
+/** A comment to nv load. */
+std::string unread_line(const phone_link::unread_item &item) {
+  return fmt::format("# {} {} cannot be read: code {}\n", item.number, item.name, item.code);
+}
+
 constexpr std::string_view backup_header = "# orva-station NV backup 1\n", end_mark = "# end: ";
 
 uint32_t crc32(std::string_view text) {
@@ -190,14 +195,19 @@ std::string nv_diff(const std::string &path) {
 
 std::string nv_list() {
   std::string text;
-  for (auto &item : phone_link::nv_items()) text += item_line(item);
+  std::vector<phone_link::unread_item> unread;
+  for (auto &item : phone_link::readable_nv_items(&unread)) text += item_line(item);
+  for (auto &item : unread) text += unread_line(item);
   return text.empty() ? "The NV store is empty.\n" : text;
 }
 
 std::string nv_show(uint32_t number) {
   std::string text;
-  for (auto &item : phone_link::nv_items())
+  std::vector<phone_link::unread_item> unread;
+  for (auto &item : phone_link::readable_nv_items(&unread))
     if (item.number == number) text += show_item(item);
+  for (auto &item : unread)
+    if (item.number == number) text += unread_line(item);
   return text.empty() ? fmt::format("NV item {} was never written.\n", number) : text;
 }
 

@@ -182,7 +182,7 @@ static std::string call_text(const function &f, const std::vector<std::string> &
 /** What an item held before the last call and does not hold now. */
 static std::vector<nv_change> lost_from(const std::string &item,
                                         const std::vector<phone_link::nv_item> &before) {
-  auto lost = nv_changes(nv_values_of(before), nv_values_of(phone_link::nv_items()));
+  auto lost = nv_changes(nv_values_of(before), nv_values_of(phone_link::readable_nv_items()));
   std::erase_if(lost, [&](auto &change) { return change.item != item || change.before == "none"; });
   return lost;
 }
@@ -213,7 +213,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
   if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where, may_fail); });
-  auto nv_before = f.writes_nv ? phone_link::nv_items() : std::vector<phone_link::nv_item>{};
+  auto nv_before = f.writes_nv ? phone_link::readable_nv_items() : std::vector<phone_link::nv_item>{};
   last_step = std::make_unique<call_step>(perform(f, prepared, where));
   judge(*last_step, wants, may_fail, nv_before);
   if (last_step->result.means.verdict == outcome::good) follow(f.name);
