@@ -86,6 +86,17 @@ void check_backup(const std::string &text, const std::string &path) {
         path, trim_end(backup_header))};
 }
 
+/** One at a line's end would be written into the item, and a backup's first line would not be known. */
+void refuse_carriage_returns(const std::string &text, const std::string &path) {
+  auto at = text.find('\r');
+  if (at == text.npos) return;
+  auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n') + 1;
+  throw usage_error{fmt::format(
+      "{}:{}: the line holds a carriage return: end the lines with a newline alone, and write contents that are "
+      "not text as hexadecimal digits, 0x...",
+      path, line)};
+}
+
 std::string read_text(const std::string &path) {
   std::ifstream file(path);
   std::stringstream text;
@@ -93,6 +104,7 @@ std::string read_text(const std::string &path) {
   if (!file || std::filesystem::is_directory(path))
     throw usage_error{fmt::format("The NV file {} cannot be read: {}.", path,
                                   std::filesystem::is_directory(path) ? "it is a folder" : strerror(errno))};
+  refuse_carriage_returns(text.str(), path);
   return text.str();
 }
 
