@@ -50,6 +50,7 @@ void session::leave_test_mode() {
   for (auto &[name, needed] : stops) {
     if (!needed) continue;
     try {
+      open();
       call(*find_function(name), {}, {});
     } catch (...) { failed = std::current_exception(); }
   }
@@ -92,7 +93,11 @@ session_summary session::finish() {
   return summary;
 }
 
-void session::give_way(const std::function<session_summary()> &act) {
+void session::give_way(const std::function<ended_session()> &act) {
+  if (!phone_link::is_virtual()) leave_test_mode();
+  if (!phone_link::is_virtual() && (progress.transmit || progress.receive || progress.test_mode))
+    throw usage_error{
+        "run: the phone does not leave test mode: end it first, or take source FILE to go on in it."};
   if (opened) ended.push_back(finish());
   auto info = summary.info;
   summary = {};
@@ -100,8 +105,10 @@ void session::give_way(const std::function<session_summary()> &act) {
   opened = false;
   faults.clear();
   last_step.reset();
-  ended.push_back(act());
+  auto [of_act, left] = act();
+  ended.push_back(of_act);
   load_library();
+  progress = left;
   summary.info.chip = chip_name();
 }
 
