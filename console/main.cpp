@@ -117,8 +117,8 @@ void leave_test_mode(session &s, const command_line &line) {
   each.done();
 }
 
-session_summary run_session(const command_line &line, const settings &with, const std::string &path,
-                            const identity &who, const reporters &to, attempts &each) {
+ended_session run_session(const command_line &line, const settings &with, const std::string &path,
+                          const identity &who, const reporters &to, attempts &each) {
   session s(with, path, to);
   s.identify(who);
   s.start();
@@ -130,7 +130,7 @@ session_summary run_session(const command_line &line, const settings &with, cons
   each.make([&] { in.tear_down(); });
   if (interrupted || each.failed()) each.make([&] { leave_test_mode(s, line); });
   each.make([&] { s.finish(); });
-  return s.so_far();
+  return {s.so_far(), s.state()};
 }
 
 exit_status run_sessions(const command_line &line) {
@@ -148,7 +148,8 @@ exit_status run_sessions(const command_line &line) {
   for (auto &with : chips_to_test(line))
     for (size_t i = 1; i < line.words.size() && goes_on(); ++i)
       all.push_back(
-          run_session(line, with, line.words[i], identity_of(line, line.words[i], all.empty()), to, each));
+          run_session(line, with, line.words[i], identity_of(line, line.words[i], all.empty()), to, each)
+              .summary);
   each.make([&] { all_done(to, all); });
   each.done();
   return status_of(verdict_of(all));
@@ -223,7 +224,7 @@ std::string run_from_prompt(const command_line &line, session &s, const reporter
                             const std::string &path, const std::vector<std::string> &words) {
   auto with = line.with;
   with.parameters = parse_parameters(words);
-  if (s.chip() < chip_count) with.chip = s.chip(), with.chip_given = true;
+  if (phone_link::is_virtual() && s.chip() < chip_count) with.chip = s.chip(), with.chip_given = true;
   attempts each;
   s.give_way([&] { return run_session(line, with, path, identity_of(line, path, false), to, each); });
   each.done();

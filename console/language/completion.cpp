@@ -161,7 +161,7 @@ names files(const std::string &begun) {
 
 names nv_numbers() {
   names all;
-  for (auto &item : phone_link::nv_items()) all.push_back(std::to_string(item.number));
+  for (auto &item : phone_link::readable_nv_items()) all.push_back(std::to_string(item.number));
   return all;
 }
 

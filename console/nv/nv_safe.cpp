@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -71,7 +72,7 @@ bool has_key_of(const items_t &items, const phone_link::nv_item &item) {
 /** The values of these items that the store does not hold as written. */
 std::vector<nv_change> unkept(const items_t &written) {
   items_t now;
-  for (auto &item : phone_link::nv_items())
+  for (auto &item : phone_link::readable_nv_items())
     if (has_key_of(written, item)) now.push_back(item);
   return nv_changes(nv_values_of(written), nv_values_of(now));
 }
@@ -144,7 +145,7 @@ std::vector<nv_change> unkept_writes() {
 
 std::vector<nv_change> lost_in_merges(const items_t &before) {
   std::vector<nv_change> lost;
-  auto after = phone_link::nv_items();
+  auto after = phone_link::readable_nv_items();
   for (auto &[key, writes] : write_counts()) {
     auto held = only(before, key), holds_now = only(after, key);
     if (!is_text(held) || !is_text(holds_now)) continue;
@@ -184,7 +185,7 @@ static void put_together(const items_t &items) {
 }
 
 nv_written write_items(const items_t &items) {
-  auto present = phone_link::nv_items();
+  auto present = phone_link::readable_nv_items();
   auto fresh = items;
   auto alike = std::erase_if(fresh, [&](auto &item) { return holds(present, item); });
   put_together(fresh);
@@ -222,6 +223,13 @@ std::string nv_backup(const std::string &path) {
 std::string nv_clear() {
   auto present = phone_link::nv_items().size();
   phone_link::clear_nv();
+  std::vector<std::string> left;
+  for (auto &item : phone_link::nv_items()) left.push_back(item_key(item));
+  if (!left.empty())
+    throw usage_error{
+        fmt::format("nv clear: these NV items are not empty afterwards: {}. Look for the cause with "
+                    "doctor --write.",
+                    fmt::join(left, ", "))};
   return fmt::format("{} cleared.\n", counted(present, "NV item"));
 }
 

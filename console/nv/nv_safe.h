@@ -57,6 +57,7 @@ std::vector<phone_link::nv_item> whole_store(const std::string &path);
 void verify_restored(const std::vector<phone_link::nv_item> &items);
 /** Saves the store to a new file and verifies it; returns what it did, throws usage_error. */
 std::string nv_backup(const std::string &path);
+/** Empties every item; throws usage_error if one is not empty afterwards. */
 std::string nv_clear();
 
 }  // namespace console

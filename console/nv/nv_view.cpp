@@ -50,6 +50,11 @@ std::string item_line(const phone_link::nv_item &item) {
   return fmt::format("{} {} {}\n", item.number, item.name, nv_text(item.bytes));
 }
 
+/** A comment to nv load. */
+std::string unread_line(const phone_link::unread_item &item) {
+  return fmt::format("# {} {} cannot be read: code {}\n", item.number, item.name, item.code);
+}
+
 constexpr std::string_view backup_header = "# orva-station NV backup 1\n", end_mark = "# end: ";
 
 uint32_t crc32(std::string_view text) {
@@ -81,6 +86,17 @@ void check_backup(const std::string &text, const std::string &path) {
         path, trim_end(backup_header))};
 }
 
+/** One at a line's end would be written into the item, and a backup's first line would not be known. */
+void refuse_carriage_returns(const std::string &text, const std::string &path) {
+  auto at = text.find('\r');
+  if (at == text.npos) return;
+  auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n') + 1;
+  throw usage_error{fmt::format(
+      "{}:{}: the line holds a carriage return: end the lines with a newline alone, and write contents that are "
+      "not text as hexadecimal digits, 0x...",
+      path, line)};
+}
+
 std::string read_text(const std::string &path) {
   std::ifstream file(path);
   std::stringstream text;
@@ -88,6 +104,7 @@ std::string read_text(const std::string &path) {
   if (!file || std::filesystem::is_directory(path))
     throw usage_error{fmt::format("The NV file {} cannot be read: {}.", path,
                                   std::filesystem::is_directory(path) ? "it is a folder" : strerror(errno))};
+  refuse_carriage_returns(text.str(), path);
   return text.str();
 }
 
@@ -190,14 +207,19 @@ std::string nv_diff(const std::string &path) {
 
 std::string nv_list() {
   std::string text;
-  for (auto &item : phone_link::nv_items()) text += item_line(item);
+  std::vector<phone_link::unread_item> unread;
+  for (auto &item : phone_link::readable_nv_items(&unread)) text += item_line(item);
+  for (auto &item : unread) text += unread_line(item);
   return text.empty() ? "The NV store is empty.\n" : text;
 }
 
 std::string nv_show(uint32_t number) {
   std::string text;
-  for (auto &item : phone_link::nv_items())
+  std::vector<phone_link::unread_item> unread;
+  for (auto &item : phone_link::readable_nv_items(&unread))
     if (item.number == number) text += show_item(item);
+  for (auto &item : unread)
+    if (item.number == number) text += unread_line(item);
   return text.empty() ? fmt::format("NV item {} was never written.\n", number) : text;
 }
 

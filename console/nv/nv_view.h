@@ -30,7 +30,7 @@ std::vector<phone_link::nv_item> read_nv_file(const std::string &path);
 /** The same for a whole store; throws usage_error unless it is a complete file of nv_save. */
 std::vector<phone_link::nv_item> read_backup(const std::string &path);
 
-/** A line for each item: number, name, contents. */
+/** A line for each item: number, name, contents; a comment for one that cannot be read. */
 std::string nv_list();
 /** The items with this number, one line for each parameter. */
 std::string nv_show(uint32_t number);

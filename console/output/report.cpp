@@ -213,7 +213,7 @@ private:
 
   /** Adds the NV store if it changed; calls and the script itself can change it. */
   void look_at_nv() {
-    auto now = phone_link::nv_items();
+    auto now = phone_link::readable_nv_items();
     if (!last_nv || !same_store(*last_nv, now)) data.add_event(nv_event(now));
     last_nv = std::move(now);
   }

@@ -82,7 +82,15 @@ struct nv_item {
   std::string name;
   std::string bytes; /**< as read, nv_item_size of them */
 };
+/** What NV holds. Throws usage_error if an item cannot be read: it may hold anything. */
 std::vector<nv_item> nv_items();
+struct unread_item {
+  uint32_t number;
+  std::string name;
+  int code; /**< of the NV service */
+};
+/** What can be read of NV. What cannot goes into unread. */
+std::vector<nv_item> readable_nv_items(std::vector<unread_item> *unread = nullptr);
 bool put_nv(const nv_item &item);
 /** Around several puts: a store in a file takes all of them or none. */
 bool begin_nv();

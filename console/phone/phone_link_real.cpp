@@ -2,9 +2,12 @@
 #include "console/phone/phone_link.h"
 
 #include "console/phone/watched_contacts.h"
+#include "console/text/usage_error.h"
 #include "platform.h"
 
 #include <chrono>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
 namespace console::phone_link {
@@ -51,14 +54,29 @@ std::vector<fault_place> fault_places() { return {}; }
 int plan_fault(const std::string &, unsigned, unsigned, int) { return -1; }
 unsigned fault_fired(int) { return 0; }
 
-std::vector<nv_item> nv_items() {
+std::vector<nv_item> readable_nv_items(std::vector<unread_item> *unread) {
   unwatched here;
   std::vector<nv_item> all;
   for (auto &[number, name] : kept) {
     std::string bytes(nv_item_size, '\0');
-    bool read = kevoOperaNVWR(ORVA_NV_READ, number, name, nv_item_size, bytes.data()) == 0;
-    if (read && bytes.find_first_not_of('\0') != bytes.npos) all.push_back({number, name, bytes});
+    int code = kevoOperaNVWR(ORVA_NV_READ, number, name, nv_item_size, bytes.data());
+    if (code == 0 && bytes.find_first_not_of('\0') != bytes.npos) all.push_back({number, name, bytes});
+    if (code != 0 && unread) unread->push_back({number, name, code});
   }
+  return all;
+}
+
+std::vector<nv_item> nv_items() {
+  std::vector<unread_item> unread;
+  auto all = readable_nv_items(&unread);
+  std::vector<std::string> names;
+  for (auto &item : unread)
+    names.push_back(fmt::format("{} {} (code {})", item.number, item.name, item.code));
+  if (!names.empty())
+    throw usage_error{
+        fmt::format("The phone's NV service does not read {}. Every item must read with code 0, "
+                    "one that was never written as zeros; doctor looks for the cause.",
+                    fmt::join(names, ", "))};
   return all;
 }
 

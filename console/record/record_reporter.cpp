@@ -9,6 +9,7 @@
 #include "console/text/within.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <functional>
@@ -23,8 +24,11 @@ namespace {
 
 using json = record_file::json;
 
-/** The format's limits on texts. */
+/** The format's limits on texts and numbers. */
 constexpr size_t name_length = 200, text_length = 10'000, most_conditions = 32;
+constexpr double greatest = 1e300;
+/** So many digits every reader's double keeps. */
+constexpr size_t most_digits = 15;
 
 /** At most so many characters of the text, without NUL. */
 std::string text_of(std::string text, size_t most = text_length) {
@@ -50,18 +54,37 @@ std::string name_of(std::string_view text) {
 /** A number as JSON has it, whole if it is written so; nothing for any other text. */
 std::optional<json> number_of(const std::string &text) {
   if (auto whole = parse_number(text)) return *whole;
-  if (auto fraction = parse_value(text)) return *fraction;
+  if (auto fraction = parse_value(text); fraction && std::abs(*fraction) <= greatest) return *fraction;
   return std::nullopt;
 }
 
-json value_of(const std::string &text) {
-  if (auto number = number_of(text)) return *number;
-  return text_of(text);
+/** Digits that a number would not give back: an identifier, as 0117. */
+bool is_code(std::string_view text) {
+  if (text.starts_with('-')) text.remove_prefix(1);
+  auto digits = std::min(text.find_first_not_of("0123456789"), text.size());
+  return (digits > 1 && text[0] == '0') || (digits == text.size() && digits > most_digits);
+}
+
+/** The number that a text without a type is meant for. */
+std::optional<json> plain_number_of(const std::string &text) {
+  return is_code(text) ? std::nullopt : number_of(text);
+}
+
+json value_of(const std::string &text, bool may_be_number) {
+  auto number = may_be_number ? plain_number_of(text) : std::nullopt;
+  return number ? *number : json(text_of(text));
+}
+
+/** False for an output or a result that is a text whatever it looks like. */
+bool may_be_number(const call_step &step, const std::string &name) {
+  if (name == "result") return step.called->result != result_kind::function_pointer;
+  auto &outputs = step.result.outputs;
+  auto of_that_name = std::ranges::find_if(outputs, [&](auto &o) { return name == o.what->name; });
+  return of_that_name == outputs.end() || of_that_name->what->is_number();
 }
 
 /** A part of a condition. */
-json scalar_of(const std::string &text, bool numeric = true) {
-  auto number = numeric ? number_of(text) : std::nullopt;
+json scalar_of(const std::string &text, const std::optional<json> &number) {
   return number ? *number : text.empty() ? json("") : json(name_of(text));
 }
 
@@ -82,7 +105,8 @@ void add_point(json &condition, const std::string &point) {
     condition["point"] = name_of(point);
     return;
   }
-  for (size_t i = 0; i < words.size(); i += 2) condition[name_of(words[i])] = scalar_of(words[i + 1]);
+  for (size_t i = 0; i < words.size(); i += 2)
+    condition[name_of(words[i])] = scalar_of(words[i + 1], plain_number_of(words[i + 1]));
 }
 
 class record_reporter : public reporter {
@@ -112,9 +136,11 @@ public:
   void note(const std::string &text) override { add({{"type", "note"}, {"text", text_of(text)}}); }
   void call(const call_step &step) override {
     json condition = json::object();
-    for (auto &i : step.inputs) condition[i.what->name] = scalar_of(i.value, i.what->is_number());
+    for (auto &i : step.inputs)
+      condition[i.what->name] = scalar_of(i.value, i.what->is_number() ? number_of(i.value) : std::nullopt);
     for (auto &e : step.expectations)
-      measure(fmt::format("{} {}", step.called->name, e.what), e, condition, step.where);
+      measure(fmt::format("{} {}", step.called->name, e.what), e, condition, step.where,
+              may_be_number(step, e.what));
     if (single_call && step.expectations.empty()) judge_call(step, condition);
     for (auto &c : step.causes())
       add({{"type", "cause"},
@@ -153,25 +179,27 @@ private:
   /** A call from the command line is its own verdict. */
   void judge_call(const call_step &step, const json &condition) {
     bool held = step.result.means.verdict != outcome::bad;
-    auto row = begin_row(fmt::format("{} result", step.called->name), condition, step.result.value, "");
+    auto row = begin_row(fmt::format("{} result", step.called->name), condition,
+                         value_of(step.result.value, may_be_number(step, "result")), "");
     row.update({{"low", nullptr}, {"high", nullptr}, {"expected", "success"}});
     add_row(row, held);
   }
 
-  static json begin_row(const std::string &name, const json &condition, const std::string &value,
+  static json begin_row(const std::string &name, const json &condition, const json &value,
                         const std::string &unit) {
     return {{"type", "measurement"},
             {"name", name_of(name)},
             {"condition", condition},
-            {"value", value_of(value)},
+            {"value", value},
             {"unit", unit.empty() ? "" : name_of(unit)}};
   }
 
-  void measure(const std::string &name, const expectation &e, json condition, const place &where) {
-    for (auto &[key, value] : e.condition) condition[name_of(key)] = scalar_of(value);
+  void measure(const std::string &name, const expectation &e, json condition, const place &where,
+               bool numeric = true) {
+    for (auto &[key, value] : e.condition) condition[name_of(key)] = scalar_of(value, plain_number_of(value));
     add_point(condition, where.point);
     while (condition.size() > most_conditions) condition.erase(std::prev(condition.end()));
-    auto row = begin_row(name, condition, e.got, e.unit);
+    auto row = begin_row(name, condition, value_of(e.got, numeric), e.unit);
     // A refused call's 4294967295 is no value: a range does not allow it, though it covers it.
     auto limits = limits_of(e.limits);
     bool limited = limits && !row["value"].is_string() && within(e.limits, e.got) == e.held;

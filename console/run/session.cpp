@@ -50,6 +50,7 @@ void session::leave_test_mode() {
   for (auto &[name, needed] : stops) {
     if (!needed) continue;
     try {
+      open();
       call(*find_function(name), {}, {});
     } catch (...) { failed = std::current_exception(); }
   }
@@ -92,7 +93,11 @@ session_summary session::finish() {
   return summary;
 }
 
-void session::give_way(const std::function<session_summary()> &act) {
+void session::give_way(const std::function<ended_session()> &act) {
+  if (!phone_link::is_virtual()) leave_test_mode();
+  if (!phone_link::is_virtual() && (progress.transmit || progress.receive || progress.test_mode))
+    throw usage_error{
+        "run: the phone does not leave test mode: end it first, or take source FILE to go on in it."};
   if (opened) ended.push_back(finish());
   auto info = summary.info;
   summary = {};
@@ -100,8 +105,10 @@ void session::give_way(const std::function<session_summary()> &act) {
   opened = false;
   faults.clear();
   last_step.reset();
-  ended.push_back(act());
+  auto [of_act, left] = act();
+  ended.push_back(of_act);
   load_library();
+  progress = left;
   summary.info.chip = chip_name();
 }
 
@@ -182,7 +189,7 @@ static std::string call_text(const function &f, const std::vector<std::string> &
 /** What an item held before the last call and does not hold now. */
 static std::vector<nv_change> lost_from(const std::string &item,
                                         const std::vector<phone_link::nv_item> &before) {
-  auto lost = nv_changes(nv_values_of(before), nv_values_of(phone_link::nv_items()));
+  auto lost = nv_changes(nv_values_of(before), nv_values_of(phone_link::readable_nv_items()));
   std::erase_if(lost, [&](auto &change) { return change.item != item || change.before == "none"; });
   return lost;
 }
@@ -213,7 +220,7 @@ const call_step &session::call(const function &f, const std::vector<std::string>
   if (!lib.symbol(f.name))
     throw usage_error{fmt::format("The library {} has no function {}.", options.library, f.name)};
   if (f.writes_nv) ask_before_writing(call_text(f, words), [&] { call(f, words, where, may_fail); });
-  auto nv_before = f.writes_nv ? phone_link::nv_items() : std::vector<phone_link::nv_item>{};
+  auto nv_before = f.writes_nv ? phone_link::readable_nv_items() : std::vector<phone_link::nv_item>{};
   last_step = std::make_unique<call_step>(perform(f, prepared, where));
   judge(*last_step, wants, may_fail, nv_before);
   if (last_step->result.means.verdict == outcome::good) follow(f.name);

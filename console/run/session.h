@@ -24,6 +24,12 @@ struct test_progress {
   bool receive = false;
 };
 
+/** A session that came to its end. */
+struct ended_session {
+  session_summary summary;
+  test_progress left; /**< what it left running on the phone */
+};
+
 class session {
 public:
   session(const settings &with, std::string name, std::vector<std::shared_ptr<reporter>> to);
@@ -42,8 +48,9 @@ public:
    */
   void open();
   /** Ends this part of the session, lets act take the phone over, and begins another part on the phone as it
-   * is then. */
-  void give_way(const std::function<session_summary()> &act);
+   * is then. A real phone, which act cannot reset, leaves test mode first; throws usage_error if it does not.
+   */
+  void give_way(const std::function<ended_session()> &act);
   /** The parts that have ended, with the sessions that took over between them. */
   const std::vector<session_summary> &parts() const { return ended; }
   /** Did anything happen since the last part ended? */

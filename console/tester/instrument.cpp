@@ -228,6 +228,11 @@ std::string test_set::trouble_of(const std::string &text) const {
         "{0}: no burst at {1} MHz before the trigger timeout: the phone does not transmit on this "
         "channel, its cable is not connected to {0}, or the expected power is far too high",
         port_text(), tuned_mhz);
+  if (outcome == "no_sync")
+    return fmt::format(
+        "{}: the burst at {} MHz cannot be demodulated: it is wider than the {} MHz that tester channel set, or of "
+        "a format that the test set does not know",
+        port_text(), tuned_mhz, tuned_width);
   if (outcome == "over_range")
     return port_text() + ": the power is over the analyzer's range: raise the expected power";
   if (outcome == "under_range")

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
+#include <iterator>
 #include <optional>
 
 namespace console {
@@ -18,6 +19,14 @@ std::optional<double> parse_value(const std::string &text) {
   auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
   bool finite = error == std::errc{} && stop == end && std::isfinite(value);
   return finite ? std::optional(value) : std::nullopt;
+}
+
+std::string without_exponent(const std::string &text) {
+  auto value = parse_real(text);
+  if (parse_value(text) || !value || !std::isfinite(*value)) return text;
+  char digits[400];  // the longest has a sign, 323 zeros, a point and 17 digits
+  auto made = std::to_chars(std::begin(digits), std::end(digits), *value, std::chars_format::fixed);
+  return {std::begin(digits), made.ptr};
 }
 
 namespace {

@@ -12,6 +12,10 @@ namespace console {
 /** Whole numbers as parse_number reads them, and decimal fractions. */
 std::optional<double> parse_value(const std::string &text);
 
+/** A finite number in the shortest form without exponent and plus sign, as parse_value reads it; any other
+ * text as it is. */
+std::string without_exponent(const std::string &text);
+
 /** "" if these are valid limits for a number, else what is wrong with them. */
 std::string limits_error(const std::string &limits);
 /** The same for a number or a text: only what is written as a range must be one. */

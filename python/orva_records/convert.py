@@ -24,6 +24,8 @@ from orva_records.record import SUFFIX, Header, RecordWriter
 _CAUSE = ("what", "found", "cause", "cure")
 _WHOLE = re.compile(r"-?(0[xX][0-9a-fA-F]+|[0-9]+)")
 _FRACTION = re.compile(r"-?([0-9]+\.?[0-9]*|\.[0-9]+)")
+#: Digits that a number would not give back: an identifier, as 0117.
+_CODE = re.compile(r"-?(0[0-9].*|[0-9]{16,})", re.DOTALL)
 ONE_SHOT = "one-shot call"
 #: From one session of a file to the next. Their wall-clock times are unknown, their order is not; this little does not
 #: reach into the next file.
@@ -162,7 +164,9 @@ def _write_line(record: RecordWriter, line: dict[str, Any], one_shot: bool) -> N
 
 def _write_call(record: RecordWriter, call: dict[str, Any], one_shot: bool) -> None:
     for expectation in call["expectations"]:
-        _measure(record, f"{call['function']} {expectation['what']}", expectation, call["arguments"], _point(call))
+        known = {"result": call["result"], **call["outputs"]}.get(expectation["what"])
+        _measure(record, f"{call['function']} {expectation['what']}", expectation, call["arguments"], _point(call),
+                 text=isinstance(known, str))
     if one_shot and not call["expectations"]:
         good = call["outcome"] != "bad"
         record.expect(f"{call['function']} result", call["result"], "success", good, condition=call["arguments"])
@@ -175,7 +179,7 @@ def _point(line: dict[str, Any]) -> dict[str, rules.Scalar]:
     words = line.get("point", "").split()
     if len(words) % 2 or "{" in line.get("point", ""):
         return {"point": line["point"]}
-    return {name: _number(value, value) for name, value in zip(words[::2], words[1::2])}
+    return {name: _plain(value) for name, value in zip(words[::2], words[1::2])}
 
 
 def _number(text: str, otherwise: Any) -> Any:
@@ -185,6 +189,10 @@ def _number(text: str, otherwise: Any) -> Any:
     if _FRACTION.fullmatch(text) and not rules.number(fraction := float(text)):
         return fraction
     return otherwise
+
+
+def _plain(text: str) -> rules.Scalar:
+    return text if _CODE.fullmatch(text) else _number(text, text)
 
 
 def limits_of(text: str) -> Optional[tuple[Optional[float], Optional[float]]]:
@@ -197,14 +205,15 @@ def limits_of(text: str) -> Optional[tuple[Optional[float], Optional[float]]]:
 
 
 def _measure(
-    record: RecordWriter, name: str, expectation: dict[str, Any], arguments: dict[str, Any], point: dict[str, Any]
+    record: RecordWriter, name: str, expectation: dict[str, Any], arguments: dict[str, Any], point: dict[str, Any],
+    text: bool = False,
 ) -> None:
-    text, got = expectation["limits"], expectation["got"]
-    own = {key: _number(each, each) for key, each in expectation.get("condition", {}).items()}
+    wanted, got = expectation["limits"], expectation["got"]
+    own = {key: _plain(each) for key, each in expectation.get("condition", {}).items()}
     unit, condition = expectation.get("unit", ""), {**arguments, **own, **point}
-    value, limits = _number(got, got), limits_of(text)
+    value, limits = got if text else _plain(got), limits_of(wanted)
     # A refused call's 4294967295 is no value: the console does not let a range allow it.
     if limits and not isinstance(value, str) and rules.within(value, *limits) == expectation["held"]:
         record.measure(name, value, unit=unit, low=limits[0], high=limits[1], condition=condition)
     else:
-        record.expect(name, value, text, expectation["held"], unit=unit, condition=condition)
+        record.expect(name, value, wanted, expectation["held"], unit=unit, condition=condition)

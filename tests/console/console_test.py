@@ -153,6 +153,8 @@ LIMITS = [
     ("5", "5", True), ("5", "6", False), ("-70..-40", "-70", True), ("-70..-40", "-71", False), ("10..", "9", False),
     ("10..", "4294967295", True), ("..0", "-5", True), ("..0", "1", False), ("1,3..5", "4", True), ("1,3..5", "2", False),
     ("*", "7", True), ("0x10", "16", True), ("0.5..1", "0.75", True), ("0.5..1", "0.25", False), ("5", "5.0", True),
+    ("-1.5..1.5", "[expr {(15.1+15.2)/2-15.15}]", True), ("0..1", "[expr {1.0/100000}]", True), ("1000000", "1e6", True), ("5", "+5", True),
+    ("..1", "1e6", False), ("1..", "1E-7", False), ("0..", "inf", False), ("..0", "-5e-324", True), ("*", "12E4", True),
 ]
 
 
@@ -162,6 +164,8 @@ def test_limits(session):
     held = [line["held"] for line in reported if line["type"] == "expectation"]
     assert held == [holds for _, _, holds in LIMITS]
     assert status == 1
+    assert [line["got"] for line in reported if line["type"] == "expectation"][-8:-5] == ["0.00001", "1000000", "5"]
+    assert reported[-3]["got"] == "12E4", "where anything is allowed, a text stays one"
 
 
 # Each of these holds on vq2050 after a transmit start with one refused command in it.

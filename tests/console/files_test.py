@@ -137,9 +137,13 @@ def test_only_a_whole_backup_is_restored(folder, unit):
         done = station(*unit, "--yes", "nv", "restore", damaged)
         assert done.returncode == 2 and "damaged.txt" in done.stderr, content
     assert (folder / "unit.nv").read_bytes() == store
-    damaged.write_bytes(whole[:-10])
-    for word in ("load", "diff"):
-        assert station(*unit, "--yes", "nv", word, damaged).returncode == 2
+    for content, message in ((whole[:-10], "altered"), (whole.replace(b"\n", b"\r\n"), ":1: the line holds a carriage return: end the lines with a newline"),
+                             (whole.replace(b"\n", b"\r"), ":1: "), (ITEMS.encode().replace(b";\n", b";\r\n"), ":1: the line holds")):
+        damaged.write_bytes(content)
+        for word in ("load", "diff", "restore")[:2 + (b"# end" in content)]:
+            done = station(*unit, "--yes", "nv", word, damaged)
+            assert done.returncode == 2 and message in done.stderr, (content, word)
+    assert (folder / "unit.nv").read_bytes() == store
     assert station(*unit, "--yes", "nv", "clear").returncode == 0
     assert station(*unit, "--yes", "nv", "restore", backup).returncode == 0
     assert station(*unit, "nv", "diff", backup).stdout == ""

@@ -193,3 +193,21 @@ def test_what_a_clean_lost_without_reading_it_is_listed(tmp_path):
     done = station("--chip", "vq2050", "run", script)
     assert done.returncode == 1 and "read back 340 WIC0_2G5G_OFDM pa2ga0 10,-300,5000, got none" in done.stdout
     assert " 367 " not in done.stdout.partition("FAIL")[2].partition("log")[0]
+
+
+@pytest.mark.parametrize("unread, service, words, message", [
+    ("340", "nv_read:340", "nv backup new.nv", "does not read 340 WIC0_2G5G_OFDM (code 5), 340 WINVRAM (code 5). "),
+    ("340", "nv_read:340", "nv save new.nv", "does not read 340 "), ("340", "nv_read:340", "nv restore old.nv", "does not read 340 "),
+    ("340", "nv_read:340", "nv clear", "does not read 340 "), ("401", "kevoOperaNVWR", "nv backup new.nv", "401 WIC1_MUCCK (code 5). "),
+    ("", "nv_write:367", "nv clear", "nv clear: these NV items are not empty afterwards: 367 WITXCCK."),
+])
+def test_what_a_phone_does_not_read_or_write_is_never_taken_for_empty(tmp_path, unread, service, words, message):
+    (tmp_path / "stored.txt").write_text(STORED)
+    assert station("--chip", "vq2050", stdin="nv load stored.txt\nnv backup old.nv\n", cwd=tmp_path).returncode == 3
+    items = "".join(f'[[nv]]\nnumber = {line.split()[0]}\nname = "{line.split()[1]}"\ntext = "{line.split()[2]}"\n' for line in STORED.splitlines())
+    (tmp_path / "phone.toml").write_text(f'{items}[[fault]]\nplace = "{service}"\ntimes = 0\nvalue = 5\n')
+    done = station("--yes", *words.split(), program=STATION_PHONE, env={**os.environ, "ORVA_PHONE": "phone.toml"}, cwd=tmp_path)
+    assert (done.returncode, done.stdout) == (2, "") and message in done.stderr and not (tmp_path / "new.nv").exists()
+    left = station("--yes", program=STATION_PHONE, env={**os.environ, "ORVA_PHONE": "phone.toml"}, cwd=tmp_path, stdin=f"catch {{{words}}}\nnv list\n").stdout
+    assert ("367 WITXCCK pa2gccka0=11,-310,5050;" in left) == (service != "kevoOperaNVWR")
+    assert (f"# {unread} " in left and "cannot be read: code 5" in left) == bool(unread) and "is empty" not in left

@@ -1,11 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 """The console for a real phone offers what works there, and says why the rest does not."""
 
+import json
+import os
 import re
+import signal
 
 import pytest
 
-from support.console import STATION_PHONE, station
+from support.console import STATION, STATION_PHONE, started, station
 
 
 def phone(*arguments, **options):
@@ -80,3 +83,25 @@ def test_a_session_of_calls_runs_on_the_real_clock(tmp_path):
     script.write_text("wifi_power_set_range -> 1 lower 0 upper 14\nnote [chip] [has wifi_set_power]\n")
     done = phone("run", script)
     assert done.returncode == 0 and "real clock" in done.stdout and re.search("PASS", done.stdout), done.stdout
+
+
+@pytest.mark.parametrize("typed, text, calls", [("", "wifi_start_rx -> 1\n", "wifi_start_rx wifi_power_set_range wifi_stop_rx"),
+                                                ("wifi_start_rx -> 1\n", "", "wifi_start_rx wifi_stop_rx wifi_power_set_range")])
+@pytest.mark.parametrize("program", [STATION, STATION_PHONE], ids=["virtual", "real"])
+def test_what_the_prompt_or_its_session_began_is_stopped(tmp_path, program, typed, text, calls):
+    """Before the session where the phone stays the same, and at the latest when a signal ends the prompt."""
+    (tmp_path / "session.tcl").write_text(text + "wifi_power_set_range -> 1\n")
+    if program == STATION and typed:
+        calls = calls.replace("wifi_stop_rx ", "")  # its session has a new phone
+    environment = {**os.environ, "ORVA_TEST_LOG": str(tmp_path / "log")}
+    with started("--json", "--library", os.environ["ORVA_OWN_LOG"], program=program, cwd=tmp_path, env=environment) as running:
+        running.stdin.write(f"{typed}run session.tcl\n")
+        running.stdin.flush()
+        lines = []
+        for line in running.stdout:
+            lines.append(json.loads(line))
+            if lines[-1]["type"] == "end" and lines[-1]["session"]:
+                running.send_signal(signal.SIGTERM)
+        errors = running.stderr.read()
+    assert [line["function"] for line in lines if line["type"] == "call"] == calls.split(), errors
+    assert [line["verdict"] for line in lines if line["type"] == "end" and line["session"]] == ["PASS"]

@@ -98,8 +98,9 @@ limits sent [tester generate -format vht -rate mcs8 -level -62 -bandwidth 20] 10
         assert (second["format"], second["rate"], second["bandwidth_mhz"], second["packets"]) == ("vht", "mcs8", 20, 1000)
 
 
-# What is done to the set-up, and how the failed expectation names the cause. The phone sends 14 dBm.
+# What is done to the set-up, and how the failed expectation names the cause. The phone sends 14 dBm in 40 MHz.
 TROUBLES = [
+    ("tester channel 2442 20", "port 3: the burst at 2442 MHz cannot be demodulated: it is wider than the 20 MHz that tester channel set"),
     ("tester port 4", "port 4: no burst at 2442 MHz.*not connected to port 4"),
     ("tester channel 2412", "port 3: no burst at 2412 MHz"),
     ("tester expect 0", "over the analyzer's range: raise"),
@@ -111,8 +112,8 @@ TROUBLES = [
 def test_a_unit_that_cannot_be_measured_fails_with_the_cause(running, dialect, spoil, text):
     with Phone(running.cable_address) as phone:
         phone.plug(3)
-        phone.emit(14)
-        status, lines = session(connected(running, dialect, f"{spoil}\ntester measure -> power 13..15"))
+        phone.emit(14, bandwidth_mhz=40)
+        status, lines = session(connected(running, dialect, f"tester channel 2442 40\n{spoil}\ntester measure -> power 13..15"))
     assert status == 1
     trouble, power = measurements(lines)
     assert trouble["what"] == "measurement" and re.search(text, trouble["got"])

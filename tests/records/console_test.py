@@ -26,6 +26,9 @@ limits fraction 7.25 0.5..
 limits big 99999999999999999999 *
 limits text 007x *
 limits leading 007 7
+limits small [expr {1.0/100000}] 0..1 -at {code 0042 long 1234567890123456 width 20.50}
+expect phone identity.dbb *
+conn_test_get_checktime_of_chipcheck -> 0 check_time 100 die_id *
 wifi_set_power 155
 sweep {mhz {2412 2442} power {10.5 -3}} { limits level $power -5..11 }
 for {set i 0} {$i < 2} {incr i} { wifi_start_rx }
@@ -116,3 +119,16 @@ def test_a_record_never_replaces_another(tmp_path, spool):
         station(*IDENTITY, "--record", spool / "unit.jsonl", "wifi_set_power", "155")
     assert sorted(os.listdir(spool)) == ["unit-2.jsonl", "unit-3.jsonl", "unit.jsonl"]
     assert len({read(path.read_bytes()).header["run"] for path in spool.iterdir()}) == 3
+
+
+def test_digits_that_are_no_number_stay_a_text(tmp_path, spool):
+    die = "123400003051770000010101000000420000"
+    (tmp_path / "phone.toml").write_text(f'identity.die_id = "{die}"\nidentity.dbb = "0117"\nap.ssid = "1234567890123456"\n')
+    recorded(tmp_path, "conn_test_get_checktime_of_chipcheck -> 0 check_time 100 die_id *\nwifi_conn_info -> 1 ssid *\nexpect phone identity.dbb 0117\n"
+             "expect phone ap.ssid *\nlimits n 123456789012345 0.. -at {lot 0042 mhz 2412 width 20.50}\nlimits n 1e-5 0..1\nlimits n 1e301 0..\n",
+             "--chip", "vq2050", "--phone", tmp_path / "phone.toml")
+    rows = [(row.value, row.what.low, row.what.expected, json.loads(row.what.condition)) for row in only(spool).measurements]
+    assert [row[:3] for row in rows] == [
+        (0, 0, None), (100, 100, None), (die, None, "*"), (1, 1, None), ("1234567890123456", None, "*"), ("0117", None, "0117"),
+        ("1234567890123456", None, "*"), (123456789012345, 0, None), (0.00001, 0, None), ("1" + rows[-1][0][1:], None, "0..")]
+    assert rows[-3][3] == {"lot": "0042", "mhz": 2412, "width": 20.5}
