@@ -16,8 +16,10 @@ from pathlib import Path
 import pytest
 
 from orva import CHIPS, Bench, EventKind, Library, NvItem, PhoneDied, PhoneError, UnexpectedResult, VirtualPhone, files
+from orva import instrument_profile
 from orva import library as library_module
 from orva import phone as phone_module
+from orva.instrument_profile import ProfileError
 
 from support.tree import PHONES, ROOT
 
@@ -307,20 +309,47 @@ def test_missing_libraries_are_named(tmp_path, monkeypatch):
         VirtualPhone()
     monkeypatch.setenv("ORVA_LIBRARY_PATH", str(tmp_path))
     monkeypatch.setattr(files, "folders", lambda: [tmp_path])
-    with pytest.raises(FileNotFoundError, match=f"is in none of {tmp_path}.*ORVA_LIBRARY_PATH"):
+    with pytest.raises(FileNotFoundError, match=f'is in none of {tmp_path};.*ORVA_LIBRARY_PATH, several separated by ":"$'):
         Bench()
+
+
+def test_a_missing_pyvisa_is_named_with_its_packages():
+    hidden = "import sys; sys.modules['pyvisa'] = None; import orva.tester"
+    done = subprocess.run([sys.executable, "-c", hidden], capture_output=True, text=True, timeout=60)
+    assert re.search(r"\nImportError: .*python3-pyvisa and python3-pyvisa-py, .*\[tester\]", done.stderr), done.stderr
 
 
 def test_libraries_are_looked_for_from_the_nearest_place_on(tmp_path, monkeypatch):
     monkeypatch.setenv("ORVA_LIBRARY_PATH", f":{tmp_path}::")
     build, machine = ROOT / "build" / "release", sysconfig.get_config_var("MULTIARCH")
     local, system = Path("/usr/local/lib"), Path("/usr/lib")
-    assert files.folders() == [tmp_path, build, build / "virtual_phone", local, local / machine, system / machine, system]
+    assert files.folders() == [
+        tmp_path, tmp_path / "virtual_phone", build, build / "virtual_phone", local, local / machine, system / machine, system]
     monkeypatch.delenv("ORVA_LIBRARY_PATH")
     assert files.folders()[0] == build
     (tmp_path / "other.so").touch()
     monkeypatch.setattr(files, "folders", lambda: [build / "nowhere", tmp_path])
     assert files.find("other.so") == tmp_path / "other.so"
+
+
+def test_a_build_is_named_by_its_one_folder(monkeypatch):
+    build = Path(os.environ["ORVA_LIBRARY"]).parent
+    monkeypatch.setattr(files, "_builds", list)
+    monkeypatch.setenv("ORVA_LIBRARY_PATH", str(build))
+    assert [files.find(name).relative_to(build) for name in (files.LIBRARY, files.VIRTUAL_PHONE)] == [
+        Path(files.LIBRARY), Path("virtual_phone", files.VIRTUAL_PHONE)]
+
+
+def test_profiles_have_names(tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    own = ROOT / "rf_tester" / "profiles" / "orva-b.toml"
+    assert instrument_profile.load("orva-b") == instrument_profile.load(own)
+    for name in ("orva-c", "./orva-b"):
+        with pytest.raises(ProfileError, match=f"{name}: the profile cannot be read"):
+            instrument_profile.load(name)
+    Path("orva-b").write_text("of the reader")
+    with pytest.raises(ProfileError, match="^orva-b: .*line 1"):
+        instrument_profile.load("orva-b")
 
 
 def test_an_installed_package_finds_its_own_files_first(tmp_path):
@@ -340,7 +369,7 @@ def test_an_installed_package_finds_its_own_files_first(tmp_path):
         patch.delenv("ORVA_LIBRARY_PATH", raising=False)
         patch.delenv("ORVA_RF_TESTER", raising=False)
         patch.setenv("PATH", f":{own.parent}:")
-        assert installed.folders()[2:4] == [lib, lib / sysconfig.get_config_var("MULTIARCH")]
+        assert installed.folders()[:2] == [lib, lib / sysconfig.get_config_var("MULTIARCH")]
         assert (installed.find(files.LIBRARY), installed.data_file("chips/chips.txt")) == (lib / files.LIBRARY, chips)
         assert installed.rf_tester_folder() == lib / "python3" / "rf_tester"
         assert installed.rf_tester() == program
@@ -349,6 +378,9 @@ def test_an_installed_package_finds_its_own_files_first(tmp_path):
         build = lib / "python3" / "build" / "release" / "rf_tester" / own.name
         build.parent.mkdir(parents=True)
         build.touch()
+        assert installed.rf_tester() == own  # a folder that happens to be there is no build of this tree
+        (lib / "python3" / "chips").mkdir()
+        (lib / "python3" / "chips" / "chips.txt").touch()
         assert installed.rf_tester() == build
         patch.setenv("ORVA_RF_TESTER", str(own))
         assert installed.rf_tester() == own
