@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The phone's controls from Python: each does what it says, and what goes out of the phone goes in again."""
 import json
+import re
 
 import pytest
 from hypothesis import HealthCheck, given, settings
@@ -146,6 +147,7 @@ def test_a_description_read_out_describes_the_same_phone(orva_bench, tmp_path, d
 
 BAD_TESTS = """
 import signal
+import pytest
 
 def test_fault_that_never_fires(orva_library, orva_phone):
     orva_phone.fault("popen")
@@ -161,7 +163,29 @@ def test_dead_phone(orva_bench, orva_library):
 
 def test_good(orva_library, orva_phone, orva_chip):
     assert orva_phone.get("chip") == orva_chip == "vq2040a" and orva_phone.get("check.pcie") != "0"
+
+def test_band_forgotten(orva_library):
+    orva_library.wifi_start_testmode()
+    orva_library.wifi_set_mode(4)
+    assert orva_library.wifi_start_rx()
+
+@pytest.mark.parametrize("orva_chip", ["vq2070"])
+def test_refused(orva_library, orva_phone):
+    for antenna in range(12):
+        assert orva_library.wifi_set_antenna(antenna)
+    orva_phone.fault("ioctl:21", times=2, value=110)
+    assert orva_library.wifi_set_antenna(2)
+
+def test_nothing_sent(orva_phone):
+    assert False
 """
+TITLE = "-+ Virtual phone: driver commands and log -+\n"
+REPORTS = {
+    "test_dead_phone": "no contacts: the phone's process was ended by SIGKILL\n",
+    "test_band_forgotten": r"\(\d+ earlier\)\n(.*\n){18}2\.\d{3} s  log error: .*wrong band\[-1\]\.\n.* s  log error: .*\n",
+    "test_refused": r"\(\d+ earlier\)\n(.*\n){15}(.* s  driver command 21, value 1: Connection timed out\n.* log error: .*\n){2}.*\n",
+    "test_nothing_sent": "none\n",
+}
 
 
 def test_the_fixtures_fail_what_proved_nothing(pytester, monkeypatch):
@@ -169,7 +193,10 @@ def test_the_fixtures_fail_what_proved_nothing(pytester, monkeypatch):
     pytester.makepyfile(BAD_TESTS)
     phone = PHONES / "dead-pcie.toml"
     result = pytester.runpytest_subprocess("-p", "orva.pytest_plugin", "--orva-chip", "vq2040a", "--orva-phone", phone)
-    result.assert_outcomes(passed=3, failed=1, errors=3)
+    result.assert_outcomes(passed=3, failed=4, errors=3)
+    for name, shown in REPORTS.items():
+        assert re.search(rf"\n_+ {name}(\[\w+\])? _+\n(?:(?!_{{9}}).*\n)*{TITLE}{shown}[_=]{{9}}", result.stdout.str()), result.stdout.str()
+    assert result.stdout.str().count("Virtual phone: driver") == len(REPORTS)
     result.stdout.fnmatch_lines_random([
         "*2 planned fault(s) never fired*", "*the library left 3 descriptor(s)*", "*was ended by SIGKILL*"])
     refused = pytester.runpytest_subprocess("-p", "orva.pytest_plugin", "--orva-chip", "vq9")
