@@ -10,10 +10,13 @@ import signal
 import subprocess
 import sys
 import sysconfig
+import tomllib
 import types
+from importlib import metadata
 from pathlib import Path
 
 import pytest
+from packaging.requirements import Requirement
 
 from orva import CHIPS, Bench, EventKind, Library, NvItem, PhoneDied, PhoneError, UnexpectedResult, VirtualPhone, files
 from orva import instrument_profile
@@ -311,6 +314,15 @@ def test_missing_libraries_are_named(tmp_path, monkeypatch):
     monkeypatch.setattr(files, "folders", lambda: [tmp_path])
     with pytest.raises(FileNotFoundError, match=f'is in none of {tmp_path};.*ORVA_LIBRARY_PATH, several separated by ":"$'):
         Bench()
+
+
+def test_debians_packages_are_new_enough_for_the_extras():
+    extras = tomllib.loads((ROOT / "pyproject.toml").read_text())["project"]["optional-dependencies"]
+    wanted = [Requirement(text) for texts in extras.values() for text in texts]
+    installed = {found.name.lower(): found.version for found in metadata.distributions()}
+    assert {"pytest", "pyvisa"} <= installed.keys()
+    assert [str(one) for one in wanted if one.name in installed and
+            not one.specifier.contains(installed[one.name], prereleases=True)] == []  # as pip does with what is installed
 
 
 def test_a_missing_pyvisa_is_named_with_its_packages():
