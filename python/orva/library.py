@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """The public C functions, one method each.
 
-Where a C function tells success or failure, the method gives True or False: True is success everywhere, also for the
-conn_test_ functions, whose C result is 0 for success. Where C gives a value, the method gives the value, and None where
+Where a C function tells success or failure, the method gives True or False: True is success everywhere, also for
+conn_test_chipcheck and others whose C result is 0 for success. Where C gives a value, the method gives the value, and None where
 C has a special number for "none". An argument of the wrong kind raises TypeError, and one that does not fit into the C
 type ValueError, before the library is called; whether a value makes sense is for the library to judge.
 """
