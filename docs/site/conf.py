@@ -12,13 +12,13 @@ from pathlib import Path
 from pygments.lexers.special import TextLexer
 
 ROOT = Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "docs/site"))
+sys.path[:0] = map(str, (ROOT / "docs/site", ROOT / "python"))
 
 from schema_tables import Schema  # noqa: E402
 
 project = "libwifi_factory_test_orva"
 project_copyright = "the authors, Apache-2.0"
-extensions = ["myst_parser", "breathe"]
+extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc"]
 root_doc = "README"
 PAGES = ["*.md", "docs/**/*.md", "docs/reference/*.rst", "*/README.md", "virtual_phone/rf/README.md"]
 include_patterns = PAGES
@@ -31,6 +31,12 @@ breathe_projects = {"api": os.environ.get("ORVA_DOXYGEN_XML", "")}
 breathe_default_project = "api"
 breathe_domain_by_extension = {"h": "c"}
 breathe_show_include = False
+
+autodoc_default_options = {"members": True, "undoc-members": True, "member-order": "bysource"}
+autoclass_content = "both"
+autodoc_mock_imports = ["pyvisa"]
+autodoc_typehints_format = "short"
+python_use_unqualified_type_names = True
 
 # The highlighter does not know the words of the session language.
 suppress_warnings = ["misc.highlighting_failure"]
@@ -80,6 +86,13 @@ def formats():
 ADDED = {root_doc: contents, "docs/reference/back_ends": back_ends, "docs/reference/json": formats}
 
 
+def mark_examples(app, what, name, documented, options, lines):
+    """An indented part of a docstring is code."""
+    starts = [i for i in range(1, len(lines)) if lines[i].startswith("    ") and not lines[i - 1] and not lines[i - 2].startswith(" ")]
+    for start in reversed(starts):
+        lines[start:start] = ["::", ""]
+
+
 def add(app, document, source):
     source[0] += "".join(ADDED.get(document, tuple)())
 
@@ -88,3 +101,4 @@ def setup(app):
     for language in ("output", "console"):  # as they are: commands and what they print, without a prompt
         app.add_lexer(language, TextLexer)
     app.connect("source-read", add)
+    app.connect("autodoc-process-docstring", mark_examples)

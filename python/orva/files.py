@@ -36,12 +36,18 @@ def _installed() -> list[Path]:
     return [lib, lib / _MACHINE] if lib.name == "lib" else []
 
 
+def _builds() -> list[Path]:
+    """The build beside the source tree that this module is in; none where it is installed."""
+    return [_ROOT / "build" / "release"] if (_ROOT / "chips" / "chips.txt").is_file() else []
+
+
 def folders() -> list[Path]:
     """Folders that are looked through, in order: those of ORVA_LIBRARY_PATH (separated by colons); the build
-    beside this module's source tree; the libraries of the installation that this module belongs to; the system's."""
-    build = _ROOT / "build" / "release"
+    beside this module's source tree; the libraries of the installation that this module belongs to; the system's.
+    A build has the virtual phone's libraries in a folder of their own, virtual_phone."""
+    builds = [part for folder in [*_named(), *_builds()] for part in (folder, folder / "virtual_phone")]
     system = [Path("/usr/local/lib"), Path("/usr/local/lib") / _MACHINE, Path("/usr/lib") / _MACHINE, Path("/usr/lib")]
-    return list(dict.fromkeys([*_named(), build, build / "virtual_phone", *_installed(), *system]))
+    return list(dict.fromkeys([*builds, *_installed(), *system]))
 
 
 def find(name: str) -> Path:
@@ -51,12 +57,20 @@ def find(name: str) -> Path:
         if (folder / name).is_file():
             return folder / name
     looked = ", ".join(str(folder) for folder in looked_in)
-    raise FileNotFoundError(f"{name} is in none of {looked}; name its folder in ORVA_LIBRARY_PATH")
+    raise FileNotFoundError(f"{name} is in none of {looked}; name its folder in ORVA_LIBRARY_PATH, several separated by \":\"")
 
 
 def rf_tester_folder() -> Path:
     """The folder with the instrument profiles and the tables of limits, of the source tree or of the installation."""
     return data_file("rf_tester")
+
+
+def instrument_profile(name: str | os.PathLike[str]) -> str:
+    """The file of an instrument profile: "orva-a" and "orva-b" are those of the simulated RF test set. A file in the
+    current folder comes first, and any other name is a path."""
+    path = os.fspath(name)
+    own = rf_tester_folder() / "profiles" / f"{path}.toml"
+    return str(own) if "/" not in path and own.is_file() and not os.path.exists(path) else path
 
 
 def rf_tester() -> Path:
@@ -67,7 +81,7 @@ def rf_tester() -> Path:
         places = [Path(named)]
     else:
         on_path = [Path(folder) / name for folder in os.environ.get("PATH", "").split(":") if folder]
-        places = [_ROOT / "build" / "release" / "rf_tester" / name, _ROOT.parent.parent / "bin" / name, *on_path]
+        places = [*(build / "rf_tester" / name for build in _builds()), _ROOT.parent.parent / "bin" / name, *on_path]
     for place in places:
         if place.is_file():
             return place

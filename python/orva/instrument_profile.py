@@ -14,6 +14,8 @@ import tomllib
 from dataclasses import dataclass, field
 from typing import Any, Mapping, Optional, Sequence
 
+from orva import files
+
 
 class ProfileError(ValueError):
     """The profile cannot be used; the message names the file and the key."""
@@ -276,8 +278,11 @@ def _parsed(path: str, content: dict[str, Any]) -> Profile:
 
 
 def load(path: str | os.PathLike[str]) -> Profile:
-    """Reads a profile. Raises ProfileError, also if the file cannot be read."""
-    name = os.fspath(path)
+    """Reads a profile: a file, or by its bare name one of the package's own, "orva-a" or "orva-b".
+
+    Raises ProfileError, also if the file cannot be read.
+    """
+    name = files.instrument_profile(path)
     try:
         with open(name, "rb") as file:
             content = tomllib.load(file)

@@ -1,19 +1,22 @@
 # SPDX-License-Identifier: Apache-2.0
 """The public C functions, one method each.
 
-Where a C function tells success or failure, the method gives True or False: True is success everywhere, also for the
-conn_test_ functions, whose C result is 0 for success. Where C gives a value, the method gives the value, and None where
-C has a special number for "none". An argument that does not fit into the C type raises ValueError before the library
-is called; whether a value makes sense is for the library to judge.
+Where a C function tells success or failure, the method gives True or False: True is success everywhere, also for
+conn_test_chipcheck and others whose C result is 0 for success. Where C gives a value, the method gives the value, and None where
+C has a special number for "none". An argument of the wrong kind raises TypeError, and one that does not fit into the C
+type ValueError, before the library is called; whether a value makes sense is for the library to judge.
 """
 
 from __future__ import annotations
 
 import ctypes
 import os
+import re
 from ctypes import POINTER, byref, c_char_p, c_int32, c_uint8, c_uint32, c_void_p
 from dataclasses import dataclass
 from typing import Any, Optional
+
+from orva._arguments import INT32, UINT32, flag, number, optional_text, text
 
 _U8P = POINTER(c_uint8)
 _U32P = POINTER(c_uint32)
@@ -142,20 +145,17 @@ class _DlInfo(ctypes.Structure):
     ]
 
 
-def _number(name: str, value: int, least: int = -(2**31), most: int = 2**31 - 1) -> int:
-    if isinstance(value, bool) or not isinstance(value, int):
-        raise TypeError(f"{name}: {value!r} is no whole number")
-    if not least <= value <= most:
-        raise ValueError(f"{name}: {value} is not in {least}..{most}")
-    return value
+def _number(name: str, value: int, least: int = INT32[0], most: int = INT32[1]) -> int:
+    return number(name, value, least, most)
 
 
-def _text(name: str, value: Optional[str]) -> Optional[bytes]:
-    if value is None:
-        return None
-    if "\0" in value:
-        raise ValueError(f"{name}: {value!r} holds a NUL, where the text would end")
-    return value.encode()
+def _correction(name: str, value: str) -> bytes:
+    """A correction as text. The library takes what it can read of one, and 0 for the rest: "abc" would succeed."""
+    encoded = text(name, value)
+    if not re.fullmatch(r"[+-]?([0-9]+\.?[0-9]*|\.[0-9]+)(e[+-]?[0-9]+)?", value, re.IGNORECASE):
+        raise ValueError(f"{name}: {value!r} is no decimal number; give tenths of the shift in -500..500, as \"-37\" "
+                         "(vq2040: a gain in dB in -5..5, not 0)")
+    return encoded
 
 
 def _success(name: str, result: int, good: int = 1) -> bool:
@@ -193,7 +193,7 @@ class Library:
 
         op_id: 0 to 39; only the low 8 bits count.
         """
-        address = self._c.wifi_get_func(_number("op_id", op_id, 0, 2**32 - 1))
+        address = self._c.wifi_get_func(_number("op_id", op_id, *UINT32))
         if not address:
             return None
         info = _DlInfo()
@@ -271,7 +271,7 @@ class Library:
 
         mac: 12 hexadecimal digits without separators; None for 001122334455.
         """
-        return self._ok("wifi_start_rx", _text("mac", mac), None)
+        return self._ok("wifi_start_rx", optional_text("mac", mac), None)
 
     def wifi_stop_rx(self) -> bool:
         """Stops receiving."""
@@ -293,7 +293,7 @@ class Library:
 
         en_set: 0 none, 1 transmit, 2 receive. aid: association id, three hexadecimal digits; None for 1.
         """
-        return self._ok("wifi_ru_set", _number("en_set", en_set), _text("aid", aid))
+        return self._ok("wifi_ru_set", _number("en_set", en_set), optional_text("aid", aid))
 
     def wifi_set_powermode(self, mode: int, value: int) -> bool:
         """Switches the driver's power save. mode: 1; others are refused. value: 0 is off."""
@@ -365,13 +365,14 @@ class Library:
 
         cal_type: 0. chain: 0 or 1. mode: 2 for CCK, else 0 (vq2040: 1 to 5). band: 0 = 2.4 GHz, 1 = 5 GHz.
         bandwidth: 0 = 20, 1 = 40, 3 = 160 MHz (vq2040: 2 = 80 MHz). freq: centre frequency in MHz. delta_gain: decimal
-        text, tenths of the shift, -500 to 500 (vq2040: a gain in dB, -5 to 5 and not 0).
+        text, tenths of the shift, -500 to 500 (vq2040: a gain in dB, -5 to 5 and not 0). Raises ValueError for a text that
+        is not wholly a number, of which the library would use the beginning, or 0.
         """
         numbers = dict(cal_type=cal_type, chain=chain, mode=mode, band=band, bandwidth=bandwidth, freq=freq)
         return self._ok(
             "wifi_nvram_calibrate_set",
             *(_number(name, value) for name, value in numbers.items()),
-            _text("delta_gain", delta_gain),
+            _correction("delta_gain", delta_gain),
         )
 
     def wifi_nvram_calibrate_clean_new(
@@ -383,8 +384,8 @@ class Library:
         chain1_5g: bool = False,
     ) -> bool:
         """Clears stored calibration by band and chain (vq2050, vq2070)."""
-        flags = (c_uint32 * 4)(chain0_2g, chain0_5g, chain1_2g, chain1_5g)
-        return self._ok("wifi_nvram_calibrate_clean_new", flags)
+        flags = dict(chain0_2g=chain0_2g, chain0_5g=chain0_5g, chain1_2g=chain1_2g, chain1_5g=chain1_5g)
+        return self._ok("wifi_nvram_calibrate_clean_new", (c_uint32 * 4)(*(flag(name, on) for name, on in flags.items())))
 
     # ---- Station utilities
 
@@ -404,7 +405,7 @@ class Library:
         target: BSSID, up to 81 characters. It becomes part of a shell command line as it stands: pass no text that you
         did not make yourself. None is refused.
         """
-        return self._ok("wifi_start_roam", _text("target", target))
+        return self._ok("wifi_start_roam", optional_text("target", target))
 
     def wifi_start_roam_scan(self) -> bool:
         """Starts a scan."""

@@ -6,18 +6,23 @@ from __future__ import annotations
 import ctypes
 import enum
 import os
+import re
 import struct
 from ctypes import POINTER, c_char_p, c_int, c_int32, c_int64, c_size_t, c_uint, c_uint32, c_void_p
 from dataclasses import dataclass
-from typing import Any
+from typing import Any, ClassVar, Optional
 
+from orva import _arguments as arguments
 from orva import files
+from orva._arguments import INT32, UINT32
 
 #: The chips, by sub-chip index.
 CHIPS = tuple(files.data_file("chips/chips.txt").read_text(encoding="utf-8").split())
 #: Bytes of an NV item.
 NV_ITEM_SIZE = 104
 
+_DRIVER_COMMANDS = 64
+_PLACE_SIZE = 128
 _RECORD_SIZE = 264
 _MESSAGE_SIZE = 1000
 
@@ -205,6 +210,9 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
 class VirtualPhone:
     """The virtual phone of this process. It must be loaded ahead of libc; Bench starts such a process."""
 
+    #: Ids of the faults planned since the last reset; of the process, as the phone is.
+    _planned: ClassVar[set[int]] = set()
+
     def __init__(self) -> None:
         """Raises RuntimeError if this process has no virtual phone."""
         self._c = ctypes.CDLL(None)
@@ -225,20 +233,21 @@ class VirtualPhone:
     def reset(self) -> None:
         """A fresh phone: default description, no faults, empty trace, virtual clock at 0, NV empty and in memory."""
         self._c.phone_reset()
+        self._planned.clear()
 
     def load(self, path: str | os.PathLike[str]) -> None:
         """Applies a description file (TOML). Raises PhoneError that names file, line and key."""
-        self._with_message("phone_load", os.fsencode(path))
+        self._with_message("phone_load", arguments.path("path", path))
 
     def set(self, key: str, value: object) -> None:
         """Sets one key ("chip", "radio.rssi", …); True and False are written as true and false."""
-        text = str(value).lower() if isinstance(value, bool) else str(value)
-        self._with_message("phone_set", key.encode(), text.encode())
+        written = str(value).lower() if isinstance(value, bool) else str(value)
+        self._with_message("phone_set", arguments.text("key", key), arguments.text("value", written))
 
     def get(self, key: str) -> str:
         """Reads one key. Raises KeyError for an unknown one."""
         value = ctypes.create_string_buffer(16384)
-        if self._c.phone_get(key.encode(), value, len(value)) != 0:
+        if self._c.phone_get(arguments.text("key", key), value, len(value)) != 0:
             raise KeyError(key)
         return value.value.decode("utf-8", "replace")
 
@@ -265,6 +274,8 @@ class VirtualPhone:
         """Lets time pass on the phone's clock, as a station does between two calls. Traced as a pause."""
         usleep = self._c.usleep
         usleep.argtypes = (c_uint32,)
+        if isinstance(seconds, bool) or not isinstance(seconds, (int, float)):
+            raise TypeError(f"seconds: {seconds!r} is no number")
         if not 0 <= seconds <= 4000:
             raise ValueError(f"seconds: {seconds} is not in 0..4000")
         usleep(round(seconds * 1_000_000))
@@ -285,14 +296,15 @@ class VirtualPhone:
 
     def trace_secure(self, on: bool) -> None:
         """Decides whether the trace holds bounds-checked functions too."""
-        self._c.phone_trace_secure(on)
+        self._c.phone_trace_secure(arguments.flag("on", on))
 
     def print_log(self, least_priority: int) -> None:
         """Prints log lines to stderr as they come, from this priority on; 0 for none."""
-        self._c.phone_print_log(least_priority)
+        self._c.phone_print_log(arguments.number("least_priority", least_priority, *INT32))
 
     def log_lines(self, least_priority: int = Priority.DEBUG) -> list[LogLine]:
-        """The log since the last clear."""
+        """The log since the last clear, from this priority on."""
+        arguments.number("least_priority", least_priority, *INT32)
         return [
             LogLine(event.time_us, Priority(event.numbers[0]), event.name, event.text)
             for event in self.events()
@@ -323,13 +335,31 @@ class VirtualPhone:
         """Plans a fault: the nth use of a place fails, and so do the times - 1 after it (times 0: all of them).
 
         place: one of fault_places(), such as "socket", "ioctl:11" or "shell:ifconfig wlan0 up". value: what
-        fault_places() says for the place, 0 for its default. Returns an id for fault_fired().
+        fault_places() says for the place, 0 for its default. Returns an id for fault_fired(). Raises PhoneError for a
+        place that does not exist, and ValueError for a number out of range.
         """
-        identity: int = self._c.phone_fault(place.encode(), nth, times, value)
+        arguments.number("nth", nth, 1, UINT32[1])
+        arguments.number("times", times, *UINT32)
+        arguments.number("value", value, *INT32)
+        identity: int = self._c.phone_fault(arguments.text("place", place), nth, times, value)
         if identity < 0:
-            places = ", ".join(known.name for known in self.fault_places())
-            raise PhoneError(f"nth {nth} must be 1 or more, and the place {place!r} one of {places}")
+            raise PhoneError(self._wrong_place(place) or f"place {place!r}: no room for another fault; reset() makes room")
+        self._planned.add(identity)
         return identity
+
+    def _wrong_place(self, place: str) -> Optional[str]:
+        """What is wrong with a place; None for one that exists."""
+        family, colon, part = place.partition(":")
+        places = [known.name for known in self.fault_places()]
+        word = next((name.partition(":")[2] for name in places if colon and name.startswith(family + colon)), None)
+        if word is None:
+            return None if place in places else f"place: {place!r} is none of {', '.join(places)}"
+        if word == "COMMAND":
+            most = _PLACE_SIZE - 1 - len("shell:")
+            return None if 0 < len(part.encode()) <= most else f"place {place!r}: {word} is not a text of 1 to {most} bytes"
+        most = _DRIVER_COMMANDS - 1 if word == "ID" else UINT32[1]
+        good = re.fullmatch("[0-9]{1,99}", part) and int(part) <= most
+        return None if good else f"place {place!r}: {word} is not a number in 0..{most}"
 
     def fault_places(self) -> list[FaultPlace]:
         """Every place where a fault can be planned."""
@@ -342,11 +372,13 @@ class VirtualPhone:
     def event_fields(self, kind: EventKind) -> list[str]:
         """The fields that recordings hold for this kind of event besides its result."""
         fields = c_char_p()
-        self._c.phone_event_word(kind, ctypes.byref(fields), None)
+        self._c.phone_event_word(EventKind(kind), ctypes.byref(fields), None)
         return (fields.value or b"").decode().split()
 
     def fault_fired(self, identity: int) -> int:
-        """How often this fault has fired."""
+        """How often this fault has fired. Raises PhoneError for an id that fault() has not given since the last reset."""
+        if arguments.number("identity", identity, *INT32) not in self._planned:
+            raise PhoneError(f"identity: {identity} is no fault; give what fault() returned since the last reset()")
         fired: int = self._c.phone_fault_fired(identity)
         return fired
 
@@ -361,14 +393,15 @@ class VirtualPhone:
 
     def uses(self, place: str) -> int:
         """Uses of a place so far, failing ones included."""
-        uses: int = self._c.phone_uses(place.encode())
+        uses: int = self._c.phone_uses(arguments.text("place", place))
         return uses
 
     # ---- Radio and NV
 
     def driver_answer(self, command: int, answer: bytes) -> None:
         """Fixes the answer of one driver command, in place of the radio's own."""
-        if self._c.phone_driver_answer(command, answer, len(answer)) != 0:
+        arguments.number("command", command, *UINT32)
+        if self._c.phone_driver_answer(command, arguments.data("answer", answer), len(answer)) != 0:
             raise PhoneError(f"no driver command {command} with an answer of {len(answer)} bytes")
 
     def driver_answers_clear(self) -> None:
@@ -386,20 +419,23 @@ class VirtualPhone:
 
     def nv_open(self, path: str | os.PathLike[str] | None) -> None:
         """Keeps NV in an SQLite file from now on; None: in memory."""
-        self._with_message("phone_nv_open", None if path is None else os.fsencode(path))
+        self._with_message("phone_nv_open", None if path is None else arguments.path("path", path))
 
     def nv_get(self, number: int, name: str) -> bytes:
         """An item's 104 bytes, untraced; zeros where it was never written."""
         item = ctypes.create_string_buffer(NV_ITEM_SIZE)
-        if self._c.phone_nv_get(number, name.encode(), item) != 0:
+        key = arguments.number("number", number, *UINT32), arguments.text("name", name)
+        if self._c.phone_nv_get(*key, item) != 0:
             raise PhoneError(f"NV item {number} {name!r} cannot be read")
         return item.raw
 
     def nv_put(self, number: int, name: str, data: bytes) -> None:
         """Writes an item, untraced; shorter data is filled up with zeros."""
+        arguments.data("data", data)
         if len(data) > NV_ITEM_SIZE:
             raise ValueError(f"data: {len(data)} bytes, an item has {NV_ITEM_SIZE}")
-        if self._c.phone_nv_put(number, name.encode(), data.ljust(NV_ITEM_SIZE, b"\0")) != 0:
+        key = arguments.number("number", number, *UINT32), arguments.text("name", name)
+        if self._c.phone_nv_put(*key, data.ljust(NV_ITEM_SIZE, b"\0")) != 0:
             raise PhoneError(f"NV item {number} {name!r} cannot be written")
 
     def nv_items(self) -> list[NvItem]:

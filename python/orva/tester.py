@@ -21,8 +21,12 @@ import os
 from dataclasses import dataclass
 from typing import Any, Mapping, Optional, Sequence
 
-import pyvisa
-from pyvisa.constants import StatusCode
+try:
+    import pyvisa
+    from pyvisa.constants import StatusCode
+except ImportError as missing:
+    raise ImportError("orva.tester needs PyVISA and a VISA library: install Debian's python3-pyvisa and python3-pyvisa-py, or "
+                      f"the wheel with its extra [tester] ({missing})", name=missing.name) from missing
 
 from orva import instrument_profile
 from orva.instrument_profile import Answer, Profile, fill

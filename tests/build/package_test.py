@@ -69,10 +69,11 @@ def test_the_installed_python_packages_work_without_the_tree(prefix, tmp_path):
     show = "import orva; b = orva.Bench(); print(orva.files.find('libvirtual_phone.so'), b.library.wifi_test_weld())"
     found = run(["/usr/bin/python3", "-c", show], env=environment, cwd=tmp_path)
     assert found.stdout.startswith(str(prefix)) and found.stdout.endswith(" True\n"), found.stderr
-    # pytest finds the plugin by itself.
+    # pytest finds the plugin by itself, and loads it once where it is named too, as from the source tree.
     (tmp_path / "test_mine.py").write_text("def test_mine(orva_library):\n    assert orva_library.wifi_test_weld()\n")
-    tested = run(["/usr/bin/python3", "-m", "pytest", "-p", "no:cacheprovider", "test_mine.py"], env=environment, cwd=tmp_path)
-    assert "1 passed" in tested.stdout, tested.stdout + tested.stderr
+    for named in ([], ["-p", "orva.pytest_plugin"], ["-p", "orva.plans.plugin"]):
+        tested = run(["/usr/bin/python3", "-m", "pytest", "-p", "no:cacheprovider", *named, "test_mine.py"], env=environment, cwd=tmp_path)
+        assert "1 passed" in tested.stdout, tested.stdout + tested.stderr
     for pattern in (ROOT / "python" / "data_files.txt").read_text().split():
         assert {path.relative_to(packages / "orva" / "data") for path in (packages / "orva" / "data").glob(pattern)} == {
             path.relative_to(ROOT) for path in ROOT.glob(pattern)}

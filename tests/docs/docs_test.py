@@ -129,6 +129,10 @@ def test_the_site_has_every_public_function_and_no_warning(tmp_path):
         declared = re.findall(r"^\w[\w ]+\*?\b(\w+)\([^;{]*\);", (ROOT / f"include/{header}.h").read_text(), re.M)
         assert len(declared) > 30, header
         assert [name for name in declared if f'id="c.{name}"' not in page] == []
+    page = (tmp_path / "html/docs/reference/python.html").read_text()
+    for name in ("Bench", "library.Library.wifi_start_rx", "phone.Priority.ERROR", "phone.VirtualPhone.fault", "tester.Tester.measure",
+                 "pytest_plugin.orva_bench"):
+        assert f'id="orva.{name}"' in page, name
     assert list(dead_links(tmp_path / "html")) == []
 
 

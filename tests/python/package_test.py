@@ -11,14 +11,19 @@ import signal
 import subprocess
 import sys
 import sysconfig
+import tomllib
 import types
+from importlib import metadata
 from pathlib import Path
 
 import pytest
+from packaging.requirements import Requirement
 
 from orva import CHIPS, Bench, EventKind, Library, NvItem, PhoneDied, PhoneError, UnexpectedResult, VirtualPhone, files
+from orva import instrument_profile
 from orva import library as library_module
 from orva import phone as phone_module
+from orva.instrument_profile import ProfileError
 
 from support.tree import PHONES, ROOT
 
@@ -174,6 +179,24 @@ def test_calibration_through_nv(orva_library, orva_phone, tmp_path):
     assert orva_phone.nv_items()[0] == NvItem(item.number, item.name, item.data)
 
 
+def correct(bench, delta_gain):
+    return bench.library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 2442, delta_gain)
+
+
+@pytest.mark.parametrize("delta_gain", ["-37", "+4.25", "5.", ".5", "1e1", "-0"])
+def test_a_correction_may_be_any_decimal_number(orva_bench, delta_gain):
+    assert correct(orva_bench, delta_gain)
+
+
+@pytest.mark.parametrize("place", ["ioctl:63", "nv_lose:4294967295", "shell:" + 121 * "x"])
+def test_faults_at_the_ends_of_the_ranges_are_planned(orva_phone, place):
+    fault = orva_phone.fault(place, times=2**32 - 1)
+    assert orva_phone.fault_fired(fault) == 0
+    orva_phone.reset()
+    with pytest.raises(PhoneError, match=f"identity: {fault} is no fault"):
+        orva_phone.fault_fired(fault)
+
+
 @pytest.mark.parametrize(
     "call, expected",
     [
@@ -184,12 +207,46 @@ def test_calibration_through_nv(orva_library, orva_phone, tmp_path):
         (lambda bench: bench.library.wifi_get_func(2**32), (ValueError, "op_id: 4294967296 is not in")),
         (lambda bench: bench.library.wifi_nvram_calibrate_get(65536), (ValueError, "size: 65536 is not in")),
         (lambda bench: bench.library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 2**31, "1"), (ValueError, "freq: 2147483648 is not in")),
-        (lambda bench: bench.library.wifi_nvram_calibrate_set(0, 0, 0, 0, 0, 0, "1\0"), (ValueError, r"delta_gain: '1\\x00' holds a NUL")),
+        (lambda bench: correct(bench, "1\0"), (ValueError, r"delta_gain: '1\\x00' holds a NUL")),
+        (lambda bench: correct(bench, 13), (TypeError, "delta_gain: 13 is no text$")),
+        (lambda bench: correct(bench, None), (TypeError, "delta_gain: None is no text$")),
+        *((lambda bench, wrong=wrong: correct(bench, wrong), (ValueError, rf"delta_gain: '{wrong}' is no decimal number.*in -500\.\.500"))
+          for wrong in ("", "abc", "12abc", "1.2.3", ".", "nan", "0x10", " 1", "１")),
+        (lambda bench: bench.library.wifi_nvram_calibrate_clean_new(chain0_2g=2**32), (TypeError, "chain0_2g: 4294967296 is neither True nor")),
+        (lambda bench: bench.library.wifi_start_rx(5), (TypeError, "mac: 5 is no text$")),
+        (lambda bench: bench.library.wifi_ru_set(1, b"1"), (TypeError, "aid: b'1' is no text$")),
+        (lambda bench: bench.library.wifi_start_roam("\ud800"), (ValueError, "target: .* UTF-8")),
         (lambda bench: bench.library.wifi_set_power(15.5), (TypeError, "power: 15.5 is no whole number")),
         (lambda bench: bench.library.wifi_nvram_calibrate_get(0), (ValueError, "size: 0 is not in 1..65535")),
         (lambda bench: bench.library.wifi_start_roam("02\0;reboot"), (ValueError, "target: .* NUL")),
         (lambda bench: bench.phone.set("radio.rsi", 1), (PhoneError, "did you mean radio.rssi")),
-        (lambda bench: bench.phone.fault("ioctls"), (PhoneError, "'ioctls' one of socket, .*nv_lose:NUMBER")),
+        (lambda bench: bench.phone.set(5, 1), (TypeError, "key: 5 is no text")),
+        (lambda bench: bench.phone.set("ap.ssid", "a\0b"), (ValueError, "value: .* holds a NUL")),
+        (lambda bench: bench.phone.get(None), (TypeError, "key: None is no text")),
+        (lambda bench: bench.phone.load(5), (TypeError, "path: 5 is no path")),
+        (lambda bench: bench.phone.nv_open("a\0b"), (ValueError, "path: .* holds a NUL")),
+        (lambda bench: bench.phone.wait("1"), (TypeError, "seconds: '1' is no number")),
+        (lambda bench: bench.phone.uses(1), (TypeError, "place: 1 is no text")),
+        (lambda bench: bench.phone.print_log(2**32), (ValueError, "least_priority: 4294967296 is not in")),
+        (lambda bench: bench.phone.log_lines("E"), (TypeError, "least_priority: 'E' is no whole number")),
+        (lambda bench: bench.phone.trace_secure(2), (TypeError, "on: 2 is neither True nor False")),
+        (lambda bench: bench.phone.driver_answer(2**32 + 12, b""), (ValueError, "command: 4294967308 is not in")),
+        (lambda bench: bench.phone.driver_answer(12, "7"), (TypeError, "answer: '7' is no bytes")),
+        (lambda bench: bench.phone.nv_get(2**32 + 2, "X"), (ValueError, "number: 4294967298 is not in")),
+        (lambda bench: bench.phone.nv_put(2, 3, b""), (TypeError, "name: 3 is no text")),
+        (lambda bench: bench.phone.nv_put(2, "X", "text"), (TypeError, "data: 'text' is no bytes")),
+        (lambda bench: bench.phone.fault(12), (TypeError, "place: 12 is no text")),
+        (lambda bench: bench.phone.fault("socket", nth=0), (ValueError, r"nth: 0 is not in 1\.\.4294967295$")),
+        (lambda bench: bench.phone.fault("socket", times=-1), (ValueError, r"times: -1 is not in 0\.\.4294967295$")),
+        (lambda bench: bench.phone.fault("socket", value=2**31), (ValueError, "value: 2147483648 is not in")),
+        (lambda bench: bench.phone.fault("ioctls"), (PhoneError, "place: 'ioctls' is none of socket, .*nv_lose:NUMBER$")),
+        (lambda bench: bench.phone.fault("sleep"), (PhoneError, "place: 'sleep' is none of socket, ")),
+        (lambda bench: bench.phone.fault("ioctl:64"), (PhoneError, r"^place 'ioctl:64': ID is not a number in 0\.\.63$")),
+        (lambda bench: bench.phone.fault("nv_read:-1"), (PhoneError, r"^place 'nv_read:-1': NUMBER is not a number in 0\.\.4294967295$")),
+        (lambda bench: bench.phone.fault("shell:"), (PhoneError, "^place 'shell:': COMMAND is not a text of 1 to 121 bytes$")),
+        (lambda bench: bench.phone.fault("shell:" + 122 * "x"), (PhoneError, "COMMAND is not a text of 1 to 121 bytes$")),
+        (lambda bench: bench.phone.fault_fired(99), (PhoneError, "identity: 99 is no fault")),
+        (lambda bench: [bench.phone.fault("popen") for _ in range(5000)], (PhoneError, "^place 'popen': no room for another fault")),
         (lambda bench: bench.phone.get("radio.rsi"), (KeyError, "radio.rsi")),
         (lambda bench: bench.phone.nv_put(340, "X", bytes(105)), (ValueError, "105 bytes")),
         (lambda bench: bench.phone.load("/nowhere.toml"), (PhoneError, "/nowhere.toml: cannot be read")),
@@ -200,6 +257,7 @@ def test_misuse_names_the_argument(orva_bench, call, expected):
     with pytest.raises(expected[0], match=expected[1]):
         call(orva_bench)
     assert len(orva_bench.phone.events()) == before
+    orva_bench.phone.reset()  # of faults that were planned on the way
 
 
 def test_a_result_that_is_no_truth_value_is_not_taken_for_one():
@@ -255,20 +313,56 @@ def test_missing_libraries_are_named(tmp_path, monkeypatch):
         VirtualPhone()
     monkeypatch.setenv("ORVA_LIBRARY_PATH", str(tmp_path))
     monkeypatch.setattr(files, "folders", lambda: [tmp_path])
-    with pytest.raises(FileNotFoundError, match=f"is in none of {tmp_path}.*ORVA_LIBRARY_PATH"):
+    with pytest.raises(FileNotFoundError, match=f'is in none of {tmp_path};.*ORVA_LIBRARY_PATH, several separated by ":"$'):
         Bench()
+
+
+def test_debians_packages_are_new_enough_for_the_extras():
+    extras = tomllib.loads((ROOT / "pyproject.toml").read_text())["project"]["optional-dependencies"]
+    wanted = [Requirement(text) for texts in extras.values() for text in texts]
+    installed = {found.name.lower(): found.version for found in metadata.distributions()}
+    assert {"pytest", "pyvisa"} <= installed.keys()
+    assert [str(one) for one in wanted if one.name in installed and
+            not one.specifier.contains(installed[one.name], prereleases=True)] == []  # as pip does with what is installed
+
+
+def test_a_missing_pyvisa_is_named_with_its_packages():
+    hidden = "import sys; sys.modules['pyvisa'] = None; import orva.tester"
+    done = subprocess.run([sys.executable, "-c", hidden], capture_output=True, text=True, timeout=60)
+    assert re.search(r"\nImportError: .*python3-pyvisa and python3-pyvisa-py, .*\[tester\]", done.stderr), done.stderr
 
 
 def test_libraries_are_looked_for_from_the_nearest_place_on(tmp_path, monkeypatch):
     monkeypatch.setenv("ORVA_LIBRARY_PATH", f":{tmp_path}::")
     build, machine = ROOT / "build" / "release", sysconfig.get_config_var("MULTIARCH")
     local, system = Path("/usr/local/lib"), Path("/usr/lib")
-    assert files.folders() == [tmp_path, build, build / "virtual_phone", local, local / machine, system / machine, system]
+    assert files.folders() == [
+        tmp_path, tmp_path / "virtual_phone", build, build / "virtual_phone", local, local / machine, system / machine, system]
     monkeypatch.delenv("ORVA_LIBRARY_PATH")
     assert files.folders()[0] == build
     (tmp_path / "other.so").touch()
     monkeypatch.setattr(files, "folders", lambda: [build / "nowhere", tmp_path])
     assert files.find("other.so") == tmp_path / "other.so"
+
+
+def test_a_build_is_named_by_its_one_folder(monkeypatch):
+    build = Path(os.environ["ORVA_LIBRARY"]).parent
+    monkeypatch.setattr(files, "_builds", list)
+    monkeypatch.setenv("ORVA_LIBRARY_PATH", str(build))
+    assert [files.find(name).relative_to(build) for name in (files.LIBRARY, files.VIRTUAL_PHONE)] == [
+        Path(files.LIBRARY), Path("virtual_phone", files.VIRTUAL_PHONE)]
+
+
+def test_profiles_have_names(tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    own = ROOT / "rf_tester" / "profiles" / "orva-b.toml"
+    assert instrument_profile.load("orva-b") == instrument_profile.load(own)
+    for name in ("orva-c", "./orva-b"):
+        with pytest.raises(ProfileError, match=f"{name}: the profile cannot be read"):
+            instrument_profile.load(name)
+    Path("orva-b").write_text("of the reader")
+    with pytest.raises(ProfileError, match="^orva-b: .*line 1"):
+        instrument_profile.load("orva-b")
 
 
 def test_an_installed_package_finds_its_own_files_first(tmp_path):
@@ -288,7 +382,7 @@ def test_an_installed_package_finds_its_own_files_first(tmp_path):
         patch.delenv("ORVA_LIBRARY_PATH", raising=False)
         patch.delenv("ORVA_RF_TESTER", raising=False)
         patch.setenv("PATH", f":{own.parent}:")
-        assert installed.folders()[2:4] == [lib, lib / sysconfig.get_config_var("MULTIARCH")]
+        assert installed.folders()[:2] == [lib, lib / sysconfig.get_config_var("MULTIARCH")]
         assert (installed.find(files.LIBRARY), installed.data_file("chips/chips.txt")) == (lib / files.LIBRARY, chips)
         assert installed.rf_tester_folder() == lib / "python3" / "rf_tester"
         assert installed.rf_tester() == program
@@ -297,6 +391,9 @@ def test_an_installed_package_finds_its_own_files_first(tmp_path):
         build = lib / "python3" / "build" / "release" / "rf_tester" / own.name
         build.parent.mkdir(parents=True)
         build.touch()
+        assert installed.rf_tester() == own  # a folder that happens to be there is no build of this tree
+        (lib / "python3" / "chips").mkdir()
+        (lib / "python3" / "chips" / "chips.txt").touch()
         assert installed.rf_tester() == build
         patch.setenv("ORVA_RF_TESTER", str(own))
         assert installed.rf_tester() == own
