@@ -109,7 +109,7 @@ size_t output_size(const argument &a) {
 }
 
 bool is_decimal(const std::string &word) {
-  return parse_real(word) && word.find_first_not_of("+-.0123456789") == word.npos;
+  return parse_real(word) && word.find_first_not_of("+-.0123456789eE") == word.npos;
 }
 
 void check_count(const function &f, size_t words) {

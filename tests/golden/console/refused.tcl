@@ -11,7 +11,7 @@ refused {expect log x} {output rssi} {seen log} {log}
 ignore wifi_set_power 155
 refused {wifi_set_power} {wifi_set_power loud} {wifi_set_power 4294967296} {wifi_set_power -2147483649} {wifi_set_mode loud}
 refused {wifi_set_channel ten} {wifi_nvram_set x}
-refused {wifi_hw_get x} {wifi_nvram_calibrate_clean_new 1} {wifi_nvram_calibrate_set 0 0 0 0 0 x 1} {wifi_nvram_calibrate_set 0 0 0 0 0 2442 1e1}
+refused {wifi_hw_get x} {wifi_nvram_calibrate_clean_new 1} {wifi_nvram_calibrate_set 0 0 0 0 0 x 1} {wifi_nvram_calibrate_set 0 0 0 0 0 2442 12abc}
 refused {wifi_set_power 1 -> 2..1} {wifi_set_power 1 -> 1 power 3} {wifi_set_power 1 ->}
 refused {wifi_get_rx_rssi -> 1 rssi} {wifi_get_rx_rssi -> 1 rssy 3} {wifi_get_rx_rssi -> 1 rssi a..b}
 refused {output rssy} {output} {seen} {seen wind} {log loud} {trace 1} {has} {has wind} {has driver wind} {has driver} {has chip 1}
