@@ -101,6 +101,7 @@ private:
 
   void take_contact(const json &j) {
     contact_kind(j.at("kind").get<std::string>());
+    (void)j.at("result").get<int64_t>();
     for (auto *number : {"errno", "status", "nth"}) (void)j.value(number, 0);
     for (auto *text : {"name", "text"}) (void)j.value(text, "");
     if (j.at("kind") == contact_name(PHONE_SECURE)) (void)j.at("name"), (void)j.at("nth");

@@ -79,10 +79,10 @@ CALL = '{"type":"call","function":"wifi_stop_tx","arguments":[]}\n'
 END = '{"type":"result","result":"1","outputs":{}%s}\n{"type":"end","calls":1}\n'
 
 
-@pytest.mark.parametrize("wrong", ['"kind":"exec","errno":"x"', '"kind":"exec","text":5', '"kind":"wait","status":"x"', '"kind":"log","name":5',
+@pytest.mark.parametrize("wrong", ['"kind":"exec","result":"x"', '"kind":"exec","errno":"x"', '"kind":"exec","text":5', '"kind":"wait","status":"x"', '"kind":"log","name":5',
                                    '"kind":"secure","name":"a","nth":"x"', '"kind":"secure","nth":1', '"kind":"secure","name":"a"'])
 def test_a_field_of_the_wrong_kind_is_named_with_file_and_line(write, wrong):
-    file = write("unit.trace", HEAD + CALL + f'{{"type":"contact",{wrong},"result":0}}\n' + END % "")
+    file = write("unit.trace", HEAD + CALL + f'{{"type":"contact","result":0,{wrong}}}\n' + END % "")
     for words in (["replay"], ["diff", write("good.trace", HEAD + CALL + END % "")], ["trace", "to-phone"]):
         done = station(*words, file)
         assert done.returncode == 2 and f"{file}:4: a field is missing or of the wrong kind" in done.stderr, done.stderr
