@@ -95,7 +95,8 @@ def test_a_killed_console_leaves_a_broken_run(tmp_path, spool, command):
             time.sleep(0.02)
         assert "1 still running" in command("collect", spool, "--database", database).out
         process.kill()
-    assert "1 stored, 0 known already, 0 still running, 1 of killed runs" in command("collect", spool, "--database", database).out
+    found = command("collect", spool, "--database", database).out
+    assert found == f"{spool}: 1 stored, 0 known already, 0 still running, 1 of killed runs, 0 damaged\n"
     (row,) = json.loads(command("unit", IDENTITY[1], "--json", "--database", database).out)
     assert row["verdict"] == "BROKEN"
 

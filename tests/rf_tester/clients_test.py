@@ -163,6 +163,7 @@ MISUSES = [
     (["--uncertainty", "colour=1"], "'colour' is no quantity"),
     (["--uncertainty", "power=nan"], "'nan' is no number"),
     (["--cable-loss", "9=1"], "'9' is no number from 1 to 8"),
+    (["--cable-loss", "1=0.5:1"], "'0.5' is no number from 1 to"),
     (["--cable-loss", "1=2412:1,2412:2"], "2412 MHz is given twice"),
     (["--cable-loss", "1=2412:1,2"], "give one loss, or MHZ:DB for each point"),
     (["--cable-loss", "-3"], "'-3' is no number from 0"),

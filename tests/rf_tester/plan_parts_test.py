@@ -10,6 +10,7 @@ from orva.library import CalibrationText, RxRssi
 from orva.limits import Limit, Limits, Signal
 from orva.plans import calibration, coverage, diagnosis
 from orva.plans.coverage import Reception, Target, Transmission
+from orva.plans.sensitivity import level_at
 from orva.plans.station import Measurement, PlanError, Station, wilson
 from orva.tester import OverRange, Reading, UnderRange
 
@@ -79,6 +80,15 @@ def test_a_reception_is_judged_with_its_whole_interval():
     assert [(each.value, each.limit.high, each.held) for each in others] == [(100, 7.2, False), (0, 7.2, True)]
     with pytest.raises(PlanError, match="^limits.csv: no sensitivity for ht mcs7$"):
         station(limits={})[0].receiver(Reception(HT40, 0))
+
+
+@pytest.mark.parametrize("limits, message", [
+    ({}, "limits.csv: no packet error rate for ht mcs7"),
+    (LIMITS, "ht mcs7 at 2462 MHz: the sensitivity is not between -105 and -40 dBm"),
+])
+def test_a_sensitivity_that_cannot_be_found_is_named(limits, message):
+    with pytest.raises(PlanError, match=f"^{message}$"):
+        level_at(station(limits=limits, wifi_get_rx_pckg=[0, 10_000], send=[10_000])[0], Reception(HT40, 0))
 
 
 @pytest.mark.parametrize("high", [8.0, 10.0])
