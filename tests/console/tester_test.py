@@ -185,7 +185,7 @@ CONNECTIONS = [
     (lambda: "127.0.0.1", "give HOST:PORT"),
     (lambda: "127.0.0.1:70000", "give HOST:PORT"),
     (lambda: answering_server(b""), "no answer to *IDN? within 0.5 s"),
-    (lambda: answering_server(b"MAKER,MODEL,1,2\n"), "'MAKER,MODEL,1,2' is not what "),
+    (lambda: answering_server(b"MAKER,MODEL,1,2\n"), "'MAKER,MODEL,1,2' is not what PROFILE is for (ORVA"),
     (lambda: answering_server(b'-200,"in use by 10.0.0.1:5"\n'), "serves another client: -200,\"in use by 10.0.0.1:5\""),
 ]
 
@@ -198,7 +198,7 @@ def test_a_connection_that_fails_is_explained(tmp_path, address, text):
     at = address()
     status, lines = session(f"tester connect {at} {{{quick}}}")
     assert status == 2
-    assert at in lines[-3]["text"] and text in lines[-3]["text"]
+    assert at in lines[-3]["text"] and text.replace("PROFILE", str(quick)) in lines[-3]["text"]
 
 
 # A change of a good profile, and what is said about it.
