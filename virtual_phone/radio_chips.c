@@ -72,7 +72,7 @@ static const uint8_t commands[][RADIO_CHIPS] = {
     [38] = {RADIO_CMD_NONE, RADIO_CMD_CONNECTION, RADIO_CMD_NONE, RADIO_CMD_CONNECTION},
     [39] = {RADIO_CMD_NONE, RADIO_CMD_NONE, RADIO_CMD_NONE, RADIO_CMD_RESOURCE_UNIT},
 };
-static_assert(RADIO_COUNT(commands) == RADIO_COMMANDS, "a row per command id");
+static_assert(RADIO_COUNT(commands) == RADIO_COMMANDS, "RADIO_COMMANDS in radio.h is not the number of rows");
 
 const char *radio_chip_name(uint32_t chip) { return chip < RADIO_CHIPS ? chips[chip].name : NULL; }
 

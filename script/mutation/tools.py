@@ -26,11 +26,11 @@ TARGETS = ("orva-station", "orva-station-phone", "orva-rf-tester", "tests/all")
 # The tests that are run for a part, by their labels; the first label's come first.
 LABELS = {
     "virtual_phone": ("phone", "library", "console", "python"),
-    "console": ("console", "docs", "page"),
+    "console": ("console", "docs", "page", "records"),
     "page": ("page",),
     "rf_tester": ("rf_tester",),
     "python": ("python", "rf_tester"),
-    "plans": ("rf_tester",),
+    "plans": ("rf_tester", "records"),
     "records": ("records",),
 }
 # What a worker can start at all, by part. A mutant that fails here says nothing about the tests.

@@ -395,9 +395,10 @@ def test_help_and_its_example(name, session):
 
 
 @pytest.mark.parametrize("chip", CHIPS)
-@pytest.mark.parametrize("name", ["rf", "board_check", "sweep"])
+@pytest.mark.parametrize("name", [*(f"sessions/{name}" for name in ("rf", "board_check", "sweep")),
+                                  *(f"kernel_phone/sessions/{name}" for name in ("late-interface", "refused", "alone/removed"))])
 def test_shipped_sessions_pass_on_a_good_phone(name, chip):
-    status, reported = lines("--chip", chip, "run", ROOT / f"sessions/{name}.tcl")
+    status, reported = lines("--chip", chip, "run", ROOT / f"{name}.tcl")
     assert status == 0, [line for line in reported if not line.get("held", True)]
 
 
