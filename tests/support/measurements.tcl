@@ -47,3 +47,8 @@ evms 16.5
 error_rates
 foreach rate {1 2 5.5 11} { limits rssi_error 1.5 -3..3 -unit dB -at [list mhz 2442 rate $rate format dsss dbm -50] }
 limits power "no value" 13.5..16.5 -unit dBm -at {mhz 2484 bandwidth_mhz 20 rate mcs0 chain 0 dbm 15}
+# Lines with limits of their own, on an axis with whole numbers; and two conditions that only vary together.
+foreach {rate least} {mcs0 1 mcs7 2} {
+  foreach mhz {2412 2437 2462} { limits mask_margin 4.5 $least.. -unit dB -at [list mhz $mhz rate $rate] }
+}
+foreach {port fixture} {1 left 2 right} { limits current $port ..9 -unit mA -at [list port $port fixture $fixture] }
