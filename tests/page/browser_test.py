@@ -438,7 +438,7 @@ def test_measurements_fit_and_can_be_read(show, measured_path, width, scheme):
     assert_contrast(page)
     screen(page, 700, "light", media="print")
     run(page, "dispatchEvent(new Event('beforeprint'))")
-    assert run(page, "return all('#s0-measured figure').map(f => f.scrollWidth <= f.clientWidth)") == [True] * 5
+    assert run(page, "return all('#s0-measured figure').map(f => f.scrollWidth <= f.clientWidth)") == [True] * 7
 
 
 @pytest.mark.parametrize("width", [360, 1280])
