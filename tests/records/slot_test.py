@@ -52,6 +52,7 @@ def test_output_status_and_record_agree(tmp_path, description, cable, loss, stat
     record = record_in(tmp_path)
     assert (found, record[-1]["verdict"]) == (status, verdict)
     assert lines[-1] == {"type": "summary", "sessions": 1, "verdict": verdict, "passed": status == 0}
+    assert [(each["what"].partition(":")[0], each["where"]) for each in lines[-2]["failures"]] == [(cause, "verification")][:bool(cause)]
     assert [line["done"] for line in lines if line["type"] == "progress"][-1] == lines[-3]["total"]
     assert (record[0]["serial"], record[0]["slot"], record[0]["attempt"]) == ("R1", "2", 2)
     assert [line["cause"] for line in record if line["type"] == "cause"] == [cause][:bool(cause)]
