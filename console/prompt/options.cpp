@@ -61,7 +61,7 @@ void set_attempt(command_line &line, const std::string &value) {
 std::string chip_help() {
   auto names = chip_names();
   names[0] += " (default)";
-  return fmt::format("{}, 0 to {}, or all for one session after the other; goes before the chip of --phone",
+  return fmt::format("{}, 0 to {}, or all for one session after the other; overrides the chip of --phone",
                      fmt::join(names, ", "), chip_count - 1);
 }
 

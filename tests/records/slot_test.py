@@ -86,7 +86,7 @@ def test_a_profile_that_is_wrong_breaks_the_run(tmp_path):
 
 @pytest.mark.parametrize("changed, complaint", [
     ({"loss": None}, "parameters: loss is missing; give "),
-    ({"loss": "2412"}, "parameters: loss 2412 is not MHZ:DB for each point, separated by commas; give "),
+    ({"loss": "2412"}, "parameters: loss 2412 is not MHZ:DB once for each point, separated by commas; give "),
     ({"port": "one"}, "parameters: port one is no number; give "),
     ({"los": "2412:1"}, "parameters: los is unknown; give "),
     ({}, "no record can be begun: "),

@@ -223,6 +223,7 @@ BROKEN = [
     (["--orva-unit", "1,2", "--orva-serial", "X"], 4, "--orva-serial X: is for one unit", None),
     (["--orva-key", "rf.fault"], 4, "--orva-key rf.fault: give KEY=VALUE", None),
     (["--orva-path-loss", "1.5"], 4, "--orva-path-loss 1.5: give MHZ:DB", None),
+    (["--orva-path-loss", "2412:1,2412:2"], 4, "--orva-path-loss 2412:1,2412:2: give MHZ:DB once", None),
     (["-n", "2"], 4, "--dist load .*would split a unit between workers.*: give --dist loadgroup", None),
     (["--tx", "2*popen", "--dist", "each"], 4, "--dist each .*: give --dist loadgroup", None),
     (["--orva-limits", "/none.csv"], 4, "/none.csv: no table of limits can be read", None),

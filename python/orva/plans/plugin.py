@@ -98,7 +98,7 @@ def _losses(text: Optional[str]) -> dict[float, float]:
     try:
         return simulation.losses_of(text)
     except ValueError:
-        raise _usage("path-loss", text, "give MHZ:DB for each point, separated by commas") from None
+        raise _usage("path-loss", text, "give MHZ:DB once for each point, separated by commas") from None
 
 
 _UNITS = pytest.StashKey[list[Unit]]()

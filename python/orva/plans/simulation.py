@@ -32,8 +32,11 @@ def points_of(losses: Mapping[float, float]) -> str:
 
 
 def losses_of(text: str) -> dict[float, float]:
-    """The losses of such a text. Raises ValueError for one that is wrong."""
-    return {float(mhz): float(db) for mhz, _, db in (point.partition(":") for point in text.split(","))}
+    """The losses of such a text. Raises ValueError for one that is wrong or names a frequency twice."""
+    points = [(float(mhz), float(db)) for mhz, _, db in (point.partition(":") for point in text.split(","))]
+    if len(losses := dict(points)) < len(points):
+        raise ValueError(text)
+    return losses
 
 
 class SimulatedTester(contextlib.AbstractContextManager["SimulatedTester"]):

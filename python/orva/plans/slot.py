@@ -149,7 +149,7 @@ def wrong_in(unknown: Sequence[str], values: Mapping[str, Optional[str]]) -> str
     try:
         simulation.losses_of(str(values["loss"]))
     except ValueError:
-        return f"loss {values['loss']} is not MHZ:DB for each point, separated by commas"
+        return f"loss {values['loss']} is not MHZ:DB once for each point, separated by commas"
     return ""
 
 
